@@ -1,0 +1,15 @@
+# Compiler settings that every target of the project shares.
+find_package(Threads REQUIRED)
+add_library(orvo_options INTERFACE)
+target_compile_options(orvo_options INTERFACE
+    -Wall -Wextra -Wshadow -Wundef -Werror
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi>
+    -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden> -fno-omit-frame-pointer)
+target_include_directories(orvo_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include
+    ${PROJECT_BINARY_DIR}/generated)
+target_link_libraries(orvo_options INTERFACE Threads::Threads ${CMAKE_DL_LIBS})
+target_compile_definitions(orvo_options INTERFACE ORVO_VERSION_TEXT="${PROJECT_VERSION}")
+if(ORVO_SANITIZE)
+    target_compile_options(orvo_options INTERFACE -fsanitize=${ORVO_SANITIZE} -fno-sanitize-recover=all)
+    target_link_options(orvo_options INTERFACE -fsanitize=${ORVO_SANITIZE})
+endif()
