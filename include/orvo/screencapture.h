@@ -37,17 +37,20 @@
 extern "C" {
 #endif
 
-/* ---- Values that cross the boundary: always 32 bits wide ---------------------------------------------------------- */
+/* ---- Values that cross the boundary: always 32 bits wide ----------------------------------------------------------
+ */
 
 /* What a window target's picture contains. Any other value works like ORVO_WINDOW_MODE_WINDOW. */
 typedef int32_t OrvoScreenCaptureWindowMode;
 enum {
-    ORVO_WINDOW_MODE_WINDOW = 1,      /* the window alone, whatever covers it (the default) */
-    ORVO_WINDOW_MODE_AREA = 3,        /* the screen area under the window, with every window there */
-    ORVO_WINDOW_MODE_APPLICATION = 5, /* the window's rectangle with the windows of its application, less the excluded */
+    ORVO_WINDOW_MODE_WINDOW = 1, /* the window alone, whatever covers it (the default) */
+    ORVO_WINDOW_MODE_AREA = 3,   /* the screen area under the window, with every window there */
+    ORVO_WINDOW_MODE_APPLICATION =
+        5, /* the window's rectangle with the windows of its application, less the excluded */
 };
 
-/* How a window target's picture is placed in the size of orvo_screencapture_set_resolution. Any other value stretches. */
+/* How a window target's picture is placed in the size of orvo_screencapture_set_resolution. Any other value stretches.
+ */
 typedef int32_t OrvoScreenCaptureResolutionMode;
 enum {
     ORVO_RESOLUTION_MODE_FIT = 0,     /* scaled by the smaller ratio, centred, bars left empty (the default) */
@@ -94,7 +97,8 @@ enum {
     ORVO_THUMBNAIL_PICTURE = 5,        /* the picture asked for with orvo_windowthumbnail_register */
 };
 
-/* ---- Records ------------------------------------------------------------------------------------------------------ */
+/* ---- Records ------------------------------------------------------------------------------------------------------
+ */
 
 /* Describes one frame. It lives for the duration of the callback only. */
 typedef struct OrvoScreenCaptureFrameFormat {
@@ -133,29 +137,30 @@ typedef struct OrvoThumbnailBitmapItem {
     uint32_t bitsPerPixel; /* always 32 */
     uint32_t length;       /* bytes at data: width * height * 4 */
     unsigned char* data;
-    uint32_t stride;       /* bytes per row of the picture that data was taken from */
-    uint8_t reserved[12];  /* not written */
+    uint32_t stride;      /* bytes per row of the picture that data was taken from */
+    uint8_t reserved[12]; /* not written */
 } OrvoThumbnailBitmapItem;
 
 /* One display or window of the picker's list. */
 typedef struct OrvoThumbnailWindowInfo {
-    uint32_t itemID;   /* window number, or display number for a display */
-    uint32_t windowID; /* the same number again */
-    char title[256];   /* UTF-8, zero-terminated; "desk 1", "desk 2", ... for displays */
+    uint32_t itemID;                         /* window number, or display number for a display */
+    uint32_t windowID;                       /* the same number again */
+    char title[256];                         /* UTF-8, zero-terminated; "desk 1", "desk 2", ... for displays */
     OrvoThumbnailBitmapItem* iconThumbnail;  /* the owning application's icon, 100 pixels wide, or NULL */
     OrvoThumbnailBitmapItem* imageThumbnail; /* a picture 400 pixels wide, or NULL */
-    uint8_t isScreen;  /* 1 for a display, 0 for a window */
+    uint8_t isScreen;                        /* 1 for a display, 0 for a window */
     uint8_t padding[7];
 } OrvoThumbnailWindowInfo;
 
 /* A new window of the captured process, passed by value. */
 typedef struct OrvoScreenCaptureProcessWindow {
-    char reserved[256];  /* zeros */
-    char title[256];     /* UTF-8, zero-terminated */
+    char reserved[256]; /* zeros */
+    char title[256];    /* UTF-8, zero-terminated */
     uint32_t windowID;
 } OrvoScreenCaptureProcessWindow;
 
-/* ---- Callbacks ---------------------------------------------------------------------------------------------------- */
+/* ---- Callbacks ----------------------------------------------------------------------------------------------------
+ */
 /*
  * One callback of each kind; registering again replaces it, registering NULL silences the kind. A callback that is
  * replaced may still be called once more by a thread that has just fetched it: keep it and its user data valid until
@@ -198,7 +203,8 @@ typedef void (*orvo_window_status_callback)(int status, unsigned int windowID, O
 /* The captured process shows a new window to follow, such as a slide show. change is 4. Threads: the main queue. */
 typedef void (*orvo_process_window_callback)(int change, OrvoScreenCaptureProcessWindow window, void* userData);
 
-/* ---- Life and log ------------------------------------------------------------------------------------------------- */
+/* ---- Life and log -------------------------------------------------------------------------------------------------
+ */
 
 /* Makes the capture objects. A second call does nothing until orvo_screencapture_uninit. */
 ORVO_API void orvo_screencapture_init(void);
@@ -212,7 +218,8 @@ ORVO_API void orvo_screencapture_uninit(void);
  * one trailing slash is ignored. Needs no orvo_screencapture_init. */
 ORVO_API void orvo_screencapture_set_log_level(int level, const char* logFolder);
 
-/* ---- Capture ------------------------------------------------------------------------------------------------------ */
+/* ---- Capture ------------------------------------------------------------------------------------------------------
+ */
 
 /* Starts capturing the chosen target. Without one: error callback with code 2. */
 ORVO_API void orvo_screencapture_start_capture(void);
@@ -246,10 +253,11 @@ ORVO_API void orvo_screencapture_enable_click_animation(int enable);
 /* Chooses what the frame callbacks get as data. Takes effect with the next callback. */
 ORVO_API void orvo_screencapture_set_capture_video_pixel_format(OrvoScreenCaptureVideoPixelFormat format);
 
-/* ---- Targets ------------------------------------------------------------------------------------------------------ */
+/* ---- Targets ------------------------------------------------------------------------------------------------------
+ */
 
-/* Captures a whole display. screenID: from orvo_screencapture_enum_screen_list; it is not checked. With excluded windows
- * the display is captured on the window path without them. Result: always false, also on success. */
+/* Captures a whole display. screenID: from orvo_screencapture_enum_screen_list; it is not checked. With excluded
+ * windows the display is captured on the window path without them. Result: always false, also on success. */
 ORVO_API bool orvo_screencapture_set_target_screen(unsigned int screenID);
 
 /* Captures a rectangle of a display. left, top, width, height: points from the display's top-left corner. A rectangle
@@ -278,7 +286,8 @@ ORVO_API bool orvo_screencapture_set_target_window_rect(int left, int top, int w
 /* Retired: writes a log line and does nothing. Use orvo_windowthumbnail_show_source_window. */
 ORVO_API void orvo_screencapture_activate_window_when_capturing(int activate);
 
-/* ---- Registrations ------------------------------------------------------------------------------------------------ */
+/* ---- Registrations ------------------------------------------------------------------------------------------------
+ */
 /* userData: handed back with every call, never read. A registration before orvo_screencapture_init is lost. */
 
 ORVO_API void orvo_screencapture_reg_capture_error_notify(orvo_capture_error_callback callback, void* userData);
@@ -291,7 +300,8 @@ ORVO_API void orvo_screencapture_reg_capture_process_window_change_notify(orvo_p
                                                                           void* userData);
 ORVO_API void orvo_windowthumbnail_reg_window_status_change_notify(orvo_thumbnail_callback callback, void* userData);
 
-/* ---- Lists -------------------------------------------------------------------------------------------------------- */
+/* ---- Lists --------------------------------------------------------------------------------------------------------
+ */
 
 /* Lists the displays. Needs no orvo_screencapture_init. count: receives the number of items. Result: an array, empty
  * without a display. Memory: freed with orvo_screencapture_free_screen_list. */
@@ -314,8 +324,8 @@ ORVO_API bool orvo_screencapture_get_window_rect(unsigned int windowID, OrvoScre
  * Icons are always there. */
 ORVO_API void orvo_windowthumbnail_find_windows_async(bool isAsync);
 
-/* Lists displays, then windows front to back, with icons and pictures. count: receives the number of items. Blocks while
- * pictures are taken. Memory: freed with orvo_windowthumbnail_free_windows and the same count. */
+/* Lists displays, then windows front to back, with icons and pictures. count: receives the number of items. Blocks
+ * while pictures are taken. Memory: freed with orvo_windowthumbnail_free_windows and the same count. */
 ORVO_API OrvoThumbnailWindowInfo* orvo_windowthumbnail_find_windows(int* count);
 ORVO_API void orvo_windowthumbnail_free_windows(OrvoThumbnailWindowInfo* list, int count);
 

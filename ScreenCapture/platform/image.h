@@ -1,0 +1,104 @@
+// Pictures and pixel buffers as the logic sees them; an adapter's objects stand behind them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "ScreenCapture/platform/counted.h"
+#include "ScreenCapture/platform/values.h"
+
+namespace orvo::platform {
+
+// A bitmap with row 0 on top. Its pixels do not change while anybody but its maker holds it, except through paint().
+class Image : public Counted {
+  public:
+    virtual int width() const = 0;   // pixels
+    virtual int height() const = 0;  // pixels
+    virtual size_t bytesPerRow() const = 0;
+    virtual int bitsPerPixel() const { return 32; }
+    virtual int bitsPerComponent() const { return 8; }
+
+    // The first byte of the top row; valid while the image lives. Null when the system does not hand the bytes out.
+    virtual const uint8_t* bytes() const = 0;
+
+    // Makes the pixels of a rectangle (inside the image) this image's own and answers the first byte of the image's top
+    // row, writable within that rectangle; null when they cannot be written. What is painted stays in this image only:
+    // the next picture of the same target does not show it.
+    virtual uint8_t* paint(const PixelRect& area) = 0;
+
+    // Two pictures of one target with equal versions other than 0 have equal pixels. 0: unknown.
+    virtual uint64_t version() const { return 0; }
+};
+
+// Memory that a frame is handed over in.
+class PixelBuffer : public Counted {
+  public:
+    virtual size_t width() const = 0;   // pixels
+    virtual size_t height() const = 0;  // pixels
+    virtual Size displaySize() const { return {static_cast<double>(width()), static_cast<double>(height())}; }
+    virtual size_t bytesPerRow() const = 0;
+    virtual size_t planeCount() const { return 0; }
+
+    // Read-only lock; the addresses are valid between the two calls.
+    virtual void lock() = 0;
+    virtual void unlock() = 0;
+    virtual const void* baseAddress() const = 0;
+    virtual const void* baseAddressOfPlane(size_t /*plane*/) const { return nullptr; }
+
+    // What a host that asked for the system's own buffer receives.
+    virtual const void* hostHandle() const = 0;
+};
+
+// A picture such as an icon or a cursor: a size in points with one or more bitmaps of it.
+struct PictureRepresentation {
+    Size size;  // points
+    Ref<Image> image;
+};
+struct Picture {
+    Size size;         // points
+    Ref<Image> image;  // the picture's own bitmap
+    std::vector<PictureRepresentation> representations;
+};
+
+// Why a question for an image had none as its answer.
+enum class NoImage {
+    none,          // there is an image
+    gone,          // the target does not exist, or no longer
+    notOnScreen,   // it exists but shows nothing now: minimised, unmapped, empty
+    notPermitted,  // the system refuses
+    noServer,      // the window server cannot be reached
+    noBuffer,      // every buffer of the pool is in use
+    failed,        // anything else
+};
+// A few words for logs.
+inline const char* describe(NoImage why) {
+    switch (why) {
+        case NoImage::none:
+            return "there is an image";
+        case NoImage::gone:
+            return "the target is gone";
+        case NoImage::notOnScreen:
+            return "the target is not on screen";
+        case NoImage::notPermitted:
+            return "the system does not permit it";
+        case NoImage::noServer:
+            return "the window server cannot be reached";
+        case NoImage::noBuffer:
+            return "every buffer is in use";
+        case NoImage::failed:
+            break;
+    }
+    return "the picture could not be taken";
+}
+
+// The answer to a question for an image.
+struct Shot {
+    Ref<Image> image;
+    NoImage why = NoImage::none;
+
+    Shot(Ref<Image> picture) : image(std::move(picture)), why(image ? NoImage::none : NoImage::failed) {}
+    Shot(NoImage reason) : why(reason) {}
+};
+
+}  // namespace orvo::platform

@@ -1,0 +1,23 @@
+// The mouse cursor. Callable from any thread.
+#pragma once
+
+#include <optional>
+
+#include "ScreenCapture/platform/image.h"
+#include "ScreenCapture/platform/values.h"
+
+namespace orvo::platform {
+
+struct Cursor {
+    Picture picture;
+    Point hotSpot;  // points from the picture's top-left corner
+};
+
+class Pointer {
+  public:
+    virtual ~Pointer() = default;
+    virtual std::optional<Cursor> currentCursor() = 0;  // none when the system shows none
+    virtual Point location() = 0;                       // points, origin at the main display's bottom-left corner
+};
+
+}  // namespace orvo::platform

@@ -1,0 +1,30 @@
+// The clocks, and the system as a developer and its user meet it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace orvo::platform {
+
+class Clock {
+  public:
+    virtual ~Clock() = default;
+    virtual double absoluteSeconds() = 0;   // wall clock since 2001-01-01 00:00:00 UTC
+    virtual double secondsSince1970() = 0;  // wall clock
+};
+
+class System {
+  public:
+    virtual ~System() = default;
+    // One line for the developer's console, written as a whole.
+    virtual void console(std::string_view line) = 0;
+};
+
+// What a platform call threw; adapters let nothing else out.
+struct PlatformException {
+    std::string name;
+    std::string reason;
+};
+
+}  // namespace orvo::platform

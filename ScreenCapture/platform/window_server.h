@@ -1,0 +1,59 @@
+// The windows on screen and their pictures.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ScreenCapture/platform/image.h"
+#include "ScreenCapture/platform/values.h"
+
+namespace orvo::platform {
+
+struct WindowInfo {
+    uint32_t number = 0;
+    int32_t ownerPID = 0;
+    int32_t layer = 0;      // desktop below 0, normal 0, docks 20 and above
+    double alpha = 1;       // 0 to 1
+    Rect bounds;            // points, global, origin top-left
+    std::string ownerName;  // UTF-8; empty when the system has none
+    std::string name;       // title, UTF-8; empty when it has none
+};
+
+// Asks for the pictures of one target again and again, from one thread. It may remember what its system needs. Once its
+// target is gone it never shows anything again, even if the number returns.
+class Grabber {
+  public:
+    virtual ~Grabber() = default;
+
+    // The target window alone, whatever covers it, without frame and shadow.
+    virtual Shot window() = 0;
+    // The screen area (points, global, origin top-left) with every window there but desktop elements. The target's own
+    // life does not matter.
+    virtual Shot area(const Rect& area) = 0;
+    // The windows of the list (front to back), frames included, over a rectangle (points, global, origin top-left).
+    // What no window covers is four zero bytes a pixel.
+    virtual Shot composed(const Rect& bounds, const std::vector<uint32_t>& windows) = 0;
+    // The target display.
+    virtual Shot display() = 0;
+};
+
+// Callable from any thread.
+class WindowServer {
+  public:
+    virtual ~WindowServer() = default;
+
+    // On-screen windows but desktop elements, front to back; empty when the server cannot be asked.
+    virtual std::vector<WindowInfo> onScreenWindows() = 0;
+    // The numbers of all on-screen windows, desktop elements included, front to back.
+    virtual std::vector<uint32_t> onScreenNumbers() = 0;
+
+    // One-off pictures for the picker: a window alone, with its frame and shadow where the system has them; a display.
+    virtual Shot windowPicture(uint32_t window) = 0;
+    virtual Shot displayPicture(uint32_t display) = 0;
+
+    virtual std::unique_ptr<Grabber> grabber(uint32_t target, bool isScreen) = 0;
+};
+
+}  // namespace orvo::platform
