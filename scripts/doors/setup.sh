@@ -1,0 +1,29 @@
+#!/bin/bash
+# Installs the Debian packages that build, tests, lint and demo need; does nothing when they are there.
+set -euo pipefail
+source scripts/packages.sh
+
+if ! command -v dpkg-query >/dev/null; then
+    echo "setup: this is no Debian system; install the counterparts of: ${all_packages[*]}" >&2
+    exit 1
+fi
+
+installed=" $(dpkg-query -W -f '${db:Status-Status}=${Package} ' "${all_packages[@]}" 2>/dev/null || true)"
+missing=()
+for package in "${all_packages[@]}"; do
+    [[ $installed == *" installed=$package "* ]] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "setup: neither root nor sudo; as root run: apt-get install -y --no-install-recommends ${missing[*]}" >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o DPkg::Lock::Timeout=300)
+echo "setup: installing ${missing[*]}"
+"${apt[@]}" update </dev/null
+"${apt[@]}" install --no-install-recommends "${missing[@]}" </dev/null

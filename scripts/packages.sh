@@ -1,0 +1,16 @@
+#!/bin/bash
+# The Debian packages that the doors need, by purpose; prints them all when it is run.
+build_packages=(
+    cmake ninja-build g++ pkg-config
+    libxcb1-dev libxcb-shm0-dev libxcb-randr0-dev libxcb-xfixes0-dev libxcb-composite0-dev libxcb-damage0-dev
+    libxcb-res0-dev libxcb-xinput-dev libxcb-shape0-dev libxcb-render0-dev
+    libglib2.0-dev libgdk-pixbuf-2.0-dev libyuv-dev libpng-dev libcli11-dev nlohmann-json3-dev
+)
+test_packages=(libgtest-dev xvfb openbox x11-utils x11-xserver-utils x11-apps xdotool lld)
+lint_packages=(clang-format clang-tidy shellcheck python3)
+demo_packages=(xterm procps)
+
+all_packages=("${build_packages[@]}" "${test_packages[@]}" "${lint_packages[@]}" "${demo_packages[@]}")
+if [ "${BASH_SOURCE[0]}" = "$0" ]; then
+    printf '%s\n' "${all_packages[@]}"
+fi
