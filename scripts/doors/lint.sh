@@ -1,0 +1,21 @@
+#!/bin/bash
+# Checks format, clang-tidy, shell scripts, the floors and words of the sources, and the exports; --quick leaves clang-tidy out.
+set -uo pipefail
+quick=
+[ "${1-}" != --quick ] || quick=yes
+scripts/doors/setup.sh || exit 1
+scripts/build.sh release || exit 1
+
+failed=0
+check() {
+    local start=$SECONDS result=ok
+    "${@:2}" || { result=FAILED; failed=1; }
+    printf 'lint: %-10s %s (%d s)\n' "$1" "$result" $((SECONDS - start))
+}
+check format scripts/lint/format.sh
+check shell scripts/lint/shell.sh
+check floors python3 scripts/lint/floors.py
+check text python3 scripts/lint/text.py
+check exports scripts/lint/exports.sh build/release
+[ -n "$quick" ] || check tidy scripts/lint/tidy.sh build/release
+exit "$failed"

@@ -1,0 +1,27 @@
+#!/bin/bash
+# Compares what the built library exports with the list of exports, both ways; a list line may be a pattern.
+set -euo pipefail
+list=ScreenCapture/api/exports.list
+library=$1/libOrvoScreenCaptureOSX.so
+mapfile -t wanted < <(sed -e 's/#.*//' -e 's/[[:space:]]*$//' -e '/^$/d' "$list")
+# The name of the symbol version itself is of type A.
+mapfile -t found < <(nm -D --defined-only "$library" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }' | sort -u)
+
+status=0
+for name in "${found[@]}"; do
+    known=
+    for pattern in "${wanted[@]}"; do
+        # shellcheck disable=SC2053 # the right side is a pattern on purpose
+        [[ $name != $pattern ]] || known=yes
+    done
+    [ -n "$known" ] || { echo "$library exports $name, which $list does not name" && status=1; }
+done
+for pattern in "${wanted[@]}"; do
+    known=
+    for name in "${found[@]}"; do
+        # shellcheck disable=SC2053 # the right side is a pattern on purpose
+        [[ $name != $pattern ]] || known=yes
+    done
+    [ -n "$known" ] || { echo "$list names $pattern, which $library does not export" && status=1; }
+done
+exit "$status"

@@ -1,0 +1,27 @@
+#!/bin/bash
+# Runs clang-tidy over the sources that the given build knows, as many at a time as there are cores.
+# A source that passed is not looked at again until it, a header or the settings change.
+set -euo pipefail
+build=$1
+stamps=$build/tidy
+mkdir -p "$stamps"
+base=$(git ls-files -z --cached --others --exclude-standard '*.h' .clang-tidy 'CMake*' 'cmake/*' | xargs -0 cat | sha1sum | cut -c1-40)
+export build stamps base
+
+one() {
+    local stamp
+    stamp=$stamps/$(cat "$1" <(echo "$1 $base") | sha1sum | cut -c1-40)
+    [ ! -e "$stamp" ] || return 0
+    # Only the summary of suppressed warnings goes to the error stream.
+    clang-tidy --quiet -p "$build" "$1" 2>"$stamp.log" && mv "$stamp.log" "$stamp" && return 0
+    grep -v 'warnings generated' "$stamp.log" >&2 || true
+    rm -f "$stamp.log"
+    return 1
+}
+export -f one
+# shellcheck disable=SC2016 # the inner shell reads its own argument
+git ls-files -z --cached --others --exclude-standard '*.cpp' | grep -zv '_darwin\.cpp$' |
+    while IFS= read -r -d '' file; do
+        ! grep -qF "\"file\": \"$PWD/$file\"" "$build/compile_commands.json" || printf '%s\0' "$file"
+    done |
+    xargs -0 -r -n 1 -P "$(nproc)" bash -c 'one "$1"' one
