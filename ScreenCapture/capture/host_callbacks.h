@@ -1,0 +1,71 @@
+// The one way out to the host: kind to signature, no lock held, exceptions kept in.
+#pragma once
+
+#include "ScreenCapture/capture/OrvoCaptureSettings.h"
+#include "orvo/screencapture.h"
+#include "xplatform/common/orvosyslog.h"
+
+namespace orvo::capture {
+
+enum HostCallbackKind {
+    kCaptureError = 1,
+    kWindowMoved = 2,
+    kFrame = 3,
+    kWindowFrame = 4,
+    kThumbnail = 5,
+    kWindowStatus = 6,
+    kProcessWindow = 8,
+};
+
+template <HostCallbackKind Kind>
+struct HostCallback;
+template <>
+struct HostCallback<kCaptureError> {
+    using Function = orvo_capture_error_callback;
+};
+template <>
+struct HostCallback<kWindowMoved> {
+    using Function = orvo_window_moved_callback;
+};
+template <>
+struct HostCallback<kFrame> {
+    using Function = orvo_frame_callback;
+};
+template <>
+struct HostCallback<kWindowFrame> {
+    using Function = orvo_window_frame_callback;
+};
+template <>
+struct HostCallback<kThumbnail> {
+    using Function = orvo_thumbnail_callback;
+};
+template <>
+struct HostCallback<kWindowStatus> {
+    using Function = orvo_window_status_callback;
+};
+template <>
+struct HostCallback<kProcessWindow> {
+    using Function = orvo_process_window_callback;
+};
+
+inline bool isRegistered(const OrvoCaptureSettings& settings, HostCallbackKind kind) {
+    return settings.getCallback(kind).first != nullptr;
+}
+
+// Calls the host's callback of a kind, if there is one, with the arguments and the host's pointer last. Answers whether
+// it was called.
+template <HostCallbackKind Kind, typename... Arguments>
+bool fire(OrvoCaptureSettings& settings, Arguments... arguments) {
+    const auto [callback, userData] = settings.getCallback(Kind);
+    if (!callback || !settings.beginCall()) return false;
+    try {
+        reinterpret_cast<typename HostCallback<Kind>::Function>(callback)(arguments..., userData);
+    } catch (...) {
+        if (settings.firstException())
+            syslog_ex(1, 1, "CS", __LINE__, "a host callback of kind %d threw an exception", static_cast<int>(Kind));
+    }
+    settings.endCall();
+    return true;
+}
+
+}  // namespace orvo::capture
