@@ -19,6 +19,10 @@ function(orvo_room name)
     else()
         list(FILTER sources EXCLUDE REGEX "_linux\\.cpp$")
     endif()
+    if(NOT sources)  # a room that nobody has moved into yet
+        set(sources ${PROJECT_BINARY_DIR}/generated/empty.cpp)
+        file(CONFIGURE OUTPUT ${sources} CONTENT "// Nothing here yet.\n")
+    endif()
     add_library(${name} OBJECT ${sources})
     target_link_libraries(${name} PUBLIC orvo_options)
 endfunction()
@@ -39,7 +43,8 @@ if(NOT APPLE)
 endif()
 
 set(ORVO_EXPORTS ${PROJECT_SOURCE_DIR}/ScreenCapture/api/exports.list)
-add_library(OrvoScreenCaptureOSX SHARED ScreenCapture/api/exports_${ORVO_SYSTEM}.cpp
+file(GLOB ORVO_SYSTEM_EXPORTS CONFIGURE_DEPENDS ScreenCapture/api/exports_${ORVO_SYSTEM}.cpp)
+add_library(OrvoScreenCaptureOSX SHARED ${ORVO_SYSTEM_EXPORTS}
     $<TARGET_OBJECTS:orvo_runtime> $<TARGET_OBJECTS:orvo_log> $<TARGET_OBJECTS:orvo_logic> $<TARGET_OBJECTS:orvo_adapter>
     $<$<NOT:$<BOOL:${APPLE}>>:$<TARGET_OBJECTS:orvo_software>>)
 target_link_libraries(OrvoScreenCaptureOSX PRIVATE orvo_options PkgConfig::ORVO_X11 ${ORVO_YUV})
