@@ -11,7 +11,7 @@
 namespace orvo::platform {
 
 // A bitmap with row 0 on top. Its pixels do not change while anybody but its maker holds it, except through paint().
-class Image : public Counted {
+class Image : public virtual Counted {
   public:
     virtual int width() const = 0;   // pixels
     virtual int height() const = 0;  // pixels
@@ -31,11 +31,11 @@ class Image : public Counted {
     virtual uint64_t version() const { return 0; }
 };
 
-// Memory that a frame is handed over in.
-class PixelBuffer : public Counted {
+// Memory that a frame is handed over in. One object may be both an image and a pixel buffer, with one count.
+class PixelBuffer : public virtual Counted {
   public:
-    virtual size_t width() const = 0;   // pixels
-    virtual size_t height() const = 0;  // pixels
+    virtual int width() const = 0;   // pixels
+    virtual int height() const = 0;  // pixels
     virtual Size displaySize() const { return {static_cast<double>(width()), static_cast<double>(height())}; }
     virtual size_t bytesPerRow() const = 0;
     virtual size_t planeCount() const { return 0; }
