@@ -1,0 +1,39 @@
+// A line under construction in a buffer of fixed size: what does not fit is cut.
+#pragma once
+
+#include <charconv>
+#include <cstddef>
+#include <cstring>
+
+namespace orvo::log {
+
+class Line {
+  public:
+    // `room` bytes at `buffer` are written at most; no terminator is.
+    Line(char* buffer, size_t room) : begin_(buffer), at_(buffer), end_(buffer + room) {}
+
+    size_t length() const { return static_cast<size_t>(at_ - begin_); }
+
+    Line& append(const char* text, size_t length) {
+        size_t room = static_cast<size_t>(end_ - at_);
+        if (length > room) length = room;
+        memcpy(at_, text, length);
+        at_ += length;
+        return *this;
+    }
+    Line& append(const char* text) { return append(text, strlen(text)); }
+
+    template <class Integer>
+    Line& append_number(Integer value) {
+        char digits[24];
+        auto last = std::to_chars(digits, digits + sizeof(digits), value).ptr;
+        return append(digits, static_cast<size_t>(last - digits));
+    }
+
+  private:
+    char* begin_;
+    char* at_;
+    char* end_;
+};
+
+}  // namespace orvo::log

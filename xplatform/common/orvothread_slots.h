@@ -1,0 +1,10 @@
+// The slot numbers that the base runtime keeps for itself.
+#pragma once
+
+namespace orvo {
+
+constexpr unsigned int kThreadNameSlot = 0x80000000u;
+constexpr unsigned int kThreadHandleSlot = 0x80000001u;
+constexpr unsigned int kThreadTaskSlot = 0x80000002u;
+
+}  // namespace orvo
