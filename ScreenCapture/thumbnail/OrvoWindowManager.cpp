@@ -1,0 +1,52 @@
+// The window manager: what it holds, and its registry of targets.
+#include "ScreenCapture/thumbnail/OrvoWindowManager.h"
+
+#include <utility>
+
+using orvo::platform::platform;
+
+OrvoWindowManager::OrvoWindowManager(std::shared_ptr<OrvoCaptureSettings> settings)
+    : m_settings(std::move(settings)), imageQueue(platform().dispatch().makeSerialQueue("com.orvo.window.manager")) {}
+
+void OrvoWindowManager::setExcludeWindows(SharedNumbers excludeWindows) {
+    std::lock_guard lock(m_mutex);
+    m_excludeWindows.swap(excludeWindows);
+}
+
+OrvoWindowManager::Numbers OrvoWindowManager::excludeWindows() const {
+    SharedNumbers shared;
+    {
+        std::lock_guard lock(m_mutex);
+        shared = m_excludeWindows;
+    }
+    const auto numbers = shared ? shared->load() : nullptr;
+    return numbers ? *numbers : Numbers();
+}
+
+void OrvoWindowManager::setTargetWindow(uint32_t windowId) {
+    OrvoWindowRef record = getOrvoWindowWithWindowId(windowId);
+    if (!record) return;
+    std::lock_guard lock(m_mutex);
+    targetWindowsDictionary[windowId] = std::move(record);
+}
+
+void OrvoWindowManager::removeTargerWindow(uint32_t windowId) {
+    std::lock_guard lock(m_mutex);
+    targetWindowsDictionary.erase(windowId);
+}
+
+OrvoWindowRef OrvoWindowManager::registeredWindow(uint32_t windowId) const {
+    std::lock_guard lock(m_mutex);
+    const auto found = targetWindowsDictionary.find(windowId);
+    return found == targetWindowsDictionary.end() ? nullptr : found->second;
+}
+
+bool OrvoWindowManager::registTargetWindow(uint32_t windowId) {
+    const OrvoWindowRef record = getOrvoWindowWithWindowId(windowId);
+    if (!record) return false;
+    imageQueue->async([self = shared_from_this(), record] { self->setThumbnailImage(*record, true); });
+    return true;
+}
+
+// Nothing was registered that would need to be undone.
+bool OrvoWindowManager::unRegistTargetWindowId(uint32_t /*windowId*/) { return true; }

@@ -1,0 +1,36 @@
+// Bitmap records for the host.
+#include "ScreenCapture/thumbnail/bitmap_item.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+static_assert(offsetof(OrvoThumbnailBitmapItem, length) == 12);
+static_assert(offsetof(OrvoThumbnailBitmapItem, data) == 16);
+static_assert(offsetof(OrvoThumbnailBitmapItem, stride) == 24);
+static_assert(sizeof(OrvoThumbnailBitmapItem) == 40);
+
+namespace orvo::thumbnail {
+
+void freeBitmapItem(OrvoThumbnailBitmapItem* item) {
+    if (!item) return;
+    delete[] item->data;
+    delete item;
+}
+
+BitmapItemPtr makeBitmapItem(const platform::Image& image) {
+    const uint8_t* const pixels = image.bytes();
+    if (!pixels) return nullptr;
+    BitmapItemPtr item(new OrvoThumbnailBitmapItem());
+    item->width = static_cast<uint32_t>(image.width());
+    item->height = static_cast<uint32_t>(image.height());
+    item->bitsPerPixel = 32;
+    item->length = item->width * item->height * 4;
+    item->stride = static_cast<uint32_t>(image.bytesPerRow());
+    item->data = new unsigned char[item->length]();
+    const size_t available = image.bytesPerRow() * item->height;
+    std::memcpy(item->data, pixels, std::min<size_t>(item->length, available));
+    return item;
+}
+
+}  // namespace orvo::thumbnail
