@@ -32,7 +32,9 @@ OrvoAppProxy::OrvoAppProxy(int32_t pid)
 
 OrvoAppProxy::~OrvoAppProxy() = default;
 
-OrvoAppProxyRef OrvoAppProxy::initWithPID(int32_t pid) { return OrvoAppProxyRef(new OrvoAppProxy(pid)); }
+OrvoAppProxyRef OrvoAppProxy::initWithPID(int32_t pid) {
+    return OrvoAppProxyRef(new OrvoAppProxy(pid));
+}
 
 OrvoAppProxyRef OrvoAppProxy::initWithElement(const ElementRef& element) {
     return initWithPID(element ? platform().accessibility().processIdentifier(element) : 0);
@@ -55,7 +57,9 @@ std::string OrvoAppProxy::title() const {
     return application ? application->localizedName() : "";
 }
 
-std::string OrvoAppProxy::name() const { return runningApplication_ ? runningApplication_->localizedName() : ""; }
+std::string OrvoAppProxy::name() const {
+    return runningApplication_ ? runningApplication_->localizedName() : "";
+}
 
 int32_t OrvoAppProxy::processIdentifier() const {
     return runningApplication_ ? runningApplication_->processIdentifier() : 0;
@@ -69,11 +73,17 @@ std::optional<Picture> OrvoAppProxy::icon() const {
     return runningApplication_ ? runningApplication_->icon() : std::nullopt;
 }
 
-bool OrvoAppProxy::isActive() const { return runningApplication_ && runningApplication_->isActive(); }
+bool OrvoAppProxy::isActive() const {
+    return runningApplication_ && runningApplication_->isActive();
+}
 
-bool OrvoAppProxy::isHidden() const { return runningApplication_ && runningApplication_->isHidden(); }
+bool OrvoAppProxy::isHidden() const {
+    return runningApplication_ && runningApplication_->isHidden();
+}
 
-bool OrvoAppProxy::isTerminated() const { return runningApplication_ && runningApplication_->isTerminated(); }
+bool OrvoAppProxy::isTerminated() const {
+    return runningApplication_ && runningApplication_->isTerminated();
+}
 
 OrvoWindowProxyRef OrvoAppProxy::mainWindow() const {
     return OrvoWindowProxy::initWithElement(
@@ -115,9 +125,13 @@ bool OrvoAppProxy::focus() const {
     return runningApplication_ && runningApplication_->activate(Activation::ignoringOthers);
 }
 
-bool OrvoAppProxy::show() const { return runningApplication_ && runningApplication_->unhide(); }
+bool OrvoAppProxy::show() const {
+    return runningApplication_ && runningApplication_->unhide();
+}
 
-bool OrvoAppProxy::hide() const { return runningApplication_ && runningApplication_->hide(); }
+bool OrvoAppProxy::hide() const {
+    return runningApplication_ && runningApplication_->hide();
+}
 
 bool OrvoAppProxy::terminate(bool force) const {
     if (!runningApplication_) return false;

@@ -48,8 +48,8 @@ void obsessiveWindowCallback(const ElementRef& element, const char* notification
 // The first window that has an identifier, or has none at all, or one of the given kind.
 ElementRef chooseWindow(int32_t pid, int type) {
     auto& accessibility = platform().accessibility();
-    const auto windows = orvo::thumbnail::readAttributeAs<std::vector<ElementRef>>(accessibility.application(pid),
-                                                                                   "AXWindows", {});
+    const auto windows =
+        orvo::thumbnail::readAttributeAs<std::vector<ElementRef>>(accessibility.application(pid), "AXWindows", {});
     for (const ElementRef& window : windows) {
         const auto identifier = accessibility.copyAttribute(window, "AXIdentifier");
         const bool hasNoValue = std::holds_alternative<std::monostate>(identifier.value);

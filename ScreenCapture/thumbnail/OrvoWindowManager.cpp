@@ -49,4 +49,6 @@ bool OrvoWindowManager::registTargetWindow(uint32_t windowId) {
 }
 
 // Nothing was registered that would need to be undone.
-bool OrvoWindowManager::unRegistTargetWindowId(uint32_t /*windowId*/) { return true; }
+bool OrvoWindowManager::unRegistTargetWindowId(uint32_t /*windowId*/) {
+    return true;
+}

@@ -87,9 +87,18 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
 
   private:
     OrvoWindowRef registeredWindow(uint32_t windowId) const;
+
+    // The steps of the check of a window; each tells the host what differs from the record and updates it.
+    void compareActivity(OrvoWindow& window, bool isActive);
+    void compareHidden(OrvoWindow& window, bool isHidden);
+    void compareBounds(OrvoWindow& window, const orvo::platform::Rect& frame);
+    bool checkFoundWindow(OrvoWindow& window, const OrvoAppProxy& app, const OrvoWindowProxy& proxy, bool isNotify);
+    void notifyMinimized(OrvoWindow& window);
+
+    template <typename Job>
+    void post(int kind, Job job);
+    void notifyCaptureError(int errorCode);
     void sendWindowStatus(int status, uint32_t windowId, const OrvoScreenCaptureRect& rect);
-    void checkMinimized(OrvoWindow& window);
-    void checkBounds(OrvoWindow& window, const orvo::platform::Rect& frame);
 
     const std::shared_ptr<OrvoCaptureSettings> m_settings;
     const std::shared_ptr<orvo::platform::SerialQueue> imageQueue;

@@ -1,14 +1,10 @@
 // What has become of a target since the last look.
-#include <algorithm>
-
-#include "ScreenCapture/capture/host_callbacks.h"
 #include "ScreenCapture/thumbnail/OrvoWindowManager.h"
 #include "ScreenCapture/thumbnail/slide_show.h"
+#include "ScreenCapture/thumbnail/window_info.h"
 
 using orvo::platform::platform;
-using orvo::platform::Point;
 using orvo::platform::Rect;
-using orvo::platform::Size;
 using orvo::platform::truncated;
 using orvo::thumbnail::SlideShowProgram;
 
@@ -45,7 +41,8 @@ bool OrvoWindowManager::checkWindowStatusIsNormal(OrvoWindow& window, bool isNot
     if (isNotify) compareHidden(window, isHidden);
     if (isHidden) return false;
 
-    if (const auto proxy = app->windowWithWindowId(window.windowID)) return checkFoundWindow(window, *app, *proxy, isNotify);
+    if (const auto proxy = app->windowWithWindowId(window.windowID))
+        return checkFoundWindow(window, *app, *proxy, isNotify);
     const bool isReplaced = checkProcessWindowStatus(*app, window);
     if (isNotify && isReplaced) return true;
     // Also without isNotify; that is intended.
@@ -108,9 +105,9 @@ bool OrvoWindowManager::checkProcessWindowStatus(const OrvoAppProxy& app, const 
         if (!checkIsNewFullScreenPPT(*proxy, window)) continue;
         if (program == SlideShowProgram::listedWindow && !checkNewProcessIsNormal(*proxy)) continue;
         candidate = proxy;
-        platform().system().console("tempWindow title " + proxy->title() + ", windowID : " +
-                                    std::to_string(proxy->windowID()) + " ,\n windowTitle " + window.windowName +
-                                    " ,windowID " + std::to_string(window.windowID));
+        platform().system().console("tempWindow title " + proxy->title() +
+                                    ", windowID : " + std::to_string(proxy->windowID()) + " ,\n windowTitle " +
+                                    window.windowName + " ,windowID " + std::to_string(window.windowID));
     }
     if (!candidate || candidate->windowID() == 0 || !checkNewProcessIsNormal(*candidate)) return false;
     notifyCaptureProcessWindowChange(candidate.get());

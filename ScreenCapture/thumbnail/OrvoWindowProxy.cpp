@@ -41,9 +41,13 @@ ElementRef OrvoWindowProxy::systemWideElement() {
     return element;
 }
 
-Point OrvoWindowProxy::topLeft() const { return readGeometry<Point>(element_, "AXPosition", "topLeft"); }
+Point OrvoWindowProxy::topLeft() const {
+    return readGeometry<Point>(element_, "AXPosition", "topLeft");
+}
 
-Size OrvoWindowProxy::size() const { return readGeometry<Size>(element_, "AXSize", "size"); }
+Size OrvoWindowProxy::size() const {
+    return readGeometry<Size>(element_, "AXSize", "size");
+}
 
 Rect OrvoWindowProxy::frame() const {
     const Point origin = topLeft();
@@ -51,23 +55,41 @@ Rect OrvoWindowProxy::frame() const {
     return {origin.x, origin.y, extent.width, extent.height};
 }
 
-int32_t OrvoWindowProxy::processIdentifier() const { return platform().accessibility().processIdentifier(element_); }
+int32_t OrvoWindowProxy::processIdentifier() const {
+    return platform().accessibility().processIdentifier(element_);
+}
 
-uint32_t OrvoWindowProxy::windowID() const { return platform().accessibility().windowNumber(element_); }
+uint32_t OrvoWindowProxy::windowID() const {
+    return platform().accessibility().windowNumber(element_);
+}
 
-OrvoAppProxyRef OrvoWindowProxy::app() const { return OrvoAppProxy::initWithPID(processIdentifier()); }
+OrvoAppProxyRef OrvoWindowProxy::app() const {
+    return OrvoAppProxy::initWithPID(processIdentifier());
+}
 
-std::string OrvoWindowProxy::title() const { return readAttributeAs<std::string>(element_, "AXTitle", ""); }
+std::string OrvoWindowProxy::title() const {
+    return readAttributeAs<std::string>(element_, "AXTitle", "");
+}
 
-std::string OrvoWindowProxy::subrole() const { return readAttributeAs<std::string>(element_, "AXSubrole", ""); }
+std::string OrvoWindowProxy::subrole() const {
+    return readAttributeAs<std::string>(element_, "AXSubrole", "");
+}
 
-bool OrvoWindowProxy::isWindowMinimized() const { return readAttributeAs(element_, "AXMinimized", false); }
+bool OrvoWindowProxy::isWindowMinimized() const {
+    return readAttributeAs(element_, "AXMinimized", false);
+}
 
-bool OrvoWindowProxy::isFullScreen() const { return readAttributeAs(element_, "AXFullScreen", false); }
+bool OrvoWindowProxy::isFullScreen() const {
+    return readAttributeAs(element_, "AXFullScreen", false);
+}
 
-bool OrvoWindowProxy::isNormalWindow() const { return subrole() == "AXStandardWindow"; }
+bool OrvoWindowProxy::isNormalWindow() const {
+    return subrole() == "AXStandardWindow";
+}
 
-bool OrvoWindowProxy::isVisible() const { return !app()->isHidden() && isNormal() && !isWindowMinimized(); }
+bool OrvoWindowProxy::isVisible() const {
+    return !app()->isHidden() && isNormal() && !isWindowMinimized();
+}
 
 bool OrvoWindowProxy::isMatchScreen() const {
     const Size own = size();
@@ -85,7 +107,9 @@ bool OrvoWindowProxy::focusWindow() const {
     return accessibility.bringToFront(processIdentifier());
 }
 
-bool OrvoWindowProxy::focus() const { return setAttribute("AXMain", true); }
+bool OrvoWindowProxy::focus() const {
+    return setAttribute("AXMain", true);
+}
 
 std::function<bool(const OrvoWindowProxy&)> OrvoWindowProxy::isVisible(bool visible) {
     return [visible](const OrvoWindowProxy& proxy) { return proxy.isVisible() == visible; };

@@ -18,7 +18,9 @@ namespace orvo::thumbnail {
 
 namespace {
 
-bool continuesCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+bool continuesCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
 
 }  // namespace
 
@@ -33,6 +35,12 @@ void copyTitle(char (&field)[256], std::string_view utf8) {
     }
     std::memset(field, 0, sizeof field);
     std::memcpy(field, utf8.data(), length);
+}
+
+OrvoScreenCaptureRect edges(const platform::Rect& rect) {
+    using platform::truncated;
+    return {truncated<int32_t>(rect.x), truncated<int32_t>(rect.y), truncated<int32_t>(rect.x + rect.width),
+            truncated<int32_t>(rect.y + rect.height)};
 }
 
 void fillWindowInfo(OrvoThumbnailWindowInfo& info, const OrvoWindow& window) {

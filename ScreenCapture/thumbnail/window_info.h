@@ -1,9 +1,10 @@
-// The window records that cross the C boundary: titles, filling, freeing.
+// The window records that cross the C boundary: titles, edges, filling, freeing.
 #pragma once
 
 #include <memory>
 #include <string_view>
 
+#include "ScreenCapture/platform/values.h"
 #include "ScreenCapture/window/OrvoWindow.h"
 #include "orvo/screencapture.h"
 
@@ -11,6 +12,9 @@ namespace orvo::thumbnail {
 
 // Copies UTF-8 into a title field that is zero-filled first; a longer text is cut at the end of a character.
 void copyTitle(char (&field)[256], std::string_view utf8);
+
+// A rectangle by its four edges.
+OrvoScreenCaptureRect edges(const platform::Rect& rect);
 
 // Numbers, title and kind of a record; the pictures are cleared.
 void fillWindowInfo(OrvoThumbnailWindowInfo& info, const OrvoWindow& window);

@@ -6,7 +6,9 @@
 using orvo::platform::platform;
 using orvo::platform::Rect;
 
-bool OrvoWindow::isMainScreen() const { return platform().displays().mainDisplay() == windowID; }
+bool OrvoWindow::isMainScreen() const {
+    return platform().displays().mainDisplay() == windowID;
+}
 
 Rect OrvoWindow::deskBounds() const {
     Rect bounds = windowBounds;

@@ -7,7 +7,8 @@
 
 #include "ScreenCapture/platform/values.h"
 
-// Plain values; whoever makes a record fills in what it knows. A registered record is written on the capture queue only.
+// Plain values; whoever makes a record fills in what it knows. A registered record is written on the capture queue
+// only.
 class OrvoWindow {
   public:
     bool isScreen = false;
