@@ -22,7 +22,7 @@ class Counted {
 
   protected:
     Counted() = default;
-    virtual ~Counted() = default;
+    virtual ~Counted() = 0;  // the compiler must not take an object for a bare Counted when it inlines release()
 
   private:
     // A pooled object goes back to its pool instead.
@@ -30,6 +30,7 @@ class Counted {
 
     mutable std::atomic<int32_t> count_{1};
 };
+inline Counted::~Counted() = default;
 
 // Owns one reference of a counted object, or nothing.
 template <typename T>

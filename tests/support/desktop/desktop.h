@@ -1,0 +1,134 @@
+// A desktop that tests arrange in plain words: displays, windows, applications, cursor. The services of the platform
+// answer from its state, and it remembers what they were asked. All sizes are in points with the origin at the main
+// display's top-left corner, unless said otherwise.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ScreenCapture/platform/platform.h"
+#include "support/desktop/device.h"
+#include "support/desktop/gate.h"
+#include "support/desktop/pictures.h"
+#include "support/desktop/stepper.h"
+
+namespace orvo::test {
+
+struct ScriptedDisplay {
+    uint32_t number = 0;
+    platform::Rect bounds{};
+    double scale = 1;  // pixels per point
+};
+
+struct ScriptedApplication {
+    int32_t pid = 0;
+    std::string name{};
+    std::string bundleIdentifier{};
+    std::optional<platform::Picture> icon{};
+    bool active = false;
+    bool hidden = false;
+    bool obeys = true;  // does what it is told: activate, hide, show, quit
+};
+
+struct ScriptedWindow {
+    uint32_t number = 0;
+    int32_t pid = 0;
+    std::string title{};
+    platform::Rect bounds{};
+    bool isDesktopElement = false;  // wallpaper, icons
+    int32_t layer = 0;
+    double alpha = 1;
+    std::string ownerName{};  // empty: the application's name
+    std::string subrole = "AXStandardWindow";
+    bool minimized = false;
+    bool fullScreen = false;
+    bool accessible = true;                                // has an accessibility element
+    bool acceptsMain = true;                               // can be made the main window
+    std::map<std::string, platform::Attribute> answers{};  // to questions for attributes, instead of the usual ones
+    platform::NoImage refuses = platform::NoImage::none;   // why there is no picture of it
+    platform::Ref<Bitmap> picture{};                       // instead of the pattern
+    uint64_t version = 0;                                  // of its picture
+    uint64_t identity = 0;                                 // a number that returns is another window; set by addWindow
+};
+
+// One accessibility observer.
+struct ObserverWatch {
+    struct Observation {
+        uint32_t window = 0;  // 0: the application's own element, or none
+        std::string notification;
+        void* context = nullptr;
+        platform::ElementRef element;
+    };
+    int32_t pid = 0;
+    bool attached = false;  // to a run loop
+    std::vector<Observation> observations;
+    platform::ElementObserverCallback callback;
+};
+
+// What a test sees and sets directly; functions of Desktop keep it consistent.
+struct DesktopState {
+    std::vector<ScriptedDisplay> displays;  // the first is the main display
+    std::vector<ScriptedApplication> applications;
+    std::vector<ScriptedWindow> windows;             // front to back, those off screen too
+    std::map<std::string, std::string> installed;    // application name to path
+    std::map<std::string, platform::Picture> files;  // path to icon
+    std::optional<platform::Cursor> cursor;
+    platform::Point pointer;  // origin at the main display's bottom-left corner
+
+    std::vector<std::string> console;  // lines
+    std::vector<std::string>
+        pictures;                     // questions for pictures: "window 7", "area 0,0 10x10", "composed 0,0 10x10: 7 8"
+    std::vector<std::string> orders;  // what applications and windows were told: "hide 100", "main 7", "front 100"
+    std::vector<std::string> posted;  // names of notifications
+    std::vector<std::shared_ptr<void>> postedThings;
+    std::vector<std::shared_ptr<ObserverWatch>> observers;  // in order of making
+    std::vector<std::shared_ptr<Device>> devices;           // in order of making
+};
+
+class Desktop : public DesktopState {
+  public:
+    Stepper stepper;
+    Gate gate;
+
+    void addDisplay(const ScriptedDisplay& display);
+    void removeDisplay(uint32_t number);
+    ScriptedApplication& addApplication(const ScriptedApplication& application);
+    void quitApplication(int32_t pid);      // with its windows
+    void activateApplication(int32_t pid);  // 0: none is active
+    void hideApplication(int32_t pid, bool hidden = true);
+    ScriptedWindow& addWindow(ScriptedWindow window);  // in front of all; its application is added when missing
+    void closeWindow(uint32_t number);
+    void moveWindow(uint32_t number, const platform::Rect& bounds);
+    void minimizeWindow(uint32_t number, bool minimized = true);
+    void raiseWindow(uint32_t number);
+    // Tells attached observers, on this thread, what they have added for a window (0: for the application).
+    void notifyObservers(uint32_t window, const char* notification);
+
+    // Null when there is none.
+    ScriptedDisplay* display(uint32_t number);
+    ScriptedApplication* application(int32_t pid);
+    ScriptedWindow* window(uint32_t number);
+    bool isOnScreen(const ScriptedWindow& window);
+    Device& device() { return *devices.at(devices.size() - 1); }  // made last
+
+    // Jobs and timers run on threads from now on, until reset.
+    void useQueues(platform::Dispatch& dispatch, platform::Clock& clock);
+    platform::Dispatch& dispatch() { return dispatch_ ? *dispatch_ : stepper; }
+    platform::Clock& clock() { return clock_ ? *clock_ : stepper; }
+
+    // An empty desk with nothing queued and nothing counted.
+    void reset();
+
+  private:
+    uint64_t identities_ = 0;
+    platform::Dispatch* dispatch_ = nullptr;
+    platform::Clock* clock_ = nullptr;
+};
+
+// The one behind platform().
+Desktop& desktop();
+
+}  // namespace orvo::test

@@ -1,0 +1,152 @@
+// The device path of the scripted desktop.
+#include "support/desktop/device.h"
+
+#include "support/desktop/desktop.h"
+#include "support/desktop/words.h"
+
+namespace orvo::test {
+namespace {
+
+using platform::PlatformException;
+
+class ScriptedInput final : public platform::DisplayInput {
+  public:
+    ScriptedInput(Desktop& desktop, std::shared_ptr<Device> device, uint32_t display)
+        : number(display), desktop_(desktop), device_(std::move(device)) {}
+
+    void setMinFrameDuration(const platform::MediaTime& duration) override {
+        note("duration " + std::to_string(duration.value) + "/" + std::to_string(duration.timescale));
+    }
+    void setCapturesCursor(bool captures) override { note(std::string("cursor ") + (captures ? "1" : "0")); }
+    void setCapturesMouseClicks(bool captures) override { note(std::string("clicks ") + (captures ? "1" : "0")); }
+    void setCropRect(const platform::Rect& crop) override { note("crop " + words(crop)); }
+
+    const uint32_t number;
+
+  private:
+    void note(const std::string& what) {
+        auto pass = desktop_.gate.enter("DisplayInput");
+        if (!pass) throw PlatformException{"NSInvalidArgumentException", what};
+        device_->journal.push_back(what);
+    }
+
+    Desktop& desktop_;
+    std::shared_ptr<Device> device_;
+};
+
+class ScriptedCapture final : public platform::DisplayCapture {
+  public:
+    ScriptedCapture(Desktop& desktop, std::shared_ptr<Device> device) : desktop_(desktop), device_(std::move(device)) {}
+    ~ScriptedCapture() override {
+        auto lock = desktop_.gate.hold();
+        device_->running = false;
+        device_->dropSample();
+    }
+
+    std::shared_ptr<platform::DisplayInput> makeInput(uint32_t display) override {
+        auto pass = desktop_.gate.enter("makeInput");
+        device_->journal.push_back("input " + std::to_string(display));
+        if (!pass || !desktop_.display(display)) return nullptr;
+        return std::make_shared<ScriptedInput>(desktop_, device_, display);
+    }
+    bool canAddInput(const std::shared_ptr<platform::DisplayInput>& input) override {
+        auto pass = desktop_.gate.enter("canAddInput");
+        return pass && input && device_->acceptsInput;
+    }
+    void addInput(const std::shared_ptr<platform::DisplayInput>& input) override { note("add " + number(input)); }
+    void removeInput(const std::shared_ptr<platform::DisplayInput>& input) override { note("remove " + number(input)); }
+    void addOutput(const std::weak_ptr<platform::DisplayCaptureDelegate>& delegate) override {
+        auto lock = note("output");
+        device_->output = delegate;
+    }
+    void observeFailures(const std::weak_ptr<platform::DisplayCaptureDelegate>& delegate) override {
+        auto lock = note("observe");
+        device_->observer = delegate;
+    }
+    void beginConfiguration() override { note("begin"); }
+    void commitConfiguration() override { note("commit"); }
+    void startRunning() override {
+        auto lock = note("start");
+        device_->running = true;
+    }
+    void stopRunning() override {
+        auto lock = note("stop");
+        device_->running = false;
+        device_->dropSample();
+    }
+    bool isRunning() override {
+        auto pass = desktop_.gate.enter("isRunning");
+        return pass && device_->running;
+    }
+
+  private:
+    Gate::Pass note(const std::string& what) {
+        auto pass = desktop_.gate.enter("DisplayCapture");
+        if (!pass) throw PlatformException{"NSInternalInconsistencyException", what};
+        device_->journal.push_back(what);
+        return pass;
+    }
+    static std::string number(const std::shared_ptr<platform::DisplayInput>& input) {
+        return input ? std::to_string(static_cast<ScriptedInput&>(*input).number) : "none";
+    }
+
+    Desktop& desktop_;
+    std::shared_ptr<Device> device_;
+};
+
+}  // namespace
+
+std::shared_ptr<platform::DisplayCapture> makeScriptedCapture(Desktop& desktop) {
+    auto pass = desktop.gate.enter("makeDisplayCapture");
+    if (!pass) return nullptr;
+    desktop.devices.push_back(std::make_shared<Device>(desktop));
+    return std::make_shared<ScriptedCapture>(desktop, desktop.devices.back());
+}
+
+std::vector<std::string> Device::takeJournal() {
+    auto lock = desktop_.gate.hold();
+    return std::exchange(journal, {});
+}
+
+void Device::produce(platform::Ref<FrameBuffer> frame, const platform::MediaTime& time) {
+    auto lock = desktop_.gate.hold();
+    if (!running) return;
+    waiting_ = std::move(frame);
+    waitingTime_ = time;
+    if (std::exchange(posted_, true)) return;
+    desktop_.dispatch().mainAsync([weak = weak_from_this()] {
+        if (auto device = weak.lock()) device->deliver();
+    });
+}
+
+void Device::deliver() {
+    platform::Ref<FrameBuffer> frame;
+    std::shared_ptr<platform::DisplayCaptureDelegate> delegate;
+    {
+        auto lock = desktop_.gate.hold();
+        posted_ = false;
+        std::swap(frame, waiting_);
+        delegate = output.lock();
+    }
+    if (frame && delegate) delegate->onSample(*frame, waitingTime_);
+}
+
+void Device::dropSample() {
+    waiting_ = nullptr;
+}
+
+void Device::fail(const platform::CaptureFailure& failure) {
+    desktop_.dispatch().mainAsync([weak = weak_from_this(), failure] {
+        auto device = weak.lock();
+        if (auto delegate = device ? device->observer.lock() : nullptr) delegate->onRuntimeError(failure);
+    });
+}
+
+void Device::interrupt(const platform::CaptureFailure& failure) {
+    desktop_.dispatch().mainAsync([weak = weak_from_this(), failure] {
+        auto device = weak.lock();
+        if (auto delegate = device ? device->observer.lock() : nullptr) delegate->onInterruption(failure);
+    });
+}
+
+}  // namespace orvo::test
