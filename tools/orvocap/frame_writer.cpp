@@ -1,0 +1,101 @@
+// A bounded queue of frame copies and the thread that empties it into a sink.
+#include "frame_writer.h"
+
+#include <cstring>
+#include <utility>
+
+namespace orvocap {
+
+namespace {
+
+void copyFrame(const FrameView& view, Frame& frame) {
+    frame.width = view.format.width;
+    frame.height = view.format.height;
+    frame.time = view.time;
+    frame.pixels.resize(frame.bytesPerRow() * static_cast<size_t>(frame.height));
+    for (int row = 0; row < frame.height; ++row) {
+        std::memcpy(frame.pixels.data() + row * frame.bytesPerRow(),
+                    view.data + static_cast<ptrdiff_t>(row) * view.format.strides[0], frame.bytesPerRow());
+    }
+}
+
+}  // namespace
+
+FrameWriter::FrameWriter(FrameSink& sink, size_t capacity)
+    : sink_(sink), capacity_(capacity), thread_([this] { run(); }) {}
+
+FrameWriter::~FrameWriter() {
+    join();
+}
+
+bool FrameWriter::offer(const FrameView& view) {
+    Frame frame;
+    {
+        const std::lock_guard lock(mutex_);
+        if (held_ == capacity_ || failure_ || ending_) return false;
+        ++held_;
+        if (!spare_.empty()) {
+            frame = std::move(spare_.back());
+            spare_.pop_back();
+        }
+    }
+    std::exception_ptr failure;
+    try {
+        copyFrame(view, frame);
+    } catch (...) {  // out of memory; nothing may leave a callback
+        failure = std::current_exception();
+    }
+    const std::lock_guard lock(mutex_);
+    if (failure) {
+        --held_;
+        failure_ = failure;
+        return false;
+    }
+    waiting_.push_back(std::move(frame));
+    ready_.notify_one();
+    return true;
+}
+
+void FrameWriter::run() {
+    std::unique_lock lock(mutex_);
+    while (true) {
+        ready_.wait(lock, [this] { return ending_ || !waiting_.empty(); });
+        if (waiting_.empty()) return;
+        Frame frame = std::move(waiting_.front());
+        waiting_.pop_front();
+        const bool skip = failure_ != nullptr;
+        lock.unlock();
+        std::exception_ptr failure;
+        try {
+            if (!skip) sink_.write(frame);
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        lock.lock();
+        if (failure) failure_ = failure;
+        --held_;
+        spare_.push_back(std::move(frame));
+    }
+}
+
+void FrameWriter::join() {
+    {
+        const std::lock_guard lock(mutex_);
+        ending_ = true;
+    }
+    ready_.notify_one();
+    if (thread_.joinable()) thread_.join();
+}
+
+void FrameWriter::check() {
+    const std::lock_guard lock(mutex_);
+    if (failure_) std::rethrow_exception(failure_);
+}
+
+void FrameWriter::finish() {
+    join();
+    check();
+    sink_.finish();
+}
+
+}  // namespace orvocap

@@ -1,0 +1,63 @@
+// One recording: frames in, figures out.
+#include "recording.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace orvocap {
+
+namespace {
+
+// How long a recording waits, beyond its time, for frames that do not come.
+constexpr double patienceSeconds = 1;
+
+}  // namespace
+
+std::string RecordingFigures::text() const {
+    char line[160];
+    std::snprintf(line, sizeof line, "%u frames of %dx%d in %.1f s, %.1f a second, %u dropped, longest gap %llu ms",
+                  frames, width, height, seconds(), rate(), dropped, longestGap);
+    return line;
+}
+
+Recording::Recording(FrameWriter& writer, double seconds, int framesPerSecond)
+    : writer_(writer), seconds_(seconds), halfTick_(500.0 / framesPerSecond) {}
+
+void Recording::take(const FrameView& frame) {
+    const std::lock_guard lock(mutex_);
+    if (complete_) return;
+    if (!begun_) {
+        begun_ = true;
+        begin_ = Clock::now();
+        figures_.firstTime = figures_.lastTime = frame.time;
+        figures_.width = frame.format.width;
+        figures_.height = frame.format.height;
+    }
+    // A frame on the closing edge belongs to the next second, however its time was rounded.
+    const unsigned long long elapsed = frame.time > figures_.firstTime ? frame.time - figures_.firstTime : 0;
+    if (seconds_ > 0 && static_cast<double>(elapsed) > seconds_ * 1000 - halfTick_ && figures_.frames > 0) {
+        complete_ = true;
+        return;
+    }
+    if (!writer_.offer(frame)) {
+        ++figures_.dropped;
+        return;
+    }
+    if (figures_.frames++ > 0 && frame.time > figures_.lastTime) {
+        figures_.longestGap = std::max(figures_.longestGap, frame.time - figures_.lastTime);
+    }
+    figures_.lastTime = std::max(figures_.lastTime, frame.time);
+}
+
+bool Recording::complete() const {
+    const std::lock_guard lock(mutex_);
+    if (complete_ || !begun_ || seconds_ <= 0) return complete_;
+    return std::chrono::duration<double>(Clock::now() - begin_).count() > seconds_ + patienceSeconds;
+}
+
+RecordingFigures Recording::figures() const {
+    const std::lock_guard lock(mutex_);
+    return figures_;
+}
+
+}  // namespace orvocap
