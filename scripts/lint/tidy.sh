@@ -1,5 +1,5 @@
 #!/bin/bash
-# Runs clang-tidy over the sources that the given build knows, as many at a time as there are cores.
+# Runs clang-tidy over the sources of the product that the given build knows, as many at a time as there are cores.
 # A source that passed is not looked at again until it, a header or the settings change.
 set -euo pipefail
 build=$1
@@ -20,7 +20,7 @@ one() {
 }
 export -f one
 # shellcheck disable=SC2016 # the inner shell reads its own argument
-git ls-files -z --cached --others --exclude-standard '*.cpp' | grep -zv '_darwin\.cpp$' |
+git ls-files -z --cached --others --exclude-standard '*.cpp' ':!tests' |
     while IFS= read -r -d '' file; do
         ! grep -qF "\"file\": \"$PWD/$file\"" "$build/compile_commands.json" || printf '%s\0' "$file"
     done |

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "command.h"
+#include "failure.h"
 
 namespace orvocap {
 

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "command.h"
+#include "failure.h"
 
 namespace orvocap {
 

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <vector>
 
-#include "command.h"
+#include "failure.h"
 #include "screen_list.h"
 
 namespace orvocap {
