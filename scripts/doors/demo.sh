@@ -1,0 +1,12 @@
+#!/bin/bash
+# Shows the library at work on this display, or on one it starts itself; pictures and films go to demo-output.
+set -euo pipefail
+scripts/doors/setup.sh
+scripts/build.sh release
+rm -rf demo-output
+mkdir -p demo-output
+if [ -n "${DISPLAY-}" ]; then
+    exec scripts/demo-scene.sh
+fi
+echo "demo: no DISPLAY, so on a private Xvfb"
+exec scripts/with-xvfb.sh scripts/demo-scene.sh private
