@@ -25,8 +25,9 @@ class Counted {
     virtual ~Counted() = 0;  // the compiler must not take an object for a bare Counted when it inlines release()
 
   private:
-    // A pooled object goes back to its pool instead.
-    virtual void lastRelease() { delete this; }
+    // A pooled object goes back to its pool instead. Not inlined: g++ 12 takes deleting through a virtual base for a
+    // wrong pointer.
+    [[gnu::noinline]] virtual void lastRelease() { delete this; }
 
     mutable std::atomic<int32_t> count_{1};
 };

@@ -1,0 +1,62 @@
+// Bitmaps in memory of this process: image and pixel buffer in one object, so that wrapping one costs nothing.
+#pragma once
+
+#include "ScreenCapture/platform/image.h"
+
+namespace orvo::platform::software {
+
+// Common to everything whose pixels this process can read: 32-bit BGRA unless said otherwise.
+class Bitmap : public Image, public PixelBuffer {
+  public:
+    int width() const final { return width_; }
+    int height() const final { return height_; }
+    size_t bytesPerRow() const final { return bytesPerRow_; }
+    const uint8_t* bytes() const final { return pixels_; }
+    void lock() final {}
+    void unlock() final {}
+    const void* baseAddress() const final { return pixels_; }
+    const void* hostHandle() const final { return static_cast<const PixelBuffer*>(this); }
+
+  protected:
+    // pixels: the first byte of the top row, owned by the derived class.
+    Bitmap(int width, int height, size_t bytesPerRow, uint8_t* pixels)
+        : pixels_(pixels), bytesPerRow_(bytesPerRow), width_(width), height_(height) {}
+    uint8_t* pixels() const { return pixels_; }
+
+  private:
+    uint8_t* pixels_;
+    size_t bytesPerRow_;
+    int width_;
+    int height_;
+};
+
+// Owns its memory, aligned to 64 bytes and left as it was found: the maker writes every byte.
+class MemoryBitmap final : public Bitmap {
+  public:
+    // Null when the size is empty or there is no memory for it.
+    static Ref<MemoryBitmap> make(int width, int height, size_t bytesPerRow, int bitsPerPixel = 32);
+    ~MemoryBitmap() override;
+
+    int bitsPerPixel() const override { return bitsPerPixel_; }
+    uint8_t* paint(const PixelRect&) override { return pixels(); }
+    uint8_t* data() { return pixels(); }
+
+  private:
+    MemoryBitmap(int width, int height, size_t bytesPerRow, int bitsPerPixel, uint8_t* pixels)
+        : Bitmap(width, height, bytesPerRow, pixels), bitsPerPixel_(bitsPerPixel) {}
+
+    int bitsPerPixel_;
+};
+
+// A rectangle of another image's pixels, which it keeps alive. It cannot be painted: the pixels are not its own.
+class BitmapView final : public Bitmap {
+  public:
+    // area: inside the image, whose bytes can be read.
+    BitmapView(const Ref<Image>& image, const PixelRect& area);
+    uint8_t* paint(const PixelRect&) override { return nullptr; }
+
+  private:
+    Ref<Image> image_;
+};
+
+}  // namespace orvo::platform::software
