@@ -51,6 +51,8 @@ class ScriptedAccessibility final : public platform::Accessibility {
 
     ElementRef systemWide() override { return std::make_shared<ScriptedElement>(); }
     ElementRef application(int32_t pid) override {
+        auto pass = desktop_.gate.enter("applicationElement");
+        if (!pass) return nullptr;
         auto element = std::make_shared<ScriptedElement>();
         element->pid = pid;
         return element;

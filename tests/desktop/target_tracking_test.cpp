@@ -1,0 +1,231 @@
+// What the host hears of a target, in which order, how often.
+#include <algorithm>
+#include <map>
+
+#include "desktop/window_manager_fixture.h"
+
+namespace orvo::test {
+namespace {
+
+class TargetTrackingTest : public WindowManagerTest {
+  protected:
+    void SetUp() override {
+        WindowManagerTest::SetUp();
+        desktop().addApplication({.pid = 50, .name = "Editor"});
+        desktop().addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {10, 20, 300, 200}});
+        manager->setTargetWindow(7);
+        listen();
+    }
+};
+
+constexpr const char* kThere = "status 0: 7 10,20-310,220";
+const Lines kFine{"normal", kThere};
+
+TEST_F(TargetTrackingTest, FollowsTheApplication) {
+    EXPECT_EQ(check(7), kFine);
+    desktop().activateApplication(50);
+    EXPECT_EQ(check(7), (Lines{"normal", "status 4: 7 10,20-310,220", kThere}));
+    EXPECT_EQ(check(7), kFine);
+    desktop().activateApplication(0);
+    desktop().hideApplication(50);
+    EXPECT_EQ(check(7),
+              (Lines{"not normal", "status 5: 7 10,20-310,220", "thumbnail 2: 7 Letter", "status 7: 7 10,20-310,220"}));
+    EXPECT_EQ(check(7), Lines{"not normal"}) << "told once";
+    desktop().hideApplication(50, false);
+    EXPECT_EQ(check(7), (Lines{"normal", "status 6: 7 10,20-310,220", kThere}));
+    EXPECT_EQ(check(7), kFine);
+}
+
+TEST_F(TargetTrackingTest, FollowsMoves) {
+    desktop().moveWindow(7, {20.9, -30.9, 300, 200});
+    EXPECT_EQ(check(7),
+              (Lines{"normal", "moved 7: 20,-30 300x200", "status 8: 7 20,-30-320,169", "status 0: 7 20,-30-320,169"}));
+    EXPECT_TRUE(manager->getItemWithTargetWindow(7)->isWindowMoving);
+    EXPECT_EQ(check(7), (Lines{"normal", "status 0: 7 20,-30-320,169"}));
+    EXPECT_FALSE(manager->getItemWithTargetWindow(7)->isWindowMoving);
+}
+
+TEST_F(TargetTrackingTest, RepeatsThatTheWindowIsMinimized) {
+    desktop().minimizeWindow(7);
+    for (int tick = 0; tick < 2; ++tick) {
+        EXPECT_EQ(check(7), (Lines{"not normal", "moved 7: 0,0 0x0", "status 3: 7 0,0-0,0"})) << tick;
+    }
+    EXPECT_TRUE(manager->getItemWithTargetWindow(7)->isWindowMinimized);
+    desktop().minimizeWindow(7, false);
+    EXPECT_EQ(check(7), kFine) << "its own bounds were kept";
+    EXPECT_FALSE(manager->getItemWithTargetWindow(7)->isWindowMinimized);
+}
+
+TEST_F(TargetTrackingTest, TellsAMissingWindowEveryThreeSeconds) {
+    const Lines missing{"not normal", "status 1: 7 10,20-310,220"};
+    check(7);  // seen well now
+    desktop().closeWindow(7);
+    const std::pair<double, bool> steps[] = {{0.5, false}, {2.5, false}, {0.25, true},
+                                             {1, false},   {2, false},   {0.5, true}};
+    for (const auto& [seconds, isTold] : steps) {
+        desktop().stepper.advance(seconds);
+        EXPECT_EQ(check(7), isTold ? missing : Lines{"not normal"}) << seconds;
+    }
+}
+
+TEST_F(TargetTrackingTest, TellsAMissingWindowAtOnceWhenItWasNeverSeen) {
+    desktop().quitApplication(50);
+    EXPECT_EQ(check(7), (Lines{"not normal", "status 1: 7 10,20-310,220"}));
+    EXPECT_EQ(check(7), Lines{"not normal"});
+}
+
+TEST_F(TargetTrackingTest, TellsAnApplicationWithoutElement) {
+    desktop().gate.failEvery("applicationElement");
+    desktop().console.clear();
+    EXPECT_EQ(check(7), (Lines{"not normal", "thumbnail 2: 7 Letter", "status 1: 7 10,20-310,220"}));
+    EXPECT_EQ(desktop().console, Lines{"Error: failed to obtain UIElement for appID : 50"});
+    EXPECT_EQ(check(7, false), Lines{"not normal"});
+}
+
+TEST_F(TargetTrackingTest, KeepsUnregisteredTargetsToThemselves) {
+    manager->removeTargerWindow(7);
+    desktop().activateApplication(50);
+    for (int tick = 0; tick < 2; ++tick) {
+        // Its record is a new one every time, so that being active is a change every time.
+        EXPECT_EQ(check(7), (Lines{"normal", "status 4: 7 10,20-310,220", kThere}));
+    }
+    desktop().closeWindow(7);
+    EXPECT_EQ(check(7), Lines{"not normal"});
+}
+
+TEST_F(TargetTrackingTest, TellsNothingWhenOnlyAsked) {
+    desktop().activateApplication(50);
+    desktop().moveWindow(7, {1, 2, 3, 4});
+    EXPECT_EQ(check(7, false), Lines{"normal"});
+    desktop().window(7)->accessible = false;
+    EXPECT_EQ(check(7, false), Lines{"not normal"}) << "seen a moment ago";
+    desktop().stepper.advance(4);
+    EXPECT_EQ(check(7, false), (Lines{"not normal", "status 1: 7 1,2-4,6"})) << "the one exception";
+    for (const bool minimized : {true, false}) {
+        desktop().minimizeWindow(7, minimized);
+        desktop().hideApplication(50, !minimized);
+        EXPECT_EQ(check(7, false), Lines{"not normal"});
+    }
+}
+
+TEST_F(TargetTrackingTest, ChecksDisplays) {
+    desktop().addDisplay({.number = 2, .bounds = {1920, 0, 800, 600}});
+    manager->setTargetWindow(2);
+    EXPECT_EQ(check(2), Lines{"normal"});
+    desktop().removeDisplay(2);
+    EXPECT_EQ(check(2), (Lines{"not normal", "error 3"}));
+    EXPECT_EQ(check(2, false), Lines{"not normal"});
+}
+
+TEST_F(TargetTrackingTest, PostsOnlyWhatSomebodyListensTo) {
+    manager = std::make_shared<OrvoWindowManager>(std::make_shared<OrvoCaptureSettings>());
+    manager->setTargetWindow(7);
+    desktop().moveWindow(7, {1, 2, 3, 4});
+    manager->checkTargetWindowStatusIsNormal(7, true);
+    EXPECT_EQ(desktop().stepper.pending(mainQueue), 0u);
+}
+
+TEST_F(TargetTrackingTest, HandsNothingOverAfterTheEnd) {
+    desktop().hideApplication(50);
+    manager->checkTargetWindowStatusIsNormal(7, true);
+    manager->notifyWindowPicture(*manager->getItemWithTargetWindow(7), true);
+    EXPECT_GT(desktop().stepper.pending(mainQueue), 0u);
+    settings->shut();
+    manager.reset();
+    desktop().stepper.settle();
+    EXPECT_EQ(heard, Lines{});
+}
+
+TEST_F(TargetTrackingTest, ShowsAndHidesTheSource) {
+    struct Case {
+        uint32_t number;
+        int cmd;
+        bool isDone;
+        Lines orders;
+    };
+    const Case cases[] = {
+        {7, 1, true, {"main 7", "front 50", "activate 50"}},
+        {7, 2, true, {"hide 50"}},
+        {7, 3, false, {}},
+        {99, 1, false, {}},
+        {1, 1, false, {}},
+    };
+    for (const Case& entry : cases) {
+        desktop().hideApplication(50, false);
+        desktop().orders.clear();
+        EXPECT_EQ(manager->showTargetWindow(entry.number, entry.cmd), entry.isDone) << entry.cmd;
+        EXPECT_EQ(desktop().orders, entry.orders) << entry.number << " " << entry.cmd;
+    }
+    desktop().hideApplication(50, false);
+    desktop().window(7)->acceptsMain = false;
+    desktop().orders.clear();
+    EXPECT_FALSE(manager->showTargetWindow(7, 1));
+    EXPECT_EQ(desktop().orders, Lines{"activate 50"}) << "the application comes forward all the same";
+}
+
+TEST_F(TargetTrackingTest, AnswersRectangles) {
+    desktop().addDisplay({.number = 2, .bounds = {1920, 100, 800, 600}});
+    desktop().moveWindow(7, {10.6, 20.6, 300.6, 200.6});
+    const std::map<uint32_t, std::vector<int>> expected{
+        {7, {10, 20, 311, 221}}, {2, {1920, 380, 800, 600}}, {99, {0, 0, 0, 0}}};
+    for (const auto& [number, edges] : expected) {
+        const OrvoScreenCaptureRect rect = manager->getRectWithTargetWindow(number);
+        EXPECT_EQ((std::vector<int>{rect.left, rect.top, rect.right, rect.bottom}), edges) << number;
+    }
+}
+
+struct ShowCase {
+    const char* what;
+    const char* application;
+    ScriptedWindow show;
+    bool isTold;
+};
+
+class SlideShowTest : public TargetTrackingTest, public ::testing::WithParamInterface<ShowCase> {};
+
+TEST_P(SlideShowTest, ReplacesTheDocumentsWindow) {
+    ShowCase entry = GetParam();
+    desktop().addApplication({.pid = 60, .name = entry.application});
+    desktop().addWindow({.number = 8, .pid = 60, .title = "Plan.pptx", .bounds = {0, 0, 300, 200}});
+    manager->setTargetWindow(8);
+    desktop().closeWindow(8);
+    entry.show.pid = 60;
+    if (entry.show.number == 0) entry.show.number = 9;
+    desktop().addWindow(entry.show);
+    const std::string told = "process 4: " + std::to_string(entry.show.number) + " " + entry.show.title;
+    EXPECT_EQ(check(8), entry.isTold ? (Lines{"normal", told}) : (Lines{"not normal", "status 1: 8 0,0-300,200"}));
+}
+
+const platform::Rect kScreen{0, 0, 1920, 1080};
+INSTANTIATE_TEST_SUITE_P(
+    Programs, SlideShowTest,
+    ::testing::Values(
+        ShowCase{"PowerPoint", "Microsoft PowerPoint", {.title = "Show - Plan.pptx", .bounds = kScreen}, true},
+        ShowCase{"Wps", "WPS Office", {.title = "Plan", .bounds = kScreen}, true},
+        ShowCase{"NoTitle", "WPS Office", {.title = "", .bounds = kScreen}, true},
+        ShowCase{"Offset", "WPS Office", {.title = "", .bounds = {50, 50, 1920, 1080}}, true},
+        ShowCase{"Keynote", "Keynote", {.title = "Plan.pptx", .bounds = kScreen}, true},
+        ShowCase{"FullScreen", "Keynote", {.title = "Plan", .bounds = {0, 0, 9, 9}, .fullScreen = true}, true},
+        ShowCase{"PointSmaller", "Keynote", {.title = "Plan", .bounds = {0, 0, 1919, 1080}}, false},
+        ShowCase{"OtherTitle", "WPS Office", {.title = "Budget", .bounds = kScreen}, false},
+        ShowCase{"OtherProgram", "Editor 2", {.title = "Plan.pptx", .bounds = kScreen}, false},
+        ShowCase{"NotListed", "Keynote", {.title = "Plan", .bounds = kScreen, .alpha = 0.5}, false},
+        ShowCase{"NotListedEither", "WPS Office", {.title = "Plan", .bounds = kScreen, .layer = 25}, false}),
+    [](const auto& instance) { return std::string(instance.param.what); });
+
+TEST_F(TargetTrackingTest, TheLastSlideShowWins) {
+    desktop().addApplication({.pid = 60, .name = "Keynote"});
+    desktop().addWindow({.number = 8, .pid = 60, .title = "Plan", .bounds = {0, 0, 300, 200}});
+    manager->setTargetWindow(8);
+    desktop().addWindow({.number = 9, .pid = 60, .title = "Plan", .bounds = kScreen});
+    desktop().addWindow({.number = 10, .pid = 60, .title = "Plan 2", .bounds = kScreen});
+    desktop().addWindow({.number = 11, .pid = 60, .title = "", .bounds = kScreen, .alpha = 0.5});
+    desktop().console.clear();
+    // Its own window is still there and told as such first.
+    EXPECT_EQ(check(8), (Lines{"normal", "status 0: 8 0,0-300,200", "process 4: 9 Plan"}));
+    const std::string line = "tempWindow title Plan, windowID : 9 ,\n windowTitle Plan ,windowID 8";
+    EXPECT_EQ(std::count(desktop().console.begin(), desktop().console.end(), line), 1);
+}
+
+}  // namespace
+}  // namespace orvo::test

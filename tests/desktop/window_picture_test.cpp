@@ -1,0 +1,153 @@
+// Pictures, icons and titles for the picker.
+#include <cstring>
+
+#include "desktop/window_manager_fixture.h"
+
+namespace orvo::test {
+namespace {
+
+class WindowPictureTest : public WindowManagerTest {
+  protected:
+    OrvoWindow record(uint32_t number, bool isScreen = false) {
+        OrvoWindow record;
+        record.windowID = number;
+        record.isScreen = isScreen;
+        record.windowName = "Letter";
+        record.appName = "Editor";
+        return record;
+    }
+};
+
+TEST_F(WindowPictureTest, ScalesToTheWidth) {
+    desktop().addDisplay({.number = 2, .bounds = {1920, 0, 800, 600}});
+    desktop().addWindow({.number = 7, .pid = 50, .bounds = {0, 0, 1600, 1000}});
+    desktop().addWindow({.number = 8, .pid = 50, .bounds = {0, 0, 300, 200}});
+    struct Case {
+        OrvoWindow window;
+        uint32_t height;
+    };
+    for (const Case& entry : {Case{record(7), 250}, Case{record(8), 266}, Case{record(2, true), 300}}) {
+        const auto item = manager->imageForAppname("", &entry.window);
+        ASSERT_NE(item, nullptr);
+        EXPECT_EQ(item->width, 400u);
+        EXPECT_EQ(item->height, entry.height);
+        EXPECT_EQ(item->bitsPerPixel, 32u);
+        EXPECT_EQ(item->length, 400 * entry.height * 4);
+        EXPECT_EQ(item->stride, 1600u);
+        EXPECT_EQ(item->data[2], entry.window.windowID) << "whose picture it is";
+        EXPECT_EQ(item->data[item->length - 1], 0xFF);
+    }
+}
+
+TEST_F(WindowPictureTest, SaysWhyThereIsNoPicture) {
+    OrvoWindow window = record(99);
+    OrvoWindow screen = record(98, true);
+    EXPECT_EQ(manager->imageForAppname("", nullptr), nullptr);
+    EXPECT_EQ(manager->imageForAppname("", &window), nullptr);
+    EXPECT_EQ(manager->imageForAppname("", &screen), nullptr);
+    const std::string name = "-[OrvoWindowManager imageForAppname:item:] ";
+    EXPECT_EQ(desktop().console, (Lines{name + "window image is nil windowtitle Letter",
+                                        name + "screen image is nil windowtitle Letter"}));
+    desktop().addWindow({.number = 7, .pid = 50, .bounds = {0, 0, 30, 20}});
+    for (const char* step : {"scaled", "flatten"}) {
+        desktop().gate.failEvery(step);
+        window.windowID = 7;
+        EXPECT_EQ(manager->imageForAppname("", &window), nullptr) << step;
+    }
+}
+
+TEST_F(WindowPictureTest, CopiesTheStartOfPaddedRows) {
+    // 5 pixels are 20 bytes in rows of 64; the copy does not skip the rest of a row.
+    const auto image = pattern(9, 5, 3);
+    const auto item = thumbnail::makeBitmapItem(*image);
+    ASSERT_EQ(item->length, 60u);
+    EXPECT_EQ(item->stride, image->bytesPerRow());
+    EXPECT_EQ(std::memcmp(item->data, image->bytes(), 60), 0);
+    image->hidesBytes = true;
+    EXPECT_EQ(thumbnail::makeBitmapItem(*image), nullptr);
+}
+
+TEST_F(WindowPictureTest, FindsIcons) {
+    const auto icon = [](int width, int height) { return pictureOf(pattern(3, width, height)); };
+    desktop().addApplication({.pid = 50, .name = "Editor", .icon = icon(512, 256)});
+    desktop().addApplication({.pid = 51, .name = "Plain"});
+    desktop().addApplication({.pid = 52, .name = "Plain", .icon = icon(64, 64)});
+    desktop().addApplication({.pid = 53, .name = "Bare"});
+    desktop().installed = {{"Plain", "/plain"}, {"Stored", "/stored"}, {"Lost", "/lost"}, {"", "/nameless"}};
+    desktop().files = {{"/plain", icon(32, 64)}, {"/stored", icon(64, 64)}, {"/nameless", icon(1, 1)}};
+    const std::string absent = "Could not find an app with the name “";
+    struct Case {
+        const char* name;
+        uint32_t height;  // 0: no icon
+        Lines console;
+    };
+    const Case cases[] = {
+        {"Editor", 200, {}},  // twice as wide as high gives twice as high as wide
+        {"Plain", 50, {}},    // the first of the name has none, so that the stored one is taken
+        {"Stored", 100, {}},
+        {"Bare", 0, {absent + "Bare”."}},
+        {"editor", 0, {absent + "editor”."}},
+        {"Lost", 0, {"Error: " + absent + "Lost”."}},
+        {"", 0, {"Error: " + absent + "”."}},
+    };
+    for (const Case& entry : cases) {
+        desktop().console.clear();
+        const auto item = manager->iconForAppname(entry.name);
+        ASSERT_EQ(item != nullptr, entry.height != 0) << entry.name;
+        EXPECT_EQ(desktop().console, entry.console);
+        if (!item) continue;
+        EXPECT_EQ(item->width, 100u);
+        EXPECT_EQ(item->height, entry.height) << entry.name;
+    }
+}
+
+TEST_F(WindowPictureTest, DeliversPicturesAskedFor) {
+    desktop().addApplication({.pid = 50, .name = "Editor", .icon = pictureOf(pattern(3, 8, 8))});
+    desktop().addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {0, 0, 40, 20}});
+    listen();
+    EXPECT_TRUE(manager->registTargetWindow(7));
+    EXPECT_EQ(desktop().stepper.pending(mainQueue), 0u) << "built on the picture queue";
+    EXPECT_EQ(desktop().stepper.pending(windowQueue), 1u);
+    EXPECT_FALSE(manager->registTargetWindow(99));
+    EXPECT_TRUE(manager->unRegistTargetWindowId(99));
+    desktop().stepper.settle();
+    EXPECT_EQ(heard, Lines{"thumbnail 5: 7 Letter picture icon"});
+    EXPECT_EQ(manager->getItemWithTargetWindow(7)->isActive, false);
+
+    manager->notifyWindowPicture(record(99), true);
+    manager->notifyWindowPicture(record(7), false);
+    heard.clear();
+    desktop().stepper.settle();
+    EXPECT_EQ(heard, Lines{"thumbnail 5: 99 Letter icon"}) << "sent without a picture too";
+}
+
+TEST_F(WindowPictureTest, CutsTitlesBetweenCharacters) {
+    const auto text = [](size_t letters, const std::string& end) { return std::string(letters, 'a') + end; };
+    struct Case {
+        std::string title;
+        size_t length;
+    };
+    const Case cases[] = {
+        {"", 0},
+        {text(255, ""), 255},
+        {text(256, ""), 255},
+        {text(253, "é"), 255},
+        {text(254, "é"), 254},
+        {text(252, "程"), 255},
+        {text(253, "程"), 253},
+        {text(254, "程序"), 254},
+        {text(252, "😀"), 252},
+        {text(251, "😀"), 255},
+        {std::string(300, '\x80'), 255},  // no UTF-8 at all
+    };
+    for (const Case& entry : cases) {
+        char field[256];
+        std::memset(field, 'x', sizeof field);
+        thumbnail::copyTitle(field, entry.title);
+        EXPECT_EQ(std::string(field), entry.title.substr(0, entry.length)) << entry.title.size();
+        EXPECT_EQ(field[255], 0);
+    }
+}
+
+}  // namespace
+}  // namespace orvo::test
