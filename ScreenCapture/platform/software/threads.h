@@ -1,0 +1,13 @@
+// Threads of the library.
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+namespace orvo::platform::software {
+
+// Runs the body on a thread of its own that nobody waits for. The thread is named after the last characters of the
+// label and blocks every signal, so that the host's handlers stay on the host's threads.
+void startThread(std::string_view label, std::function<void()> body);
+
+}  // namespace orvo::platform::software

@@ -1,0 +1,274 @@
+// A connection to the X server on which no wait is without a limit.
+#include "ScreenCapture/platform/x11/connection.h"
+
+#include <poll.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <xcb/composite.h>
+#include <xcb/damage.h>
+#include <xcb/randr.h>
+#include <xcb/render.h>
+#include <xcb/res.h>
+#include <xcb/shape.h>
+#include <xcb/shm.h>
+#include <xcb/xcbext.h>
+#include <xcb/xfixes.h>
+#include <xcb/xinput.h>
+
+#include <cerrno>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "ScreenCapture/platform/software/threads.h"
+
+namespace orvo::platform::x11 {
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+
+// One call of xcb_connect, which waits for the server without a limit, on a thread that can be left behind.
+struct Attempt {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool done = false;
+    bool abandoned = false;
+    xcb_connection_t* connection = nullptr;
+    int screen = 0;
+};
+
+void connectOnThread(const std::shared_ptr<Attempt>& attempt, const std::string& display) {
+    software::startThread("orvo x11 connect", [attempt, display] {
+        int screen = 0;
+        xcb_connection_t* connection = xcb_connect(display.c_str(), &screen);
+        std::unique_lock lock(attempt->mutex);
+        attempt->done = true;
+        if (attempt->abandoned) {
+            lock.unlock();
+            xcb_disconnect(connection);
+            return;
+        }
+        attempt->connection = connection;
+        attempt->screen = screen;
+        attempt->changed.notify_all();
+    });
+}
+
+// Threads left behind by servers that hang: at most a few, then the next attempts wait for one of them to end.
+class OverdueAttempts {
+  public:
+    bool mayBegin() {
+        std::lock_guard lock(mutex_);
+        for (auto& slot : overdue_) {
+            if (slot && isDone(*slot)) slot = nullptr;
+            if (!slot) return true;
+        }
+        return false;
+    }
+    void add(std::shared_ptr<Attempt> attempt) {
+        std::lock_guard lock(mutex_);
+        for (auto& slot : overdue_)
+            if (!slot) {
+                slot = std::move(attempt);
+                return;
+            }
+    }
+
+  private:
+    static bool isDone(Attempt& attempt) {
+        std::lock_guard lock(attempt.mutex);
+        return attempt.done;
+    }
+    std::mutex mutex_;
+    std::shared_ptr<Attempt> overdue_[4];
+};
+
+OverdueAttempts& overdueAttempts() {
+    static OverdueAttempts& attempts = *new OverdueAttempts;
+    return attempts;
+}
+
+xcb_screen_t* screenOf(xcb_connection_t* connection, int number) {
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+    while (number-- > 0 && screens.rem > 1) xcb_screen_next(&screens);
+    return screens.rem > 0 ? screens.data : nullptr;
+}
+
+bool isLocal(int descriptor) {
+    sockaddr_storage address{};
+    socklen_t length = sizeof(address);
+    return getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) == 0 && address.ss_family == AF_UNIX;
+}
+
+}  // namespace
+
+PipeGuard::PipeGuard() {
+    sigset_t pipe;
+    sigemptyset(&pipe);
+    sigaddset(&pipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipe, &before_);
+    blocked_ = sigismember(&before_, SIGPIPE) == 0;
+}
+
+PipeGuard::~PipeGuard() {
+    if (!blocked_) return;
+    sigset_t pipe;
+    sigemptyset(&pipe);
+    sigaddset(&pipe, SIGPIPE);
+    const timespec now{};
+    while (sigtimedwait(&pipe, nullptr, &now) == SIGPIPE) {
+    }
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+std::unique_ptr<Connection> Connection::open() {
+    const char* display = getenv("DISPLAY");
+    if (!display || !*display || !overdueAttempts().mayBegin()) return nullptr;
+    const PipeGuard guard;
+    const auto attempt = std::make_shared<Attempt>();
+    connectOnThread(attempt, display);
+    {
+        std::unique_lock lock(attempt->mutex);
+        if (!attempt->changed.wait_for(lock, kServerLimit, [&] { return attempt->done; })) {
+            attempt->abandoned = true;
+            lock.unlock();
+            overdueAttempts().add(attempt);
+            return nullptr;
+        }
+    }
+    std::unique_ptr<Connection> connection(new Connection(attempt->connection, attempt->screen));
+    return connection->lost() ? nullptr : std::move(connection);
+}
+
+Connection::Connection(xcb_connection_t* raw, int screenNumber) : raw_(raw) {
+    lost_ = xcb_connection_has_error(raw_) != 0;
+    if (lost_) return;
+    screen_ = screenOf(raw_, screenNumber);
+    lost_ = !screen_ || !learnExtensions();
+}
+
+Connection::~Connection() {
+    const PipeGuard guard;
+    events_.clear();
+    xcb_disconnect(raw_);
+}
+
+int Connection::descriptor() const {
+    return xcb_get_file_descriptor(raw_);
+}
+
+// Asked for all at once, and known before any extension is used: xcb itself would ask and wait without a limit.
+bool Connection::learnExtensions() {
+    struct Wanted {
+        xcb_extension_t* id;
+        uint8_t* opcode;
+        uint8_t* firstEvent;
+    };
+    uint8_t unused = 0;
+    auto& found = extensions_;
+    const Wanted wanted[] = {{&xcb_shm_id, &found.shm, &unused},
+                             {&xcb_xfixes_id, &found.xfixes, &found.xfixesEvent},
+                             {&xcb_damage_id, &found.damage, &found.damageEvent},
+                             {&xcb_render_id, &found.render, &unused},
+                             {&xcb_composite_id, &found.composite, &unused},
+                             {&xcb_randr_id, &found.randr, &found.randrEvent},
+                             {&xcb_shape_id, &found.shape, &found.shapeEvent},
+                             {&xcb_input_id, &found.input, &unused},
+                             {&xcb_res_id, &found.res, &unused}};
+    for (const auto& extension : wanted) xcb_prefetch_extension_data(raw_, extension.id);
+    xcb_prefetch_maximum_request_length(raw_);
+    if (!sync()) return false;
+    for (const auto& extension : wanted) {
+        const auto* data = xcb_get_extension_data(raw_, extension.id);
+        if (!data || !data->present) continue;
+        *extension.opcode = data->major_opcode;
+        *extension.firstEvent = data->first_event;
+    }
+
+    // Several extensions have to be greeted with a version before anything else.
+    if (found.xfixes) xcb_discard_reply(raw_, xcb_xfixes_query_version(raw_, 5, 0).sequence);
+    if (found.damage) xcb_discard_reply(raw_, xcb_damage_query_version(raw_, 1, 1).sequence);
+    if (found.render) xcb_discard_reply(raw_, xcb_render_query_version(raw_, 0, 11).sequence);
+    if (found.composite) xcb_discard_reply(raw_, xcb_composite_query_version(raw_, 0, 4).sequence);
+    if (found.input) xcb_discard_reply(raw_, xcb_input_xi_query_version(raw_, 2, 2).sequence);
+    if (found.randr) {
+        const auto version = await<xcb_randr_query_version_reply_t>(xcb_randr_query_version(raw_, 1, 5).sequence);
+        if (!version || (version->major_version == 1 && version->minor_version < 5)) found.randr = 0;
+    }
+    if (found.shm) {
+        const auto version = await<xcb_shm_query_version_reply_t>(xcb_shm_query_version(raw_).sequence);
+        const bool byDescriptor = version && (version->major_version > 1 || version->minor_version >= 2);
+        found.sharedMemory = byDescriptor && isLocal(descriptor());
+        found.sharedPixmaps = found.sharedMemory && version->shared_pixmaps;
+    }
+    return sync();
+}
+
+bool Connection::waitReadable(SteadyClock::time_point until) {
+    while (true) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - SteadyClock::now()).count();
+        if (left <= 0) return false;
+        pollfd wait{descriptor(), POLLIN, 0};
+        const int ready = poll(&wait, 1, static_cast<int>(left));
+        if (ready > 0) return true;
+        if (ready < 0 && errno != EINTR) return false;
+    }
+}
+
+void* Connection::awaitReply(unsigned sequence) {
+    if (lost_) return nullptr;
+    flush();
+    const auto until = SteadyClock::now() + kServerLimit;
+    while (true) {
+        void* reply = nullptr;
+        xcb_generic_error_t* error = nullptr;
+        if (xcb_poll_for_reply(raw_, sequence, &reply, &error)) {
+            std::free(error);
+            lost_ = xcb_connection_has_error(raw_) != 0;
+            return reply;
+        }
+        if (!waitReadable(until)) {
+            lost_ = true;
+            return nullptr;
+        }
+        // Asking for an event is what reads the socket.
+        if (xcb_generic_event_t* event = xcb_poll_for_event(raw_)) events_.emplace_back(event);
+    }
+}
+
+bool Connection::succeeded(xcb_void_cookie_t cookie) {
+    // A reply that follows the request tells that its error, if any, has arrived.
+    if (!sync()) return false;
+    const Reply<xcb_generic_error_t> error(xcb_request_check(raw_, cookie));
+    return !error;
+}
+
+bool Connection::sync() {
+    // Without a reply there is an error only when the connection is lost: the request has no other.
+    return await<xcb_get_input_focus_reply_t>(xcb_get_input_focus(raw_).sequence) != nullptr;
+}
+
+void Connection::flush() {
+    if (!lost_ && xcb_flush(raw_) <= 0) lost_ = true;
+}
+
+Event Connection::nextEvent() {
+    while (!lost_) {
+        Event event;
+        if (!events_.empty()) {
+            event = std::move(events_.front());
+            events_.pop_front();
+        } else {
+            event.reset(xcb_poll_for_event(raw_));
+            if (!event) {
+                lost_ = xcb_connection_has_error(raw_) != 0;
+                return nullptr;
+            }
+        }
+        if (event->response_type != 0) return event;  // type 0: an error of a request that nobody awaits
+    }
+    return nullptr;
+}
+
+}  // namespace orvo::platform::x11

@@ -1,0 +1,97 @@
+// A connection to the X server on which no wait is without a limit.
+#pragma once
+
+#include <signal.h>
+#include <xcb/xcb.h>
+
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <deque>
+#include <memory>
+
+namespace orvo::platform::x11 {
+
+// Every wait for the server ends after this time; a server that has not answered then counts as lost.
+constexpr std::chrono::milliseconds kServerLimit{1000};
+
+struct FreeMemory {
+    void operator()(void* memory) const { std::free(memory); }
+};
+// A reply, an event or an error, as xcb hands them out.
+template <typename T>
+using Reply = std::unique_ptr<T, FreeMemory>;
+using Event = Reply<xcb_generic_event_t>;
+
+// Keeps SIGPIPE from the calling thread while it talks to a server that may have gone. Queue threads need none: they
+// block every signal.
+class PipeGuard {
+  public:
+    PipeGuard();
+    ~PipeGuard();
+    PipeGuard(const PipeGuard&) = delete;
+    PipeGuard& operator=(const PipeGuard&) = delete;
+
+  private:
+    sigset_t before_{};
+    bool blocked_ = false;
+};
+
+// What the server offers beside the core protocol, each 0 when it does not.
+struct Extensions {
+    uint8_t shm = 0, xfixes = 0, damage = 0, render = 0, composite = 0, randr = 0, shape = 0, input = 0, res = 0;
+    uint8_t xfixesEvent = 0, damageEvent = 0, randrEvent = 0, shapeEvent = 0;  // first event of each
+    bool sharedPixmaps = false;  // memory given by descriptor can back pixmaps
+    bool sharedMemory = false;   // memory can be given by descriptor
+};
+
+// For one thread at a time. Requests go through raw(); what needs an answer is awaited by its sequence number:
+//     const auto cookie = xcb_get_geometry(x.raw(), window);
+//     const auto geometry = x.await<xcb_get_geometry_reply_t>(cookie.sequence);
+// Errors of requests that nobody awaits are dropped with their events.
+class Connection {
+  public:
+    // Connects to the server that DISPLAY names now; null when it cannot be reached within kServerLimit.
+    static std::unique_ptr<Connection> open();
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    xcb_connection_t* raw() const { return raw_; }
+    xcb_screen_t* screen() const { return screen_; }
+    xcb_window_t root() const { return screen_->root; }
+    const Extensions& extensions() const { return extensions_; }
+    int descriptor() const;
+
+    // The server is gone or did not answer in time. It stays so: open another connection.
+    bool lost() const { return lost_; }
+
+    // The reply of a request; null on its error, or when the connection is lost.
+    template <typename T>
+    Reply<T> await(unsigned sequence) {
+        return Reply<T>(static_cast<T*>(awaitReply(sequence)));
+    }
+    // True when the checked request went well.
+    bool succeeded(xcb_void_cookie_t cookie);
+    // Waits until the server has done everything asked so far; false when it is lost.
+    bool sync();
+    void flush();
+
+    // The next event that has arrived, null when there is none. Never waits.
+    Event nextEvent();
+
+  private:
+    Connection(xcb_connection_t* raw, int screenNumber);
+
+    bool learnExtensions();
+    void* awaitReply(unsigned sequence);
+    bool waitReadable(std::chrono::steady_clock::time_point until);
+
+    xcb_connection_t* raw_;
+    xcb_screen_t* screen_ = nullptr;
+    Extensions extensions_;
+    std::deque<Event> events_;  // read while waiting for a reply
+    bool lost_ = false;
+};
+
+}  // namespace orvo::platform::x11

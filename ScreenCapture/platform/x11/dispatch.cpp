@@ -1,0 +1,173 @@
+// The main queue: one persistent GLib source over a job list.
+#include "ScreenCapture/platform/x11/dispatch.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "ScreenCapture/platform/linux_main_queue.h"
+#include "ScreenCapture/platform/software/queues.h"
+#include "xplatform/common/orvosyslog.h"
+
+namespace orvo::platform::x11 {
+namespace {
+
+constexpr int64_t kUndrainedMicroseconds = 3'000'000;
+constexpr int kMostRounds = 100;
+
+class MainQueue {
+  public:
+    static MainQueue& instance() {
+        static MainQueue& queue = *new MainQueue;  // lives as long as the process: jobs may come at any time
+        return queue;
+    }
+
+    void post(Job job) {
+        {
+            std::lock_guard lock(mutex_);
+            if (waiting_.empty()) waitingSince_ = g_get_monotonic_time();
+            waiting_.push_back(std::move(job));
+        }
+        g_main_context_wakeup(nullptr);
+        noteDelay();
+    }
+
+    void noteDelay() {
+        if (drained_.load(std::memory_order_relaxed) || told_.load(std::memory_order_relaxed)) return;
+        {
+            std::lock_guard lock(mutex_);
+            if (waiting_.empty() || g_get_monotonic_time() - waitingSince_ < kUndrainedMicroseconds) return;
+        }
+        if (!told_.exchange(true))
+            syslog_ex(1, ESYSLOG_WARN, "X11", __LINE__,
+                      "nobody drains the main queue: run GLib's default main context or call "
+                      "orvo_screencapture_run_main_queue");
+    }
+
+    int run(int milliseconds) {
+        if (!g_main_context_acquire(nullptr)) return 0;
+        const uint64_t before = ran_;
+        const int64_t outerEnd = runEnd_;
+        const int64_t end = g_get_monotonic_time() + static_cast<int64_t>(milliseconds) * 1000;
+        if (milliseconds == 0) {
+            // Another source may be more urgent than ours and take a round of its own.
+            for (int round = 0; round < kMostRounds && ran_ == before; ++round)
+                if (!g_main_context_iteration(nullptr, FALSE)) break;
+        } else {
+            wakeAt(milliseconds < 0 ? -1 : end);
+            while (milliseconds < 0 || g_get_monotonic_time() < end) g_main_context_iteration(nullptr, TRUE);
+            wakeAt(outerEnd);
+        }
+        g_main_context_release(nullptr);
+        return static_cast<int>(std::min<uint64_t>(ran_ - before, INT_MAX));
+    }
+
+  private:
+    struct Source {
+        GSource base;
+        MainQueue* queue;
+    };
+
+    MainQueue() {
+        static GSourceFuncs jobFuncs = {prepare, check, dispatch, nullptr, nullptr, nullptr};
+        GSource* jobs = g_source_new(&jobFuncs, sizeof(Source));
+        reinterpret_cast<Source*>(jobs)->queue = this;
+        g_source_set_name(jobs, "orvo main queue");
+        g_source_attach(jobs, nullptr);
+        g_source_unref(jobs);  // the context keeps it
+
+        static GSourceFuncs alarmFuncs = {nullptr, nullptr, ring, nullptr, nullptr, nullptr};
+        alarm_ = g_source_new(&alarmFuncs, sizeof(GSource));
+        g_source_set_can_recurse(alarm_, TRUE);
+        g_source_attach(alarm_, nullptr);
+    }
+
+    // Has the context wake up at a time, so that run() ends then; below 0 never.
+    void wakeAt(int64_t when) {
+        runEnd_ = when;
+        g_source_set_ready_time(alarm_, when);
+    }
+
+    static gboolean ring(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
+        g_source_set_ready_time(source, -1);
+        return G_SOURCE_CONTINUE;
+    }
+
+    bool ready() {
+        std::lock_guard lock(mutex_);
+        return !waiting_.empty();
+    }
+    static gboolean prepare(GSource* source, gint* timeout) {
+        *timeout = -1;
+        return reinterpret_cast<Source*>(source)->queue->ready();
+    }
+    static gboolean check(GSource* source) { return reinterpret_cast<Source*>(source)->queue->ready(); }
+    static gboolean dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
+        reinterpret_cast<Source*>(source)->queue->runReady();
+        return G_SOURCE_CONTINUE;
+    }
+
+    // GLib blocks the source meanwhile: a job that iterates the context finds none of the others.
+    void runReady() {
+        {
+            std::lock_guard lock(mutex_);
+            std::swap(waiting_, running_);
+        }
+        drained_ = true;
+        for (Job& job : running_) {
+            std::exchange(job, nullptr)();
+            ran_++;
+        }
+        running_.clear();
+    }
+
+    std::mutex mutex_;
+    std::vector<Job> waiting_;
+    int64_t waitingSince_ = 0;
+    std::atomic<bool> drained_{false};
+    std::atomic<bool> told_{false};
+    // Touched by the context's owner only.
+    std::vector<Job> running_;
+    uint64_t ran_ = 0;
+    GSource* alarm_ = nullptr;
+    int64_t runEnd_ = -1;
+};
+
+}  // namespace
+
+void postToMainQueue(Job job) {
+    MainQueue::instance().post(std::move(job));
+}
+void noteMainQueueDelay() {
+    MainQueue::instance().noteDelay();
+}
+
+void X11Dispatch::mainAsync(Job job) {
+    postToMainQueue(std::move(job));
+}
+
+std::shared_ptr<SerialQueue> X11Dispatch::makeSerialQueue(const char* label) {
+    return software::makeSerialQueue(label);
+}
+
+std::shared_ptr<Timer> X11Dispatch::makeTimer(const std::shared_ptr<SerialQueue>& queue, uint64_t intervalNanoseconds,
+                                              Job tick) {
+    return software::makeTimer(queue, intervalNanoseconds, std::move(tick));
+}
+
+int runMainQueueHere(int milliseconds) {
+    return MainQueue::instance().run(milliseconds);
+}
+
+}  // namespace orvo::platform::x11
+
+namespace orvo::platform {
+int runMainQueue(int milliseconds) {
+    return x11::runMainQueueHere(milliseconds);
+}
+}  // namespace orvo::platform

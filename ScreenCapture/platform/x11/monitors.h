@@ -1,0 +1,40 @@
+// The monitors as RandR describes them.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "ScreenCapture/platform/values.h"
+#include "ScreenCapture/platform/x11/connection.h"
+
+namespace orvo::platform::x11 {
+
+class ModelPart;
+
+struct Monitor {
+    uint32_t number = 0;  // its name's atom: stable while the server lives
+    bool primary = false;
+    PixelRect area;  // root coordinates, origin top-left
+    bool operator==(const Monitor&) const = default;
+};
+
+struct MonitorList {
+    std::vector<Monitor> all;  // in the server's order
+
+    const Monitor* find(uint32_t number) const;
+    // The primary monitor if its top is at the root's, else the first such one, else the first; null without any.
+    const Monitor* main() const;
+};
+
+// Asks the server; the whole root window where it has no RandR 1.5.
+MonitorList queryMonitors(Connection& x);
+
+// Asks for the events that tell of changed monitors. Some changes are told only by a ConfigureNotify of the root
+// window: its StructureNotify has to be selected too.
+void selectMonitorEvents(Connection& x);
+bool tellsOfMonitors(const Connection& x, const xcb_generic_event_t& event);
+
+std::unique_ptr<ModelPart> makeMonitorPart();
+
+}  // namespace orvo::platform::x11

@@ -1,0 +1,45 @@
+// The x11 parts of the port.
+#include "ScreenCapture/platform/platform.h"
+#include "ScreenCapture/platform/x11/dispatch.h"
+#include "ScreenCapture/platform/x11/displays.h"
+#include "ScreenCapture/platform/x11/nothing.h"
+#include "ScreenCapture/platform/x11/system.h"
+
+namespace orvo::platform {
+namespace {
+
+class X11Platform final : public Platform {
+  public:
+    Dispatch& dispatch() override { return dispatch_; }
+    Clock& clock() override { return clock_; }
+    System& system() override { return system_; }
+    Displays& displays() override { return displays_; }
+    std::shared_ptr<DisplayCapture> makeDisplayCapture() override { return nullptr; }
+    WindowServer& windowServer() override { return windowServer_; }
+    Imaging& imaging() override { return imaging_; }
+    Pointer& pointer() override { return pointer_; }
+    Accessibility& accessibility() override { return accessibility_; }
+    Workspace& workspace() override { return workspace_; }
+    Notifications& notifications() override { return notifications_; }
+
+  private:
+    x11::X11Dispatch dispatch_;
+    x11::X11Clock clock_;
+    x11::X11System system_;
+    x11::X11Displays displays_;
+    x11::X11Notifications notifications_;
+    x11::NoWindowServer windowServer_;
+    x11::NoImaging imaging_;
+    x11::NoPointer pointer_;
+    x11::NoAccessibility accessibility_;
+    x11::NoWorkspace workspace_;
+};
+
+}  // namespace
+
+Platform& platform() {
+    static Platform& one = *new X11Platform;
+    return one;
+}
+
+}  // namespace orvo::platform

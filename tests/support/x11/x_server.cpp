@@ -1,0 +1,167 @@
+// A private X server and a client that paints on it.
+#include "support/x11/x_server.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+
+namespace orvo::testing {
+namespace {
+
+int spawn(const std::vector<std::string>& command, int keepDescriptor = -1) {
+    std::vector<char*> words;
+    for (const auto& word : command) words.push_back(const_cast<char*>(word.c_str()));
+    words.push_back(nullptr);
+    const int pid = fork();
+    if (pid == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        sigset_t none;
+        sigemptyset(&none);
+        pthread_sigmask(SIG_SETMASK, &none, nullptr);
+        if (keepDescriptor >= 0) fcntl(keepDescriptor, F_SETFD, 0);
+        const int null = open("/dev/null", O_RDWR);
+        dup2(null, STDERR_FILENO);
+        execvp(words[0], words.data());
+        _exit(127);
+    }
+    return pid;
+}
+
+int waitFor(int pid) {
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace
+
+XServer::XServer(const std::string& screen, const std::vector<std::string>& arguments) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    std::vector<std::string> command = {
+        "Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", screen, "-nolisten", "tcp", "-noreset"};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    pid_ = spawn(command, ends[1]);
+    close(ends[1]);
+    // The server closes the pipe when it has written its number, or has failed.
+    char text[16] = {};
+    size_t length = 0;
+    ssize_t got = 0;
+    while (length + 1 < sizeof(text) && (got = ::read(ends[0], text + length, 1)) == 1 && text[length] != '\n')
+        length++;
+    close(ends[0]);
+    if (got != 1) throw std::runtime_error("Xvfb did not start");
+    text[length] = 0;
+    display_ = std::string(":") + text;
+    setenv("DISPLAY", display_.c_str(), 1);
+}
+
+XServer::~XServer() {
+    kill();
+    for (int client : clients_) {
+        ::kill(client, SIGKILL);
+        waitFor(client);
+    }
+}
+
+void XServer::kill() {
+    if (pid_ < 0) return;
+    ::kill(pid_, SIGKILL);
+    waitFor(pid_);
+    pid_ = -1;
+    const std::string number = display_.substr(1);
+    unlink(("/tmp/.X" + number + "-lock").c_str());
+    unlink(("/tmp/.X11-unix/X" + number).c_str());
+}
+
+void XServer::suspend() {
+    ::kill(pid_, SIGSTOP);
+}
+void XServer::resume() {
+    ::kill(pid_, SIGCONT);
+}
+void XServer::start(const std::vector<std::string>& command) {
+    clients_.push_back(spawn(command));
+}
+int XServer::run(const std::vector<std::string>& command) {
+    return waitFor(spawn(command));
+}
+
+Painter::Painter(const XServer& server) : connection_(xcb_connect(server.display().c_str(), nullptr)) {
+    if (xcb_connection_has_error(connection_)) throw std::runtime_error("the painter cannot connect");
+    root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
+    context_ = xcb_generate_id(connection_);
+    const uint32_t includeInferiors = XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS;
+    xcb_create_gc(connection_, context_, root_, XCB_GC_SUBWINDOW_MODE, &includeInferiors);
+}
+
+Painter::~Painter() {
+    xcb_disconnect(connection_);
+}
+
+xcb_window_t Painter::window(const Area& area, uint32_t colour) {
+    const xcb_window_t window = xcb_generate_id(connection_);
+    const uint32_t values[] = {colour, 1};
+    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window, root_, static_cast<int16_t>(area.x),
+                      static_cast<int16_t>(area.y), static_cast<uint16_t>(area.width),
+                      static_cast<uint16_t>(area.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                      XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+    xcb_map_window(connection_, window);
+    sync();
+    return window;
+}
+
+void Painter::fill(xcb_drawable_t target, const Area& area, uint32_t colour) {
+    xcb_change_gc(connection_, context_, XCB_GC_FOREGROUND, &colour);
+    const xcb_rectangle_t rectangle = {static_cast<int16_t>(area.x), static_cast<int16_t>(area.y),
+                                       static_cast<uint16_t>(area.width), static_cast<uint16_t>(area.height)};
+    xcb_poly_fill_rectangle(connection_, target, context_, 1, &rectangle);
+    sync();
+}
+
+void Painter::move(xcb_window_t window, int x, int y) {
+    const int32_t values[] = {x, y};
+    xcb_configure_window(connection_, window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, values);
+    sync();
+}
+
+void Painter::raise(xcb_window_t window) {
+    const uint32_t above = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(connection_, window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    sync();
+}
+
+void Painter::destroy(xcb_window_t window) {
+    xcb_destroy_window(connection_, window);
+    sync();
+}
+
+void Painter::warpPointer(int x, int y) {
+    xcb_warp_pointer(connection_, XCB_NONE, root_, 0, 0, 0, 0, static_cast<int16_t>(x), static_cast<int16_t>(y));
+    sync();
+}
+
+std::vector<uint8_t> Painter::read(const Area& area) {
+    const std::unique_ptr<xcb_get_image_reply_t, decltype(&free)> reply(
+        xcb_get_image_reply(connection_,
+                            xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, root_, static_cast<int16_t>(area.x),
+                                          static_cast<int16_t>(area.y), static_cast<uint16_t>(area.width),
+                                          static_cast<uint16_t>(area.height), ~0U),
+                            nullptr),
+        &free);
+    if (!reply) throw std::runtime_error("the root's pixels cannot be read");
+    const uint8_t* data = xcb_get_image_data(reply.get());
+    return {data, data + xcb_get_image_data_length(reply.get())};
+}
+
+void Painter::sync() {
+    free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+}
+
+}  // namespace orvo::testing

@@ -1,0 +1,64 @@
+// The main queue without a GLib loop, and beside one.
+#include <glib.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include "ScreenCapture/platform/linux_main_queue.h"
+#include "ScreenCapture/platform/platform.h"
+
+namespace orvo::testing {
+namespace {
+
+using platform::runMainQueue;
+
+void post(platform::Job job) {
+    platform::platform().dispatch().mainAsync(std::move(job));
+}
+
+TEST(MainQueue, RunsWhatIsReadyInOrder) {
+    std::vector<int> order;
+    EXPECT_EQ(runMainQueue(0), 0);
+    for (int i = 0; i < 3; i++) post([&, i] { order.push_back(i); });
+    EXPECT_TRUE(order.empty());
+    EXPECT_EQ(runMainQueue(0), 3);
+    EXPECT_EQ(order, (std::vector{0, 1, 2}));
+}
+
+TEST(MainQueue, RunsForItsTimeAndTakesWhatComes) {
+    std::thread later([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        post([] {});
+    });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(runMainQueue(80), 1);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(80));
+    later.join();
+}
+
+TEST(MainQueue, AJobThatRunsItFindsNoOther) {
+    int inner = -1;
+    bool second = false;
+    post([&] { inner = runMainQueue(5); });
+    post([&] { second = true; });
+    EXPECT_EQ(runMainQueue(0), 2);
+    EXPECT_EQ(inner, 0);
+    EXPECT_TRUE(second);
+}
+
+TEST(MainQueue, ALoopOfTheHostRunsItAndKeepsOthersOut) {
+    GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
+    int elsewhere = -1;
+    post([&] {
+        std::thread([&] { elsewhere = runMainQueue(50); }).join();
+        g_main_loop_quit(loop);
+    });
+    g_main_loop_run(loop);
+    g_main_loop_unref(loop);
+    EXPECT_EQ(elsewhere, 0);
+}
+
+}  // namespace
+}  // namespace orvo::testing
