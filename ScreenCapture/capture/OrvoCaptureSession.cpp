@@ -1,0 +1,249 @@
+// The screen capture session: life, start and stop, plain parameters. Method names in log lines are literals.
+#include "ScreenCapture/capture/OrvoCaptureSession.h"
+
+#include <exception>
+#include <utility>
+
+#include "ScreenCapture/capture/capture_log.h"
+#include "ScreenCapture/capture/host_callbacks.h"
+
+using namespace orvo::platform;
+using orvo::capture::fire;
+
+namespace {
+
+constexpr int kDefaultFps = 15;
+
+// A platform call that fails ends its step; nothing leaves the queue.
+template <typename Work>
+void guarded(Work&& work) {
+    try {
+        work();
+    } catch (const PlatformException& error) {
+        CS_LOG("error name:%s   error reason:%s", error.name.c_str(), error.reason.c_str());
+    } catch (const std::exception& error) {
+        CS_LOG("error name:%s   error reason:%s", "exception", error.what());
+    }
+}
+
+}  // namespace
+
+std::shared_ptr<OrvoCaptureSession> OrvoCaptureSession::initWithSettings(
+    std::shared_ptr<OrvoCaptureSettings> settings) {
+    CS_LOG("%s", "-[OrvoCaptureSession initWithSettings:]");
+    return std::make_shared<OrvoCaptureSession>(std::move(settings));
+}
+
+OrvoCaptureSession::OrvoCaptureSession(std::shared_ptr<OrvoCaptureSettings> settings)
+    : m_settings(std::move(settings)) {
+    Parts parts;
+    parts.mainTaskQueue = platform().dispatch().makeSerialQueue("com.orvo.screencapture.main.queue");
+    m_parts.store(std::move(parts));
+}
+
+std::shared_ptr<OrvoWindowCaptureSession> OrvoCaptureSession::m_windowCaptureSession() const {
+    const auto parts = m_parts.load();
+    return parts ? parts->windowCaptureSession : nullptr;
+}
+
+void OrvoCaptureSession::initCaptureSession() {
+    CS_LOG("%s", "-[OrvoCaptureSession initCaptureSession]");
+    if (isInited) {
+        CS_LOG("CaptureSession is  inited");
+        return;
+    }
+    guarded([this] {
+        const PartsRef parts = makeParts();
+        m_parts.exchange(parts);
+        captureSource = kNoSource;
+        isInited = true;
+        setFPS(kDefaultFps);
+        setCursorVisible(true);
+        enableMouseClickAnimation(false);
+        if (parts->screenCaptureSession) parts->screenCaptureSession->observeFailures(weak_from_this());
+    });
+}
+
+OrvoCaptureSession::PartsRef OrvoCaptureSession::makeParts() {
+    auto parts = std::make_shared<Parts>();
+    parts->mainTaskQueue = m_parts.load()->mainTaskQueue;
+    parts->fps = kDefaultFps;
+    parts->screenCaptureSession = platform().makeDisplayCapture();
+    parts->displayID = platform().displays().mainDisplay();
+    if (auto& device = parts->screenCaptureSession) {
+        parts->captureScreenInput = device->makeInput(parts->displayID);
+        if (parts->captureScreenInput && device->canAddInput(parts->captureScreenInput))
+            device->addInput(parts->captureScreenInput);
+        device->addOutput(weak_from_this());
+    }
+    parts->windowCaptureSession = OrvoWindowCaptureSession::initWithSettings(m_settings);
+    parts->windowCaptureSession->setDelegate(weak_from_this());
+    return parts;
+}
+
+// Releases without stopping; what a queued step still needs it holds itself. isInited stays as it was.
+void OrvoCaptureSession::unInitCaptureSession() {
+    CS_LOG("%s", "-[OrvoCaptureSession unInitCaptureSession]");
+    m_parts.exchange(nullptr);
+}
+
+bool OrvoCaptureSession::inited() const {
+    if (!isInited) CS_LOG("CaptureSession is not inited");
+    return isInited;
+}
+
+void OrvoCaptureSession::enqueue(const PartsRef& parts, Step step) {
+    if (!parts) return;
+    parts->mainTaskQueue->async(
+        [self = shared_from_this(), parts, step = std::move(step)] { guarded([&] { step(*self, parts); }); });
+}
+
+bool OrvoCaptureSession::refuseWithoutSource() {
+    CS_LOG("%s", "-[OrvoCaptureSession startCapture]");
+    if (captureSource != kNoSource) return false;
+    CS_LOG("%s no capture source.", "-[OrvoCaptureSession startCapture]");
+    fire<orvo::capture::kCaptureError>(*m_settings, static_cast<int>(ORVO_CAPTURE_ERROR_NO_SOURCE));
+    return true;
+}
+
+void OrvoCaptureSession::startCapture() {
+    if (refuseWithoutSource()) return;
+    enqueue([](OrvoCaptureSession& self, const PartsRef& parts) { self.startStep(parts); });
+}
+
+// The start that ends a change of target which found the capture running.
+void OrvoCaptureSession::restart(const PartsRef& parts, uint64_t stopsSeen) {
+    if (refuseWithoutSource()) return;
+    enqueue(parts, [stopsSeen](OrvoCaptureSession& self, const PartsRef& current) {
+        if (self.m_stops == stopsSeen) self.startStep(current);
+    });
+}
+
+void OrvoCaptureSession::stopCapture() {
+    CS_LOG("%s", "-[OrvoCaptureSession stopCapture]");
+    ++m_stops;
+    enqueue([](OrvoCaptureSession& self, const PartsRef& parts) { self.stopCaptureByself(*parts); });
+}
+
+void OrvoCaptureSession::startStep(const PartsRef& parts) {
+    // Uninitialised since: its stop has run or is about to.
+    if (m_parts.load() != parts) return;
+    const auto& device = parts->screenCaptureSession;
+    const auto& windows = parts->windowCaptureSession;
+    if (captureSource == kWholeDisplay || captureSource == kDisplayRect) {
+        if (!device) return;
+        if (device->isRunning()) {
+            CS_LOG("ScreenCaptureSession already running");
+            return;
+        }
+        if (windows && windows->isRunning()) windows->stopCapture();
+        if (windows) windows->withdrawStart();
+        device->startRunning();
+        CS_LOG("ScreenCaptureSession is started");
+        return;
+    }
+    if (!windows) return;
+    if (windows->isRunning()) {
+        CS_LOG("WindowCaptureSession already running");
+        return;
+    }
+    if (device && device->isRunning()) device->stopRunning();
+    windows->startCapture();
+    CS_LOG("WindowCaptureSession is started");
+}
+
+void OrvoCaptureSession::stopCaptureByself(const Parts& parts) {
+    const auto& device = parts.screenCaptureSession;
+    const auto& windows = parts.windowCaptureSession;
+    // A start of the window path that still waits for the main queue is void from here on.
+    if (windows) windows->withdrawStart();
+    if (captureSource == kNoSource) {
+        CS_LOG("no capture source");
+    } else if (captureSource == kWholeDisplay || captureSource == kDisplayRect) {
+        if (!device || !device->isRunning()) return;
+        CS_LOG("try to stop ScreenCaptureSession");
+        device->stopRunning();
+    } else if (windows && windows->isRunning()) {
+        CS_LOG("try to stop WindowCaptureSession");
+        windows->stopCapture();
+    }
+}
+
+bool OrvoCaptureSession::isCapture() {
+    return isCapture(m_parts.load());
+}
+
+bool OrvoCaptureSession::isCapture(const PartsRef& parts) {
+    CS_LOG("%s", "-[OrvoCaptureSession isCapture]");
+    if (!inited()) return false;
+    bool running = false;
+    if (captureSource == kNoSource) {
+        CS_LOG("no capture source");
+        return false;
+    }
+    if (!parts) {
+        running = false;
+    } else if (captureSource == kWholeDisplay || captureSource == kDisplayRect) {
+        running = parts->screenCaptureSession && parts->screenCaptureSession->isRunning();
+    } else {
+        running = parts->windowCaptureSession && parts->windowCaptureSession->isRunning();
+    }
+    CS_LOG("running state: %d", running);
+    return running;
+}
+
+void OrvoCaptureSession::setFPS(int fps) {
+    CS_LOG("%s fps: %d", "-[OrvoCaptureSession setFPS:]", fps);
+    if (!inited()) return;
+    enqueue([fps](OrvoCaptureSession&, const PartsRef& parts) {
+        parts->fps = fps;
+        if (parts->captureScreenInput) parts->captureScreenInput->setMinFrameDuration({1, fps});
+        if (parts->windowCaptureSession) parts->windowCaptureSession->setFps(fps);
+    });
+}
+
+void OrvoCaptureSession::setCursorVisible(bool visible) {
+    CS_LOG("%s, visible state: %d", "-[OrvoCaptureSession setCursorVisible:]", visible);
+    if (!inited()) return;
+    enqueue([visible](OrvoCaptureSession&, const PartsRef& parts) {
+        if (parts->captureScreenInput) parts->captureScreenInput->setCapturesCursor(visible);
+        if (parts->windowCaptureSession) parts->windowCaptureSession->setBVisible(visible);
+    });
+}
+
+void OrvoCaptureSession::enableMouseClickAnimation(bool enable) {
+    CS_LOG("%s, animation state: %d", "-[OrvoCaptureSession enableMouseClickAnimation:]", enable);
+    if (!inited()) return;
+    enqueue([enable](OrvoCaptureSession&, const PartsRef& parts) {
+        if (parts->captureScreenInput) parts->captureScreenInput->setCapturesMouseClicks(enable);
+    });
+}
+
+void OrvoCaptureSession::setTimeStampOffset(uint64_t offset) {
+    CS_LOG("%s, timestamp offset %llu", "-[OrvoCaptureSession setTimeStampOffset:]",
+           static_cast<unsigned long long>(offset));
+    uOffset = offset;
+    if (const auto windows = m_windowCaptureSession()) windows->setTimeStampOffset(offset);
+}
+
+void OrvoCaptureSession::setResolutionWidth(int width, int height) {
+    if (const auto windows = m_windowCaptureSession()) windows->setResolutionWidth(width, height);
+}
+
+void OrvoCaptureSession::captureSessionRuntimeErrorOccur() {
+    fire<orvo::capture::kCaptureError>(*m_settings, static_cast<int>(ORVO_CAPTURE_ERROR_NO_CONTENT));
+}
+
+void OrvoCaptureSession::onRuntimeError(const CaptureFailure& failure) {
+    captureSessionRuntimeErrorDidOccur(failure);
+}
+void OrvoCaptureSession::onInterruption(const CaptureFailure& failure) {
+    captureSessionRuntimeErrorDidOccur(failure);
+}
+
+// The session is not started again: that is the host's choice.
+void OrvoCaptureSession::captureSessionRuntimeErrorDidOccur(const CaptureFailure& failure) {
+    const std::string& words = failure.recoverySuggestion.empty() ? failure.failureReason : failure.recoverySuggestion;
+    platform().system().console("ERROR: " + (words.empty() ? "(null)" : words));
+    fire<orvo::capture::kCaptureError>(*m_settings, static_cast<int>(ORVO_CAPTURE_ERROR_INTERRUPTED));
+}

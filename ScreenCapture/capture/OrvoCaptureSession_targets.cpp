@@ -1,0 +1,148 @@
+// The screen capture session's targets: every change runs as a step on its queue and restarts a running capture.
+#include <utility>
+
+#include "ScreenCapture/capture/OrvoCaptureSession.h"
+#include "ScreenCapture/capture/capture_log.h"
+
+using namespace orvo::platform;
+
+namespace {
+
+void logWindows(const char* method, const unsigned int* ids, int count, bool add) {
+    for (int i = 0; ids && i < count; ++i)
+        CS_LOG("%s %ld is %s", method, static_cast<long>(ids[i]), add ? "add" : "reduce");
+}
+
+}  // namespace
+
+void OrvoCaptureSession::setExcludeWindows(const unsigned int* ids, int count, bool add) {
+    logWindows("setExcludeWindows", ids, count, add);
+    if (!inited()) return;
+    if (const auto windows = m_windowCaptureSession()) windows->setExcludeWindows(ids, count, add);
+}
+
+bool OrvoCaptureSession::setExtraWindows(const unsigned int* ids, int count, bool add) {
+    logWindows("setExtraWindows", ids, count, add);
+    if (!inited()) return false;
+    const auto windows = m_windowCaptureSession();
+    return windows && windows->setExtraWindows(ids, count, add);
+}
+
+// Takes the device path away at once; the setting itself and the restart follow on the queue.
+bool OrvoCaptureSession::enqueueWindowStep(std::function<void(OrvoWindowCaptureSession&)> setting) {
+    if (!inited()) return false;
+    captureSource = kWindow;
+    enqueue([setting = std::move(setting), stops = m_stops.load()](OrvoCaptureSession& self, const PartsRef& parts) {
+        if (parts->windowCaptureSession) setting(*parts->windowCaptureSession);
+        if (!self.isCapture(parts)) {
+            self.captureSource = kWindow;
+            return;
+        }
+        self.stopCaptureByself(*parts);
+        self.captureSource = kWindow;
+        self.restart(parts, stops);
+    });
+    return true;
+}
+
+bool OrvoCaptureSession::setTargetWindow(uint32_t windowID) {
+    CS_LOG("%s, window handle: %d", "-[OrvoCaptureSession setTargetWindow:]", static_cast<int>(windowID));
+    return enqueueWindowStep([windowID](OrvoWindowCaptureSession& windows) { windows.setTargetWindow(windowID); });
+}
+
+bool OrvoCaptureSession::setTargetWindowMode(int mode) {
+    CS_LOG("%s, window mode: %d", "-[OrvoCaptureSession setTargetWindowMode:]", mode);
+    return enqueueWindowStep(
+        [mode](OrvoWindowCaptureSession& windows) { windows.setTargetWindowMode(static_cast<uint32_t>(mode)); });
+}
+
+bool OrvoCaptureSession::setTargetWindowResolutionMode(int mode) {
+    CS_LOG("%s, ResolutionMode: %d", "-[OrvoCaptureSession setTargetWindowResolutionMode:]", mode);
+    return enqueueWindowStep([mode](OrvoWindowCaptureSession& windows) {
+        windows.setTargetWindowResolutionMode(static_cast<uint32_t>(mode));
+    });
+}
+
+bool OrvoCaptureSession::setTargetWindowRectLeft(int left, int top, int width, int height) {
+    CS_LOG("%s, pos: (%d, %d), size: (%d, %d)", "-[OrvoCaptureSession setTargetWindowRectLeft:top:width:height:]", left,
+           top, width, height);
+    return enqueueWindowStep([=](OrvoWindowCaptureSession& windows) {
+        CS_LOG("second %s, pos: (%d, %d), size: (%d, %d)",
+               "-[OrvoCaptureSession setTargetWindowRectLeft:top:width:height:]_block_invoke", left, top, width,
+               height);
+        windows.setTargetWindowRectLeft(left, top, width, height);
+    });
+}
+
+bool OrvoCaptureSession::setTargetScreen(uint32_t screenID) {
+    CS_LOG("%s, screen id: %u", "-[OrvoCaptureSession setTargetScreen:]", screenID);
+    if (!inited()) return false;
+    captureSource = kWholeDisplay;
+    enqueue([screenID, stops = m_stops.load()](OrvoCaptureSession& self, const PartsRef& parts) {
+        self.screenStep(parts, screenID, stops);
+    });
+    return true;
+}
+
+void OrvoCaptureSession::screenStep(const PartsRef& parts, uint32_t screenID, uint64_t stopsSeen) {
+    const bool wasRunning = isCapture(parts);
+    if (wasRunning) stopCaptureByself(*parts);
+    const auto& device = parts->screenCaptureSession;
+    if (device) device->beginConfiguration();
+    // The display that is chosen already keeps its input and with it an earlier crop rectangle.
+    if (screenID != parts->displayID) replaceInput(*parts, screenID);
+    if (device) device->commitConfiguration();
+    captureSource = kWholeDisplay;
+    if (wasRunning) restart(parts, stopsSeen);
+}
+
+// The new input has the platform's own cursor, click and crop defaults; only the frame rate is applied again. A number
+// that is no display leaves no input.
+void OrvoCaptureSession::replaceInput(const Parts& parts, uint32_t screenID) {
+    parts.displayID = screenID;
+    if (const auto& device = parts.screenCaptureSession) {
+        if (parts.captureScreenInput) device->removeInput(parts.captureScreenInput);
+        parts.captureScreenInput = device->makeInput(screenID);
+        if (parts.captureScreenInput && device->canAddInput(parts.captureScreenInput))
+            device->addInput(parts.captureScreenInput);
+    }
+    setFPS(parts.fps);
+}
+
+bool OrvoCaptureSession::setTargetRect(uint32_t screenID, int left, int top, int width, int height) {
+    CS_LOG("first %s, screenID: %u, pos: (%d, %d), size: (%d, %d)",
+           "-[OrvoCaptureSession setTargetRect:left:top:width:height:]", screenID, left, top, width, height);
+    if (!inited()) return false;
+    captureSource = kDisplayRect;
+    enqueue([=, stops = m_stops.load()](OrvoCaptureSession& self, const PartsRef& parts) {
+        self.rectStep(parts, screenID, left, top, width, height, stops);
+    });
+    return true;
+}
+
+void OrvoCaptureSession::rectStep(const PartsRef& parts, uint32_t screenID, int left, int top, int width, int height,
+                                  uint64_t stopsSeen) {
+    constexpr const char* kBlock = "-[OrvoCaptureSession setTargetRect:left:top:width:height:]_block_invoke";
+    CS_LOG("second %s, screenID: %u, pos: (%d, %d), size: (%d, %d)", kBlock, screenID, left, top, width, height);
+    const Rect bounds = platform().displays().bounds(screenID);
+    CS_LOG("the screenSize is width:%f height:%f", bounds.width, bounds.height);
+    if (wrappingSum(left, width) > bounds.width) {
+        CS_LOG("the width is too large!!!!!! theScreenWidth is %f", bounds.width);
+        return;
+    }
+    if (wrappingSum(top, height) > bounds.height) {
+        CS_LOG("the height is too large!!!!!! theScreenHeight is %f", bounds.height);
+        return;
+    }
+    const bool wasRunning = isCapture(parts);
+    if (wasRunning) stopCaptureByself(*parts);
+    const Rect crop{static_cast<double>(left), bounds.height - top - height, static_cast<double>(width),
+                    static_cast<double>(height)};
+    CS_LOG("%s, screenID: %u,cropRect x:%f y:%f width:%f height:%f", kBlock, screenID, crop.x, crop.y, crop.width,
+           crop.height);
+    if (parts->screenCaptureSession) parts->screenCaptureSession->beginConfiguration();
+    if (parts->captureScreenInput) parts->captureScreenInput->setCropRect(crop);
+    if (parts->screenCaptureSession) parts->screenCaptureSession->commitConfiguration();
+    captureSource = kDisplayRect;
+    if (wasRunning) restart(parts, stopsSeen);
+}

@@ -1,0 +1,197 @@
+// The window capture session: life, timer, settings and lists.
+#include "ScreenCapture/window/OrvoWindowCaptureSession.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "xplatform/common/orvosyslog.h"
+
+using namespace orvo::platform;
+using ORVO::BASE::Snapshot;
+
+namespace {
+
+constexpr int kLowestFps = 5;
+constexpr int kHighestFps = 30;
+constexpr int kDefaultFps = 15;
+
+void log(int line, const char* text) {
+    syslog_ex(1, 3, "unnamed", line, text);
+}
+
+bool contains(const std::vector<uint32_t>& numbers, uint32_t number) {
+    return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
+}
+
+}  // namespace
+
+std::shared_ptr<OrvoWindowCaptureSession> OrvoWindowCaptureSession::initWithSettings(
+    std::shared_ptr<OrvoCaptureSettings> settings) {
+    return std::make_shared<OrvoWindowCaptureSession>(settings);
+}
+
+OrvoWindowCaptureSession::OrvoWindowCaptureSession(const std::shared_ptr<OrvoCaptureSettings>& settings)
+    : captureQueue(platform().dispatch().makeSerialQueue("com.orvo.window.manager")),
+      m_windowManager(std::make_shared<OrvoWindowManager>(settings)),
+      m_options(CaptureOptions()),
+      m_excludeWindows(std::make_shared<Snapshot<Numbers>>(Numbers())) {}
+
+OrvoWindowCaptureSession::~OrvoWindowCaptureSession() {
+    if (captureTimer) captureTimer->cancel();
+}
+
+void OrvoWindowCaptureSession::setDelegate(std::weak_ptr<OrvoWindowCaptureSessionDelegate> delegate) {
+    m_delegate.store(std::move(delegate));
+}
+
+void OrvoWindowCaptureSession::startCapture() {
+    platform().dispatch().mainAsync([self = shared_from_this(), stops = m_stops.load()] {
+        if (self->m_stops == stops) self->startOnMainQueue();
+    });
+}
+
+void OrvoWindowCaptureSession::startOnMainQueue() {
+    stopTimer();
+    log(__LINE__, "CaptureSession startCapture");
+    captureQueue->async([self = shared_from_this()] { self->lastImage = nullptr; });
+    if (m_fps < kLowestFps || m_fps > kHighestFps) m_fps = kDefaultFps;
+    const auto interval = truncated<uint64_t>(1.0 / m_fps * 1'000'000'000.0);
+    std::lock_guard lock(m_timerMutex);
+    captureTimer = platform().dispatch().makeTimer(captureQueue, interval, [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->tick();
+    });
+}
+
+void OrvoWindowCaptureSession::stopCapture() {
+    withdrawStart();
+    stopTimer();
+}
+
+void OrvoWindowCaptureSession::withdrawStart() {
+    ++m_stops;
+}
+
+void OrvoWindowCaptureSession::stopTimer() {
+    log(__LINE__, "CaptureSession will stopCapture");
+    std::shared_ptr<Timer> timer;
+    {
+        std::lock_guard lock(m_timerMutex);
+        timer = std::exchange(captureTimer, nullptr);
+    }
+    if (!timer) return;
+    log(__LINE__, "CaptureSession stopCapture");
+    timer->cancel();
+}
+
+bool OrvoWindowCaptureSession::isRunning() const {
+    std::lock_guard lock(m_timerMutex);
+    return captureTimer != nullptr;
+}
+
+void OrvoWindowCaptureSession::setBVisible(bool visible) {
+    m_options.update([=](CaptureOptions& options) { options.bVisible = visible; });
+}
+
+void OrvoWindowCaptureSession::setCursorVisible(bool visible) {
+    captureQueue->async([self = shared_from_this(), visible] { self->setBVisible(visible); });
+}
+
+bool OrvoWindowCaptureSession::setTargetWindow(uint32_t windowID) {
+    Numbers removed;
+    m_options.update([&](CaptureOptions& options) { removed = std::exchange(options.targetWindows, {windowID}); });
+    for (const uint32_t number : removed) m_windowManager->removeTargerWindow(number);
+    m_windowManager->setTargetWindow(windowID);
+    retarget({windowID});
+    return true;
+}
+
+bool OrvoWindowCaptureSession::setExtraWindows(const uint32_t* windows, int count, bool add) {
+    if (!windows || count < 1) return true;
+    Numbers changed;
+    m_options.update([&](CaptureOptions& options) {
+        auto& targets = options.targetWindows;
+        for (int i = 0; i < count; ++i) {
+            if (contains(targets, windows[i]) == add) continue;
+            if (add)
+                targets.push_back(windows[i]);
+            else
+                std::erase(targets, windows[i]);
+            changed.push_back(windows[i]);
+        }
+    });
+    for (const uint32_t number : changed) {
+        if (add)
+            m_windowManager->setTargetWindow(number);
+        else
+            m_windowManager->removeTargerWindow(number);
+    }
+    retarget(add ? changed : Numbers());
+    return true;
+}
+
+// The list is handed to the window manager again on every call, also an unchanged one.
+bool OrvoWindowCaptureSession::setExcludeWindows(const uint32_t* windows, int count, bool add) {
+    m_excludeWindows->update([&](Numbers& excluded) {
+        for (int i = 0; windows && i < count; ++i) {
+            if (add)
+                excluded.push_back(windows[i]);
+            else
+                std::erase(excluded, windows[i]);
+        }
+    });
+    m_windowManager->setExcludeWindows(m_excludeWindows);
+    return true;
+}
+
+// Prepares new targets before their first tick and lets go of old ones, also while nothing runs. A target that is
+// chosen anew is asked for anew, whatever became of it before.
+void OrvoWindowCaptureSession::retarget(Numbers added) {
+    captureQueue->async([weak = weak_from_this(), added = std::move(added)] {
+        const auto self = weak.lock();
+        if (!self) return;
+        const auto options = self->m_options.load();
+        std::erase_if(self->m_frames, [&](const auto& entry) {
+            return contains(added, entry.first) || !contains(options->targetWindows, entry.first);
+        });
+        for (const uint32_t number : added) {
+            if (!contains(options->targetWindows, number)) continue;
+            if (const auto item = self->m_windowManager->getItemWithTargetWindow(number)) self->frameOf(number, *item);
+        }
+    });
+}
+
+void OrvoWindowCaptureSession::setTargetWindowMode(uint32_t mode) {
+    m_options.update([=](CaptureOptions& options) { options.mode = mode; });
+}
+
+void OrvoWindowCaptureSession::setTargetWindowResolutionMode(uint32_t mode) {
+    m_options.update([=](CaptureOptions& options) { options.resolutionMode = mode; });
+}
+
+void OrvoWindowCaptureSession::setResolutionWidth(int width, int height) {
+    m_options.update([=](CaptureOptions& options) {
+        options.resolutionSize = {static_cast<double>(width), static_cast<double>(height)};
+    });
+}
+
+void OrvoWindowCaptureSession::setTargetWindowRectLeft(int left, int top, int width, int height) {
+    const double scale = platform().displays().focusedScreenScale();
+    m_options.update([=](CaptureOptions& options) {
+        options.cropRect = {left * scale, top * scale, width * scale, height * scale};
+    });
+}
+
+std::vector<uint32_t> OrvoWindowCaptureSession::excludeWindows() const {
+    return *m_excludeWindows->load();
+}
+std::vector<uint32_t> OrvoWindowCaptureSession::targetWindows() const {
+    return m_options.load()->targetWindows;
+}
+
+Ref<PixelBuffer> OrvoWindowCaptureSession::pixelBufferFromCGImage(const Ref<Image>& image) {
+    return image ? platform().imaging().wrap(image) : nullptr;
+}
+
+Picture OrvoWindowCaptureSession::ImageFromPixelBuffer(PixelBuffer& buffer) {
+    return platform().imaging().picture(buffer);
+}

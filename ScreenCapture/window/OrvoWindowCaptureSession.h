@@ -1,0 +1,101 @@
+// The window path: takes a picture of every target on each tick of a timer, paints the cursor, crops, scales, and hands
+// the frame to its delegate.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "ScreenCapture/capture/OrvoCaptureSettings.h"
+#include "ScreenCapture/platform/platform.h"
+#include "ScreenCapture/thumbnail/OrvoWindowManager.h"
+#include "ScreenCapture/window/OrvoWindowCaptureSessionDelegate.h"
+#include "ScreenCapture/window/OrvoWindowCursor.h"
+#include "ScreenCapture/window/capture_options.h"
+#include "ScreenCapture/window/target_frame.h"
+#include "common/utils/orvo_snapshot.h"
+
+// Every method may be called from any thread. Ticks and the delegate's calls run on the capture queue.
+class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowCaptureSession> {
+  public:
+    static std::shared_ptr<OrvoWindowCaptureSession> initWithSettings(std::shared_ptr<OrvoCaptureSettings> settings);
+    explicit OrvoWindowCaptureSession(const std::shared_ptr<OrvoCaptureSettings>& settings);
+    ~OrvoWindowCaptureSession();
+
+    void setDelegate(std::weak_ptr<OrvoWindowCaptureSessionDelegate> delegate);
+
+    // Starts, or starts again, from the main queue; returns at once. A stop that comes before then makes it void.
+    void startCapture();
+    void stopCapture();    // a tick that is running finishes
+    void withdrawStart();  // makes a start that still waits for the main queue void
+    bool isRunning() const;
+
+    void setFps(int fps) { m_fps = fps; }  // takes effect at the next start
+    void setTimeStampOffset(uint64_t offset) { uOffset = offset; }
+    void setBVisible(bool visible);
+    void setCursorVisible(bool visible);  // the same, from the capture queue
+    bool setTargetWindow(uint32_t windowID);
+    bool setExtraWindows(const uint32_t* windows, int count, bool add);
+    bool setExcludeWindows(const uint32_t* windows, int count, bool add);
+    void setTargetWindowMode(uint32_t mode);
+    void setTargetWindowResolutionMode(uint32_t mode);
+    void setResolutionWidth(int width, int height);
+    void setTargetWindowRectLeft(int left, int top, int width, int height);
+
+    std::vector<uint32_t> excludeWindows() const;
+    std::vector<uint32_t> targetWindows() const;
+    CaptureOptions options() const { return *m_options.load(); }
+    const std::shared_ptr<OrvoWindowManager>& windowManager() const { return m_windowManager; }
+
+    // Conversions that a host of the class may use; the capture does not.
+    static orvo::platform::Ref<orvo::platform::PixelBuffer> pixelBufferFromCGImage(
+        const orvo::platform::Ref<orvo::platform::Image>& image);
+    static orvo::platform::Picture ImageFromPixelBuffer(orvo::platform::PixelBuffer& buffer);
+
+  private:
+    using Numbers = std::vector<uint32_t>;
+    using ImageRef = orvo::platform::Ref<orvo::platform::Image>;
+    // What one tick reads, loaded once at its start.
+    struct Tick {
+        std::shared_ptr<const CaptureOptions> options;
+        std::shared_ptr<const Numbers> excludeWindows;
+    };
+
+    void startOnMainQueue();
+    void stopTimer();
+    void retarget(Numbers added);
+
+    // _tick
+    void tick();
+    void createShotImageWithWindowID(uint32_t windowID, const Tick& tick);
+    bool checkScreenIsValidWithOrvowindow(const OrvoWindow* item);
+    orvo::platform::Shot getImageWithOrvowindow(TargetFrame& frame, const OrvoWindow& item, const Tick& tick);
+    orvo::platform::Shot getWindowImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item, const Tick& tick);
+    orvo::platform::Shot getDeskImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item, const Tick& tick);
+    orvo::platform::Shot getExcludeWindowsImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
+                                                              const Tick& tick);
+    bool checkImageIsValidWithCGImage(const orvo::platform::Image* image);
+    void notifySuccessWithCGImage(const ImageRef& image, uint32_t windowID);
+    TargetFrame& frameOf(uint32_t windowID, const OrvoWindow& item);
+
+    const std::shared_ptr<orvo::platform::SerialQueue> captureQueue;
+    const std::shared_ptr<OrvoWindowManager> m_windowManager;
+    const OrvoWindowCursor windowCursor;
+    ORVO::BASE::Snapshot<CaptureOptions> m_options;
+    const std::shared_ptr<ORVO::BASE::Snapshot<Numbers>> m_excludeWindows;
+    ORVO::BASE::Snapshot<std::weak_ptr<OrvoWindowCaptureSessionDelegate>> m_delegate;
+    std::atomic<int> m_fps{0};
+    std::atomic<uint64_t> uOffset{0};
+    std::atomic<uint64_t> m_stops{0};  // a start is void once this has moved on
+
+    mutable std::mutex m_timerMutex;
+    std::shared_ptr<orvo::platform::Timer> captureTimer;  // there is one exactly while the session runs
+
+    // The capture queue's own.
+    std::map<uint32_t, TargetFrame> m_frames;
+    double lastErrorTime = 0;  // seconds on the absolute clock; when a picture was last good
+    ImageRef lastImage;  // never filled: a minimised or moving window is captured like any other; that is intended
+};

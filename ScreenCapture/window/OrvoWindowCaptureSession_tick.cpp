@@ -1,0 +1,133 @@
+// One tick of the window capture session: for every target a picture, the cursor, crop, scale, delivery.
+#include <algorithm>
+#include <exception>
+
+#include "ScreenCapture/window/OrvoWindowCaptureSession.h"
+#include "xplatform/common/orvosyslog.h"
+
+using namespace orvo::platform;
+
+namespace {
+
+constexpr uint32_t kModeArea = 3;
+constexpr uint32_t kModeApplication = 5;
+constexpr int kNarrowestImage = 2;  // pixels
+constexpr double kPatience = 3.0;   // seconds without a good picture before the delegate hears of it
+constexpr double kMillisecondsPerSecond = 1000.0;
+
+uint32_t numberOf(const OrvoWindow* item) {
+    return item ? item->windowID : 0;
+}
+
+}  // namespace
+
+void OrvoWindowCaptureSession::tick() {
+    const Tick tick{m_options.load(), m_excludeWindows->load()};
+    for (const uint32_t windowID : tick.options->targetWindows) {
+        try {
+            createShotImageWithWindowID(windowID, tick);
+        } catch (const PlatformException& error) {
+            syslog_ex(1, 1, "unnamed", __LINE__, "target %u: %s: %s", windowID, error.name.c_str(),
+                      error.reason.c_str());
+        } catch (const std::exception& error) {
+            syslog_ex(1, 1, "unnamed", __LINE__, "target %u: %s", windowID, error.what());
+        }
+    }
+}
+
+void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, const Tick& tick) {
+    const OrvoWindowRef record = m_windowManager->getItemWithTargetWindow(windowID);
+    const OrvoWindow* item = record.get();
+    if (!checkScreenIsValidWithOrvowindow(item)) return;
+
+    // What cannot be found has no picture; its frame begins when it is first seen.
+    if (!item) {
+        checkImageIsValidWithCGImage(nullptr);
+        return;
+    }
+    TargetFrame& frame = frameOf(windowID, *item);
+    const Shot shot = getImageWithOrvowindow(frame, *item, tick);
+    if (!checkImageIsValidWithCGImage(shot.image.get())) return;
+
+    const bool painted = tick.options->bVisible && windowCursor.appendMouseCursor(*shot.image, item);
+    notifySuccessWithCGImage(frame.cropAndScale(shot.image, *tick.options, painted), item->windowID);
+}
+
+// Asks after the target and tells the host what changed. A display that is gone ends the capture; a window that is not
+// normal is captured all the same, and its picture normally fails.
+bool OrvoWindowCaptureSession::checkScreenIsValidWithOrvowindow(const OrvoWindow* item) {
+    if (m_windowManager->checkTargetWindowStatusIsNormal(item ? item->windowID : 0, true)) return true;
+    if (!item || !item->isScreen) return true;
+    stopCapture();
+    return false;
+}
+
+Shot OrvoWindowCaptureSession::getImageWithOrvowindow(TargetFrame& frame, const OrvoWindow& item, const Tick& tick) {
+    if ((item.isWindowMinimized || item.isWindowMoving) && lastImage) return lastImage;
+    return item.isScreen ? getDeskImageWithOrvoWindow(frame, item, tick)
+                         : getWindowImageWithOrvoWindow(frame, item, tick);
+}
+
+Shot OrvoWindowCaptureSession::getWindowImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
+                                                            const Tick& tick) {
+    switch (tick.options->mode) {
+        case kModeApplication:
+            return getExcludeWindowsImageWithOrvoWindow(frame, item, tick);
+        case kModeArea:
+            return frame.grabber().area(item.windowBounds);
+        default:
+            return frame.grabber().window();
+    }
+}
+
+Shot OrvoWindowCaptureSession::getDeskImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
+                                                          const Tick& tick) {
+    return tick.excludeWindows->empty() ? frame.grabber().display()
+                                        : getExcludeWindowsImageWithOrvoWindow(frame, item, tick);
+}
+
+// Without windows of the application nothing is filtered but the excluded ones; that is intended.
+Shot OrvoWindowCaptureSession::getExcludeWindowsImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
+                                                                    const Tick& tick) {
+    Numbers appWindows;
+    if (tick.options->mode == kModeApplication) appWindows = m_windowManager->getAllWindowWithWindowID(item.windowID);
+    const auto contains = [](const Numbers& numbers, uint32_t number) {
+        return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
+    };
+    Numbers windows = platform().windowServer().onScreenNumbers();
+    std::erase_if(windows, [&](uint32_t number) {
+        return contains(*tick.excludeWindows, number) || (!appWindows.empty() && !contains(appWindows, number));
+    });
+    return frame.grabber().composed(item.deskBounds(), windows);
+}
+
+// The time of the last good picture is left alone by a bad one: once the patience is over every bad picture is told of,
+// and the first one at once when none was ever good.
+bool OrvoWindowCaptureSession::checkImageIsValidWithCGImage(const Image* image) {
+    const double now = platform().clock().absoluteSeconds();
+    if (image && image->width() >= kNarrowestImage) {
+        lastErrorTime = now;
+        return true;
+    }
+    const auto delegate = m_delegate.load();
+    if (const auto receiver = delegate ? delegate->lock() : nullptr; receiver && now - lastErrorTime > kPatience)
+        receiver->captureSessionRuntimeErrorOccur();
+    lastImage = nullptr;
+    return false;
+}
+
+void OrvoWindowCaptureSession::notifySuccessWithCGImage(const ImageRef& image, uint32_t windowID) {
+    const Ref<PixelBuffer> buffer = image ? platform().imaging().wrap(image) : nullptr;
+    lastImage = nullptr;
+    const uint64_t recordTime =
+        uOffset + truncated<uint64_t>(platform().clock().secondsSince1970() * kMillisecondsPerSecond);
+    const auto delegate = m_delegate.load();
+    if (const auto receiver = delegate ? delegate->lock() : nullptr; receiver && buffer)
+        receiver->onCapturedWindowImage(*buffer, windowID, recordTime);
+}
+
+TargetFrame& OrvoWindowCaptureSession::frameOf(uint32_t windowID, const OrvoWindow& item) {
+    const auto found = m_frames.find(windowID);
+    if (found != m_frames.end() && found->second.isScreen() == item.isScreen) return found->second;
+    return m_frames.insert_or_assign(windowID, TargetFrame(windowID, item.isScreen)).first->second;
+}

@@ -1,0 +1,16 @@
+// What one tick of the window capture session reads, as one value: a tick sees no half change.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "ScreenCapture/platform/values.h"
+
+struct CaptureOptions {
+    std::vector<uint32_t> targetWindows;  // windows and displays, captured in this order on each tick
+    uint32_t mode = 1;
+    uint32_t resolutionMode = 0;
+    orvo::platform::Size resolutionSize;  // pixels; a zero in either keeps the source's size
+    orvo::platform::Rect cropRect;        // pixels, origin top-left; all zero means no cropping
+    bool bVisible = false;                // paint the cursor
+};

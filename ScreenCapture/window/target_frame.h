@@ -1,0 +1,43 @@
+// What the window capture session remembers of one target from tick to tick: how it is asked for pictures, and the
+// cropped and scaled result of a picture that has not changed since.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "ScreenCapture/platform/platform.h"
+#include "ScreenCapture/window/capture_options.h"
+
+// Belongs to the capture queue.
+class TargetFrame {
+  public:
+    TargetFrame(uint32_t number, bool isScreen);
+
+    bool isScreen() const { return isScreen_; }
+    orvo::platform::Grabber& grabber() { return *grabber_; }
+
+    // Crops and scales a picture as the options say; the result of the tick before serves again when neither the
+    // picture nor the options have changed. painted: the picture carries a cursor that its version does not tell of.
+    orvo::platform::Ref<orvo::platform::Image> cropAndScale(const orvo::platform::Ref<orvo::platform::Image>& image,
+                                                            const CaptureOptions& options, bool painted);
+
+  private:
+    struct Source {
+        uint64_t version = 0;
+        orvo::platform::Rect cropRect;
+        orvo::platform::Size resolutionSize;
+        uint32_t resolutionMode = 0;
+        bool operator==(const Source&) const = default;
+    };
+
+    bool isScreen_;
+    std::unique_ptr<orvo::platform::Grabber> grabber_;
+    Source source_;
+    orvo::platform::Ref<orvo::platform::Image> result_;
+};
+
+// The two steps by themselves; null when nothing is left.
+orvo::platform::Ref<orvo::platform::Image> getCropWithCGImage(const orvo::platform::Ref<orvo::platform::Image>& image,
+                                                              const CaptureOptions& options);
+orvo::platform::Ref<orvo::platform::Image> getResoulutionImage(const orvo::platform::Ref<orvo::platform::Image>& image,
+                                                               const CaptureOptions& options);
