@@ -54,7 +54,7 @@ set_target_properties(OrvoScreenCaptureOSX PROPERTIES VERSION ${PROJECT_VERSION}
 # One list names what is exported; the version script is made from it.
 set(ORVO_VERSION_SCRIPT ${PROJECT_BINARY_DIR}/generated/exports.map)
 add_custom_command(OUTPUT ${ORVO_VERSION_SCRIPT}
-    COMMAND ${PROJECT_SOURCE_DIR}/scripts/version-script.sh ${ORVO_EXPORTS} > ${ORVO_VERSION_SCRIPT}
+    COMMAND ${PROJECT_SOURCE_DIR}/scripts/version-script.sh > ${ORVO_VERSION_SCRIPT}
     DEPENDS ${ORVO_EXPORTS} ${PROJECT_SOURCE_DIR}/scripts/version-script.sh VERBATIM)
 add_custom_target(orvo_version_script DEPENDS ${ORVO_VERSION_SCRIPT})
 add_dependencies(OrvoScreenCaptureOSX orvo_version_script)

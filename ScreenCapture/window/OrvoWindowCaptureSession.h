@@ -83,7 +83,7 @@ class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowC
 
     const std::shared_ptr<orvo::platform::SerialQueue> captureQueue;
     const std::shared_ptr<OrvoWindowManager> m_windowManager;
-    const OrvoWindowCursor windowCursor;
+    const OrvoWindowCursor windowCursor{};
     ORVO::BASE::Snapshot<CaptureOptions> m_options;
     const std::shared_ptr<ORVO::BASE::Snapshot<Numbers>> m_excludeWindows;
     ORVO::BASE::Snapshot<std::weak_ptr<OrvoWindowCaptureSessionDelegate>> m_delegate;

@@ -15,10 +15,6 @@ constexpr int kNarrowestImage = 2;  // pixels
 constexpr double kPatience = 3.0;   // seconds without a good picture before the delegate hears of it
 constexpr double kMillisecondsPerSecond = 1000.0;
 
-uint32_t numberOf(const OrvoWindow* item) {
-    return item ? item->windowID : 0;
-}
-
 }  // namespace
 
 void OrvoWindowCaptureSession::tick() {

@@ -3,7 +3,7 @@
 set -euo pipefail
 list=ScreenCapture/api/exports.list
 library=$1/libOrvoScreenCaptureOSX.so
-mapfile -t wanted < <(sed -e 's/#.*//' -e 's/[[:space:]]*$//' -e '/^$/d' "$list")
+mapfile -t wanted < <(scripts/exports.sh linux)
 # The name of the symbol version itself is of type A.
 mapfile -t found < <(nm -D --defined-only "$library" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }' | sort -u)
 

@@ -167,12 +167,15 @@ syslog_binary_hook get_syslog_hook_ex_sa(void) {
     return s_sa_hook.load(std::memory_order_acquire);
 }
 
-void orvo_syslog(int level, const char* module, int line, const char* format, ...) {
+void orvo_vsyslog(int level, const char* module, int line, const char* format, va_list arguments) {
     syslog_text_hook hook = s_hook.load(std::memory_order_acquire);
-    if (!hook || !passes(g_loglevel, level)) return;
+    if (hook && passes(g_loglevel, level)) syslogv(hook, level, module, line, format, arguments);
+}
+
+void orvo_syslog(int level, const char* module, int line, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    syslogv(hook, level, module, line, format, arguments);
+    orvo_vsyslog(level, module, line, format, arguments);
     va_end(arguments);
 }
 

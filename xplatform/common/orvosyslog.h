@@ -93,6 +93,7 @@ ORVO_API syslog_binary_hook get_syslog_hook_ex_sa(void);
  * Parameters: `module` names the caller (NULL reads "(null)"), `line` is its source line, `format` and what follows are
  * printf's. */
 ORVO_API void orvo_syslog(int level, const char* module, int line, const char* format, ...);
+ORVO_API void orvo_vsyslog(int level, const char* module, int line, const char* format, va_list arguments);
 
 /* Logs a line on channel 0, 1 or 3; any other channel delivers nowhere. Parameters as of orvo_syslog(). */
 ORVO_API void syslog_ex(int channel, int level, const char* module, int line, const char* format, ...);

@@ -1,0 +1,203 @@
+// The facade: life, capture, parameters and targets.
+#include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "ScreenCapture/api/impl_log.h"
+
+using orvo::platform::Display;
+using orvo::platform::platform;
+
+namespace {
+
+constexpr int kLowestFps = 5;
+constexpr int kHighestFps = 30;
+
+bool isDisplay(unsigned int screenID) {
+    const auto screens = platform().displays().screens();
+    return std::any_of(screens.begin(), screens.end(),
+                       [=](const Display& display) { return display.number == screenID; });
+}
+
+}  // namespace
+
+std::shared_ptr<OrvoCaptureSession> OrvoScreenCaptureImpl::session() const {
+    std::lock_guard lock(m_mutex);
+    return m_captureSession;
+}
+
+std::shared_ptr<OrvoCaptureSettings> OrvoScreenCaptureImpl::settings() const {
+    std::lock_guard lock(m_mutex);
+    return m_settings;
+}
+
+std::shared_ptr<OrvoCaptureSession> OrvoScreenCaptureImpl::existingSession() const {
+    auto existing = session();
+    if (!existing) IMPL_LOG("Capture Session not exists");
+    return existing;
+}
+
+std::shared_ptr<OrvoWindowManager> OrvoScreenCaptureImpl::windowManager() const {
+    const auto current = session();
+    const auto windows = current ? current->m_windowCaptureSession() : nullptr;
+    return windows ? windows->windowManager() : nullptr;
+}
+
+void OrvoScreenCaptureImpl::Init() {
+    IMPL_LOG("%s", "Init");
+    if (session()) {
+        IMPL_LOG("%s already init", "Init");
+        return;
+    }
+    StartThreadIfNeeded();
+    const auto registry = std::make_shared<OrvoCaptureSettings>();
+    const auto created = OrvoCaptureSession::initWithSettings(registry);
+    {
+        std::lock_guard lock(m_mutex);
+        if (m_captureSession) return;  // another thread was faster
+        m_settings = registry;
+        m_captureSession = created;
+    }
+    created->initCaptureSession();
+}
+
+void OrvoScreenCaptureImpl::UnInit() {
+    IMPL_LOG("%s", "UnInit");
+    StopCapture();
+    if (const auto current = existingSession()) current->unInitCaptureSession();
+    const auto registry = settings();
+    {
+        std::lock_guard lock(m_mutex);
+        m_captureSession = nullptr;
+    }
+    // The registry stays, but from here on nothing of this session reaches the host.
+    if (registry) registry->shut();
+}
+
+void OrvoScreenCaptureImpl::StartCapture() {
+    IMPL_LOG("%s", "StartCapture");
+    if (const auto current = existingSession()) current->startCapture();
+    IMPL_LOG("CaptureSession is started");
+}
+
+void OrvoScreenCaptureImpl::StopCapture() {
+    IMPL_LOG("%s", "StopCapture");
+    if (const auto current = existingSession()) current->stopCapture();
+}
+
+bool OrvoScreenCaptureImpl::IsCapture() const {
+    IMPL_LOG("%s", "IsCapture");
+    const auto current = existingSession();
+    const bool running = current && current->isCapture();
+    IMPL_LOG("provider running state: %d", running);
+    return running;
+}
+
+void OrvoScreenCaptureImpl::SetFPS(int fps) {
+    IMPL_LOG("%s fps: %d", "SetFPS", fps);
+    if (fps < kLowestFps || fps > kHighestFps) {
+        IMPL_LOG("Fps out of range");
+        return;
+    }
+    if (const auto current = existingSession()) current->setFPS(fps);
+}
+
+void OrvoScreenCaptureImpl::SetTimeStampOffset(unsigned long long offset) {
+    IMPL_LOG("%s, timestamp offset: %llu", "SetTimeStampOffset", offset);
+    if (const auto current = session()) current->setTimeStampOffset(offset);
+}
+
+void OrvoScreenCaptureImpl::SetResolution(int width, int height) {
+    IMPL_LOG("%s,SetResolutionwidth %d , height%d", "SetResolution", width, height);
+    if (const auto current = session()) current->setResolutionWidth(width, height);
+}
+
+void OrvoScreenCaptureImpl::SetCursorVisible(bool visible) {
+    IMPL_LOG("%s, visible state: %d", "SetCursorVisible", visible);
+    if (const auto current = existingSession()) current->setCursorVisible(visible);
+}
+
+void OrvoScreenCaptureImpl::EnableMouseClickAnimation(bool enable) {
+    IMPL_LOG("%s, animation state: %d", "EnableMouseClickAnimation", enable);
+    if (const auto current = existingSession()) current->enableMouseClickAnimation(enable);
+}
+
+void OrvoScreenCaptureImpl::SetCatureVideoPixelFormat(OrvoScreenCaptureVideoPixelFormat format) {
+    if (const auto current = existingSession()) current->setFormat(format);
+}
+
+bool OrvoScreenCaptureImpl::SetTargetWindow(unsigned int windowID) {
+    IMPL_LOG("%s, window handle: %u", "SetTargetWindow", windowID);
+    const auto current = existingSession();
+    return current && current->setTargetWindow(windowID);
+}
+
+bool OrvoScreenCaptureImpl::SetExtraWindows(unsigned int* windows, int count, bool add) {
+    const auto current = existingSession();
+    return current && current->setExtraWindows(windows, count, add);
+}
+
+bool OrvoScreenCaptureImpl::SetTargetWindowMode(OrvoScreenCaptureWindowMode mode) {
+    IMPL_LOG("%s, window mode: %u", "SetTargetWindowMode", static_cast<unsigned int>(mode));
+    const auto current = existingSession();
+    return current && current->setTargetWindowMode(mode);
+}
+
+bool OrvoScreenCaptureImpl::SetTargetWindowResolutionMode(OrvoScreenCaptureResolutionMode mode) {
+    IMPL_LOG("%s, ResolutionMode: %u", "SetTargetWindowResolutionMode", static_cast<unsigned int>(mode));
+    const auto current = existingSession();
+    return current && current->setTargetWindowResolutionMode(mode);
+}
+
+bool OrvoScreenCaptureImpl::SetTargetWindowRect(int left, int top, int width, int height) {
+    const auto current = existingSession();
+    return current && current->setTargetWindowRectLeft(left, top, width, height);
+}
+
+void OrvoScreenCaptureImpl::SetExcludeWindows(unsigned int* windows, int count, bool add) {
+    if (const auto current = existingSession()) current->setExcludeWindows(windows, count, add);
+}
+
+size_t OrvoScreenCaptureImpl::excludedWindows() const {
+    const auto manager = windowManager();
+    return manager ? manager->excludeWindows().size() : 0;
+}
+
+// With excluded windows a display can only be captured by the window path, which takes its number like a window's.
+bool OrvoScreenCaptureImpl::SetTargetRect(unsigned int screenID, int left, int top, int width, int height) {
+    IMPL_LOG("%s, screenID: %u, pos:(%d, %d), size:(%d, %d)", "SetTargetRect", screenID, left, top, width, height);
+    const auto current = existingSession();
+    if (!current) return false;
+    const bool display = isDisplay(screenID);
+    const bool excluding = excludedWindows() != 0;
+    if (!excluding && display) {
+        current->setTargetScreen(screenID);
+        current->setTargetRect(screenID, left, top, width, height);
+        return true;
+    }
+    current->setTargetWindow(screenID);
+    current->setTargetWindowRectLeft(left, top, width, height);
+    IMPL_LOG(excluding ? "excludeWindows count is exists" : "screenID is not screen");
+    return true;
+}
+
+bool OrvoScreenCaptureImpl::SetTargetScreen(unsigned int screenID) {
+    IMPL_LOG("%s, screen name: %u", "SetTargetScreen", screenID);
+    const auto current = existingSession();
+    if (!current) return false;
+    if (excludedWindows() != 0) {
+        current->setTargetWindow(screenID);
+        IMPL_LOG("excludeWindows count is exists");
+    } else {
+        current->setTargetScreen(screenID);
+    }
+    return true;
+}
+
+// Before Init there is no registry, and the registration is lost.
+void OrvoScreenCaptureImpl::registerCallback(int kind, void* callback, void* userData) {
+    StartThreadIfNeeded();
+    IMPL_LOG("%s, callback:%p user data:%p", "registerCallback", callback, userData);
+    if (const auto registry = settings()) registry->registerCallback(kind, callback, userData);
+}

@@ -1,0 +1,77 @@
+// The one object behind the exported functions: owns the callback registry, the capture session and the log thread,
+// checks the few parameters that are checked here, and passes each call on. Runs on whatever thread the host calls
+// from.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "ScreenCapture/capture/OrvoCaptureSession.h"
+#include "ScreenCapture/capture/OrvoCaptureSettings.h"
+#include "orvo/screencapture.h"
+
+class OrvoScreenCaptureImpl {
+  public:
+    OrvoScreenCaptureImpl();
+    ~OrvoScreenCaptureImpl();
+    OrvoScreenCaptureImpl(const OrvoScreenCaptureImpl&) = delete;
+    OrvoScreenCaptureImpl& operator=(const OrvoScreenCaptureImpl&) = delete;
+
+    void Init();
+    void UnInit();
+    void StartCapture();
+    void StopCapture();
+    bool IsCapture() const;
+
+    void SetFPS(int fps);
+    void SetTimeStampOffset(unsigned long long offset);
+    void SetResolution(int width, int height);
+    void SetCursorVisible(bool visible);
+    void EnableMouseClickAnimation(bool enable);
+    void SetCatureVideoPixelFormat(OrvoScreenCaptureVideoPixelFormat format);
+
+    bool SetTargetWindow(unsigned int windowID);
+    bool SetExtraWindows(unsigned int* windows, int count, bool add);
+    bool SetTargetWindowMode(OrvoScreenCaptureWindowMode mode);
+    bool SetTargetWindowResolutionMode(OrvoScreenCaptureResolutionMode mode);
+    bool SetTargetWindowRect(int left, int top, int width, int height);
+    void SetExcludeWindows(unsigned int* windows, int count, bool add);
+    bool SetTargetRect(unsigned int screenID, int left, int top, int width, int height);
+    bool SetTargetScreen(unsigned int screenID);
+
+    void registerCallback(int kind, void* callback, void* userData);
+
+    // _lists
+    OrvoScreenCaptureScreenItem* EnumScreenList(unsigned int& count);
+    void FreeScreenList(const OrvoScreenCaptureScreenItem* list);
+    // The last argument is never read.
+    OrvoThumbnailWindowInfo* EnumWindowList(int& count, bool skipImages, bool includeIconic, bool legacyFlag);
+    void FreeWindowList(OrvoThumbnailWindowInfo* list, int count);
+    int RegistTargetWindow(unsigned int windowID);
+    int UnRegistTargetWindow(unsigned int windowID);
+    int ShowTargetWindow(unsigned int windowID, OrvoThumbnailShowWindowCmd cmd);
+    int CheckTargetWindow(unsigned int windowID);
+    void GetWindowRect(unsigned int windowID, OrvoScreenCaptureRect* rect);
+
+    // _log
+    bool StartThreadIfNeeded();
+    bool SetLogLevel(int level, const char* logFolder);
+
+  private:
+    // Each answers an object to hold during a call, or null.
+    std::shared_ptr<OrvoCaptureSession> session() const;
+    std::shared_ptr<OrvoCaptureSettings> settings() const;
+    std::shared_ptr<OrvoWindowManager> windowManager() const;
+
+    // The session, or null and a log line.
+    std::shared_ptr<OrvoCaptureSession> existingSession() const;
+    size_t excludedWindows() const;
+
+    mutable std::mutex m_mutex;  // guards the two below
+    std::shared_ptr<OrvoCaptureSession> m_captureSession;
+    std::shared_ptr<OrvoCaptureSettings> m_settings;
+};
+
+// Made when the library is loaded; nobody deletes it.
+extern "C" ORVO_API OrvoScreenCaptureImpl* g_pScreenCaptureImpl;
