@@ -1,0 +1,310 @@
+// The owned strings and the byte stream, and the conversions between character sets.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "xplatform/common/orvostream.h"
+
+using orvo::npos;
+using orvo::stream;
+using orvo::strutf16;
+using orvo::strutf8;
+using namespace std::string_literals;
+
+namespace {
+
+std::string text_of(const strutf8& s) {
+    return {s.c_str(), s.size()};
+}
+
+TEST(Storage, GrowsAndShrinksByTheRule) {
+    const unsigned int lengths[][2] = {{1, 2}, {2, 4}, {5, 8}, {7, 8}, {8, 16}, {1000, 1024}};
+    for (const auto& [length, capacity] : lengths) {
+        const strutf8 s(std::string(length, 'x').c_str());
+        EXPECT_EQ(s.capacity(), capacity) << length;
+        EXPECT_EQ(strutf16(s).capacity(), capacity);
+    }
+    strutf8 s;
+    EXPECT_EQ(s.data(), nullptr);
+    s.grow(32);
+    EXPECT_EQ(s.capacity(), 64u);
+    EXPECT_STREQ(s.data(), "");
+    s.assign("abc", 3);
+    EXPECT_EQ(s.capacity(), 4u);
+    s.grow(64);
+    s.assign(std::string(63, 'x').c_str(), 63);
+    EXPECT_EQ(s.capacity(), 128u) << "63 + 1 is not below the half";
+    s.reserve(128);
+    EXPECT_EQ(s.capacity(), 128u);
+    s.reserve(129);
+    EXPECT_EQ(s.capacity(), 256u);
+    s.shrink(5);
+    EXPECT_EQ(text_of(s), "xxxxxxx");
+    s.assign("", 0);
+    EXPECT_EQ(s.data(), nullptr);
+    EXPECT_EQ(s.capacity(), 0u);
+}
+
+TEST(StorageDeathTest, RefusesMoreThanTwoGigabytes) {
+    EXPECT_DEATH(strutf8().grow(0x80000000u), "growx.*_l <= 0x7FFFFFFF/sizeof\\(T\\)");
+    EXPECT_DEATH(strutf16().grow(0x40000000u), "growx");
+    EXPECT_DEATH(stream().resize(0x80000000u), "growx");
+    EXPECT_DEATH(strutf8().shrink(0x80000000u), "shrinkx.*_l <= 0x7FFFFFFF/sizeof\\(T\\)");
+    EXPECT_DEATH(strutf8("abc").append("x", static_cast<std::size_t>(-1)), "growx");
+}
+
+TEST(Storage, AcceptsItsOwnDataAsArgument) {
+    strutf8 s("0123456");
+    for (int i = 0; i < 4; ++i) s += s;
+    EXPECT_EQ(s.size(), 112u);
+    EXPECT_EQ(text_of(s).substr(105), "0123456");
+    s.assign(s.data() + 100, 3);
+    EXPECT_EQ(text_of(s), "234");
+    s.replace(1, 1, s.data());
+    EXPECT_EQ(text_of(s), "22344");
+    s.format("<%s>", s.c_str());
+    EXPECT_EQ(text_of(s), "<22344>");
+    s = *&s;
+    s = s.c_str() + 1;
+    EXPECT_EQ(text_of(s), "22344>");
+    strutf8 moved(std::move(s));
+    s = std::move(moved);
+    EXPECT_EQ(text_of(s), "22344>");
+    EXPECT_TRUE(moved.empty());  // NOLINT: a moved-from string is empty
+}
+
+TEST(Utf8, AppendsSlicesAndConvertsOnTheWay) {
+    strutf8 s("abcdef", 3);
+    s.append("x\0y", 3);
+    EXPECT_EQ(text_of(s), "abcx\0y"s);
+    s = "ab";
+    EXPECT_EQ(text_of(s.append(strutf8("12345"), 1, 2)), "ab23");
+    EXPECT_EQ(text_of(s.append(strutf8("12345"), 4, npos)), "ab235");
+    EXPECT_EQ(text_of(s.append(strutf8("12345"), 4, 2)), "ab235");
+    EXPECT_EQ(text_of(s.append(strutf8("12345"), 6, npos)), "ab235");
+    EXPECT_EQ(text_of(s + "!" + s), "ab235!ab235");
+    s = u"\u20ac";
+    EXPECT_EQ(text_of(s + strutf16("z")), "\xe2\x82\xacz");
+    EXPECT_EQ(text_of(strutf8(static_cast<const char*>(nullptr), 5)), "");
+    EXPECT_TRUE(s.endswith("\xac"));
+    EXPECT_TRUE(s.endswith(""));
+    EXPECT_FALSE(s.endswith("\x82"));
+    EXPECT_FALSE(s.endswith("x\xe2\x82\xac"));
+    s.resize(5);
+    EXPECT_EQ(text_of(s), "\xe2\x82\xac\0\0"s);
+}
+
+TEST(Utf8, FormatsUpToItsLastBuffer) {
+    const struct {
+        std::size_t before, length;
+        bool fits;
+    } cases[] = {{0, 0, true},       {0, 1023, true},        {0, 1024, true},
+                 {0, 300000, true},  {0, 524287, true},      {0, 524288, false},
+                 {0, 600000, false}, {400000, 399999, true}, {400000, 400000, false}};
+    for (const auto& c : cases) {
+        const std::string text(c.length, 'x');
+        strutf8 s;
+        s.resize(c.before);
+        EXPECT_EQ(s.format("%s", text.c_str()), c.fits);
+        EXPECT_EQ(text_of(s), c.fits ? text : "") << c.length;
+    }
+}
+
+TEST(Utf8, Trims) {
+    const struct {
+        const char *text, *both, *right, *left;
+    } cases[] = {{"\tx \r\n", "x", "\tx", "x \r\n"},
+                 {" \v ", "\v", " \v", "\v "},
+                 {" a b ", "a b", " a b", "a b "},
+                 {" \t\r\n", "", "", ""}};
+    for (const auto& c : cases) {
+        strutf8 both(c.text), right(c.text), left(c.text), none(c.text);
+        both.trim(true, true);
+        right.trim(true, false);
+        left.trim(false, true);
+        none.trim(false, false);
+        EXPECT_EQ(text_of(both), c.both);
+        EXPECT_EQ(text_of(right), c.right);
+        EXPECT_EQ(text_of(left), c.left);
+        EXPECT_EQ(text_of(none), c.text);
+        EXPECT_EQ(both.data() == nullptr, both.empty());
+        strutf16 wide(c.text);
+        wide.trim();
+        EXPECT_EQ(text_of(strutf8(wide)), c.both);
+    }
+}
+
+TEST(Utf8, ChangesLettersAndStepsOverSequences) {
+    const struct {
+        const char *text, *lower;
+    } cases[] = {{"AbZ[@", "abz[@"},
+                 {"\xc3\x84"
+                  "A",
+                  "\xc3\x84"
+                  "a"},
+                 {"\xe2\x82\xac"
+                  "A",
+                  "\xe2\x82\xac"
+                  "a"},
+                 {"\xc3"
+                  "AB",
+                  "\xc3"
+                  "Ab"},  // the byte after a lead byte is skipped unseen
+                 {"\xf0\x9f\x98\xbc"
+                  "ABC",
+                  "\xf0\x9f\x98\xbc"
+                  "ABc"},  // four bytes: the last one leads a sequence again
+                 {"A\xe2", "a\xe2"}};
+    for (const auto& c : cases) {
+        strutf8 s(c.text);
+        s.tolower();
+        EXPECT_EQ(text_of(s), c.lower);
+    }
+    strutf8 s("a\xe2z");
+    s.toupper();
+    EXPECT_EQ(text_of(s), "A\xe2z");
+    strutf16 wide(u"aZ\u0141");
+    wide.toupper();
+    EXPECT_EQ(std::u16string(wide.c_str()), u"AZ\u0141");
+    wide.tolower();
+    EXPECT_EQ(std::u16string(wide.c_str()), u"az\u0141");
+}
+
+TEST(Utf8, SubstringSumsWrap) {
+    const strutf8 s("hello");
+    const struct {
+        unsigned int position, n;
+        const char* result;
+    } cases[] = {{0, 5, "hello"}, {1, 3, "ell"}, {0, npos, ""}, {1, npos, "ello"}, {5, npos, ""},
+                 {6, npos, ""},   {3, 3, ""},    {5, 0, ""},    {3, npos - 1, ""}, {9, 0xFFFFFFF9, ""}};
+    for (const auto& c : cases) EXPECT_EQ(text_of(s.substr(c.position, c.n)), c.result) << c.position << " " << c.n;
+}
+
+TEST(Utf8, SearchesLikeTheStandardString) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 3000; ++round) {
+        std::string text(random() % 300, 'a'), needle(random() % 5, 'a');
+        for (char& c : text) c = static_cast<char>('a' + random() % 2);
+        for (char& c : needle) c = static_cast<char>('a' + random() % 2);
+        if (round % 10 == 0 && text.size() > 70) needle = text.substr(text.size() - 60);
+        const strutf8 s(text.c_str());
+        const strutf16 wide(text.c_str());
+        const unsigned int start = random() % (text.size() + 1);
+        unsigned int first = static_cast<unsigned int>(text.find(needle, start));
+        unsigned int last = static_cast<unsigned int>(text.rfind(needle, start));
+        if (start == text.size()) first = last = npos;  // not inside the string
+        ASSERT_EQ(s.find(needle.c_str(), start), first) << text << " " << needle;
+        ASSERT_EQ(s.reversefind(needle.c_str(), start), last) << text << " " << needle << " " << start;
+        ASSERT_EQ(wide.find(std::u16string(needle.begin(), needle.end()).c_str(), start), first);
+        for (char& c : needle) c = static_cast<char>(c - 'a' + 'A');
+        ASSERT_EQ(s.find(needle.c_str(), start, true), first);
+        ASSERT_EQ(s.reversefind(needle.c_str(), start, true), last);
+        ASSERT_EQ(s.find(needle.c_str(), start), needle.empty() ? first : npos);
+    }
+    EXPECT_EQ(strutf8("abc").find(nullptr), npos);
+    EXPECT_EQ(strutf8("abc").reversefind(nullptr), npos);
+    EXPECT_EQ(strutf8("abcabc").reversefind("abc"), 3u);
+    EXPECT_EQ(strutf8().find("a"), npos);
+}
+
+TEST(Utf8, ComparesAndReplacesRanges) {
+    strutf8 s("hello");
+    const struct {
+        unsigned int position, n;
+        const char* other;
+        int result;
+    } compared[] = {{1, 3, "ell", 0}, {1, 3, "elm", -1}, {1, 3, "el", 1},      {1, 3, "ello", -1},
+                    {4, 2, "o", -1},  {5, 0, "", 0},     {2, npos, "llo", -1}, {0, 1, nullptr, -1}};
+    for (const auto& c : compared) EXPECT_EQ(s.compare(c.position, c.n, c.other), c.result) << c.position;
+    EXPECT_TRUE(s.replace(1, 3, "ipp"));
+    EXPECT_TRUE(s.replace(0, 1, "wh"));
+    EXPECT_TRUE(s.replace(6, 0, "!"));
+    EXPECT_FALSE(s.replace(6, 2, "?"));
+    EXPECT_FALSE(s.replace(2, npos, "?"));
+    EXPECT_FALSE(s.replace(0, 1, nullptr));
+    EXPECT_EQ(text_of(s), "whippo!");
+    EXPECT_TRUE(s.replace(0, 7, ""));
+    EXPECT_TRUE(s.empty());
+}
+
+TEST(Stream, HoldsBytesAndBits) {
+    stream s("ab");
+    s.append("\0c", 2);
+    EXPECT_EQ(s.size(), 4u);
+    EXPECT_TRUE(s.replace(0, 3, "xy", 2));
+    EXPECT_EQ(std::string(s.data(), s.data() + s.size()), "xyc");
+    s = strutf16("A");
+    EXPECT_EQ(s.size(), 2u);
+    EXPECT_EQ(stream(u"AB").size(), 4u);
+    unsigned char* mine = s.detach();
+    EXPECT_EQ(mine[0], 'A');
+    EXPECT_TRUE(s.empty());
+    s.attach(mine, 2);
+    EXPECT_EQ(s.capacity(), 4u);
+    EXPECT_EQ(s.data()[2], 0);
+    s.attach(std::malloc(1), 0);
+    EXPECT_EQ(s.data(), nullptr);
+
+    s.bitset(0, true);
+    s.bitset(17, true);
+    EXPECT_EQ(s.size(), 3u);
+    EXPECT_EQ(s[0], 1);
+    EXPECT_EQ(s[2], 2);
+    stream other(s);
+    other.bitset(30, true);
+    other.bitset(0, false);
+    s.bitsmerge(other);
+    EXPECT_TRUE(s.bits(0) && s.bits(17) && s.bits(30) && !s.bits(1) && !s.bits(4000));
+    other.resize(3);
+    s.bitsand(other);
+    EXPECT_EQ(s.size(), 4u);
+    EXPECT_TRUE(!s.bits(0) && s.bits(17) && !s.bits(30));
+}
+
+TEST(Conversion, ConvertsAndRefusesInvalidInput) {
+    strutf16 wide;
+    strutf8 narrow;
+    ASSERT_TRUE(orvoutf82utf16("a\xe4\xb8\xad\xf0\x9f\x98\x80", 8, wide));
+    EXPECT_EQ(std::u16string(wide.c_str()), u"a\u4e2d\U0001F600");
+    ASSERT_TRUE(orvoutf162utf8(wide.data(), wide.size(), narrow));
+    EXPECT_EQ(text_of(narrow), "a\xe4\xb8\xad\xf0\x9f\x98\x80");
+    ASSERT_TRUE(orvogbk2utf16("\xd6\xd0", 2, wide));
+    EXPECT_EQ(std::u16string(wide.c_str()), u"\u4e2d");
+    ASSERT_TRUE(orvoutf162gbk(wide.data(), 1, narrow));
+    EXPECT_EQ(text_of(narrow), "\xd6\xd0");
+    EXPECT_TRUE(orvoutf82utf16("", 0, wide));
+    EXPECT_TRUE(wide.empty());
+
+    for (const std::string invalid : {"a\xff", "\xe4\xb8", "\xc0\x80", "\xed\xa0\x80", "ab\xf0\x9f"}) {
+        wide = u"before";
+        EXPECT_FALSE(orvoutf82utf16(invalid.data(), static_cast<unsigned int>(invalid.size()), wide)) << invalid;
+        EXPECT_TRUE(wide.empty());
+    }
+    EXPECT_FALSE(orvoutf82utf16(nullptr, 1, wide));
+    EXPECT_FALSE(orvoutf162utf8(u"\xd83d", 1, narrow));
+    EXPECT_FALSE(orvogbk2utf16("\xd6", 1, wide));
+    EXPECT_FALSE(orvoutf162gbk(u"\xd83d\xde00\xd83d", 3, narrow));
+}
+
+TEST(Conversion, IntoHeapBuffers) {
+    const std::string text(100000, 'x');
+    orvo_char16* wide = nullptr;
+    unsigned int length = 0;
+    ASSERT_TRUE(orvoutf82utf16(text.c_str(), 100000, &wide, &length));
+    const std::unique_ptr<orvo_char16, void (*)(void*)> keep_wide(wide, std::free);
+    EXPECT_EQ(std::u16string(wide), std::u16string(100000, u'x'));
+    EXPECT_EQ(length, 100000u);
+    char* narrow = nullptr;
+    ASSERT_TRUE(orvoutf162gbk(wide, 0, &narrow, nullptr));
+    const std::unique_ptr<char, void (*)(void*)> keep_narrow(narrow, std::free);
+    EXPECT_STREQ(narrow, "");
+    EXPECT_FALSE(orvogbk2utf16("\xff", 1, &wide, &length));
+    EXPECT_EQ(wide, nullptr);
+    EXPECT_EQ(length, 0u);
+    EXPECT_FALSE(orvoutf162utf8(u"a", 1, static_cast<char**>(nullptr), &length));
+}
+
+}  // namespace
