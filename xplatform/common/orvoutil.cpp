@@ -77,7 +77,7 @@ uint64_t orvo_gettickcount64(void) {
 }
 
 void orvo_msleep(int milliseconds) {
-    if (milliseconds <= 0) return;
+    if (milliseconds < 0) return;
     timespec wait{milliseconds / 1000, milliseconds % 1000 * 1000000L};
     nanosleep(&wait, nullptr);
 }

@@ -20,7 +20,8 @@ extern "C" {
 ORVO_API uint64_t orvo_gettickcount(void);
 ORVO_API uint64_t orvo_gettickcount64(void);
 
-/* Sleeps at least `milliseconds`; 0 and less return at once. A signal that the thread handles ends the sleep early. */
+/* Sleeps at least `milliseconds`; a negative number returns at once. A signal that the thread handles ends the sleep
+ * early. */
 ORVO_API void orvo_msleep(int milliseconds);
 
 /* The wall clock. Result: 0 and the time in `now`; 22 for a null pointer; else the system's errno. */

@@ -1,0 +1,308 @@
+// Task threads and the queue runner: order, delays, cancelling, dead targets, stopping and starting again.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "common/utils/orvo_queue_runner.h"
+#include "xplatform/common/orvosyslog.h"
+#include "xplatform/common/orvotask.h"
+#include "xplatform/common/orvoutil.h"
+
+namespace {
+
+using ORVO::BASE::COrvoQueueRunner;
+
+std::mutex lines_lock;
+std::vector<std::string> lines;
+
+void keep(int level, const char* module, int line, const char* text, int prefix) {
+    std::lock_guard guard(lines_lock);
+    if (module == std::string("task")) {
+        lines.push_back(std::to_string(level) + " " + std::to_string(line) + " " + (text + prefix));
+    }
+}
+
+// A call whose run the test decides, with a holder that can be told to be gone.
+class Target : public CRefCount {
+  public:
+    explicit Target(std::function<unsigned int()> body) : body_(std::move(body)) {}
+    bool IsValid() override { return valid; }
+    unsigned int work(CRefCount*) { return body_(); }
+    CScopeCall call(unsigned int* result = nullptr) { return {this, this, &Target::work, nullptr, result}; }
+    std::atomic<bool> valid{true};
+
+  private:
+    std::function<unsigned int()> body_;
+};
+
+// A task that the test steps by hand: its worker is never started.
+class Stepped : public CORVOTaskBase {
+  public:
+    Stepped() : CORVOTaskBase("stepped", 1, ETHREAD_PRIORITY_NORMAL) {}
+    int passes_until_idle() {
+        int passes = 0;
+        while (Eachloop()) ++passes;
+        return passes;
+    }
+};
+
+class Tasks : public testing::Test {
+  protected:
+    void SetUp() override {
+        syslog_hook(keep);
+        std::lock_guard guard(lines_lock);
+        lines.clear();
+    }
+    static bool logged(const std::string& line) {
+        std::lock_guard guard(lines_lock);
+        return std::count(lines.begin(), lines.end(), line) == 1;
+    }
+    std::function<void()> note(int number) {
+        return [this, number] { order_.push_back(number); };
+    }
+    COrvoQueueRunner runner_;
+    std::vector<int> order_;
+};
+
+TEST_F(Tasks, RunInOrderOneAPassUnderUniqueIds) {
+    Stepped task;
+    EXPECT_EQ(runner_.AsyncRun(note(1), &task), 1u);
+    EXPECT_EQ(runner_.AsyncRun(note(2), &task), 2u);
+    EXPECT_FALSE(task.IsIdle());
+    EXPECT_TRUE(task.Eachloop());
+    EXPECT_EQ(order_, std::vector<int>({1}));
+    EXPECT_EQ(runner_.AsyncRun(note(3), &task), 3u);
+    EXPECT_EQ(task.passes_until_idle(), 2);
+    EXPECT_EQ(order_, std::vector<int>({1, 2, 3}));
+    EXPECT_TRUE(task.IsIdle());
+}
+
+TEST_F(Tasks, DelayedCallsKeepTheOrderOfEqualTimes) {
+    Stepped task;
+    // Further ahead than the others, and pushed first: it must not hold them back.
+    runner_.add_job(note(9), &task, 3600000, nullptr);
+    for (int i = 1; i <= 5; ++i) runner_.add_job(note(i), &task, 20, nullptr);
+    EXPECT_FALSE(task.Eachloop());
+    orvo_msleep(25);
+    EXPECT_EQ(task.passes_until_idle(), 5);
+    EXPECT_EQ(order_, std::vector<int>({1, 2, 3, 4, 5}));
+    EXPECT_FALSE(task.IsIdle());
+}
+
+TEST_F(Tasks, CancelTakesEffectAtTheNextPass) {
+    Stepped task;
+    unsigned int first = runner_.AsyncRun(note(1), &task);
+    unsigned int second = runner_.AsyncRun(note(2), &task);
+    unsigned int delayed = runner_.add_job(note(3), &task, 1, nullptr);
+    for (unsigned int id : {second, delayed, 4711u}) EXPECT_EQ(CORVOTaskBase::CancelTask(&task, id), 1);
+    orvo_msleep(3);
+    EXPECT_EQ(task.passes_until_idle(), 1);
+    EXPECT_EQ(order_, std::vector<int>({1}));
+    EXPECT_EQ(CORVOTaskBase::CancelTask(&task, 0), 0);
+    EXPECT_EQ(CORVOTaskBase::CancelTask(nullptr, first), 0);
+    EXPECT_EQ(CORVOTaskBase::CancelTask(first), 0);  // no task has this thread
+    std::lock_guard guard(lines_lock);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "1 192 cancel task illegal argument!"), 3);
+}
+
+TEST_F(Tasks, DroppedClosuresDieOutsideTheLock) {
+    Stepped task;
+    struct Pushes {
+        Stepped& task;
+        COrvoQueueRunner& runner;
+        ~Pushes() {
+            runner.AsyncRun([] {}, &task);
+        }
+    };
+    auto pushes = std::make_shared<Pushes>(Pushes{task, runner_});
+    task.passes_until_idle();
+    unsigned int id = runner_.AsyncRun([kept = std::move(pushes)] {}, &task);
+    CORVOTaskBase::CancelTask(&task, id);
+    task.Eachloop();
+    EXPECT_FALSE(task.IsIdle());
+}
+
+TEST_F(Tasks, PeriodicCallsGoOnUntilTheirTargetIsGone) {
+    Stepped task;
+    int runs = 0;
+    auto* target = new Target([&] { return ++runs, 0u; });
+    unsigned int id = CORVOTaskBase::PushDelayTask(&task, target->call(), 0, ETASK_MODE_PERIODIC);
+    for (int i = 0; i < 3; ++i) EXPECT_TRUE(task.Eachloop());
+    EXPECT_EQ(runs, 3);
+    target->valid = false;
+    EXPECT_TRUE(task.Eachloop());
+    EXPECT_FALSE(task.Eachloop());
+    EXPECT_EQ(runs, 3);
+    EXPECT_TRUE(logged("1 575 object is not valid anymore for task[" + std::to_string(id) +
+                       "], just remove it! please call CancelTask when object destroyed...."));
+    EXPECT_EQ(target->Release(), 1);  // the dropped call holds nothing any more
+}
+
+TEST_F(Tasks, PeriodicCallsCanCancelThemselves) {
+    Stepped task;
+    int runs = 0;
+    unsigned int id = 0;
+    auto* target = new Target([&] {
+        CORVOTaskBase::CancelTask(&task, id);
+        return ++runs, 0u;
+    });
+    id = CORVOTaskBase::PushDelayTask(&task, target->call(), 0, ETASK_MODE_PERIODIC);
+    EXPECT_EQ(task.passes_until_idle(), 1);
+    EXPECT_TRUE(task.IsIdle());
+    EXPECT_EQ(target->Release(), 1);
+}
+
+TEST_F(Tasks, CallsAnswerNineForADeadTarget) {
+    unsigned int result = 77;
+    auto* target = new Target([] { return 5u; });
+    CScopeCall call = target->call(&result);
+    EXPECT_EQ(call(), 5u);
+    EXPECT_EQ(result, 5u);
+    result = 77;
+    target->valid = false;
+    EXPECT_EQ(call(), 9u);
+    EXPECT_EQ(result, 77u);
+    EXPECT_EQ(target->Release(), 0);  // the call still holds it
+    CScopeCall copy = call;
+    call = CScopeCall();
+    EXPECT_EQ(copy(), 9u);
+    EXPECT_EQ(call(), 9u);
+}
+
+TEST_F(Tasks, ADeadRunnersClosuresAreDropped) {
+    Stepped task;
+    {
+        COrvoQueueRunner brief;
+        brief.AsyncRun(note(1), &task);
+    }
+    EXPECT_TRUE(task.Eachloop());
+    EXPECT_TRUE(order_.empty());
+    EXPECT_TRUE(lines.size() == 1) << "a call that runs once is dropped without a message";
+}
+
+TEST_F(Tasks, TellTheObserverEachState) {
+    static std::vector<std::string> seen;
+    seen.clear();
+    Stepped task;
+    task.SetTaskObserver([](CORVOTaskBase* of, task_observer_info* info) {
+        bool times = info->push_time != 0 && (info->start_time != 0) == (info->state != TASK_STATE_QUEUED) &&
+                     (info->end_time != 0) == (info->state == TASK_STATE_FINISHED);
+        seen.push_back(std::string(of->GetName()) + std::to_string(info->id) + std::to_string(info->type) +
+                       std::to_string(info->state) + (times ? "" : " times"));
+    });
+    runner_.AsyncRun([] {}, &task);
+    runner_.add_job([] {}, &task, 1, nullptr);
+    orvo_msleep(3);
+    task.passes_until_idle();
+    EXPECT_EQ(seen, std::vector<std::string>(
+                        {"stepped111", "stepped221", "stepped112", "stepped113", "stepped222", "stepped223"}));
+    task.SetTaskObserver(nullptr);
+    runner_.AsyncRun([] {}, &task);
+    EXPECT_EQ(seen.size(), 6u);
+}
+
+TEST_F(Tasks, StopRunsWhatIsReadyAndKeepsWhatIsDelayed) {
+    auto* task = new CORVOTaskBase("worker", 1, ETHREAD_PRIORITY_NORMAL);
+    EXPECT_FALSE(task->Stop());
+    for (int i = 1; i <= 3; ++i) runner_.AsyncRun(note(i), task);
+    runner_.add_job(note(9), task, 3600000, nullptr);
+    EXPECT_TRUE(task->Start());
+    EXPECT_FALSE(task->Start());
+    EXPECT_TRUE(task->Stop());
+    EXPECT_EQ(order_, std::vector<int>({1, 2, 3}));
+    EXPECT_FALSE(task->IsStarted());
+    runner_.AsyncRun(note(4), task);
+    EXPECT_TRUE(task->Start());
+    EXPECT_TRUE(task->IsStarted());
+    EXPECT_TRUE(task->Stop());
+    EXPECT_EQ(order_, std::vector<int>({1, 2, 3, 4}));
+    EXPECT_EQ(task->Release(), 1);
+    std::string self = "thread[" + std::to_string(orvothread_selfid()) + "]";
+    EXPECT_TRUE(logged("3 81 create a Task[worker]"));
+    EXPECT_TRUE(logged("2 255 " + self + " has not started yet!"));
+    EXPECT_TRUE(logged("2 229 " + self + " aready started!"));
+    std::lock_guard guard(lines_lock);
+    for (const char* line : {"3 281 enter Runloop", "3 312 thread worker will stop", "3 349 thread worker stop"}) {
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), line), 2) << line;
+    }
+    EXPECT_EQ(lines.back().rfind("3 95 delete a Task[worker][", 0), 0u);
+}
+
+TEST_F(Tasks, RunOnTheirWorkerAndStopFromThere) {
+    CORVOTaskBase* task = ORVOTaskCreate("self", static_cast<ethread_priority>(2));
+    orvoevent* done = orvoevent_create(0, 0);
+    task->Start();
+    bool inside = false, pushed = false;
+    runner_.add_job(
+        [&] {
+            inside = CORVOTaskBase::GetCurrentTask() == task && orvothread_getname() == task->GetName();
+            auto* target = new Target([&] { return pushed = true, 0u; });
+            CORVOTaskBase::PushTask(target->call());
+            target->Release();
+            EXPECT_TRUE(task->Stop());  // only asks
+            EXPECT_FALSE(task->IsStarted());
+        },
+        task, 0, done);
+    EXPECT_EQ(orvoevent_timedwait(done, 10000), 0);
+    EXPECT_EQ(task->Release(), 1);  // joins
+    EXPECT_TRUE(inside);
+    EXPECT_TRUE(pushed);
+    EXPECT_EQ(CORVOTaskBase::GetCurrentTask(), nullptr);
+    orvoevent_destory(done);
+}
+
+TEST_F(Tasks, TakeCallsFromManyThreads) {
+    CORVOTaskBase task(nullptr, 1, ETHREAD_PRIORITY_LOW);
+    EXPECT_STREQ(task.GetName(), "");
+    EXPECT_TRUE(logged("3 83 create a Task[unname]"));
+    task.Start();
+    constexpr int kThreads = 4, kCalls = 500;
+    std::vector<std::vector<int>> runs(kThreads);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < kCalls; ++i) {
+                runner_.AsyncRun([&runs, t, i] { runs[static_cast<size_t>(t)].push_back(i); }, &task);
+                CORVOTaskBase::CancelTask(&task, runner_.add_job([] { ADD_FAILURE(); }, &task, 100000, nullptr));
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    task.Stop();
+    for (const std::vector<int>& run : runs) {
+        ASSERT_EQ(run.size(), static_cast<size_t>(kCalls));
+        EXPECT_TRUE(std::is_sorted(run.begin(), run.end()));
+    }
+}
+
+TEST_F(Tasks, RefuseANullTask) {
+    EXPECT_EQ(runner_.add_job([] {}, nullptr, 0, nullptr), 0u);
+    EXPECT_EQ(runner_.add_job([] {}, nullptr, 5, nullptr), 0u);
+    EXPECT_TRUE(logged("1 119 push task illegal argument!"));
+    EXPECT_TRUE(logged("1 148 push delay illegal argument!"));
+}
+
+TEST_F(Tasks, AnEmptyClosureThrows) {
+    auto* argument = new ORVO::BASE::tagCallTaskArg(
+        std::make_unique<ORVO::BASE::orvo_functor_task>(std::function<void()>(), nullptr));
+    EXPECT_THROW(runner_.invoke(argument), std::bad_function_call);
+    argument->Release();
+}
+
+using TasksDeathTest = Tasks;
+
+TEST_F(TasksDeathTest, MisuseOfTheRunnerEndsTheProcess) {
+    Stepped task;
+    orvoevent* event = orvoevent_create(0, 0);
+    EXPECT_DEATH(runner_.AsyncRun([] {}, nullptr), "orvo_queue_runner.cpp:37.*AsyncRun.*pTask");
+    EXPECT_DEATH(runner_.add_job([] {}, &task, 5, event), "orvo_queue_runner.cpp:95.*add_job.*event == nullptr");
+    EXPECT_DEATH(runner_.add_job([] {}, &task, -5, event), "orvo_queue_runner.cpp:96.*delayInMiliseconds == 0");
+    orvoevent_destory(event);
+}
+
+}  // namespace
