@@ -15,17 +15,22 @@ class ScriptedInput final : public platform::DisplayInput {
         : number(display), desktop_(desktop), device_(std::move(device)) {}
 
     void setMinFrameDuration(const platform::MediaTime& duration) override {
-        note("duration " + std::to_string(duration.value) + "/" + std::to_string(duration.timescale));
+        note("setMinFrameDuration",
+             "duration " + std::to_string(duration.value) + "/" + std::to_string(duration.timescale));
     }
-    void setCapturesCursor(bool captures) override { note(std::string("cursor ") + (captures ? "1" : "0")); }
-    void setCapturesMouseClicks(bool captures) override { note(std::string("clicks ") + (captures ? "1" : "0")); }
-    void setCropRect(const platform::Rect& crop) override { note("crop " + words(crop)); }
+    void setCapturesCursor(bool captures) override {
+        note("setCapturesCursor", std::string("cursor ") + (captures ? "1" : "0"));
+    }
+    void setCapturesMouseClicks(bool captures) override {
+        note("setCapturesMouseClicks", std::string("clicks ") + (captures ? "1" : "0"));
+    }
+    void setCropRect(const platform::Rect& crop) override { note("setCropRect", "crop " + words(crop)); }
 
     const uint32_t number;
 
   private:
-    void note(const std::string& what) {
-        auto pass = desktop_.gate.enter("DisplayInput");
+    void note(const char* call, const std::string& what) {
+        auto pass = desktop_.gate.enter(call);
         if (!pass) throw PlatformException{"NSInvalidArgumentException", what};
         device_->journal.push_back(what);
     }
@@ -63,10 +68,18 @@ class ScriptedCapture final : public platform::DisplayCapture {
         auto lock = note("observe");
         device_->observer = delegate;
     }
-    void beginConfiguration() override { note("begin"); }
-    void commitConfiguration() override { note("commit"); }
+    void beginConfiguration() override {
+        auto lock = note("begin");
+        ++configurations_;
+    }
+    void commitConfiguration() override {
+        auto lock = note("commit");
+        --configurations_;
+    }
     void startRunning() override {
         auto lock = note("start");
+        // The system refuses this between a begin and its commit.
+        if (configurations_ != 0) throw PlatformException{"NSGenericException", "startRunning while configuring"};
         device_->running = true;
     }
     void stopRunning() override {
@@ -92,6 +105,7 @@ class ScriptedCapture final : public platform::DisplayCapture {
 
     Desktop& desktop_;
     std::shared_ptr<Device> device_;
+    int configurations_ = 0;  // begun and not committed
 };
 
 }  // namespace
