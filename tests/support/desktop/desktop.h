@@ -80,7 +80,8 @@ struct DesktopState {
 
     std::vector<std::string> console;  // lines
     std::vector<std::string>
-        pictures;                     // questions for pictures: "window 7", "area 0,0 10x10", "composed 0,0 10x10: 7 8"
+        pictures;  // questions for pictures: "window 7", "area 0,0 10x10", "composed 0,0 10x10: 7 8"
+    std::vector<platform::Rect> placements;  // of what was drawn into an output size
     std::vector<std::string> orders;  // what applications and windows were told: "hide 100", "main 7", "front 100"
     std::vector<std::string> posted;  // names of notifications
     std::vector<std::shared_ptr<void>> postedThings;

@@ -12,17 +12,7 @@ Bitmap::Bitmap(int width, int height, int bitsPerPixel, int bitsPerComponent)
       bitsPerPixel_(bitsPerPixel),
       bitsPerComponent_(bitsPerComponent),
       bytesPerRow_((static_cast<size_t>(width) * static_cast<size_t>(bitsPerPixel) / 8 + 63) / 64 * 64),
-      pixels_(std::make_shared<std::vector<uint8_t>>(bytesPerRow_ * static_cast<size_t>(height))) {}
-
-Bitmap::Bitmap(const Bitmap& whole, const platform::PixelRect& part)
-    : width_(part.width),
-      height_(part.height),
-      bitsPerPixel_(whole.bitsPerPixel_),
-      bitsPerComponent_(whole.bitsPerComponent_),
-      bytesPerRow_(whole.bytesPerRow_),
-      offset_(whole.offset_ + static_cast<size_t>(part.y) * whole.bytesPerRow_ +
-              static_cast<size_t>(part.x) * static_cast<size_t>(whole.bitsPerPixel_) / 8),
-      pixels_(whole.pixels_) {}
+      pixels_(std::make_unique<uint8_t[]>(bytesPerRow_ * static_cast<size_t>(height))) {}
 
 Pixel Bitmap::at(int x, int y) const {
     Pixel pixel;

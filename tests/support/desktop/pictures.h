@@ -22,8 +22,6 @@ constexpr Pixel patternPixel(uint32_t number, int x, int y) {
 class Bitmap final : public platform::Image {
   public:
     Bitmap(int width, int height, int bitsPerPixel = 32, int bitsPerComponent = 8);
-    // A part of another one, whose pixels it shares.
-    Bitmap(const Bitmap& whole, const platform::PixelRect& part);
 
     int width() const override { return width_; }
     int height() const override { return height_; }
@@ -41,15 +39,14 @@ class Bitmap final : public platform::Image {
     uint64_t versionNumber = 0;
 
   private:
-    uint8_t* first() const { return pixels_->data() + offset_; }
+    uint8_t* first() const { return pixels_.get(); }
 
     int width_;
     int height_;
     int bitsPerPixel_;
     int bitsPerComponent_;
     size_t bytesPerRow_;
-    size_t offset_ = 0;
-    std::shared_ptr<std::vector<uint8_t>> pixels_;
+    std::unique_ptr<uint8_t[]> pixels_;
 };
 
 platform::Ref<Bitmap> filled(int width, int height, const Pixel& pixel);
