@@ -5,6 +5,7 @@
 #include <sstream>
 #include <thread>
 
+#include "ScreenCapture/thumbnail/window_info.h"
 #include "xplatform/common/orvosyslog.h"
 
 namespace orvo::test {
@@ -76,7 +77,7 @@ void onStatus(int status, unsigned int window, OrvoScreenCaptureRect r, void* us
 
 void onThumbnail(int status, OrvoThumbnailWindowInfo* info, void* user) {
     hostOf(user).note("thumbnail " + std::to_string(status) + " " + std::to_string(info->windowID));
-    orvo_windowthumbnail_free_windows(info, 1);
+    thumbnail::freeWindowInfos(info, 1);
 }
 
 void onProcessWindow(int change, OrvoScreenCaptureProcessWindow window, void* user) {
