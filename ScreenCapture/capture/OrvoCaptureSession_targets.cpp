@@ -13,6 +13,21 @@ void logWindows(const char* method, const unsigned int* ids, int count, bool add
         CS_LOG("%s %ld is %s", method, static_cast<long>(ids[i]), add ? "add" : "reduce");
 }
 
+// Changes that take effect together. One that throws must not leave the device in the middle of its configuration: it
+// would refuse every later start.
+template <typename Changes>
+void configure(DisplayCapture* device, Changes&& changes) {
+    if (!device) return changes();
+    device->beginConfiguration();
+    try {
+        changes();
+    } catch (...) {
+        device->commitConfiguration();
+        throw;
+    }
+    device->commitConfiguration();
+}
+
 }  // namespace
 
 void OrvoCaptureSession::setExcludeWindows(const unsigned int* ids, int count, bool add) {
@@ -87,11 +102,10 @@ bool OrvoCaptureSession::setTargetScreen(uint32_t screenID) {
 void OrvoCaptureSession::screenStep(const PartsRef& parts, uint32_t screenID, uint64_t stopsSeen) {
     const bool wasRunning = isCapture(parts);
     if (wasRunning) stopCaptureByself(*parts);
-    const auto& device = parts->screenCaptureSession;
-    if (device) device->beginConfiguration();
-    // The display that is chosen already keeps its input and with it an earlier crop rectangle.
-    if (screenID != parts->displayID) replaceInput(*parts, screenID);
-    if (device) device->commitConfiguration();
+    configure(parts->screenCaptureSession.get(), [&] {
+        // The display that is chosen already keeps its input and with it an earlier crop rectangle.
+        if (screenID != parts->displayID) replaceInput(*parts, screenID);
+    });
     captureSource = kWholeDisplay;
     if (wasRunning) restart(parts, stopsSeen);
 }
@@ -140,9 +154,9 @@ void OrvoCaptureSession::rectStep(const PartsRef& parts, uint32_t screenID, int 
                     static_cast<double>(height)};
     CS_LOG("%s, screenID: %u,cropRect x:%f y:%f width:%f height:%f", kBlock, screenID, crop.x, crop.y, crop.width,
            crop.height);
-    if (parts->screenCaptureSession) parts->screenCaptureSession->beginConfiguration();
-    if (parts->captureScreenInput) parts->captureScreenInput->setCropRect(crop);
-    if (parts->screenCaptureSession) parts->screenCaptureSession->commitConfiguration();
+    configure(parts->screenCaptureSession.get(), [&] {
+        if (parts->captureScreenInput) parts->captureScreenInput->setCropRect(crop);
+    });
     captureSource = kDisplayRect;
     if (wasRunning) restart(parts, stopsSeen);
 }
