@@ -1,0 +1,313 @@
+// The descriptor event pump.
+#include "xplatform/common/orvofe.h"
+
+#include <poll.h>
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <new>
+
+#include "xplatform/common/orvobarray.h"
+#include "xplatform/common/orvosyslog.h"
+#include "xplatform/common/orvoutil.h"
+
+namespace {
+
+constexpr int kInvalidArgument = 22, kExists = 17, kOutOfSlots = 12, kNotFound = 2;
+constexpr int kIdleWaitMs = 1, kWaitAfterFailureMs = 10;
+
+struct feitem {
+    long long fd = 0;
+    int flags = 0;  // watched events
+    int keep = 0;   // of them, those that stay after they have fired
+    orvofe_callback callback = nullptr;
+    void* user = nullptr;
+    orvofe_release release = nullptr;
+    timeval deadline{};     // wall clock; zero: none
+    std::uint64_t uid = 0;  // tells an item from a later one of the same descriptor
+
+    constexpr long long key() const { return fd; }
+    bool has_deadline() const { return deadline.tv_sec != 0 || deadline.tv_usec != 0; }
+    bool passed(const timeval& now) const { return has_deadline() && !timercmp(&now, &deadline, <); }
+};
+
+constinit std::atomic<std::uint64_t> g_next_uid{1};
+
+timeval wall_clock() {
+    timeval now{};
+    orvo_gettimeofday(&now);
+    return now;
+}
+
+void log_failure(int line, const char* text) {
+    orvo_syslog(ESYSLOG_ERROR, "fevent", line, "%s", text);
+}
+
+}  // namespace
+
+struct orvofe {
+    orvo::barray<feitem, long long, ORVOFE_MAX_FDS> items;
+};
+
+namespace {
+
+// What one pass looks at: the items as they were when it began, and what happened to each.
+struct pass {
+    pollfd polled[ORVOFE_MAX_FDS];
+    std::uint64_t uids[ORVOFE_MAX_FDS];
+    int events[ORVOFE_MAX_FDS];
+    nfds_t count = 0;
+};
+
+int add(orvofe* pump, const feitem& item, const char* argument_error) {
+    // poll takes an int: a larger number would name another descriptor.
+    if (pump == nullptr || item.flags == 0 || item.callback == nullptr || item.fd != static_cast<int>(item.fd)) {
+        log_failure(__LINE__, argument_error);
+        return kInvalidArgument;
+    }
+    if (pump->items.find(item.fd) != nullptr) {
+        log_failure(__LINE__, "file aready existed!");
+        return kExists;
+    }
+    feitem added = item;
+    added.uid = g_next_uid.fetch_add(1, std::memory_order_relaxed);
+    if (!pump->items.insert(added)) {
+        log_failure(__LINE__, "out of memory!");
+        return kOutOfSlots;
+    }
+    return 0;
+}
+
+// An item leaves outside the loop: its release function is not called, but references to handlers are given up.
+void leave_silently(orvofe* pump, const feitem& item) {
+    if (item.release == CFECallbackWraper::FERelease) item.release(pump, item.fd, item.user);
+}
+
+// Milliseconds to wait: up to the earliest deadline, rounded up so that it has passed afterwards.
+int wait_time(const orvofe& pump) {
+    const feitem* earliest = nullptr;
+    for (const feitem& item : pump.items) {
+        if (!item.has_deadline()) continue;
+        if (earliest == nullptr || timercmp(&item.deadline, &earliest->deadline, <)) earliest = &item;
+    }
+    if (earliest == nullptr) return kIdleWaitMs;
+    const timeval now = wall_clock();
+    if (earliest->passed(now)) return 0;
+    timeval left;
+    timersub(&earliest->deadline, &now, &left);
+    if (left.tv_sec >= INT_MAX / 1000) return INT_MAX;
+    return static_cast<int>(left.tv_sec * 1000 + (left.tv_usec + 999) / 1000);
+}
+
+void prepare(const orvofe& pump, pass& p) {
+    for (const feitem& item : pump.items) {
+        const int wanted =
+            ((item.flags & ORVOFE_READABLE) != 0 ? POLLIN : 0) | ((item.flags & ORVOFE_WRITABLE) != 0 ? POLLOUT : 0);
+        p.polled[p.count] = {static_cast<int>(item.fd), static_cast<short>(wanted), 0};
+        p.uids[p.count] = item.uid;
+        p.events[p.count++] = 0;
+    }
+}
+
+// False when the pass has to end without events.
+bool wait(pass& p, int timeout) {
+    if (poll(p.polled, p.count, timeout) >= 0) {
+        for (nfds_t i = 0; i < p.count; ++i) {
+            const short got = p.polled[i].revents, wanted = p.polled[i].events;
+            if ((got & wanted & POLLIN) != 0) p.events[i] |= ORVOFE_READABLE;
+            if ((got & wanted & POLLOUT) != 0) p.events[i] |= ORVOFE_WRITABLE;
+            if ((got & (POLLERR | POLLHUP | POLLNVAL)) != 0) p.events[i] |= ORVOFE_ERROR;
+        }
+        return true;
+    }
+    if (errno != EBADF && errno != ERANGE) {
+        orvo_msleep(kWaitAfterFailureMs);
+        return false;
+    }
+    for (nfds_t i = 0; i < p.count; ++i) {  // find those to blame
+        if (poll(&p.polled[i], 1, 0) < 0) p.events[i] |= ORVOFE_ERROR;
+    }
+    return true;
+}
+
+void add_passed_deadlines(const orvofe& pump, pass& p) {
+    const timeval now = wall_clock();
+    for (nfds_t i = 0; i < p.count; ++i) {
+        const bool ready = (p.events[i] & (ORVOFE_READABLE | ORVOFE_WRITABLE)) != 0;
+        if (!ready && pump.items[i].passed(now)) p.events[i] |= ORVOFE_TIMEOUT;
+    }
+}
+
+void dispatch(orvofe* pump, long long fd, std::uint64_t uid, int events) {
+    feitem* item = pump->items.find(fd);
+    if (item == nullptr || item->uid != uid) return;  // removed by an earlier callback, perhaps added again
+    if ((events & (ORVOFE_TIMEOUT | ORVOFE_ERROR)) != 0) {
+        item->flags = 0;
+    } else {
+        item->flags &= ~events | item->keep;
+    }
+    item->callback(pump, fd, events, item->user);
+
+    item = pump->items.find(fd);  // the callback may have changed the table
+    if (item == nullptr || item->flags != 0) return;
+    const feitem removed = *item;
+    pump->items.erase(fd);
+    if (removed.release != nullptr) removed.release(pump, fd, removed.user);
+}
+
+int run_pass(orvofe* pump, int longest_wait) {
+    if (pump == nullptr) return 0;
+    pass p;
+    prepare(*pump, p);
+    const int timeout = wait_time(*pump);
+    if (!wait(p, timeout < longest_wait ? timeout : longest_wait)) return 0;
+    add_passed_deadlines(*pump, p);
+    int handled = 0;
+    for (nfds_t i = 0; i < p.count; ++i) {
+        if (p.events[i] == 0) continue;
+        ++handled;
+        dispatch(pump, p.polled[i].fd, p.uids[i], p.events[i]);
+    }
+    return handled;
+}
+
+}  // namespace
+
+orvofe* orvofe_alloc() {
+    return new (std::nothrow) orvofe;
+}
+
+void orvofe_free(orvofe* pump) {
+    orvofe_clearup(pump);
+    delete pump;
+}
+
+int orvofe_fdsize(const orvofe* pump) {
+    return pump == nullptr ? 0 : static_cast<int>(pump->items.size());
+}
+
+void orvofe_clearup(orvofe* pump) {
+    while (pump != nullptr && !pump->items.empty()) orvofe_unset(pump, pump->items[pump->items.size() - 1].fd);
+}
+
+int orvofe_add(orvofe* pump, long long fd, int flags, int keep, orvofe_callback callback, void* user,
+               orvofe_release release) {
+    return add(pump, {fd, flags, keep, callback, user, release, {}, 0}, "add illegal argument!");
+}
+
+int orvofe_addonce(orvofe* pump, long long fd, int flags, orvofe_callback callback, void* user, orvofe_release release,
+                   unsigned int timeout) {
+    timeval deadline = wall_clock();
+    deadline.tv_sec += timeout / 1000;
+    deadline.tv_usec += static_cast<suseconds_t>(timeout % 1000 * 1000);
+    if (deadline.tv_usec >= 1000000) {
+        ++deadline.tv_sec;
+        deadline.tv_usec -= 1000000;
+    }
+    return add(pump, {fd, flags, 0, callback, user, release, deadline, 0}, "addonce illegal argument!");
+}
+
+int orvofe_set(orvofe* pump, long long fd, int flags) {
+    if (pump == nullptr) {
+        log_failure(__LINE__, "set illegal argument!");
+        return kInvalidArgument;
+    }
+    feitem* item = pump->items.find(fd);
+    if (item == nullptr) {
+        log_failure(__LINE__, "file not found!");
+        return kNotFound;
+    }
+    item->flags = flags;
+    return 0;
+}
+
+int orvofe_unset(orvofe* pump, long long fd) {
+    if (pump == nullptr) return kInvalidArgument;
+    const feitem* item = pump->items.find(fd);
+    if (item == nullptr) return kNotFound;
+    const feitem removed = *item;
+    pump->items.erase(fd);
+    leave_silently(pump, removed);
+    return 0;
+}
+
+bool orvofe_is_added(const orvofe* pump, long long fd) {
+    return pump != nullptr && pump->items.find(fd) != nullptr;
+}
+
+int orvofe_loop(orvofe* pump) {
+    return run_pass(pump, INT_MAX);
+}
+
+int orvofe_loop_within(orvofe* pump, unsigned int milliseconds) {
+    return run_pass(pump, milliseconds > INT_MAX ? INT_MAX : static_cast<int>(milliseconds));
+}
+
+namespace {
+
+// The user value of an item that CFEventPump has added.
+struct route {
+    CFECallbackWraper::function target;
+    CRefCount* handler;
+};
+
+}  // namespace
+
+void CFECallbackWraper::FECallback(orvofe*, long long fd, int events, void* user) {
+    const route to = *static_cast<const route*>(user);  // the handler may remove its own descriptor
+    to.handler->AddRef();
+    to.target(to.handler, fd, events);
+    to.handler->Release();
+}
+
+void CFECallbackWraper::FERelease(orvofe*, long long, void* user) {
+    const route* const to = static_cast<const route*>(user);
+    to->handler->Release();
+    delete to;
+}
+
+CFEventPump::CFEventPump() : pump_(orvofe_alloc()), own_(true) {}
+CFEventPump::CFEventPump(orvofe* pump) : pump_(pump), own_(false) {}
+CFEventPump::~CFEventPump() {
+    if (own_) orvofe_free(pump_);
+}
+
+namespace {
+
+// Adds through `add` with a route to the handler, which goes again when adding fails.
+template <typename Add>
+int add_route(CFECallbackWraper::function target, CRefCount* handler, Add add) {
+    if (target == nullptr || handler == nullptr) return add(static_cast<orvofe_callback>(nullptr), nullptr);
+    handler->AddRef();
+    route* const to = new route{target, handler};
+    const int result = add(CFECallbackWraper::FECallback, to);
+    if (result != 0) CFECallbackWraper::FERelease(nullptr, 0, to);
+    return result;
+}
+
+}  // namespace
+
+int CFEventPump::Add(long long fd, int flags, int keep, CFECallbackWraper callback, CRefCount* handler) {
+    return add_route(callback.target_, handler, [&](orvofe_callback forward, void* user) {
+        return orvofe_add(pump_, fd, flags, keep, forward, user, CFECallbackWraper::FERelease);
+    });
+}
+
+int CFEventPump::AddOnce(long long fd, int flags, CFECallbackWraper callback, CRefCount* handler,
+                         unsigned int timeout) {
+    return add_route(callback.target_, handler, [&](orvofe_callback forward, void* user) {
+        return orvofe_addonce(pump_, fd, flags, forward, user, CFECallbackWraper::FERelease, timeout);
+    });
+}
+
+int CFEventPump::Set(long long fd, int flags) {
+    return orvofe_set(pump_, fd, flags);
+}
+int CFEventPump::Unset(long long fd) {
+    return orvofe_unset(pump_, fd);
+}
+int CFEventPump::Loop() {
+    return orvofe_loop(pump_);
+}
