@@ -353,7 +353,7 @@ ORVO_API int orvo_windowthumbnail_update(int, OrvoScreenCaptureRect*);
 #else
 /* A captured window's moves; see orvo_window_moved_callback. */
 ORVO_API void orvo_screencapture_reg_captured_window_moved_notify(orvo_window_moved_callback callback, void* userData)
-    ORVO_SYMBOL("_Z52orvo_screencapture_reg_captured_window_moved_notifyPFvjiiiiPvES_");
+    ORVO_SYMBOL("_Z51orvo_screencapture_reg_captured_window_moved_notifyPFvjiiiiPvES_");
 /* The windows with their icons, without pictures. Memory: freed with orvo_windowthumbnail_free_windows and the same
  * count; orvo_screencapture_free_window_info frees the pictures of the first item only. */
 ORVO_API OrvoThumbnailWindowInfo* orvo_screencapture_enum_window_info(int isIncludeIconic, int* count)
