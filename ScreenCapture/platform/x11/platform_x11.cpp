@@ -1,6 +1,7 @@
 // The x11 parts of the port.
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/platform/x11/dispatch.h"
+#include "ScreenCapture/platform/x11/display_capture.h"
 #include "ScreenCapture/platform/x11/displays.h"
 #include "ScreenCapture/platform/x11/nothing.h"
 #include "ScreenCapture/platform/x11/system.h"
@@ -14,7 +15,7 @@ class X11Platform final : public Platform {
     Clock& clock() override { return clock_; }
     System& system() override { return system_; }
     Displays& displays() override { return displays_; }
-    std::shared_ptr<DisplayCapture> makeDisplayCapture() override { return nullptr; }
+    std::shared_ptr<DisplayCapture> makeDisplayCapture() override { return x11::makeDisplayCapture(); }
     WindowServer& windowServer() override { return windowServer_; }
     Imaging& imaging() override { return imaging_; }
     Pointer& pointer() override { return pointer_; }

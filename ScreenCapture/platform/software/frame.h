@@ -1,0 +1,109 @@
+// The buffers that captured pictures are handed over in, and the bounded pool that they come from.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "ScreenCapture/platform/software/bitmap.h"
+
+namespace orvo::platform::software {
+
+// Memory that frees itself; aligned to 64 bytes or more.
+class FrameMemory {
+  public:
+    using Free = void (*)(uint8_t* bytes, size_t size);
+
+    FrameMemory() = default;
+    FrameMemory(uint8_t* bytes, size_t size, Free free) : bytes_(bytes), size_(size), free_(free) {}
+    FrameMemory(FrameMemory&& other) noexcept
+        : bytes_(std::exchange(other.bytes_, nullptr)), size_(other.size_), free_(other.free_) {}
+    FrameMemory& operator=(FrameMemory other) noexcept {
+        std::swap(bytes_, other.bytes_);
+        std::swap(size_, other.size_);
+        std::swap(free_, other.free_);
+        return *this;
+    }
+    ~FrameMemory() {
+        if (bytes_) free_(bytes_, size_);
+    }
+
+    uint8_t* bytes() const { return bytes_; }
+    size_t size() const { return size_; }
+
+  private:
+    uint8_t* bytes_ = nullptr;
+    size_t size_ = 0;
+    Free free_ = nullptr;
+};
+
+// A picture that is taken again and again into the same memory. Its maker writes it only while nobody else holds it.
+class Frame final : public Bitmap {
+  public:
+    Frame(FrameMemory memory, int width, int height, size_t bytesPerRow)
+        : Bitmap(width, height, bytesPerRow, memory.bytes()), memory_(std::move(memory)) {}
+
+    // Keeps what lies under the rectangle, cut to the frame, for restore().
+    uint8_t* paint(const PixelRect& area) override;
+    uint64_t version() const override { return version_; }
+
+    // The maker's: puts back what was painted over.
+    void restore();
+    uint8_t* data() { return pixels(); }
+    void setVersion(uint64_t version) { version_ = version; }
+    // Sets the fourth byte of every pixel.
+    void makeOpaque();
+
+  private:
+    uint8_t* row(const PixelRect& area, int line) const {
+        return pixels() + static_cast<size_t>(area.y + line) * bytesPerRow() + static_cast<size_t>(area.x) * 4;
+    }
+
+    FrameMemory memory_;
+    uint64_t version_ = 0;
+    std::vector<PixelRect> painted_;
+    std::vector<uint8_t> under_;  // the rows of the painted rectangles, one after the other
+};
+
+// A bounded pool of frames, each with what its maker needs for filling it. For one thread; frames that are held outside
+// outlive it.
+template <typename Backing>
+class Ring {
+  public:
+    struct Slot {
+        Ref<Frame> frame;
+        Backing backing;
+    };
+
+    explicit Ring(size_t capacity) : capacity_(capacity) { slots_.reserve(capacity); }
+
+    // A slot whose frame nobody holds, the latest first: least of its picture is out of date. While there is none and
+    // the pool is not full, make() gives another; a slot without a frame from it, or a full pool, gives null.
+    template <typename Make>
+    Slot* idle(Make&& make) {
+        const auto free =
+            std::find_if(slots_.begin(), slots_.end(), [](const auto& slot) { return slot->frame->unique(); });
+        if (free != slots_.end()) {
+            std::rotate(slots_.begin(), free, free + 1);
+        } else {
+            if (slots_.size() == capacity_) return nullptr;
+            auto slot = std::make_unique<Slot>(make());
+            if (!slot->frame) return nullptr;
+            slots_.insert(slots_.begin(), std::move(slot));
+        }
+        slots_.front()->frame->restore();
+        return slots_.front().get();
+    }
+
+    bool full() const { return slots_.size() == capacity_; }
+    const std::vector<std::unique_ptr<Slot>>& slots() const { return slots_; }
+
+  private:
+    size_t capacity_;
+    std::vector<std::unique_ptr<Slot>> slots_;  // the latest first
+};
+
+}  // namespace orvo::platform::software

@@ -1,0 +1,74 @@
+// One run of the device path, from start to stop.
+#include "ScreenCapture/platform/x11/capture_run.h"
+
+#include <utility>
+
+#include "ScreenCapture/platform/software/region.h"
+
+namespace orvo::platform::x11 {
+
+PixelRect captureArea(const PixelRect& display, const Rect& crop) {
+    if (!(crop.width > 0) || !(crop.height > 0)) return display;
+    const auto limited = [](double value) { return truncated<int16_t>(value); };  // what a server can have
+    const PixelRect area = {display.x + limited(crop.x),
+                            display.y + display.height - limited(crop.y) - limited(crop.height), limited(crop.width),
+                            limited(crop.height)};
+    return software::intersection(area, display);
+}
+
+CaptureRun::CaptureRun(std::unique_ptr<Connection> connection) : x_(std::move(connection)), pointer_(*x_) {
+    const uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    xcb_change_window_attributes(x_->raw(), x_->root(), XCB_CW_EVENT_MASK, &events);
+    selectMonitorEvents(*x_);
+}
+
+void CaptureRun::readEvents() {
+    while (const Event event = x_->nextEvent()) {
+        if (grabber_ && grabber_->handle(*event)) continue;
+        pointer_.handle(*event);
+        if (tellsOfMonitors(*x_, *event)) monitorIsStale_ = true;
+    }
+}
+
+// False when there is no such display.
+bool CaptureRun::findArea(const CapturePlan& plan, PixelRect& area) {
+    if (monitorIsStale_ || monitor_.number != plan.display) {
+        const MonitorList monitors = queryMonitors(*x_);
+        const Monitor* found = monitors.find(plan.display);
+        if (!found) return false;
+        monitor_ = *found;
+        monitorIsStale_ = false;
+    }
+    area = captureArea(monitor_.area, plan.settings.crop);
+    return true;
+}
+
+TickResult CaptureRun::tick(const CapturePlan& plan) {
+    readEvents();
+    PixelRect area;
+    const bool found = !x_->lost() && findArea(plan, area);
+    if (x_->lost()) return TickResult::serverLost;
+    if (!found) return TickResult::displayGone;
+    if (area.empty()) {
+        why_ = NoImage::notOnScreen;
+        return TickResult::dropped;
+    }
+    if (!grabber_ || grabber_->area() != area) {
+        frame_ = nullptr;
+        grabber_.emplace(*x_, area);
+    }
+
+    const PointerLook look = pointer_.look(plan.settings.cursor, plan.settings.clicks);
+    readEvents();  // the answer may have brought news with it
+    if (x_->lost()) return TickResult::serverLost;
+    if (frame_ && !grabber_->changed() && look == look_) return TickResult::frame;
+
+    frame_ = nullptr;  // may be written on the spot if nobody else holds it
+    frame_ = grabber_->takeFrame(why_);
+    if (!frame_) return x_->lost() ? TickResult::serverLost : TickResult::dropped;
+    pointer_.draw(look, *frame_, area.x, area.y);
+    look_ = look;
+    return TickResult::frame;
+}
+
+}  // namespace orvo::platform::x11

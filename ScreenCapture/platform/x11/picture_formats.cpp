@@ -1,0 +1,39 @@
+// The Render formats that captures need.
+#include "ScreenCapture/platform/x11/picture_formats.h"
+
+namespace orvo::platform::x11 {
+namespace {
+
+bool isArgb32(const xcb_render_pictforminfo_t& format) {
+    const auto& direct = format.direct;
+    return format.type == XCB_RENDER_PICT_TYPE_DIRECT && format.depth == 32 && direct.alpha_mask == 0xFF &&
+           direct.alpha_shift == 24 && direct.red_mask == 0xFF && direct.red_shift == 16 && direct.green_mask == 0xFF &&
+           direct.green_shift == 8 && direct.blue_mask == 0xFF && direct.blue_shift == 0;
+}
+
+}  // namespace
+
+xcb_render_pictformat_t formatOfVisual(const xcb_render_query_pict_formats_reply_t& formats, xcb_visualid_t visual) {
+    for (auto screen = xcb_render_query_pict_formats_screens_iterator(&formats); screen.rem;
+         xcb_render_pictscreen_next(&screen))
+        for (auto depth = xcb_render_pictscreen_depths_iterator(screen.data); depth.rem;
+             xcb_render_pictdepth_next(&depth))
+            for (auto one = xcb_render_pictdepth_visuals_iterator(depth.data); one.rem;
+                 xcb_render_pictvisual_next(&one))
+                if (one.data->visual == visual) return one.data->format;
+    return 0;
+}
+
+PictureFormats queryPictureFormats(Connection& x) {
+    PictureFormats found;
+    const auto reply = x.await<xcb_render_query_pict_formats_reply_t>(xcb_render_query_pict_formats(x.raw()).sequence);
+    // The other byte order would put alpha first.
+    if (!reply || xcb_get_setup(x.raw())->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) return found;
+    for (auto format = xcb_render_query_pict_formats_formats_iterator(reply.get()); format.rem && !found.argb32;
+         xcb_render_pictforminfo_next(&format))
+        if (isArgb32(*format.data)) found.argb32 = format.data->id;
+    found.root = formatOfVisual(*reply, x.screen()->root_visual);
+    return found;
+}
+
+}  // namespace orvo::platform::x11

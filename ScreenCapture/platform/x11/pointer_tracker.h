@@ -1,0 +1,49 @@
+// Where the pointer is, how it looks and whether a button is down, for drawing it into frames.
+#pragma once
+
+#include <cstdint>
+
+#include "ScreenCapture/platform/software/pointer_blend.h"
+#include "ScreenCapture/platform/x11/connection.h"
+
+namespace orvo::platform::x11 {
+
+// Copies the server's cursor picture; false when there is none.
+bool queryCursor(Connection& x, software::Sprite& cursor);
+
+// What of the pointer a frame shows. Equal looks give equal pixels.
+struct PointerLook {
+    bool cursor = false;
+    bool ring = false;
+    uint32_t picture = 0;  // counts the cursor's pictures
+    int x = 0;             // root coordinates
+    int y = 0;
+    bool operator==(const PointerLook&) const = default;
+};
+
+// For one thread. The owner of the connection reads its events and hands each to handle().
+class PointerTracker {
+  public:
+    explicit PointerTracker(Connection& x);
+
+    void handle(const xcb_generic_event_t& event);
+
+    // What a frame shows now; one question when anything of it is wanted, none otherwise. A click that came and went
+    // since the last call shows once.
+    PointerLook look(bool wantsCursor, bool wantsClicks);
+    // Draws a look of look() into a frame whose top left corner lies at a point of the root window.
+    void draw(const PointerLook& look, software::Frame& frame, int left, int top) const;
+
+  private:
+    void watchButtons(bool watch);
+
+    Connection& x_;
+    software::Sprite cursor_;
+    software::Sprite ring_ = software::makeClickRing();
+    bool cursorIsStale_ = true;
+    uint32_t pictures_ = 0;
+    bool watchesButtons_ = false;
+    bool clicked_ = false;  // a button went down since the last look
+};
+
+}  // namespace orvo::platform::x11

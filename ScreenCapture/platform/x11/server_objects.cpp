@@ -1,0 +1,41 @@
+// Memory shared with the server.
+#include "ScreenCapture/platform/x11/server_objects.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace orvo::platform::x11 {
+namespace {
+
+void unmap(uint8_t* bytes, size_t size) {
+    munmap(bytes, size);
+}
+
+software::FrameMemory map(size_t size, int flags, int descriptor) {
+    void* bytes = mmap(nullptr, size, PROT_READ | PROT_WRITE, flags, descriptor, 0);
+    if (bytes == MAP_FAILED) return {};
+    return {static_cast<uint8_t*>(bytes), size, unmap};
+}
+
+}  // namespace
+
+SharedMemory shareMemory(Connection& x, size_t size) {
+    const int descriptor = memfd_create("orvo frame", MFD_CLOEXEC);
+    if (descriptor < 0) return {};
+    SharedMemory shared;
+    if (ftruncate(descriptor, static_cast<off_t>(size)) == 0) shared.memory = map(size, MAP_SHARED, descriptor);
+    if (!shared.memory.bytes()) {
+        close(descriptor);
+        return {};
+    }
+    shared.segment = ServerSegment(x);
+    // xcb closes the descriptor when it has sent it.
+    if (!x.succeeded(xcb_shm_attach_fd_checked(x.raw(), shared.segment.id(), descriptor, 0))) return {};
+    return shared;
+}
+
+software::FrameMemory plainMemory(size_t size) {
+    return map(size, MAP_PRIVATE | MAP_ANONYMOUS, -1);
+}
+
+}  // namespace orvo::platform::x11

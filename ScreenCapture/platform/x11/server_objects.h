@@ -1,0 +1,61 @@
+// Objects on the server that are freed with their owner here, and memory shared with it.
+#pragma once
+
+#include <xcb/damage.h>
+#include <xcb/render.h>
+#include <xcb/shm.h>
+#include <xcb/xcb.h>
+#include <xcb/xfixes.h>
+
+#include <cstddef>
+#include <utility>
+
+#include "ScreenCapture/platform/software/frame.h"
+#include "ScreenCapture/platform/x11/connection.h"
+
+namespace orvo::platform::x11 {
+
+// One identifier, freed by its request; the connection must outlive it.
+template <auto Free>
+class ServerObject {
+  public:
+    ServerObject() = default;
+    // A new identifier; the caller sends the request that creates the object.
+    explicit ServerObject(Connection& x) : connection_(x.raw()), id_(xcb_generate_id(connection_)) {}
+    ServerObject(ServerObject&& other) noexcept : connection_(other.connection_), id_(std::exchange(other.id_, 0)) {}
+    ServerObject& operator=(ServerObject other) noexcept {
+        std::swap(connection_, other.connection_);
+        std::swap(id_, other.id_);
+        return *this;
+    }
+    ~ServerObject() {
+        if (id_) Free(connection_, id_);
+    }
+
+    uint32_t id() const { return id_; }
+    explicit operator bool() const { return id_ != 0; }
+
+  private:
+    xcb_connection_t* connection_ = nullptr;
+    uint32_t id_ = 0;
+};
+
+using ServerPixmap = ServerObject<xcb_free_pixmap>;
+using ServerSegment = ServerObject<xcb_shm_detach>;
+using ServerPicture = ServerObject<xcb_render_free_picture>;
+using ServerRegion = ServerObject<xcb_xfixes_destroy_region>;
+using ServerDamage = ServerObject<xcb_damage_destroy>;
+
+// Memory that the server writes into. The mapping here lives as long as the frame made of it, the segment there as long
+// as its owner.
+struct SharedMemory {
+    software::FrameMemory memory;
+    ServerSegment segment;
+};
+// Without memory when the system or the server refuses.
+SharedMemory shareMemory(Connection& x, size_t size);
+
+// Memory for a frame that the server does not share.
+software::FrameMemory plainMemory(size_t size);
+
+}  // namespace orvo::platform::x11

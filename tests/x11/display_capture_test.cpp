@@ -1,0 +1,298 @@
+// The device path on a real server: pixels, cursor, clicks, crops, endings.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "ScreenCapture/platform/platform.h"
+#include "support/x11/capture_recorder.h"
+#include "support/x11/x_server.h"
+
+namespace orvo::testing {
+namespace {
+
+using platform::DisplayCapture;
+using platform::DisplayInput;
+
+// A capture of the main display at 100 frames a second.
+struct Capture {
+    explicit Capture(uint32_t display = platform::platform().displays().mainDisplay())
+        : capture(platform::platform().makeDisplayCapture()), input(capture->makeInput(display)) {
+        if (!input) return;
+        input->setMinFrameDuration({1, 100});
+        input->setCapturesCursor(false);
+        capture->addInput(input);
+        capture->addOutput(recorder);
+        capture->observeFailures(recorder);
+    }
+
+    std::shared_ptr<CaptureRecorder> recorder = std::make_shared<CaptureRecorder>();
+    std::shared_ptr<DisplayCapture> capture;
+    std::shared_ptr<DisplayInput> input;
+};
+
+// What the server shows, as a frame should hold it.
+void expectFrameEquals(const CaptureRecorder& recorder, const std::vector<uint8_t>& root, const Area& area) {
+    ASSERT_EQ(recorder.width, area.width);
+    ASSERT_EQ(recorder.height, area.height);
+    int differing = 0;
+    for (int y = 0; y < area.height; y++)
+        for (int x = 0; x < area.width; x++) {
+            const uint8_t* p = root.data() + (static_cast<size_t>(y) * area.width + x) * 4;
+            const uint32_t colour =
+                0xFF000000U | static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[1]) << 8 | p[0];
+            differing += recorder.pixel(x, y) != colour;
+        }
+    EXPECT_EQ(differing, 0);
+}
+
+// The ways down from the best server to the poorest.
+class DisplayCaptureOn : public ::testing::TestWithParam<std::vector<std::string>> {};
+
+TEST_P(DisplayCaptureOn, ShowsThePaintedPixelsWholeAndCropped) {
+    const XServer server("331x200x24", GetParam());  // rows that do not end on 64 bytes
+    Painter painter(server);
+    painter.fill(painter.root(), {0, 0, 331, 200}, 0x102030);
+    painter.fill(painter.root(), {10, 20, 30, 40}, 0xFF8001);
+    Capture c;
+    c.capture->startRunning();
+    EXPECT_TRUE(c.capture->isRunning());
+    ASSERT_TRUE(c.recorder->nextSample());
+    EXPECT_EQ(c.recorder->pixel(10, 20), 0xFFFF8001U);
+    EXPECT_EQ(c.recorder->pixel(9, 20), 0xFF102030U);
+    expectFrameEquals(*c.recorder, painter.read({0, 0, 331, 200}), {0, 0, 331, 200});
+
+    painter.fill(painter.root(), {35, 50, 20, 20}, 0x00FF00);
+    c.input->setCropRect({5, 200 - 15 - 60, 101, 60});  // top 15
+    ASSERT_TRUE(c.recorder->nextSample());
+    EXPECT_EQ(c.recorder->pixel(35 - 5, 50 - 15), 0xFF00FF00U);
+    expectFrameEquals(*c.recorder, painter.read({5, 15, 101, 60}), {5, 15, 101, 60});
+}
+
+INSTANTIATE_TEST_SUITE_P(Servers, DisplayCaptureOn,
+                         ::testing::Values(std::vector<std::string>{}, std::vector<std::string>{"-extension", "RENDER"},
+                                           std::vector<std::string>{"-extension", "DAMAGE"},
+                                           std::vector<std::string>{"-extension", "MIT-SHM"},
+                                           std::vector<std::string>{"-extension", "MIT-SHM", "-extension", "DAMAGE"},
+                                           std::vector<std::string>{"-extension", "XFIXES"}));
+
+TEST(DisplayCapture, OnlyKnownDisplaysGiveAnInput) {
+    const XServer server;
+    const auto capture = platform::platform().makeDisplayCapture();
+    EXPECT_EQ(capture->makeInput(0xfffffff0U), nullptr);
+    const auto input = capture->makeInput(platform::platform().displays().mainDisplay());
+    ASSERT_NE(input, nullptr);
+    EXPECT_TRUE(capture->canAddInput(input));
+    capture->addInput(input);
+    EXPECT_FALSE(capture->canAddInput(input));
+    capture->removeInput(input);
+    EXPECT_TRUE(capture->canAddInput(input));
+    EXPECT_FALSE(capture->canAddInput(nullptr));
+}
+
+TEST(DisplayCapture, TheCursorIsBlendedMovesAndGoes) {
+    const XServer server("200x200x24");
+    Painter painter(server);
+    painter.fill(painter.root(), {0, 0, 200, 200}, 0x0000FF);
+    painter.warpPointer(50, 60);
+    Capture c;
+    const auto coloured = [&](const Area& area) {
+        int count = 0;
+        for (int y = area.y; y < area.y + area.height; y++)
+            for (int x = area.x; x < area.x + area.width; x++) count += c.recorder->pixel(x, y) != 0xFF0000FFU;
+        return count;
+    };
+    c.input->setCapturesCursor(true);
+    c.capture->startRunning();
+    ASSERT_TRUE(c.recorder->nextSample());
+    const int atFirst = coloured({40, 50, 20, 20});
+    EXPECT_GT(atFirst, 20);
+    EXPECT_EQ(coloured({0, 0, 200, 200}), atFirst);
+
+    painter.warpPointer(150, 60);
+    ASSERT_TRUE(c.recorder->nextSample());
+    EXPECT_EQ(coloured({40, 50, 20, 20}), 0);
+    EXPECT_EQ(coloured({140, 50, 20, 20}), atFirst);
+
+    painter.warpPointer(199, 199);  // cut at the edges
+    ASSERT_TRUE(c.recorder->nextSample());
+    EXPECT_GT(coloured({190, 190, 10, 10}), 0);
+
+    c.input->setCapturesCursor(false);
+    ASSERT_TRUE(c.recorder->nextSample());
+    EXPECT_EQ(coloured({0, 0, 200, 200}), 0);
+}
+
+TEST(DisplayCapture, AButtonHeldShowsARingWhenWanted) {
+    XServer server("200x200x24");
+    Painter painter(server);
+    painter.fill(painter.root(), {0, 0, 200, 200}, 0x0000FF);
+    painter.warpPointer(100, 100);
+    Capture c;
+    const auto ring = [&] { return c.recorder->pixel(100 + 15, 100) != 0xFF0000FFU; };
+    c.capture->startRunning();
+    ASSERT_EQ(server.run({"xdotool", "mousedown", "1"}), 0);
+    ASSERT_TRUE(c.recorder->nextSample());
+    EXPECT_FALSE(ring());
+    c.input->setCapturesMouseClicks(true);
+    ASSERT_TRUE(c.recorder->nextSample());
+    EXPECT_TRUE(ring());
+    ASSERT_EQ(server.run({"xdotool", "mouseup", "1"}), 0);
+    ASSERT_TRUE(c.recorder->nextSample());
+    EXPECT_FALSE(ring());
+}
+
+TEST(DisplayCapture, AClickShorterThanATickShowsOnce) {
+    XServer server("200x200x24");
+    Painter painter(server);
+    painter.warpPointer(100, 100);
+    Capture c;
+    c.input->setCapturesMouseClicks(true);
+    c.input->setMinFrameDuration({1, 4});
+    c.capture->startRunning();
+    ASSERT_TRUE(c.recorder->nextSample());
+    const uint32_t ground = c.recorder->pixel(115, 100);
+    const int before = c.recorder->samples;
+    ASSERT_EQ(server.run({"xdotool", "click", "1"}), 0);
+    ASSERT_TRUE(runUntil([&] { return c.recorder->samples > before && c.recorder->pixel(115, 100) != ground; }));
+    ASSERT_TRUE(runUntil([&] { return c.recorder->pixel(115, 100) == ground; }));
+}
+
+TEST(DisplayCapture, ChangesBetweenBeginAndCommitTakeEffectTogether) {
+    const XServer server("320x200x24");
+    Capture c;
+    c.capture->startRunning();
+    ASSERT_TRUE(c.recorder->nextSample());
+    c.capture->beginConfiguration();
+    c.input->setCropRect({0, 0, 50, 40});
+    ASSERT_TRUE(c.recorder->nextSample());
+    EXPECT_EQ(c.recorder->width, 320);
+    c.capture->commitConfiguration();
+    ASSERT_TRUE(c.recorder->nextSample());
+    EXPECT_EQ(c.recorder->width, 50);
+    EXPECT_EQ(c.recorder->height, 40);
+}
+
+TEST(DisplayCapture, ABusyMainQueueFindsOneSampleTheNewest) {
+    const XServer server("64x64x24");
+    Painter painter(server);
+    Capture c;
+    painter.fill(painter.root(), {0, 0, 64, 64}, 0x111111);
+    c.capture->startRunning();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    painter.fill(painter.root(), {0, 0, 64, 64}, 0x222222);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    c.capture->stopRunning();
+    EXPECT_EQ(platform::runMainQueue(0), 1);
+    EXPECT_EQ(c.recorder->samples, 0);  // what waits when it is stopped is dropped
+
+    c.capture->startRunning();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    painter.fill(painter.root(), {0, 0, 64, 64}, 0x333333);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    platform::runMainQueue(0);
+    EXPECT_EQ(c.recorder->samples, 1);
+    EXPECT_EQ(c.recorder->pixel(1, 1), 0xFF333333U);
+    c.capture->stopRunning();
+    platform::runMainQueue(50);
+    EXPECT_EQ(c.recorder->samples, 1);
+}
+
+TEST(DisplayCapture, HeldBuffersStayAsTheyAreAndAFullPoolDropsTicks) {
+    const XServer server("64x64x24");
+    Painter painter(server);
+    Capture c;
+    c.recorder->keep = true;
+    c.capture->startRunning();
+    uint32_t colour = 0x010101;
+    std::vector<uint32_t> first;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(400);
+    while (std::chrono::steady_clock::now() < end) {
+        painter.fill(painter.root(), {0, 0, 64, 64}, colour += 0x010101);
+        const size_t before = c.recorder->kept.size();
+        platform::runMainQueue(10);
+        for (size_t i = before; i < c.recorder->kept.size(); i++)
+            first.push_back(*static_cast<const uint32_t*>(c.recorder->kept[i]->baseAddress()));
+    }
+    ASSERT_GE(first.size(), 3U);
+    EXPECT_LT(first.size(), 20U);
+    for (size_t i = 0; i < first.size(); i++)
+        EXPECT_EQ(*static_cast<const uint32_t*>(c.recorder->kept[i]->baseAddress()), first[i]) << i;
+    // It goes on when they come back; the memory of those that are held outlives the capture.
+    c.recorder->kept.resize(1);
+    c.recorder->keep = false;
+    ASSERT_TRUE(c.recorder->nextSample());
+    c.capture->stopRunning();
+    c.capture = nullptr;
+    EXPECT_EQ(*static_cast<const uint32_t*>(c.recorder->kept[0]->baseAddress()), first[0]);
+}
+
+TEST(DisplayCapture, AKilledServerIsOneRuntimeErrorAndTheNextServerIsCaptured) {
+    {
+        XServer server("64x64x24");
+        Capture c;
+        c.capture->startRunning();
+        ASSERT_TRUE(c.recorder->nextSample());
+        server.kill();
+        ASSERT_TRUE(runUntil([&] { return c.recorder->runtimeErrors > 0; }));
+        EXPECT_FALSE(c.capture->isRunning());
+        EXPECT_FALSE(c.recorder->reason.empty());
+        c.capture->startRunning();  // there is none: an error again
+        ASSERT_TRUE(runUntil([&] { return c.recorder->runtimeErrors > 1; }));
+        platform::runMainQueue(50);
+        EXPECT_EQ(c.recorder->runtimeErrors, 2);
+        EXPECT_EQ(c.recorder->interruptions, 0);
+    }
+    const XServer next("80x60x24");
+    Capture c;
+    ASSERT_NE(c.input, nullptr);
+    c.capture->startRunning();
+    ASSERT_TRUE(c.recorder->nextSample());
+    EXPECT_EQ(c.recorder->width, 80);
+}
+
+TEST(DisplayCapture, AHangingServerIsARuntimeErrorWithinTheLimit) {
+    XServer server("64x64x24");
+    Capture c;
+    c.input->setCapturesCursor(true);
+    c.capture->startRunning();
+    ASSERT_TRUE(c.recorder->nextSample());
+    server.suspend();
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_TRUE(runUntil([&] { return c.recorder->runtimeErrors > 0; }));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
+    server.resume();
+}
+
+TEST(DisplayCapture, AnUnpluggedDisplayIsAnInterruption) {
+    XServer server("200x100x24");
+    ASSERT_EQ(server.run({"xrandr", "--setmonitor", "right", "100/10x100/10+100+0", "none"}), 0);
+    uint32_t right = 0;
+    for (const auto& screen : platform::platform().displays().screens())
+        if (screen.frame.x == 100) right = screen.number;
+    Capture c(right);
+    ASSERT_NE(c.input, nullptr);
+    c.capture->startRunning();
+    ASSERT_TRUE(c.recorder->nextSample());
+    EXPECT_EQ(c.recorder->width, 100);
+    ASSERT_EQ(server.run({"xrandr", "--delmonitor", "right"}), 0);
+    ASSERT_TRUE(runUntil([&] { return c.recorder->interruptions > 0; }));
+    EXPECT_FALSE(c.capture->isRunning());
+    platform::runMainQueue(30);
+    EXPECT_EQ(c.recorder->interruptions, 1);
+    EXPECT_EQ(c.recorder->runtimeErrors, 0);
+}
+
+TEST(DisplayCapture, ADelegateThatIsGoneIsNotCalled) {
+    const XServer server("64x64x24");
+    Capture c;
+    c.capture->startRunning();
+    ASSERT_TRUE(c.recorder->nextSample());
+    c.recorder = nullptr;
+    platform::runMainQueue(30);
+    c.capture = nullptr;  // releasing it stops it
+    platform::runMainQueue(30);
+    EXPECT_EQ(platform::runMainQueue(30), 0);
+}
+
+}  // namespace
+}  // namespace orvo::testing
