@@ -17,9 +17,6 @@ constinit std::atomic<syslog_binary_hook> s_sa_hook{nullptr};
 
 namespace {
 
-// A line is this long with its terminator; the slack takes the mark that is written behind a cut line.
-constexpr size_t kLineSize = 10240;
-constexpr size_t kLineSlack = 7;
 constexpr int kAlreadyInstalled = 17;
 // The levels' tags, and the empty one of every other level.
 constexpr const char* kTags[] = {"[import]", "[error ]", "[warn  ]", "[notice]", "[debug ]", ""};
@@ -76,32 +73,6 @@ void append_header(Line& out, int level, const char* module, int line) {
     const char* thread = orvothread_getname();
     out.append("[").append(thread ? thread : "unnamed thread").append(":").append_number(orvothread_selfid());
     out.append("][").append(module ? module : "(null)").append(":").append_number(line).append("]: ");
-}
-
-// The caller's message at `text`, `room` bytes with its terminator. Result: whether it fitted.
-bool print_message(char* text, size_t room, const char* format, va_list arguments) {
-    va_list again;
-    va_copy(again, arguments);
-    *text = '\0';
-    int length = vsnprintf(text, room, format ? format : "", arguments);
-    if (length < 0) {
-        // A failing vsnprintf says nothing about its end: printed once more over zeroes, what it wrote is terminated.
-        memset(text, 0, room);
-        vsnprintf(text, room - 1, format, again);
-    }
-    va_end(again);
-    return length >= 0 && static_cast<size_t>(length) < room;
-}
-
-// Intended: the mark of a cut line goes behind the terminator that the cut has set, so nobody sees it. It would move
-// forward for a UTF-8 sequence in the last bytes, but the first of them is that terminator.
-void mark_cut(char* buffer) {
-    size_t at = kLineSize;
-    if (static_cast<unsigned char>(buffer[at - 1]) & 0x80) {
-        --at;
-        if (static_cast<unsigned char>(buffer[at - 1]) & 0x80) --at;
-    }
-    memcpy(buffer + at, "...", 4);
 }
 
 }  // namespace
@@ -197,8 +168,7 @@ void syslogv(syslog_text_hook hook, int level, const char* module, int line, con
     char buffer[kLineSize + kLineSlack];
     Line out(buffer, kLineSize - 1);
     append_header(out, level, module, line);
-    bool whole = print_message(buffer + out.length(), kLineSize - out.length(), format, arguments);
-    if (!whole) mark_cut(buffer);
+    print_message(buffer, out.length(), format, arguments);
     hook(level, module, line, buffer, static_cast<int>(out.length()));
 }
 

@@ -1,0 +1,46 @@
+// The library's own log files: three text files in a folder, written in turn, each up to a size, lightly scrambled.
+//
+// init_log() puts a hook into the log core: from then on every line of channel 1 and of the base library is echoed to
+// standard output and written to the files. All file work, and all state of the files, is on the log thread, the task
+// given to run_log_on(); jobs run there in the order in which they were posted. No failure is reported to a caller: a
+// file that cannot be opened is replaced by the first one, and when that fails too, file logging pauses until the next
+// init_log().
+//
+// Threads: every function may be called from any thread. Memory: texts are copied.
+#ifndef ORVO_LOG_H
+#define ORVO_LOG_H
+
+#include "ScreenCapture/log/sym_encrypt.h"
+#include "common/utils/orvo_queue_runner.h"
+#include "xplatform/common/orvobase.h"
+#include "xplatform/common/orvotask.h"
+
+namespace ORVO::ScreenCapture {
+
+// Hands over the runner and the task of all file jobs; both stay the caller's and live until they are taken away with
+// two null pointers. Jobs posted without them are dropped. On return no other thread uses the former two any more.
+ORVO_API void run_log_on(BASE::COrvoQueueRunner* runner, CORVOTaskBase* task);
+
+// Begins logging to files: `path0` is continued, then come `path1` and `path2`, cut to 511 bytes each. A file takes
+// `maxSize` bytes before the next one is begun. Called again, it sets other paths and sizes; an open file is left open.
+ORVO_API void init_log(const char* path0, const char* path1, const char* path2, unsigned long long maxSize);
+
+// Sets the level up to which lines are echoed and written (0 to 4, initially 4). At 4 every line is flushed, otherwise
+// the 1st, 5th, 9th, ...
+ORVO_API void set_log_level(int level);
+
+// Closes the file; lines are echoed only, until the next init_log().
+ORVO_API void close_log();
+
+// Deletes the three files, once the host has uploaded them, and begins with the first one again.
+ORVO_API void remove_log_after_upload();
+
+// Prints a line with the local time and "[orvo]" to standard output, past all levels and files; at most 10,239 bytes.
+ORVO_API void verbose_output(const char* format, ...);
+
+// The hook that init_log() puts into the log core; see syslog_text_hook.
+ORVO_API void orvo_log_hook(int level, const char* module, int line, const char* text, int prefixLength);
+
+}  // namespace ORVO::ScreenCapture
+
+#endif
