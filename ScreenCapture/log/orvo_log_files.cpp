@@ -73,6 +73,10 @@ void LogFiles::write(const orvo::strutf8& line, bool flush_each) {
     put(line);
     put("\n");
     if (!flush_each && log_counter_++ % kLinesToFlush != 0) return;
+    flush();
+}
+
+void LogFiles::flush() {
     if (fflush(g_fd_) != 0) torn_ = true;
 }
 
@@ -112,6 +116,7 @@ void LogFiles::put_header() {
 
 void LogFiles::put_scrambled(const char* text) {
     put(sym_encrypt(orvo::strutf8(text)));
+    flush();
 }
 
 // After a failure (a full disk) the file may end in the middle of a line; the next line begins a new one.

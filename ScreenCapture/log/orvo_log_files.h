@@ -34,6 +34,7 @@ class LogFiles {
     void put(const orvo::strutf8& text);
     void put_scrambled(const char* text);
     void put_header();
+    void flush();
     bool is_deleted() const;
 
     char strLogPath_[3][kPathSize] = {};

@@ -38,7 +38,7 @@ using task_observer = void (*)(CORVOTaskBase* task, task_observer_info* info);
 // The plain worker. Created, not started; then started, stopping, stopped, and so on again; the queues survive a stop.
 //
 // Memory: reference-counted; the maker holds the first reference and the last Release() joins the thread, so it must
-// not happen on the worker. A class that derives from this one calls Stop() in its destructor, because the worker
+// not happen on the worker. A class that derives from this one calls Join() in its destructor, because the worker
 // calls its virtual operations. Threads: every operation may be called from any thread, unless it says otherwise.
 class ORVO_API CORVOTaskBase : public CRefCountSafe {
   public:
@@ -94,12 +94,13 @@ class ORVO_API CORVOTaskBase : public CRefCountSafe {
     // Whether calls wait that need no delay.
     bool HasReady() const;
     int IdleInterval() const { return idle_interval_; }
+    // Asks the worker, if there is one, to end, and waits for its end.
+    void Join();
 
   private:
     bool GoesOn();
     bool RunReady();
     bool RunDue(uint64_t now);
-    void Join();
 
     const int idle_interval_;
     const ethread_priority priority_;

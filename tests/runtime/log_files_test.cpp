@@ -1,0 +1,285 @@
+// The log files: scrambling, rotation, flushing, failing files, and the way of a line through the log thread.
+#include "ScreenCapture/log/orvo_log.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ScreenCapture/log/orvo_log_files.h"
+#include "xplatform/common/orvosyslog.h"
+#include "xplatform/common/orvotask_io.h"
+
+namespace {
+
+using namespace ORVO::ScreenCapture;
+
+const std::string kHeader = "*** SDK Version: " ORVO_VERSION_TEXT "\n";
+
+std::string read_file(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream all;
+    all << in.rdbuf();
+    return all.str();
+}
+
+bool exists(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0;
+}
+
+// The plain text of a file whose lines hold no line feed of their own.
+std::string plain(const std::string& path) {
+    std::stringstream in(read_file(path));
+    std::string all;
+    for (std::string line; std::getline(in, line);)
+        all += std::string(sym_encrypt(orvo::strutf8(line.c_str())).c_str()) + "\n";
+    return all;
+}
+
+class LogFolder : public testing::Test {
+  protected:
+    void SetUp() override {
+        char name[] = "/tmp/orvo_log_test_XXXXXX";
+        ASSERT_NE(mkdtemp(name), nullptr);
+        folder_ = name;
+        for (int i = 0; i < 3; ++i) paths_[i] = (folder_ + "/" + std::to_string(i)).c_str();
+    }
+    void TearDown() override { EXPECT_EQ(system(("rm -rf " + folder_).c_str()), 0); }
+    std::string path(int i) const { return paths_[i].c_str(); }
+
+    std::string folder_;
+    orvo::strutf8 paths_[3];
+};
+
+using LogFile = LogFolder;
+
+TEST(SymEncrypt, UndoesItself) {
+    std::string all;
+    for (int i = 0; i < 768; ++i) all += static_cast<char>(i % 256 * 7 + i / 256);
+    orvo::strutf8 text;
+    text.assign(all.data(), static_cast<unsigned>(all.size()));
+    orvo::strutf8 once = sym_encrypt(text);
+    orvo::strutf8 twice = sym_encrypt(once);
+    ASSERT_EQ(once.length(), all.size());
+    EXPECT_EQ(std::string(twice.c_str(), twice.length()), all);
+    EXPECT_EQ(std::string(text.c_str(), text.length()), all);
+    for (unsigned i = 0; i < all.size(); ++i) {
+        char key = "qbt"[i % 3], c = all[i], x = once.data()[i];
+        bool stays = c == 0 || c == '\n' || c == key || (c ^ key) == '\n';
+        EXPECT_EQ(x, stays ? c : static_cast<char>(c ^ key)) << i;
+    }
+    char in_place[] = "q\nabc";
+    sym_encrypt(in_place);
+    EXPECT_STREQ(in_place, "q\n\x15\x13\x01");
+    sym_encrypt(static_cast<char*>(nullptr));
+    EXPECT_FALSE(should_encrypt('\0'));
+    EXPECT_FALSE(should_encrypt('\n'));
+    EXPECT_TRUE(should_encrypt('\r'));
+}
+
+TEST_F(LogFile, RotatesThroughTheThree) {
+    LogFiles files;
+    files.init(paths_, 100);
+    files.write(orvo::strutf8("lost: nothing is open"), true);
+    files.open();
+    auto line = [](int n) {
+        return sym_encrypt(orvo::strutf8((std::string(46, '.') + std::to_string(100 + n)).c_str()));
+    };
+    std::string text[10];
+    for (int n = 0; n < 10; ++n) {
+        text[n] = std::string(46, '.') + std::to_string(100 + n) + "\n";
+        files.write(line(n), true);
+    }
+    // Two lines fill a file; after a rotation a third one comes uncounted before them.
+    EXPECT_EQ(plain(path(1)), kHeader + text[2] + text[3] + text[4]);
+    EXPECT_EQ(plain(path(2)), kHeader + text[5] + text[6] + text[7]);
+    EXPECT_EQ(plain(path(0)), kHeader + text[8] + text[9]) << "deleted before it is used again";
+    struct stat status {};
+    ASSERT_EQ(stat(path(1).c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+
+    files.reset();
+    EXPECT_EQ(plain(path(0)), kHeader);
+    EXPECT_FALSE(exists(path(1)) || exists(path(2)));
+    for (int n = 0; n < 3; ++n) files.write(line(n), true);
+    EXPECT_EQ(plain(path(1)), kHeader + text[2]);
+}
+
+TEST_F(LogFile, ContinuesAFileAndCountsWhatItHolds) {
+    std::ofstream(path(0)) << std::string(60, 'x') << '\n';
+    LogFiles files;
+    files.init(paths_, 100);
+    files.open();
+    files.write(orvo::strutf8(std::string(38, 'a').c_str()), true);
+    EXPECT_EQ(read_file(path(0)), std::string(60, 'x') + "\n" + std::string(38, 'a') + "\n");
+    files.init(paths_, 100);  // the open file stays, its size is counted anew
+    files.write(orvo::strutf8("b"), true);
+    EXPECT_TRUE(exists(path(1)));
+}
+
+TEST_F(LogFile, FlushesEveryFourthLine) {
+    LogFiles files;
+    files.init(paths_, 1000);
+    files.open();
+    for (int n = 0; n < 10; ++n) {
+        files.write(orvo::strutf8("x"), false);
+        EXPECT_EQ(read_file(path(0)).size(), static_cast<size_t>(n / 4 * 8 + 2)) << n;
+    }
+    files.write(orvo::strutf8("x"), true);
+    EXPECT_EQ(read_file(path(0)).size(), 22u);
+    files.write(orvo::strutf8("x"), false);
+    files.close();
+    EXPECT_EQ(read_file(path(0)).size(), 24u);
+}
+
+TEST_F(LogFile, FallsBackToTheFirstFile) {
+    ASSERT_EQ(mkdir(path(1).c_str(), 0700), 0);
+    ASSERT_EQ(symlink("/etc/hostname", path(2).c_str()), 0);
+    LogFiles files;
+    files.init(paths_, 5);
+    files.open();
+    files.write(orvo::strutf8("aaaa"), true);
+    files.write(orvo::strutf8("b"), true);
+    std::string error = sym_encrypt(orvo::strutf8(("*** open log file error:" + path(1) + "\n").c_str())).c_str();
+    EXPECT_EQ(read_file(path(0)), "aaaa\n" + error + "b\n");
+    for (int i = 0; i < 3; ++i) files.write(orvo::strutf8("cc"), true);
+    struct stat status {};
+    ASSERT_EQ(lstat(path(2).c_str(), &status), 0);
+    EXPECT_TRUE(S_ISREG(status.st_mode)) << "a link is replaced, not followed";
+}
+
+TEST_F(LogFile, SurvivesARemovedFolderAndComesBack) {
+    LogFiles files;
+    files.init(paths_, 10);
+    files.open();
+    EXPECT_EQ(system(("rm -rf " + folder_).c_str()), 0);
+    files.write(orvo::strutf8("into nowhere"), true);  // a rotation that finds no folder
+    files.write(orvo::strutf8("nothing is open"), true);
+    ASSERT_EQ(mkdir(folder_.c_str(), 0700), 0);
+    files.open();
+    files.write(orvo::strutf8("back"), true);
+    EXPECT_EQ(read_file(path(0)), "back\n");
+    unlink(path(0).c_str());
+    files.open();
+    files.write(orvo::strutf8("on"), true);
+    EXPECT_EQ(read_file(path(0)), "on\n") << "a deleted file counts as closed";
+}
+
+TEST_F(LogFile, RefusesWhatIsNoPlainFile) {
+    ASSERT_EQ(mkfifo(path(0).c_str(), 0600), 0);
+    LogFiles files;
+    files.init(paths_, 10);
+    files.open();
+    files.write(orvo::strutf8("x"), true);
+    files.close();
+    unlink(path(0).c_str());
+    std::string elsewhere = folder_ + "/elsewhere";
+    std::ofstream{elsewhere};
+    ASSERT_EQ(symlink(elsewhere.c_str(), path(0).c_str()), 0);
+    files.open();
+    files.write(orvo::strutf8("x"), true);
+    EXPECT_EQ(read_file(elsewhere), "");
+}
+
+// The whole way of a line, with standard output in a file of the test.
+class LogThread : public LogFolder {
+  protected:
+    void SetUp() override {
+        LogFolder::SetUp();
+        fflush(stdout);
+        saved_ = dup(1);
+        int out = open((folder_ + "/out").c_str(), O_CREAT | O_RDWR, 0600);
+        dup2(out, 1);
+        close(out);
+        task_.Start();
+        run_log_on(&runner_, &task_);
+    }
+    void TearDown() override {
+        end();
+        dup2(saved_, 1);
+        close(saved_);
+        LogFolder::TearDown();
+    }
+    // Closes the files and waits for the log thread's end.
+    void end() {
+        close_log();
+        run_log_on(nullptr, nullptr);
+        if (task_.IsStarted()) task_.Stop();
+        fflush(stdout);
+    }
+    void init(unsigned long long size) { init_log(path(0).c_str(), path(1).c_str(), path(2).c_str(), size); }
+
+    int saved_ = -1;
+    ORVO::BASE::COrvoQueueRunner runner_;
+    CORVOTaskIO task_{"screencap_logger", 10, ETHREAD_PRIORITY_NORMAL};
+};
+
+TEST_F(LogThread, WritesAndEchoesWhatPasses) {
+    init(5242880);
+    set_log_level(3);
+    syslog_ex(1, 1, "SC", 1, "an error\r\n");
+    syslog_ex(1, 4, "SC", 2, "too detailed");
+    orvo_syslog(3, "task", 3, "of the base library");
+    verbose_output("%s", "direct");
+    end();
+    std::string out = read_file(folder_ + "/out"), file = plain(path(0));
+    for (const char* text :
+         {"*** SDK Version: " ORVO_VERSION_TEXT "\n", "[SC:1]: an error\r\n\n", "[task:3]: of the base library\n"}) {
+        EXPECT_NE(file.find(text), std::string::npos) << text << file;
+    }
+    EXPECT_EQ(file.find("too detailed"), std::string::npos);
+    EXPECT_NE(out.find("++\n["), std::string::npos);
+    EXPECT_NE(out.find("[SC:1]: an error\n-------------------------------------------\n["), std::string::npos) << out;
+    EXPECT_NE(out.find("[task:3]: of the base library\n["), std::string::npos);
+    EXPECT_NE(out.find("][orvo] direct\n"), std::string::npos);
+    EXPECT_EQ(out.find("too detailed"), std::string::npos);
+}
+
+TEST_F(LogThread, KeepsEveryLineOfEightThreadsOverARotation) {
+    constexpr int kThreads = 8, kLines = 1000;
+    init(5242880 / 10);
+    set_log_level(3);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([t] {
+            for (int n = 0; n < kLines; ++n) syslog_ex(1, 3, "T", t, "%d", n);
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    end();
+    std::vector<int> next(kThreads);
+    std::stringstream in(plain(path(0)) + plain(path(1)));
+    for (std::string line; std::getline(in, line);) {
+        int t = 0, n = 0;
+        size_t at = line.find("[T:");
+        if (at == std::string::npos) continue;
+        ASSERT_EQ(sscanf(line.c_str() + at, "[T:%d]: %d", &t, &n), 2) << line;
+        EXPECT_EQ(n, next[static_cast<size_t>(t)]++);
+    }
+    EXPECT_EQ(next, std::vector<int>(kThreads, kLines));
+    EXPECT_TRUE(exists(path(1)));
+    EXPECT_FALSE(exists(path(2)));
+}
+
+TEST_F(LogThread, BeginsAnewAfterAnUpload) {
+    init(5242880);
+    set_log_level(4);
+    syslog_ex(1, 3, "SC", 1, "old");
+    remove_log_after_upload();
+    while (read_file(path(0)).find(sym_encrypt(orvo::strutf8("*")).c_str()) != 0) std::this_thread::yield();
+    end();
+    std::string file = plain(path(0));
+    EXPECT_EQ(file.find(kHeader), 0u) << file;
+    EXPECT_EQ(file.find("old"), std::string::npos);
+    EXPECT_EQ(kOrvoLogPass, std::string("qbt"));
+}
+
+}  // namespace

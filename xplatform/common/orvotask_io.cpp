@@ -1,0 +1,32 @@
+// A task thread that serves a descriptor event pump in the same loop.
+#include "xplatform/common/orvotask_io.h"
+
+#include <algorithm>
+
+#include "xplatform/common/orvosyslog.h"
+
+CORVOTaskIO::CORVOTaskIO(const char* name, int idleInterval, ethread_priority priority)
+    : CORVOTaskBase(name, idleInterval, priority), pump_(orvofe_alloc()) {}
+
+CORVOTaskIO::~CORVOTaskIO() {
+    Join();  // before the pump goes, which the worker uses
+    orvofe_free(pump_);
+}
+
+bool CORVOTaskIO::Eachloop() {
+    bool worked = CORVOTaskBase::Eachloop();
+    // A deadline that is far off does not hold up the calls either: the pump waits no longer than an idle task sleeps.
+    int longest = HasReady() ? 0 : std::max(IdleInterval(), 1);
+    return orvofe_loop_within(pump_, static_cast<unsigned int>(longest)) > 0 || worked;
+}
+
+orvofe* CORVOTaskIO::GetFevent() {
+    CORVOTaskBase* task = GetCurrentTask();
+    if (!task) orvo_syslog(ESYSLOG_NOTICE, "task", 633, "get task error");
+    auto* io = dynamic_cast<CORVOTaskIO*>(task);
+    return io ? io->pump_ : nullptr;
+}
+
+orvofe* GetCurrentTheadFEvent(void) {
+    return CORVOTaskIO::GetFevent();
+}
