@@ -41,8 +41,10 @@ class CursorOverlay : public DesktopTest {
     std::string painted(const OrvoWindow* item, int width, int height, platform::Point pointer) {
         desk.pointer = pointer;
         auto image = platform::makeCounted<Bitmap>(width, height);
-        EXPECT_EQ(OrvoWindowCursor().appendMouseCursor(*image, item), inked(*image) != PixelRect{});
-        return words(inked(*image));
+        const bool told = OrvoWindowCursor().appendMouseCursor(*image, item);
+        const PixelRect where = inked(*image);
+        EXPECT_EQ(told, where != PixelRect{});
+        return words(where);
     }
     static OrvoWindow screen(uint32_t number, const Rect& frame) {
         OrvoWindow item;
@@ -172,7 +174,7 @@ TEST_F(CursorOverlay, IsOnAfterInitAndFollowsTheSwitch) {
         desk.stepper.run(mainQueue);
         desk.stepper.advance(0.1);
         ASSERT_FALSE(host.windowFrames.empty());
-        EXPECT_EQ(host.windowFrames.back().at(24, 28) == ink, visible);
+        EXPECT_EQ(host.windowFrames.back().at(24, 20) == ink, visible);
     }
 }
 

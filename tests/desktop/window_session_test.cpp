@@ -28,15 +28,17 @@ class WindowSession : public DesktopTest {
         desk.stepper.run(mainQueue);
         takeLog();
     }
-    // The frame of the next tick; none: an empty one.
+    // The frame of the next tick, after what is queued has run; none: an empty one.
     ReceivedFrame nextFrame() {
-        host.windowFrames.clear();
         runSteps();
+        desk.stepper.run(mainQueue);
+        desk.stepper.run(windowQueue);
+        host.windowFrames.clear();
+        desk.pictures.clear();
         desk.stepper.advance(tick);
         return host.windowFrames.empty() ? ReceivedFrame{} : host.windowFrames.back();
     }
     std::vector<std::string> picturesOfNextTick() {
-        desk.pictures.clear();
         nextFrame();
         return desk.pictures;
     }
@@ -154,7 +156,9 @@ TEST_F(WindowSession, OutputSizesPlaceThePicture) {
         const auto frame = nextFrame();
         EXPECT_EQ(frame.format.width, c.gotWidth) << c.width;
         EXPECT_EQ(frame.format.height, c.gotHeight) << c.width;
-        if (c.gotWidth) EXPECT_EQ(frame.format.strides[0], 4032);  // the source's
+        if (c.gotWidth) {
+            EXPECT_EQ(frame.format.strides[0], 4032);
+        }  // the source's
         if (c.placement == platform::Rect{}) {
             EXPECT_TRUE(desk.placements.empty());
         } else {
@@ -191,7 +195,9 @@ TEST_F(WindowSession, CropsAreMultipliedByTheScaleOfTheScreenWithFocus) {
         const auto frame = nextFrame();
         EXPECT_EQ(frame.format.width, c.gotWidth) << c.left;
         EXPECT_EQ(frame.format.height, c.gotHeight) << c.left;
-        if (c.gotWidth) EXPECT_EQ(frame.at(0, 0), c.first) << c.left;
+        if (c.gotWidth) {
+            EXPECT_EQ(frame.at(0, 0), c.first) << c.left;
+        }
     }
     EXPECT_EQ(host.count("error 3"), 0u);
 }
