@@ -1,8 +1,12 @@
 // The facade's lists: displays and windows as records that the host frees through the library.
+#include <algorithm>
 #include <cstdint>
+#include <memory>
+#include <vector>
 
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
 #include "ScreenCapture/api/impl_log.h"
+#include "ScreenCapture/thumbnail/window_info.h"
 
 using orvo::platform::platform;
 
@@ -33,4 +37,64 @@ OrvoScreenCaptureScreenItem* OrvoScreenCaptureImpl::EnumScreenList(unsigned int&
 void OrvoScreenCaptureImpl::FreeScreenList(const OrvoScreenCaptureScreenItem* list) {
     IMPL_LOG("%s, screen list ptr: %ull", "FreeScreenList", lowHalf(list));
     delete[] list;
+}
+
+OrvoThumbnailWindowInfo* OrvoScreenCaptureImpl::EnumWindowList(int& count, bool skipImages, bool includeIconic,
+                                                               bool /*legacyFlag*/) {
+    IMPL_LOG("%s", "EnumWindowList");
+    const auto manager = windowManager();
+    std::vector<OrvoWindowRef> records;
+    if (manager) records = includeIconic ? manager->allWindowWithIncludeIconic(true) : manager->allWindow();
+    count = static_cast<int>(records.size());
+    const auto freeAll = [&count](OrvoThumbnailWindowInfo* list) { orvo::thumbnail::freeWindowInfos(list, count); };
+    // There is always a first item: one of the frees looks at it whatever the count.
+    const size_t room = std::max<size_t>(records.size(), 1);
+    std::unique_ptr<OrvoThumbnailWindowInfo[], decltype(freeAll)> list(new OrvoThumbnailWindowInfo[room](), freeAll);
+    const double begin = platform().clock().absoluteSeconds();
+    for (size_t i = 0; i < records.size(); ++i) {
+        const OrvoWindow& record = *records[i];
+        OrvoThumbnailWindowInfo& item = list[i];
+        orvo::thumbnail::fillWindowInfo(item, record);
+        if (!skipImages) item.imageThumbnail = manager->imageForAppname(record.appName, &record).release();
+        item.iconThumbnail = manager->iconForAppname(record.appName).release();
+        IMPL_LOG("find out window %u, title: %s", item.windowID, item.title);
+    }
+    IMPL_LOG("find out window time %f ms", (platform().clock().absoluteSeconds() - begin) * 1000);
+    IMPL_LOG("window list ptr: %ull, count: %d", lowHalf(list.get()), count);
+    return list.release();
+}
+
+void OrvoScreenCaptureImpl::FreeWindowList(OrvoThumbnailWindowInfo* list, int count) {
+    IMPL_LOG("%s, window list ptr: %ull", "FreeWindowList", lowHalf(list));
+    orvo::thumbnail::freeWindowInfos(list, count);
+}
+
+int OrvoScreenCaptureImpl::RegistTargetWindow(unsigned int windowID) {
+    IMPL_LOG("%s", "RegistTargetWindow");
+    const auto manager = windowManager();
+    return manager && manager->registTargetWindow(windowID);
+}
+
+int OrvoScreenCaptureImpl::UnRegistTargetWindow(unsigned int windowID) {
+    IMPL_LOG("%s", "UnRegistTargetWindow");
+    const auto manager = windowManager();
+    return manager && manager->unRegistTargetWindowId(windowID);
+}
+
+int OrvoScreenCaptureImpl::ShowTargetWindow(unsigned int windowID, OrvoThumbnailShowWindowCmd cmd) {
+    IMPL_LOG("%s", "ShowTargetWindow");
+    const auto manager = windowManager();
+    return manager && manager->showTargetWindow(windowID, cmd);
+}
+
+int OrvoScreenCaptureImpl::CheckTargetWindow(unsigned int windowID) {
+    IMPL_LOG("%s", "CheckTargetWindow");
+    const auto manager = windowManager();
+    return manager && manager->checkTargetWindowStatusIsNormal(windowID, false);
+}
+
+void OrvoScreenCaptureImpl::GetWindowRect(unsigned int windowID, OrvoScreenCaptureRect* rect) {
+    existingSession();  // for its log line
+    const auto manager = windowManager();
+    if (rect) *rect = manager ? manager->getRectWithTargetWindow(windowID) : OrvoScreenCaptureRect{};
 }

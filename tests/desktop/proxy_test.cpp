@@ -11,8 +11,8 @@ class ProxyTest : public WindowManagerTest {
   protected:
     void SetUp() override {
         WindowManagerTest::SetUp();
-        desktop().addApplication({.pid = 50, .name = "Editor", .bundleIdentifier = "org.editor"});
-        desktop().addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {10, 20, 300, 200}});
+        desk.addApplication({.pid = 50, .name = "Editor", .bundleIdentifier = "org.editor"});
+        desk.addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {10, 20, 300, 200}});
     }
     OrvoWindowProxyRef window(uint32_t number = 7) { return OrvoAppProxy::initWithPID(50)->windowWithWindowId(number); }
 };
@@ -26,7 +26,7 @@ TEST_F(ProxyTest, DescribesAWindow) {
     EXPECT_EQ(proxy->title(), "Letter");
     EXPECT_EQ(proxy->frame(), (Rect{10, 20, 300, 200}));
     EXPECT_FALSE(proxy->isMatchScreen());
-    desktop().moveWindow(7, {50, 60, 1920, 1080});
+    desk.moveWindow(7, {50, 60, 1920, 1080});
     EXPECT_TRUE(proxy->isMatchScreen()) << "wherever it is";
     EXPECT_EQ(OrvoWindowProxy::initWithElement(nullptr), nullptr);
     EXPECT_EQ(OrvoWindowProxy::systemWideElement(), OrvoWindowProxy::systemWideElement());
@@ -34,28 +34,28 @@ TEST_F(ProxyTest, DescribesAWindow) {
 
 TEST_F(ProxyTest, AnswersDefaultsOnceTheWindowIsGone) {
     const auto proxy = window();
-    desktop().closeWindow(7);
+    desk.closeWindow(7);
     EXPECT_EQ(proxy->title(), "");
     EXPECT_FALSE(proxy->isWindowMinimized());
     EXPECT_FALSE(proxy->isNormalWindow());
     EXPECT_EQ(proxy->frame(), Rect{});
     EXPECT_FALSE(proxy->focusWindow());
     EXPECT_FALSE(proxy->focus());
-    ASSERT_EQ(desktop().console.size(), 4u);
-    EXPECT_EQ(desktop().console[0], "could not get window topLeft");
-    EXPECT_EQ(desktop().console[1], "could not get window size");
-    EXPECT_EQ(desktop().console[2], "ERROR: Could not change focus to window");
-    EXPECT_EQ(desktop().console[3],
+    ASSERT_EQ(desk.console.size(), 4u);
+    EXPECT_EQ(desk.console[0], "could not get window topLeft");
+    EXPECT_EQ(desk.console[1], "could not get window size");
+    EXPECT_EQ(desk.console[2], "ERROR: Could not change focus to window");
+    EXPECT_EQ(desk.console[3],
               "Error: Could not set accessibility attribute “AXMain” with value “1” for element <window 7>. (-25202)");
-    EXPECT_EQ(desktop().orders, Lines{}) << "the process is not brought forward then";
+    EXPECT_EQ(desk.orders, Lines{}) << "the process is not brought forward then";
 }
 
 TEST_F(ProxyTest, ToleratesAnswersOfTheWrongKind) {
-    auto& answers = desktop().window(7)->answers;
+    auto& answers = desk.window(7)->answers;
     answers["AXPosition"] = answers["AXSize"] = {0, std::string("?"), 0};
     answers["AXTitle"] = answers["AXMinimized"] = {0, platform::Point{1, 2}, 0};
     EXPECT_EQ(window()->frame(), Rect{});
-    EXPECT_EQ(desktop().console, (Lines{"could not decode topLeft", "could not decode size"}));
+    EXPECT_EQ(desk.console, (Lines{"could not decode topLeft", "could not decode size"}));
     EXPECT_EQ(window()->title(), "");
     EXPECT_FALSE(window()->isWindowMinimized());
 }
@@ -77,9 +77,9 @@ TEST_F(ProxyTest, TellsWhatIsVisible) {
         SCOPED_TRACE(entry.what);
         entry.window.number = 8;
         entry.window.pid = 60;
-        desktop().quitApplication(60);
-        desktop().addWindow(entry.window);
-        desktop().hideApplication(60, entry.hidden);
+        desk.quitApplication(60);
+        desk.addWindow(entry.window);
+        desk.hideApplication(60, entry.hidden);
         const auto app = OrvoAppProxy::initWithPID(60);
         EXPECT_EQ(app->windowWithWindowId(8)->isVisible(), entry.isVisible);
         EXPECT_EQ(app->visibleWindows().size(), entry.isVisible ? 1u : 0u);
@@ -102,8 +102,7 @@ TEST_F(ProxyTest, DescribesAndCommandsAnApplication) {
     EXPECT_TRUE(app->terminate(true));
     EXPECT_FALSE(app->terminate(false));
     EXPECT_TRUE(app->isTerminated());
-    EXPECT_EQ(desktop().orders,
-              (Lines{"activate all 50", "activate 50", "hide 50", "unhide 50", "force terminate 50"}));
+    EXPECT_EQ(desk.orders, (Lines{"activate all 50", "activate 50", "hide 50", "unhide 50", "force terminate 50"}));
 }
 
 TEST_F(ProxyTest, StandsForNoProcessToo) {
@@ -117,7 +116,7 @@ TEST_F(ProxyTest, StandsForNoProcessToo) {
     EXPECT_FALSE(app->valuesForAttribute("AXWindows", 0, 5).has_value());
     app->startObservingStuffWithWindow(1);
     app->stopObservingStuff();
-    EXPECT_TRUE(desktop().observers.empty());
+    EXPECT_TRUE(desk.observers.empty());
 }
 
 // Which window is watched: the first whose identifier can be read, or is absent, or is of the given kind.
@@ -135,14 +134,14 @@ TEST_F(ProxyTest, ChoosesTheWindowThatItObserves) {
                           {{otherKind, givenKind, readable}, 2},
                           {{otherKind, otherKind}, 0}};
     for (const Case& entry : cases) {
-        desktop().quitApplication(50);
+        desk.quitApplication(50);
         for (auto number = static_cast<uint32_t>(entry.identifiers.size()); number > 0; --number) {
-            desktop().addWindow({.number = number, .pid = 50}).answers["AXIdentifier"] = entry.identifiers[number - 1];
+            desk.addWindow({.number = number, .pid = 50}).answers["AXIdentifier"] = entry.identifiers[number - 1];
         }
         const auto app = OrvoAppProxy::initWithPID(50);
         app->startObservingStuffWithWindow(5);
         Lines watched;
-        for (const auto& observation : desktop().observers.back()->observations) {
+        for (const auto& observation : desk.observers.back()->observations) {
             watched.push_back(observation.notification + " " + std::to_string(observation.window) +
                               (observation.context == app.get() ? " with context" : ""));
         }
@@ -163,24 +162,24 @@ TEST_F(ProxyTest, ChoosesTheWindowThatItObserves) {
 }
 
 TEST_F(ProxyTest, PostsWindowEventsByName) {
-    desktop().window(7)->answers["AXIdentifier"] = {0, std::string("main"), 7};
+    desk.window(7)->answers["AXIdentifier"] = {0, std::string("main"), 7};
     const auto app = OrvoAppProxy::initWithPID(50);
     app->startObservingStuffWithWindow(0);
     const std::pair<uint32_t, const char*> events[] = {{7, "AXWindowCreated"},        {7, "AXWindowMoved"},
                                                        {7, "AXWindowResized"},        {7, "AXWindowMiniaturized"},
                                                        {0, "AXWindowDeminiaturized"}, {0, "AXApplicationHidden"},
                                                        {0, "AXApplicationShown"},     {7, "AXFocusedWindowChanged"}};
-    for (const auto& [number, name] : events) desktop().notifyObservers(number, name);
-    desktop().observers[0]->callback(window()->window(), "AXTitleChanged", nullptr);
-    EXPECT_EQ(desktop().posted, (Lines{"SD_EVENT_WINDOW_CREATED", "SD_EVENT_WINDOW_MOVED", "SD_EVENT_WINDOW_RESIZED",
-                                       "SD_EVENT_WINDOW_MINIMIZED", "SD_EVENT_WINDOW_UNMINIMIZED",
-                                       "SD_EVENT_APP_HIDDEN", "SD_EVENT_APP_SHOWN", "SD_EVENT_FOCUS_CHANGED"}));
-    ASSERT_EQ(desktop().postedThings.size(), 8u);
-    EXPECT_EQ(std::static_pointer_cast<OrvoWindowProxy>(desktop().postedThings[0])->windowID(), 7u);
+    for (const auto& [number, name] : events) desk.notifyObservers(number, name);
+    desk.observers[0]->callback(window()->window(), "AXTitleChanged", nullptr);
+    EXPECT_EQ(desk.posted, (Lines{"SD_EVENT_WINDOW_CREATED", "SD_EVENT_WINDOW_MOVED", "SD_EVENT_WINDOW_RESIZED",
+                                  "SD_EVENT_WINDOW_MINIMIZED", "SD_EVENT_WINDOW_UNMINIMIZED", "SD_EVENT_APP_HIDDEN",
+                                  "SD_EVENT_APP_SHOWN", "SD_EVENT_FOCUS_CHANGED"}));
+    ASSERT_EQ(desk.postedThings.size(), 8u);
+    EXPECT_EQ(std::static_pointer_cast<OrvoWindowProxy>(desk.postedThings[0])->windowID(), 7u);
     app->stopObservingStuff();
-    EXPECT_FALSE(desktop().observers[0]->attached);
-    desktop().notifyObservers(7, "AXWindowMoved");
-    EXPECT_EQ(desktop().posted.size(), 8u);
+    EXPECT_FALSE(desk.observers[0]->attached);
+    desk.notifyObservers(7, "AXWindowMoved");
+    EXPECT_EQ(desk.posted.size(), 8u);
 }
 
 }  // namespace

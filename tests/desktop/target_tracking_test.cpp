@@ -11,108 +11,108 @@ class TargetTrackingTest : public WindowManagerTest {
   protected:
     void SetUp() override {
         WindowManagerTest::SetUp();
-        desktop().addApplication({.pid = 50, .name = "Editor"});
-        desktop().addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {10, 20, 300, 200}});
+        desk.addApplication({.pid = 50, .name = "Editor"});
+        desk.addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {10, 20, 300, 200}});
         manager->setTargetWindow(7);
-        listen();
+        host.listenTo(*settings);
     }
 };
 
-constexpr const char* kThere = "status 0: 7 10,20-310,220";
+constexpr const char* kThere = "status 0 7 10,20,310,220";
 const Lines kFine{"normal", kThere};
 
 TEST_F(TargetTrackingTest, FollowsTheApplication) {
     EXPECT_EQ(check(7), kFine);
-    desktop().activateApplication(50);
-    EXPECT_EQ(check(7), (Lines{"normal", "status 4: 7 10,20-310,220", kThere}));
+    desk.activateApplication(50);
+    EXPECT_EQ(check(7), (Lines{"normal", "status 4 7 10,20,310,220", kThere}));
     EXPECT_EQ(check(7), kFine);
-    desktop().activateApplication(0);
-    desktop().hideApplication(50);
+    desk.activateApplication(0);
+    desk.hideApplication(50);
     EXPECT_EQ(check(7),
-              (Lines{"not normal", "status 5: 7 10,20-310,220", "thumbnail 2: 7 Letter", "status 7: 7 10,20-310,220"}));
+              (Lines{"not normal", "status 5 7 10,20,310,220", "thumbnail 2 7 Letter", "status 7 7 10,20,310,220"}));
     EXPECT_EQ(check(7), Lines{"not normal"}) << "told once";
-    desktop().hideApplication(50, false);
-    EXPECT_EQ(check(7), (Lines{"normal", "status 6: 7 10,20-310,220", kThere}));
+    desk.hideApplication(50, false);
+    EXPECT_EQ(check(7), (Lines{"normal", "status 6 7 10,20,310,220", kThere}));
     EXPECT_EQ(check(7), kFine);
 }
 
 TEST_F(TargetTrackingTest, FollowsMoves) {
-    desktop().moveWindow(7, {20.9, -30.9, 300, 200});
+    desk.moveWindow(7, {20.9, -30.9, 300, 200});
     EXPECT_EQ(check(7),
-              (Lines{"normal", "moved 7: 20,-30 300x200", "status 8: 7 20,-30-320,169", "status 0: 7 20,-30-320,169"}));
+              (Lines{"normal", "moved 7 20,-30 300x200", "status 8 7 20,-30,320,169", "status 0 7 20,-30,320,169"}));
     EXPECT_TRUE(manager->getItemWithTargetWindow(7)->isWindowMoving);
-    EXPECT_EQ(check(7), (Lines{"normal", "status 0: 7 20,-30-320,169"}));
+    EXPECT_EQ(check(7), (Lines{"normal", "status 0 7 20,-30,320,169"}));
     EXPECT_FALSE(manager->getItemWithTargetWindow(7)->isWindowMoving);
 }
 
 TEST_F(TargetTrackingTest, RepeatsThatTheWindowIsMinimized) {
-    desktop().minimizeWindow(7);
+    desk.minimizeWindow(7);
     for (int tick = 0; tick < 2; ++tick) {
-        EXPECT_EQ(check(7), (Lines{"not normal", "moved 7: 0,0 0x0", "status 3: 7 0,0-0,0"})) << tick;
+        EXPECT_EQ(check(7), (Lines{"not normal", "moved 7 0,0 0x0", "status 3 7 0,0,0,0"})) << tick;
     }
     EXPECT_TRUE(manager->getItemWithTargetWindow(7)->isWindowMinimized);
-    desktop().minimizeWindow(7, false);
+    desk.minimizeWindow(7, false);
     EXPECT_EQ(check(7), kFine) << "its own bounds were kept";
     EXPECT_FALSE(manager->getItemWithTargetWindow(7)->isWindowMinimized);
 }
 
 TEST_F(TargetTrackingTest, TellsAMissingWindowEveryThreeSeconds) {
-    const Lines missing{"not normal", "status 1: 7 10,20-310,220"};
+    const Lines missing{"not normal", "status 1 7 10,20,310,220"};
     check(7);  // seen well now
-    desktop().closeWindow(7);
+    desk.closeWindow(7);
     const std::pair<double, bool> steps[] = {{0.5, false}, {2.5, false}, {0.25, true},
                                              {1, false},   {2, false},   {0.5, true}};
     for (const auto& [seconds, isTold] : steps) {
-        desktop().stepper.advance(seconds);
+        desk.stepper.advance(seconds);
         EXPECT_EQ(check(7), isTold ? missing : Lines{"not normal"}) << seconds;
     }
 }
 
 TEST_F(TargetTrackingTest, TellsAMissingWindowAtOnceWhenItWasNeverSeen) {
-    desktop().quitApplication(50);
-    EXPECT_EQ(check(7), (Lines{"not normal", "status 1: 7 10,20-310,220"}));
+    desk.quitApplication(50);
+    EXPECT_EQ(check(7), (Lines{"not normal", "status 1 7 10,20,310,220"}));
     EXPECT_EQ(check(7), Lines{"not normal"});
 }
 
 TEST_F(TargetTrackingTest, TellsAnApplicationWithoutElement) {
-    desktop().gate.failEvery("applicationElement");
-    desktop().console.clear();
-    EXPECT_EQ(check(7), (Lines{"not normal", "thumbnail 2: 7 Letter", "status 1: 7 10,20-310,220"}));
-    EXPECT_EQ(desktop().console, Lines{"Error: failed to obtain UIElement for appID : 50"});
+    desk.gate.failEvery("applicationElement");
+    desk.console.clear();
+    EXPECT_EQ(check(7), (Lines{"not normal", "thumbnail 2 7 Letter", "status 1 7 10,20,310,220"}));
+    EXPECT_EQ(desk.console, Lines{"Error: failed to obtain UIElement for appID : 50"});
     EXPECT_EQ(check(7, false), Lines{"not normal"});
 }
 
 TEST_F(TargetTrackingTest, KeepsUnregisteredTargetsToThemselves) {
     manager->removeTargerWindow(7);
-    desktop().activateApplication(50);
+    desk.activateApplication(50);
     for (int tick = 0; tick < 2; ++tick) {
         // Its record is a new one every time, so that being active is a change every time.
-        EXPECT_EQ(check(7), (Lines{"normal", "status 4: 7 10,20-310,220", kThere}));
+        EXPECT_EQ(check(7), (Lines{"normal", "status 4 7 10,20,310,220", kThere}));
     }
-    desktop().closeWindow(7);
+    desk.closeWindow(7);
     EXPECT_EQ(check(7), Lines{"not normal"});
 }
 
 TEST_F(TargetTrackingTest, TellsNothingWhenOnlyAsked) {
-    desktop().activateApplication(50);
-    desktop().moveWindow(7, {1, 2, 3, 4});
+    desk.activateApplication(50);
+    desk.moveWindow(7, {1, 2, 3, 4});
     EXPECT_EQ(check(7, false), Lines{"normal"});
-    desktop().window(7)->accessible = false;
+    desk.window(7)->accessible = false;
     EXPECT_EQ(check(7, false), Lines{"not normal"}) << "seen a moment ago";
-    desktop().stepper.advance(4);
-    EXPECT_EQ(check(7, false), (Lines{"not normal", "status 1: 7 1,2-4,6"})) << "the one exception";
+    desk.stepper.advance(4);
+    EXPECT_EQ(check(7, false), (Lines{"not normal", "status 1 7 1,2,4,6"})) << "the one exception";
     for (const bool minimized : {true, false}) {
-        desktop().minimizeWindow(7, minimized);
-        desktop().hideApplication(50, !minimized);
+        desk.minimizeWindow(7, minimized);
+        desk.hideApplication(50, !minimized);
         EXPECT_EQ(check(7, false), Lines{"not normal"});
     }
 }
 
 TEST_F(TargetTrackingTest, ChecksDisplays) {
-    desktop().addDisplay({.number = 2, .bounds = {1920, 0, 800, 600}});
+    desk.addDisplay({.number = 2, .bounds = {1920, 0, 800, 600}});
     manager->setTargetWindow(2);
     EXPECT_EQ(check(2), Lines{"normal"});
-    desktop().removeDisplay(2);
+    desk.removeDisplay(2);
     EXPECT_EQ(check(2), (Lines{"not normal", "error 3"}));
     EXPECT_EQ(check(2, false), Lines{"not normal"});
 }
@@ -120,20 +120,20 @@ TEST_F(TargetTrackingTest, ChecksDisplays) {
 TEST_F(TargetTrackingTest, PostsOnlyWhatSomebodyListensTo) {
     manager = std::make_shared<OrvoWindowManager>(std::make_shared<OrvoCaptureSettings>());
     manager->setTargetWindow(7);
-    desktop().moveWindow(7, {1, 2, 3, 4});
+    desk.moveWindow(7, {1, 2, 3, 4});
     manager->checkTargetWindowStatusIsNormal(7, true);
-    EXPECT_EQ(desktop().stepper.pending(mainQueue), 0u);
+    EXPECT_EQ(desk.stepper.pending(mainQueue), 0u);
 }
 
 TEST_F(TargetTrackingTest, HandsNothingOverAfterTheEnd) {
-    desktop().hideApplication(50);
+    desk.hideApplication(50);
     manager->checkTargetWindowStatusIsNormal(7, true);
     manager->notifyWindowPicture(*manager->getItemWithTargetWindow(7), true);
-    EXPECT_GT(desktop().stepper.pending(mainQueue), 0u);
+    EXPECT_GT(desk.stepper.pending(mainQueue), 0u);
     settings->shut();
     manager.reset();
-    desktop().stepper.settle();
-    EXPECT_EQ(heard, Lines{});
+    desk.stepper.settle();
+    EXPECT_EQ(host.take(), Lines{});
 }
 
 TEST_F(TargetTrackingTest, ShowsAndHidesTheSource) {
@@ -151,21 +151,21 @@ TEST_F(TargetTrackingTest, ShowsAndHidesTheSource) {
         {1, 1, false, {}},
     };
     for (const Case& entry : cases) {
-        desktop().hideApplication(50, false);
-        desktop().orders.clear();
+        desk.hideApplication(50, false);
+        desk.orders.clear();
         EXPECT_EQ(manager->showTargetWindow(entry.number, entry.cmd), entry.isDone) << entry.cmd;
-        EXPECT_EQ(desktop().orders, entry.orders) << entry.number << " " << entry.cmd;
+        EXPECT_EQ(desk.orders, entry.orders) << entry.number << " " << entry.cmd;
     }
-    desktop().hideApplication(50, false);
-    desktop().window(7)->acceptsMain = false;
-    desktop().orders.clear();
+    desk.hideApplication(50, false);
+    desk.window(7)->acceptsMain = false;
+    desk.orders.clear();
     EXPECT_FALSE(manager->showTargetWindow(7, 1));
-    EXPECT_EQ(desktop().orders, Lines{"activate 50"}) << "the application comes forward all the same";
+    EXPECT_EQ(desk.orders, Lines{"activate 50"}) << "the application comes forward all the same";
 }
 
 TEST_F(TargetTrackingTest, AnswersRectangles) {
-    desktop().addDisplay({.number = 2, .bounds = {1920, 100, 800, 600}});
-    desktop().moveWindow(7, {10.6, 20.6, 300.6, 200.6});
+    desk.addDisplay({.number = 2, .bounds = {1920, 100, 800, 600}});
+    desk.moveWindow(7, {10.6, 20.6, 300.6, 200.6});
     const std::map<uint32_t, std::vector<int>> expected{
         {7, {10, 20, 311, 221}}, {2, {1920, 380, 800, 600}}, {99, {0, 0, 0, 0}}};
     for (const auto& [number, edges] : expected) {
@@ -185,15 +185,15 @@ class SlideShowTest : public TargetTrackingTest, public ::testing::WithParamInte
 
 TEST_P(SlideShowTest, ReplacesTheDocumentsWindow) {
     ShowCase entry = GetParam();
-    desktop().addApplication({.pid = 60, .name = entry.application});
-    desktop().addWindow({.number = 8, .pid = 60, .title = "Plan.pptx", .bounds = {0, 0, 300, 200}});
+    desk.addApplication({.pid = 60, .name = entry.application});
+    desk.addWindow({.number = 8, .pid = 60, .title = "Plan.pptx", .bounds = {0, 0, 300, 200}});
     manager->setTargetWindow(8);
-    desktop().closeWindow(8);
+    desk.closeWindow(8);
     entry.show.pid = 60;
     if (entry.show.number == 0) entry.show.number = 9;
-    desktop().addWindow(entry.show);
-    const std::string told = "process 4: " + std::to_string(entry.show.number) + " " + entry.show.title;
-    EXPECT_EQ(check(8), entry.isTold ? (Lines{"normal", told}) : (Lines{"not normal", "status 1: 8 0,0-300,200"}));
+    desk.addWindow(entry.show);
+    const std::string told = "process 4 " + std::to_string(entry.show.number) + " " + entry.show.title;
+    EXPECT_EQ(check(8), entry.isTold ? (Lines{"normal", told}) : (Lines{"not normal", "status 1 8 0,0,300,200"}));
 }
 
 const platform::Rect kScreen{0, 0, 1920, 1080};
@@ -214,17 +214,17 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& instance) { return std::string(instance.param.what); });
 
 TEST_F(TargetTrackingTest, TheLastSlideShowWins) {
-    desktop().addApplication({.pid = 60, .name = "Keynote"});
-    desktop().addWindow({.number = 8, .pid = 60, .title = "Plan", .bounds = {0, 0, 300, 200}});
+    desk.addApplication({.pid = 60, .name = "Keynote"});
+    desk.addWindow({.number = 8, .pid = 60, .title = "Plan", .bounds = {0, 0, 300, 200}});
     manager->setTargetWindow(8);
-    desktop().addWindow({.number = 9, .pid = 60, .title = "Plan", .bounds = kScreen});
-    desktop().addWindow({.number = 10, .pid = 60, .title = "Plan 2", .bounds = kScreen});
-    desktop().addWindow({.number = 11, .pid = 60, .title = "", .bounds = kScreen, .alpha = 0.5});
-    desktop().console.clear();
+    desk.addWindow({.number = 9, .pid = 60, .title = "Plan", .bounds = kScreen});
+    desk.addWindow({.number = 10, .pid = 60, .title = "Plan 2", .bounds = kScreen});
+    desk.addWindow({.number = 11, .pid = 60, .title = "", .bounds = kScreen, .alpha = 0.5});
+    desk.console.clear();
     // Its own window is still there and told as such first.
-    EXPECT_EQ(check(8), (Lines{"normal", "status 0: 8 0,0-300,200", "process 4: 9 Plan"}));
+    EXPECT_EQ(check(8), (Lines{"normal", "status 0 8 0,0,300,200", "process 4 9 Plan"}));
     const std::string line = "tempWindow title Plan, windowID : 9 ,\n windowTitle Plan ,windowID 8";
-    EXPECT_EQ(std::count(desktop().console.begin(), desktop().console.end(), line), 1);
+    EXPECT_EQ(std::count(desk.console.begin(), desk.console.end(), line), 1);
 }
 
 }  // namespace

@@ -34,25 +34,25 @@ TEST_F(WindowListTest, ListsWhatAUserCanChoose) {
         {"the Dock in English", {.ownerName = "Dock"}, true},
         {"nobody's", {.pid = 77}, false},
     };
-    desktop().addApplication({.pid = 50, .name = "Editor"});
-    desktop().addApplication({.pid = 77, .name = ""});
+    desk.addApplication({.pid = 50, .name = "Editor"});
+    desk.addApplication({.pid = 77, .name = ""});
     for (Case entry : cases) {
         SCOPED_TRACE(entry.what);
         entry.window.number = 7;
         if (entry.window.pid == 0) entry.window.pid = 50;
         if (entry.window.bounds == platform::Rect{}) entry.window.bounds = box;
-        desktop().windows.clear();
-        desktop().addWindow(entry.window);
+        desk.windows.clear();
+        desk.addWindow(entry.window);
         EXPECT_EQ(manager->allWindow().size(), entry.isListed ? 2u : 1u);
         EXPECT_EQ(manager->allWindowWithIncludeIconic(false).size(), entry.isListed ? 1u : 0u);
     }
 }
 
 TEST_F(WindowListTest, FillsRecordsAndPrintsThem) {
-    desktop().addDisplay({.number = 2, .bounds = {1920, -300, 1280, 800}, .scale = 2});
-    desktop().addApplication({.pid = 50, .name = "Editor"});
-    desktop().addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {1, 2, 30, 40}});
-    desktop().addWindow({.number = 8, .pid = 50, .bounds = {5, 6, 70, 80}});
+    desk.addDisplay({.number = 2, .bounds = {1920, -300, 1280, 800}, .scale = 2});
+    desk.addApplication({.pid = 50, .name = "Editor"});
+    desk.addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {1, 2, 30, 40}});
+    desk.addWindow({.number = 8, .pid = 50, .bounds = {5, 6, 70, 80}});
 
     const auto records = manager->allWindow();
     ASSERT_EQ(numbers(records), (std::vector<uint32_t>{1, 2, 8, 7}));
@@ -71,7 +71,7 @@ TEST_F(WindowListTest, FillsRecordsAndPrintsThem) {
     EXPECT_EQ(window.ownerPID, 50);
     EXPECT_FALSE(window.isScreen);
     EXPECT_EQ(window.windowBounds, (platform::Rect{1, 2, 30, 40}));
-    EXPECT_EQ(desktop().console,
+    EXPECT_EQ(desk.console,
               (Lines{"[***] screenID: 1", "[***] screenID: 2", "name Editor  windowID 8", "name Letter  windowID 7"}));
 }
 
@@ -80,7 +80,7 @@ TEST_F(WindowListTest, ComputesTheDeskBounds) {
         OrvoWindow window;
         platform::Rect expected;
     };
-    desktop().displays.front().scale = 2;  // 2160 pixels high, the unit that is mixed in on purpose
+    desk.displays.front().scale = 2;  // 2160 pixels high, the unit that is mixed in on purpose
     const platform::Rect bounds{100, -800, 1280, 800};
     Case cases[3];
     cases[0].window.windowID = 5;
@@ -102,8 +102,8 @@ TEST_F(WindowListTest, ComputesTheDeskBounds) {
 }
 
 TEST_F(WindowListTest, FindsRecordsByNumber) {
-    desktop().addWindow({.number = 1, .pid = 50, .title = "Namesake of the display", .bounds = {0, 0, 10, 10}});
-    desktop().addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {0, 0, 10, 10}});
+    desk.addWindow({.number = 1, .pid = 50, .title = "Namesake of the display", .bounds = {0, 0, 10, 10}});
+    desk.addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {0, 0, 10, 10}});
     EXPECT_TRUE(manager->getOrvoWindowWithWindowId(1)->isScreen) << "displays come first";
     EXPECT_EQ(manager->getOrvoWindowWithWindowId(99), nullptr);
 
@@ -112,7 +112,7 @@ TEST_F(WindowListTest, FindsRecordsByNumber) {
     EXPECT_EQ(manager->getItemWithTargetWindow(7), registered) << "the same record while it is registered";
     manager->setTargetWindow(7);
     EXPECT_NE(manager->getItemWithTargetWindow(7), registered) << "registering again replaces it";
-    desktop().minimizeWindow(7);
+    desk.minimizeWindow(7);
     EXPECT_EQ(manager->getOrvoWindowWithWindowId(7), nullptr);
     EXPECT_NE(manager->getItemWithTargetWindow(7), nullptr);
     manager->removeTargerWindow(7);
@@ -121,9 +121,9 @@ TEST_F(WindowListTest, FindsRecordsByNumber) {
 
 TEST_F(WindowListTest, ListsTheWindowsOfAProcess) {
     for (uint32_t number = 100; number < 250; ++number) {
-        desktop().addWindow({.number = number, .pid = 50, .bounds = {0, 0, 10, 10}});
+        desk.addWindow({.number = number, .pid = 50, .bounds = {0, 0, 10, 10}});
     }
-    desktop().addWindow({.number = 7, .pid = 60, .bounds = {0, 0, 10, 10}});
+    desk.addWindow({.number = 7, .pid = 60, .bounds = {0, 0, 10, 10}});
     EXPECT_EQ(manager->getAllWindowWithWindowID(7), std::vector<uint32_t>{7});
     const auto all = manager->getAllWindowWithWindowID(200);
     ASSERT_EQ(all.size(), 100u) << "never more than that";
@@ -133,17 +133,17 @@ TEST_F(WindowListTest, ListsTheWindowsOfAProcess) {
 
 TEST_F(WindowListTest, LooksForMinimizedWindowsUnderTheirNumberAsProcess) {
     // A process whose number is one of its windows' is the one case in which the minimised test finds anything.
-    desktop().addWindow({.number = 70, .pid = 70, .bounds = {0, 0, 10, 10}}).answers["AXMinimized"] = {0, true, 0};
-    desktop().addWindow({.number = 71, .pid = 70, .bounds = {0, 0, 10, 10}}).answers["AXMinimized"] = {0, true, 0};
+    desk.addWindow({.number = 70, .pid = 70, .bounds = {0, 0, 10, 10}}).answers["AXMinimized"] = {0, true, 0};
+    desk.addWindow({.number = 71, .pid = 70, .bounds = {0, 0, 10, 10}}).answers["AXMinimized"] = {0, true, 0};
     EXPECT_EQ(numbers(manager->allWindowWithIncludeIconic(false)), std::vector<uint32_t>{71});
     EXPECT_EQ(numbers(manager->allWindowWithIncludeIconic(true)), (std::vector<uint32_t>{71, 70}));
 }
 
 TEST_F(WindowListTest, AnswersWithoutAServer) {
-    desktop().addWindow({.number = 7, .pid = 50, .bounds = {0, 0, 10, 10}});
-    desktop().gate.failEvery("onScreenWindows");
+    desk.addWindow({.number = 7, .pid = 50, .bounds = {0, 0, 10, 10}});
+    desk.gate.failEvery("onScreenWindows");
     EXPECT_EQ(numbers(manager->allWindow()), std::vector<uint32_t>{1});
-    desktop().displays.clear();
+    desk.displays.clear();
     EXPECT_TRUE(manager->allWindow().empty());
     EXPECT_TRUE(manager->allWindowWithIncludeIconic(true).empty());
 }

@@ -19,9 +19,9 @@ class WindowPictureTest : public WindowManagerTest {
 };
 
 TEST_F(WindowPictureTest, ScalesToTheWidth) {
-    desktop().addDisplay({.number = 2, .bounds = {1920, 0, 800, 600}});
-    desktop().addWindow({.number = 7, .pid = 50, .bounds = {0, 0, 1600, 1000}});
-    desktop().addWindow({.number = 8, .pid = 50, .bounds = {0, 0, 300, 200}});
+    desk.addDisplay({.number = 2, .bounds = {1920, 0, 800, 600}});
+    desk.addWindow({.number = 7, .pid = 50, .bounds = {0, 0, 1600, 1000}});
+    desk.addWindow({.number = 8, .pid = 50, .bounds = {0, 0, 300, 200}});
     struct Case {
         OrvoWindow window;
         uint32_t height;
@@ -46,11 +46,11 @@ TEST_F(WindowPictureTest, SaysWhyThereIsNoPicture) {
     EXPECT_EQ(manager->imageForAppname("", &window), nullptr);
     EXPECT_EQ(manager->imageForAppname("", &screen), nullptr);
     const std::string name = "-[OrvoWindowManager imageForAppname:item:] ";
-    EXPECT_EQ(desktop().console, (Lines{name + "window image is nil windowtitle Letter",
-                                        name + "screen image is nil windowtitle Letter"}));
-    desktop().addWindow({.number = 7, .pid = 50, .bounds = {0, 0, 30, 20}});
+    EXPECT_EQ(desk.console, (Lines{name + "window image is nil windowtitle Letter",
+                                   name + "screen image is nil windowtitle Letter"}));
+    desk.addWindow({.number = 7, .pid = 50, .bounds = {0, 0, 30, 20}});
     for (const char* step : {"scaled", "flatten"}) {
-        desktop().gate.failEvery(step);
+        desk.gate.failEvery(step);
         window.windowID = 7;
         EXPECT_EQ(manager->imageForAppname("", &window), nullptr) << step;
     }
@@ -69,12 +69,12 @@ TEST_F(WindowPictureTest, CopiesTheStartOfPaddedRows) {
 
 TEST_F(WindowPictureTest, FindsIcons) {
     const auto icon = [](int width, int height) { return pictureOf(pattern(3, width, height)); };
-    desktop().addApplication({.pid = 50, .name = "Editor", .icon = icon(512, 256)});
-    desktop().addApplication({.pid = 51, .name = "Plain"});
-    desktop().addApplication({.pid = 52, .name = "Plain", .icon = icon(64, 64)});
-    desktop().addApplication({.pid = 53, .name = "Bare"});
-    desktop().installed = {{"Plain", "/plain"}, {"Stored", "/stored"}, {"Lost", "/lost"}, {"", "/nameless"}};
-    desktop().files = {{"/plain", icon(32, 64)}, {"/stored", icon(64, 64)}, {"/nameless", icon(1, 1)}};
+    desk.addApplication({.pid = 50, .name = "Editor", .icon = icon(512, 256)});
+    desk.addApplication({.pid = 51, .name = "Plain"});
+    desk.addApplication({.pid = 52, .name = "Plain", .icon = icon(64, 64)});
+    desk.addApplication({.pid = 53, .name = "Bare"});
+    desk.installed = {{"Plain", "/plain"}, {"Stored", "/stored"}, {"Lost", "/lost"}, {"", "/nameless"}};
+    desk.files = {{"/plain", icon(32, 64)}, {"/stored", icon(64, 64)}, {"/nameless", icon(1, 1)}};
     const std::string absent = "Could not find an app with the name “";
     struct Case {
         const char* name;
@@ -91,10 +91,10 @@ TEST_F(WindowPictureTest, FindsIcons) {
         {"", 0, {"Error: " + absent + "”."}},
     };
     for (const Case& entry : cases) {
-        desktop().console.clear();
+        desk.console.clear();
         const auto item = manager->iconForAppname(entry.name);
         ASSERT_EQ(item != nullptr, entry.height != 0) << entry.name;
-        EXPECT_EQ(desktop().console, entry.console);
+        EXPECT_EQ(desk.console, entry.console);
         if (!item) continue;
         EXPECT_EQ(item->width, 100u);
         EXPECT_EQ(item->height, entry.height) << entry.name;
@@ -102,23 +102,22 @@ TEST_F(WindowPictureTest, FindsIcons) {
 }
 
 TEST_F(WindowPictureTest, DeliversPicturesAskedFor) {
-    desktop().addApplication({.pid = 50, .name = "Editor", .icon = pictureOf(pattern(3, 8, 8))});
-    desktop().addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {0, 0, 40, 20}});
-    listen();
+    desk.addApplication({.pid = 50, .name = "Editor", .icon = pictureOf(pattern(3, 8, 8))});
+    desk.addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {0, 0, 40, 20}});
+    host.listenTo(*settings);
     EXPECT_TRUE(manager->registTargetWindow(7));
-    EXPECT_EQ(desktop().stepper.pending(mainQueue), 0u) << "built on the picture queue";
-    EXPECT_EQ(desktop().stepper.pending(windowQueue), 1u);
+    EXPECT_EQ(desk.stepper.pending(mainQueue), 0u) << "built on the picture queue";
+    EXPECT_EQ(desk.stepper.pending(windowQueue), 1u);
     EXPECT_FALSE(manager->registTargetWindow(99));
     EXPECT_TRUE(manager->unRegistTargetWindowId(99));
-    desktop().stepper.settle();
-    EXPECT_EQ(heard, Lines{"thumbnail 5: 7 Letter picture icon"});
+    desk.stepper.settle();
+    EXPECT_EQ(host.take(), Lines{"thumbnail 5 7 Letter picture icon"});
     EXPECT_EQ(manager->getItemWithTargetWindow(7)->isActive, false);
 
     manager->notifyWindowPicture(record(99), true);
     manager->notifyWindowPicture(record(7), false);
-    heard.clear();
-    desktop().stepper.settle();
-    EXPECT_EQ(heard, Lines{"thumbnail 5: 99 Letter icon"}) << "sent without a picture too";
+    desk.stepper.settle();
+    EXPECT_EQ(host.take(), Lines{"thumbnail 5 99 Letter icon"}) << "sent without a picture too";
 }
 
 TEST_F(WindowPictureTest, CutsTitlesBetweenCharacters) {

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <thread>
 
+#include "ScreenCapture/capture/host_callbacks.h"
 #include "ScreenCapture/thumbnail/window_info.h"
 #include "xplatform/common/orvosyslog.h"
 
@@ -76,7 +77,8 @@ void onStatus(int status, unsigned int window, OrvoScreenCaptureRect r, void* us
 }
 
 void onThumbnail(int status, OrvoThumbnailWindowInfo* info, void* user) {
-    hostOf(user).note("thumbnail " + std::to_string(status) + " " + std::to_string(info->windowID));
+    hostOf(user).note("thumbnail " + std::to_string(status) + " " + std::to_string(info->windowID) + " " + info->title +
+                      (info->imageThumbnail ? " picture" : "") + (info->iconThumbnail ? " icon" : ""));
     thumbnail::freeWindowInfos(info, 1);
 }
 
@@ -101,6 +103,14 @@ void Host::listen() {
     orvo_windowthumbnail_reg_window_status_change_notify(onThumbnail, this);
     orvo_screencapture_reg_captured_window_status_change_notify(onStatus, this);
     orvo_screencapture_reg_capture_process_window_change_notify(onProcessWindow, this);
+}
+
+void Host::listenTo(OrvoCaptureSettings& settings) {
+    settings.registerCallback(capture::kCaptureError, reinterpret_cast<void*>(&onError), this);
+    settings.registerCallback(capture::kWindowMoved, reinterpret_cast<void*>(&onMoved), this);
+    settings.registerCallback(capture::kThumbnail, reinterpret_cast<void*>(&onThumbnail), this);
+    settings.registerCallback(capture::kWindowStatus, reinterpret_cast<void*>(&onStatus), this);
+    settings.registerCallback(capture::kProcessWindow, reinterpret_cast<void*>(&onProcessWindow), this);
 }
 
 void Host::silenceFrames() {

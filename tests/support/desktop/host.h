@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ScreenCapture/capture/OrvoCaptureSettings.h"
 #include "orvo/screencapture.h"
 #include "support/desktop/desktop.h"
 
@@ -27,10 +28,12 @@ class Host {
   public:
     // Registers every kind with this object as user data. Forgets nothing.
     void listen();
+    // The same without the facade; what window managers tell only.
+    void listenTo(OrvoCaptureSettings& settings);
     void silenceFrames();
 
     // What came, in order: "error 2", "frame", "window frame 7", "moved 7 0,0 10x10", "status 8 7 0,0,10,10",
-    // "thumbnail 2 7", "process 4 9 title".
+    // "thumbnail 5 7 title picture icon", "process 4 9 title".
     std::vector<std::string> take();
     size_t count(const std::string& event);
 
