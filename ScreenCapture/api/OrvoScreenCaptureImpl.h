@@ -9,7 +9,9 @@
 
 #include "ScreenCapture/capture/OrvoCaptureSession.h"
 #include "ScreenCapture/capture/OrvoCaptureSettings.h"
+#include "common/utils/orvo_queue_runner.h"
 #include "orvo/screencapture.h"
+#include "xplatform/common/orvotask_io.h"
 
 class OrvoScreenCaptureImpl {
   public:
@@ -57,6 +59,8 @@ class OrvoScreenCaptureImpl {
     // _log
     bool StartThreadIfNeeded();
     bool SetLogLevel(int level, const char* logFolder);
+    CORVOTaskBase* LogTask() const { return m_logTask; }
+    ORVO::BASE::COrvoQueueRunner* QueueRunner() const { return m_queueRunner.get(); }
 
   private:
     // Each answers an object to hold during a call, or null.
@@ -67,6 +71,9 @@ class OrvoScreenCaptureImpl {
     // The session, or null and a log line.
     std::shared_ptr<OrvoCaptureSession> existingSession() const;
     size_t excludedWindows() const;
+
+    CORVOTaskIO* const m_logTask;  // one reference of it
+    const std::unique_ptr<ORVO::BASE::COrvoQueueRunner> m_queueRunner;
 
     mutable std::mutex m_mutex;  // guards the two below
     std::shared_ptr<OrvoCaptureSession> m_captureSession;

@@ -1,18 +1,85 @@
-// The facade's log: its thread, its files.
+// The facade's log: the thread that it runs on, and which of the three files it continues.
+#include <algorithm>
+#include <cstring>
+#include <string>
+
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
 #include "ScreenCapture/api/impl_log.h"
+#include "ScreenCapture/log/orvo_log.h"
+#include "xplatform/common/orvoio.h"
 
-OrvoScreenCaptureImpl::OrvoScreenCaptureImpl() = default;
+namespace {
+
+constexpr unsigned long long kFileSizeLimit = 5'242'880;  // bytes
+constexpr int kLogThreadIdleInterval = 10;                // milliseconds
+constexpr size_t kFiles = 3;
+constexpr const char* kFileNames[kFiles] = {"/orvoscreencaplog1.txt", "/orvoscreencaplog2.txt",
+                                            "/orvoscreencaplog3.txt"};
+
+constexpr size_t kPathBytes = 512;
+constinit std::mutex gPathsMutex;
+constinit char g_strFullLogPath[kPathBytes] = {};
+constinit char g_strFullLogPath1[kPathBytes] = {};
+constinit char g_strFullLogPath2[kPathBytes] = {};
+
+void copyPath(char (&to)[kPathBytes], const std::string& path) {
+    std::strncpy(to, path.c_str(), kPathBytes);
+    to[kPathBytes - 1] = 0;
+}
+
+std::string folderOf(const char* logFolder) {
+    std::string folder = logFolder ? logFolder : "";
+    if (!folder.empty() && (folder.back() == '\\' || folder.back() == '/')) folder.pop_back();
+    return folder;
+}
+
+bool hasRoom(const std::string& path) {
+    return !orvo::io::CFile::IsExisted(path.c_str()) || orvoio_fsize(path.c_str()) < kFileSizeLimit;
+}
+
+// The file to continue: the first with room. When all are full they are deleted, and the first begins anew.
+size_t fileToContinue(const std::string (&paths)[kFiles]) {
+    const auto* found = std::find_if(std::begin(paths), std::end(paths), hasRoom);
+    if (found != std::end(paths)) return static_cast<size_t>(found - paths);
+    for (const std::string& path : paths) orvo::io::CFile::Remove(path.c_str());
+    return 0;
+}
+
+}  // namespace
+
+OrvoScreenCaptureImpl::OrvoScreenCaptureImpl()
+    : m_logTask(new CORVOTaskIO("screencap_logger", kLogThreadIdleInterval, ETHREAD_PRIORITY_NORMAL)),
+      m_queueRunner(std::make_unique<ORVO::BASE::COrvoQueueRunner>()) {
+    ORVO::ScreenCapture::run_log_on(m_queueRunner.get(), m_logTask);
+}
 
 OrvoScreenCaptureImpl::~OrvoScreenCaptureImpl() {
     UnInit();
+    m_logTask->Stop();
+    ORVO::ScreenCapture::run_log_on(nullptr, nullptr);
+    m_logTask->Release();
 }
 
 bool OrvoScreenCaptureImpl::StartThreadIfNeeded() {
-    return false;
+    if (!m_logTask->IsStarted()) m_logTask->Start();
+    return m_logTask->IsStarted();
 }
 
-bool OrvoScreenCaptureImpl::SetLogLevel(int level, const char* /*logFolder*/) {
+// Needs no Init, and does not start the log thread: until Init or a registration does, lines wait in its queue.
+bool OrvoScreenCaptureImpl::SetLogLevel(int level, const char* logFolder) {
+    const std::string folder = folderOf(logFolder);
+    if (!orvo::io::CDirectory::IsExisted(folder.c_str())) orvo::io::CDirectory::Create(folder.c_str());
+    std::string paths[kFiles];
+    for (size_t i = 0; i < kFiles; ++i) paths[i] = folder + kFileNames[i];
+    const size_t first = fileToContinue(paths);
+    {
+        std::lock_guard lock(gPathsMutex);
+        copyPath(g_strFullLogPath, paths[first]);
+        copyPath(g_strFullLogPath1, paths[(first + 1) % kFiles]);
+        copyPath(g_strFullLogPath2, paths[(first + 2) % kFiles]);
+        ORVO::ScreenCapture::init_log(g_strFullLogPath, g_strFullLogPath1, g_strFullLogPath2, kFileSizeLimit);
+    }
+    ORVO::ScreenCapture::set_log_level(level);
     IMPL_LOG("%s, level: %d", "SetLogLevel", level);
     return true;
 }
