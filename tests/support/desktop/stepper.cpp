@@ -131,6 +131,7 @@ void Stepper::reset() {
     std::lock_guard lock(mutex_);
     auto beats = std::move(beats_);
     beats_.clear();
+    now_ = 0;
     for (const auto& lane : lanes_) lane->jobs.clear();
 }
 

@@ -43,7 +43,7 @@ class Stepper final : public platform::Dispatch, public platform::Clock {
     // The intervals of the timers that run, in the order made.
     std::vector<uint64_t> timers();
 
-    // Forgets queues, jobs and timers.
+    // Forgets jobs and timers; the clock starts again.
     void reset();
 
     struct Lane {
