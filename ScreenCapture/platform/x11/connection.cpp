@@ -218,6 +218,7 @@ bool Connection::waitReadable(SteadyClock::time_point until) {
 
 void* Connection::awaitReply(unsigned sequence) {
     if (lost_) return nullptr;
+    roundTrips_++;
     flush();
     const auto until = SteadyClock::now() + kServerLimit;
     while (true) {

@@ -77,6 +77,9 @@ class Connection {
     bool sync();
     void flush();
 
+    // How often an answer was waited for.
+    uint64_t roundTrips() const { return roundTrips_; }
+
     // The next event that has arrived, null when there is none. Never waits.
     Event nextEvent();
 
@@ -91,6 +94,7 @@ class Connection {
     xcb_screen_t* screen_ = nullptr;
     Extensions extensions_;
     std::deque<Event> events_;  // read while waiting for a reply
+    uint64_t roundTrips_ = 0;
     bool lost_ = false;
 };
 

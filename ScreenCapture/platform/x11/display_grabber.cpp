@@ -126,30 +126,34 @@ void DisplayGrabber::collectNews() {
 }
 
 bool DisplayGrabber::refresh(Ring::Slot& slot) {
-    if (changed()) {
-        collectNews();
-        version_++;
-        news_ = false;
-    }
+    bool drawn = std::exchange(news_, false) || !damage_;
+    if (drawn) collectNews();
     if (slot.backing.isStale) {
-        const bool done = way_ == Way::composite     ? composite(slot)
+        const bool done = way_ == Way::composite     ? composite(slot, drawn)
                           : way_ == Way::sharedImage ? fetchShared(slot)
                                                      : fetchImage(slot);
         if (!done) return false;
         slot.backing.isStale = false;
     }
+    if (drawn) version_++;
     slot.frame->setVersion(version_);
     return true;
 }
 
-bool DisplayGrabber::composite(Ring::Slot& slot) {
+// Has the server copy what is stale. drawn: there were news; false afterwards when they lie outside the area.
+bool DisplayGrabber::composite(Ring::Slot& slot, bool& drawn) {
     const Backing& backing = slot.backing;
     if (damage_) xcb_xfixes_set_picture_clip_region(x_.raw(), backing.picture.id(), backing.stale.id(), 0, 0);
     xcb_render_composite(x_.raw(), XCB_RENDER_PICT_OP_SRC, root_.id(), XCB_NONE, backing.picture.id(),
                          static_cast<int16_t>(area_.x), static_cast<int16_t>(area_.y), 0, 0, 0, 0,
                          static_cast<uint16_t>(area_.width), static_cast<uint16_t>(area_.height));
     xcb_xfixes_set_region(x_.raw(), backing.stale.id(), 0, nullptr);
-    return x_.sync();
+    if (!drawn || !damage_) return x_.sync();
+    const auto cookie = xcb_xfixes_fetch_region(x_.raw(), newsRegion_.id());
+    const auto news = x_.await<xcb_xfixes_fetch_region_reply_t>(cookie.sequence);
+    if (!news) return false;
+    drawn = news->extents.width > 0 && news->extents.height > 0;
+    return true;
 }
 
 bool DisplayGrabber::fetchShared(Ring::Slot& slot) {

@@ -50,7 +50,7 @@ class DisplayGrabber {
     Ring::Slot makeCompositeSlot();
     void collectNews();
     bool refresh(Ring::Slot& slot);
-    bool composite(Ring::Slot& slot);
+    bool composite(Ring::Slot& slot, bool& drawn);
     bool fetchShared(Ring::Slot& slot);
     bool fetchImage(Ring::Slot& slot);
 
@@ -64,7 +64,7 @@ class DisplayGrabber {
     ServerPicture root_;
     Ring ring_;
     bool news_ = true;  // something was drawn since the last picture
-    uint64_t version_ = 0;
+    uint64_t version_ = 1;
 };
 
 }  // namespace orvo::platform::x11
