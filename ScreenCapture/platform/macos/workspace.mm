@@ -1,0 +1,105 @@
+// Running applications and their icons: NSWorkspace and NSRunningApplication.
+#include <AppKit/AppKit.h>
+
+#include "ScreenCapture/platform/macos/image.h"
+#include "ScreenCapture/platform/macos/services.h"
+#include "ScreenCapture/platform/macos/text.h"
+
+namespace orvo::platform::macos {
+namespace {
+
+// None for nil.
+std::optional<Picture> iconFrom(NSImage* image) {
+    if (!image) return std::nullopt;
+    return pictureOf(image);
+}
+
+class MacRunningApplication final : public RunningApplication {
+  public:
+    explicit MacRunningApplication(NSRunningApplication* application) : application_(application) {}
+
+    int32_t processIdentifier() override { return application_.processIdentifier; }
+    std::string localizedName() override {
+        @autoreleasepool {
+            return textOf(application_.localizedName);
+        }
+    }
+    std::string bundleIdentifier() override {
+        @autoreleasepool {
+            return textOf(application_.bundleIdentifier);
+        }
+    }
+    std::optional<Picture> icon() override {
+        @autoreleasepool {
+            return iconFrom(application_.icon);
+        }
+    }
+    bool isActive() override { return application_.active; }
+    bool isHidden() override { return application_.hidden; }
+    bool isTerminated() override { return application_.terminated; }
+
+    bool activate(Activation how) override {
+        return [application_ activateWithOptions:static_cast<NSApplicationActivationOptions>(how)];
+    }
+    bool hide() override { return [application_ hide]; }
+    bool unhide() override { return [application_ unhide]; }
+    bool terminate() override { return [application_ terminate]; }
+    bool forceTerminate() override { return [application_ forceTerminate]; }
+
+  private:
+    NSRunningApplication* application_;
+};
+
+// The second has no effect since 14.0.
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wdeprecated-declarations"
+static_assert(static_cast<NSUInteger>(Activation::allWindows) == NSApplicationActivateAllWindows);
+static_assert(static_cast<NSUInteger>(Activation::ignoringOthers) == NSApplicationActivateIgnoringOtherApps);
+#pragma clang diagnostic pop
+
+class MacWorkspace final : public Workspace {
+  public:
+    std::vector<std::shared_ptr<RunningApplication>> runningApplications() override {
+        std::vector<std::shared_ptr<RunningApplication>> applications;
+        @autoreleasepool {
+            for (NSRunningApplication* application in [NSWorkspace sharedWorkspace].runningApplications) {
+                applications.push_back(std::make_shared<MacRunningApplication>(application));
+            }
+        }
+        return applications;
+    }
+
+    std::shared_ptr<RunningApplication> application(int32_t pid) override {
+        @autoreleasepool {
+            NSRunningApplication* application = [NSRunningApplication runningApplicationWithProcessIdentifier:pid];
+            if (!application) return nullptr;
+            return std::make_shared<MacRunningApplication>(application);
+        }
+    }
+
+    std::optional<std::string> fullPathForApplication(const std::string& name) override {
+        @autoreleasepool {
+// There is no other call that finds an application by its name.
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wdeprecated-declarations"
+            NSString* path = [[NSWorkspace sharedWorkspace] fullPathForApplication:textFrom(name)];
+#pragma clang diagnostic pop
+            if (!path) return std::nullopt;
+            return textOf(path);
+        }
+    }
+
+    std::optional<Picture> iconForFile(const std::string& path) override {
+        @autoreleasepool {
+            return iconFrom([[NSWorkspace sharedWorkspace] iconForFile:textFrom(path)]);
+        }
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Workspace> makeWorkspace() {
+    return std::make_unique<MacWorkspace>();
+}
+
+}  // namespace orvo::platform::macos
