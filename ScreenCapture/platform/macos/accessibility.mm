@@ -170,9 +170,7 @@ ElementGetWindow elementGetWindow() {
 
 class MacAccessibility final : public Accessibility {
   public:
-    ElementRef systemWide() override {
-        return elementOf(CFRef<AXUIElementRef>::adopt(AXUIElementCreateSystemWide()));
-    }
+    ElementRef systemWide() override { return elementOf(CFRef<AXUIElementRef>::adopt(AXUIElementCreateSystemWide())); }
     ElementRef application(int32_t pid) override {
         return elementOf(CFRef<AXUIElementRef>::adopt(AXUIElementCreateApplication(pid)));
     }

@@ -60,13 +60,13 @@ using orvo::platform::DisplayCaptureDelegate;
     const bool isRuntimeError = [notification.name isEqualToString:AVCaptureSessionRuntimeErrorNotification];
     const std::weak_ptr<DisplayCaptureDelegate> receiver = _delegate;
     dispatch_async(dispatch_get_main_queue(), ^{
-      const auto delegate = receiver.lock();
-      if (!delegate) return;
-      if (isRuntimeError) {
-          delegate->onRuntimeError(failure);
-      } else {
-          delegate->onInterruption(failure);
-      }
+        const auto delegate = receiver.lock();
+        if (!delegate) return;
+        if (isRuntimeError) {
+            delegate->onRuntimeError(failure);
+        } else {
+            delegate->onInterruption(failure);
+        }
     });
 }
 @end
@@ -120,8 +120,8 @@ class MacDisplayCapture final : public DisplayCapture {
         AVCaptureSession* session = session_;
         AVCaptureVideoDataOutput* output = output_;
         dispatch_async(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0), ^{
-          [output setSampleBufferDelegate:nil queue:nil];
-          if (session.running) [session stopRunning];
+            [output setSampleBufferDelegate:nil queue:nil];
+            if (session.running) [session stopRunning];
         });
     }
 

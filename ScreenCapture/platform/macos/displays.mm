@@ -26,9 +26,7 @@ class MacDisplays final : public Displays {
 
     Rect bounds(uint32_t display) override { return rectFrom(CGDisplayBounds(display)); }
 
-    uint32_t mainDisplayPixelsHigh() override {
-        return static_cast<uint32_t>(CGDisplayPixelsHigh(CGMainDisplayID()));
-    }
+    uint32_t mainDisplayPixelsHigh() override { return static_cast<uint32_t>(CGDisplayPixelsHigh(CGMainDisplayID())); }
 
     double focusedScreenScale() override {
         @autoreleasepool {

@@ -35,7 +35,7 @@ class MacImage final : public Image {
 
   private:
     size_t ask(size_t (*question)(CGImageRef)) const;
-    CGImageRef decoded() const;                                         // lock_ is held
+    CGImageRef decoded() const;                      // lock_ is held
     const uint8_t* copied(CGImageRef bitmap) const;  // lock_ is held
 
     mutable std::mutex lock_;

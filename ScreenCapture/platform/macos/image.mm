@@ -20,10 +20,10 @@ size_t bytesOfRows(CGImageRef bitmap) {
 CFRef<CGImageRef> bitmapOver(CFDataRef bytes, CGImageRef like) {
     const auto provider = CFRef<CGDataProviderRef>::adopt(CGDataProviderCreateWithCFData(bytes));
     if (!provider) return nullptr;
-    return CFRef<CGImageRef>::adopt(CGImageCreate(
-        CGImageGetWidth(like), CGImageGetHeight(like), CGImageGetBitsPerComponent(like), CGImageGetBitsPerPixel(like),
-        CGImageGetBytesPerRow(like), CGImageGetColorSpace(like), CGImageGetBitmapInfo(like), provider.get(), nullptr,
-        false, kCGRenderingIntentDefault));
+    return CFRef<CGImageRef>::adopt(
+        CGImageCreate(CGImageGetWidth(like), CGImageGetHeight(like), CGImageGetBitsPerComponent(like),
+                      CGImageGetBitsPerPixel(like), CGImageGetBytesPerRow(like), CGImageGetColorSpace(like),
+                      CGImageGetBitmapInfo(like), provider.get(), nullptr, false, kCGRenderingIntentDefault));
 }
 
 // What a picture or one of its representations answers is borrowed from it.

@@ -16,7 +16,7 @@
 namespace orvo::platform::macos {
 namespace {
 
-constexpr size_t kBytesPerPixel = 4;     // BGRA
+constexpr size_t kBytesPerPixel = 4;  // BGRA
 constexpr size_t kRGBBytesPerPixel = 3;
 
 Ref<Image> imageOf(CFRef<CGImageRef> bitmap) {
@@ -67,17 +67,16 @@ void freeBytes(void* /*context*/, const void* bytes) {
 }
 
 NSBitmapImageRep* emptyBitmap(const Size& size) {
-    NSBitmapImageRep* bitmap =
-        [[NSBitmapImageRep alloc] initWithBitmapDataPlanes:nullptr
-                                                pixelsWide:truncated<NSInteger>(size.width)
-                                                pixelsHigh:truncated<NSInteger>(size.height)
-                                             bitsPerSample:8
-                                           samplesPerPixel:4
-                                                  hasAlpha:YES
-                                                  isPlanar:NO
-                                            colorSpaceName:NSCalibratedRGBColorSpace
-                                               bytesPerRow:0
-                                              bitsPerPixel:0];
+    NSBitmapImageRep* bitmap = [[NSBitmapImageRep alloc] initWithBitmapDataPlanes:nullptr
+                                                                       pixelsWide:truncated<NSInteger>(size.width)
+                                                                       pixelsHigh:truncated<NSInteger>(size.height)
+                                                                    bitsPerSample:8
+                                                                  samplesPerPixel:4
+                                                                         hasAlpha:YES
+                                                                         isPlanar:NO
+                                                                   colorSpaceName:NSCalibratedRGBColorSpace
+                                                                      bytesPerRow:0
+                                                                     bitsPerPixel:0];
     bitmap.size = NSMakeSize(size.width, size.height);
     return bitmap;
 }
@@ -110,10 +109,9 @@ class MacImaging final : public Imaging {
     Ref<Image> draw(const Ref<Image>& image, uint32_t width, uint32_t height, const Rect& placement) override {
         const CFRef<CGImageRef> source = bitmapOf(image);
         if (!source) return nullptr;
-        const auto context = CFRef<CGContextRef>::adopt(
-            CGBitmapContextCreate(nullptr, width, height, CGImageGetBitsPerComponent(source.get()),
-                                  CGImageGetBytesPerRow(source.get()), CGImageGetColorSpace(source.get()),
-                                  static_cast<CGBitmapInfo>(CGImageGetAlphaInfo(source.get()))));
+        const auto context = CFRef<CGContextRef>::adopt(CGBitmapContextCreate(
+            nullptr, width, height, CGImageGetBitsPerComponent(source.get()), CGImageGetBytesPerRow(source.get()),
+            CGImageGetColorSpace(source.get()), static_cast<CGBitmapInfo>(CGImageGetAlphaInfo(source.get()))));
         if (!context) return nullptr;
         CGContextDrawImage(context.get(), rectOf(placement), source.get());
         return imageOf(CFRef<CGImageRef>::adopt(CGBitmapContextCreateImage(context.get())));
@@ -157,7 +155,8 @@ class MacImaging final : public Imaging {
     Ref<Image> flatten(const Picture& picture) override {
         @autoreleasepool {
             if (!picture.image) return nullptr;
-            NSData* encoded = answered((NSData*)nil, [&] { return macImage(picture.image).picture().TIFFRepresentation; });
+            NSData* encoded =
+                answered((NSData*)nil, [&] { return macImage(picture.image).picture().TIFFRepresentation; });
             if (!encoded) return nullptr;
             const auto source =
                 CFRef<CGImageSourceRef>::adopt(CGImageSourceCreateWithData((__bridge CFDataRef)encoded, nullptr));
@@ -180,11 +179,11 @@ class MacImaging final : public Imaging {
             const auto provider = CFRef<CGDataProviderRef>::adopt(CGDataProviderCreateWithCFData(bytes.get()));
             const auto space = CFRef<CGColorSpaceRef>::adopt(CGColorSpaceCreateDeviceRGB());
             if (!provider || !space) return {};
-            const auto bitmap = CFRef<CGImageRef>::adopt(CGImageCreate(
-                CVPixelBufferGetWidth(pixels), CVPixelBufferGetHeight(pixels), 8, 32,
-                CVPixelBufferGetBytesPerRowOfPlane(pixels, 0), space.get(),
-                static_cast<CGBitmapInfo>(kCGImageAlphaNoneSkipFirst), provider.get(), nullptr, true,
-                kCGRenderingIntentDefault));
+            const auto bitmap =
+                CFRef<CGImageRef>::adopt(CGImageCreate(CVPixelBufferGetWidth(pixels), CVPixelBufferGetHeight(pixels), 8,
+                                                       32, CVPixelBufferGetBytesPerRowOfPlane(pixels, 0), space.get(),
+                                                       static_cast<CGBitmapInfo>(kCGImageAlphaNoneSkipFirst),
+                                                       provider.get(), nullptr, true, kCGRenderingIntentDefault));
             if (!bitmap) return {};
             return pictureOf([[NSImage alloc] initWithCGImage:bitmap.get() size:NSZeroSize]);
         }
@@ -196,14 +195,13 @@ class MacImaging final : public Imaging {
         if (!scaled.buffer().data || !packed.buffer().data) return nullptr;
         {
             ReadLock lock(buffer);
-            const CGRect inside =
-                CGRectIntersection(rectOf(area), CGRectMake(0, 0, buffer.width(), buffer.height()));
+            const CGRect inside = CGRectIntersection(rectOf(area), CGRectMake(0, 0, buffer.width(), buffer.height()));
             if (CGRectIsEmpty(inside)) return nullptr;
             const size_t row = buffer.bytesPerRow();
             const auto* top = static_cast<const uint8_t*>(buffer.baseAddress());
             if (!top) return nullptr;
-            const auto* first = top + truncated<size_t>(inside.origin.y) * row +
-                                truncated<size_t>(inside.origin.x) * kBytesPerPixel;
+            const auto* first =
+                top + truncated<size_t>(inside.origin.y) * row + truncated<size_t>(inside.origin.x) * kBytesPerPixel;
             const vImage_Buffer source{const_cast<uint8_t*>(first), truncated<vImagePixelCount>(inside.size.height),
                                        truncated<vImagePixelCount>(inside.size.width), row};
             if (vImageScale_ARGB8888(&source, &scaled.buffer(), nullptr, kvImageNoFlags) != kvImageNoError) {

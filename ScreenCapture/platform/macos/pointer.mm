@@ -24,7 +24,9 @@ class MacPointer final : public Pointer {
 // Announced to answer nil always in some later system; nil is an ordinary answer here.
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wdeprecated-declarations"
-    static NSCursor* systemCursor() { return [NSCursor currentSystemCursor]; }
+    static NSCursor* systemCursor() {
+        return [NSCursor currentSystemCursor];
+    }
 #pragma clang diagnostic pop
 };
 

@@ -53,7 +53,7 @@ Shot captured(SCContentFilter* filter, SCStreamConfiguration* configuration) {
     [SCScreenshotManager captureImageWithFilter:filter
                                   configuration:configuration
                               completionHandler:^(CGImageRef picture, NSError* error) {
-                                answer->give(CFRef<CGImageRef>::retain(picture), error);
+                                  answer->give(CFRef<CGImageRef>::retain(picture), error);
                               }];
     if (!answer->wait()) return NoImage::noServer;
     CFRef<CGImageRef> picture = answer->value();
@@ -87,7 +87,7 @@ Content contentNow() {
     [SCShareableContent getShareableContentExcludingDesktopWindows:NO
                                                onScreenWindowsOnly:YES
                                                  completionHandler:^(SCShareableContent* content, NSError* error) {
-                                                   answer->give(content, error);
+                                                     answer->give(content, error);
                                                  }];
     if (!answer->wait()) return {nil, NoImage::noServer};
     SCShareableContent* content = answer->value();
@@ -177,7 +177,8 @@ Shot pictureOfWindows(CGRect bounds, const std::vector<uint32_t>& windows) {
         if (!display) return NoImage::notOnScreen;
         NSMutableArray<SCWindow*>* included = [NSMutableArray array];
         for (SCWindow* window in content.all.windows) {
-            if (std::find(windows.begin(), windows.end(), window.windowID) != windows.end()) [included addObject:window];
+            if (std::find(windows.begin(), windows.end(), window.windowID) != windows.end())
+                [included addObject:window];
         }
         SCContentFilter* filter = [[SCContentFilter alloc] initWithDisplay:display includingWindows:included];
         return capturedPart(display, bounds, filter);

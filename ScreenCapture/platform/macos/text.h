@@ -10,9 +10,7 @@ namespace orvo::platform::macos {
 
 // Bytes that are no UTF-8 are read one character each, so that there is always a text.
 inline NSString* textFrom(std::string_view bytes) {
-    NSString* text = [[NSString alloc] initWithBytes:bytes.data()
-                                              length:bytes.size()
-                                            encoding:NSUTF8StringEncoding];
+    NSString* text = [[NSString alloc] initWithBytes:bytes.data() length:bytes.size() encoding:NSUTF8StringEncoding];
     if (text) return text;
     return [[NSString alloc] initWithBytes:bytes.data() length:bytes.size() encoding:NSISOLatin1StringEncoding];
 }

@@ -65,8 +65,8 @@ Shot pictureOfWindow(CGWindowID window, CGWindowImageOption options) {
 
 Shot pictureOfArea(CGRect area) {
     if (!functions().windowList) return screencapturekit::pictureOfArea(area);
-    return shotOf(CFRef<CGImageRef>::adopt(functions().windowList(
-        area, kCGWindowListExcludeDesktopElements, kCGNullWindowID, kCGWindowImageBoundsIgnoreFraming)));
+    return shotOf(CFRef<CGImageRef>::adopt(functions().windowList(area, kCGWindowListExcludeDesktopElements,
+                                                                  kCGNullWindowID, kCGWindowImageBoundsIgnoreFraming)));
 }
 
 Shot pictureOfWindows(CGRect bounds, const std::vector<uint32_t>& windows) {

@@ -1,7 +1,7 @@
 // vImage, as far as the adapter uses it.
 #pragma once
 
-#include "orvo_check.h"
+#include <orvo_check.h>
 
 typedef unsigned long vImagePixelCount;
 typedef ssize_t vImage_Error;

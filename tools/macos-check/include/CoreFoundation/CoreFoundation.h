@@ -1,7 +1,7 @@
 // Core Foundation, as far as the adapter uses it.
 #pragma once
 
-#include "orvo_check.h"
+#include <orvo_check.h>
 
 #pragma clang arc_cf_code_audited begin
 

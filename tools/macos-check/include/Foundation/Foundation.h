@@ -8,7 +8,9 @@
 typedef CGPoint NSPoint;
 typedef CGSize NSSize;
 typedef CGRect NSRect;
-static inline NSSize NSMakeSize(CGFloat width, CGFloat height) { return CGSizeMake(width, height); }
+static inline NSSize NSMakeSize(CGFloat width, CGFloat height) {
+    return CGSizeMake(width, height);
+}
 static inline NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat width, CGFloat height) {
     return CGRectMake(x, y, width, height);
 }

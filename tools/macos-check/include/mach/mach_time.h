@@ -1,7 +1,7 @@
 // The monotonic clock of Mach, as far as the base runtime uses it.
 #pragma once
 
-#include "orvo_check.h"
+#include <orvo_check.h>
 
 typedef struct mach_timebase_info {
     uint32_t numer;

@@ -1,7 +1,7 @@
 // The root of the classes, as far as the adapter uses it.
 #pragma once
 
-#include "orvo_check.h"
+#include <orvo_check.h>
 
 #if __OBJC_BOOL_IS_BOOL
 typedef bool BOOL;
@@ -20,7 +20,8 @@ typedef unsigned long NSUInteger;
 @property(readonly, copy) NSString* description;
 @end
 
-__attribute__((objc_root_class)) @interface NSObject <NSObject>
+__attribute__((objc_root_class))
+@interface NSObject<NSObject>
 + (instancetype)alloc;
 - (instancetype)init;
 @end
