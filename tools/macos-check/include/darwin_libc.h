@@ -14,3 +14,11 @@ CHECK_C check_pthread_t check_pthread_self(void);
 CHECK_C int check_pthread_setname_np(const char* name);
 #define pthread_self check_pthread_self
 #define pthread_setname_np check_pthread_setname_np
+
+// The fields that are used, in the system's types.
+struct statfs {
+    uint32_t f_bsize;
+    uint64_t f_blocks;
+    uint64_t f_bavail;
+};
+CHECK_C int statfs(const char* path, struct statfs* information);
