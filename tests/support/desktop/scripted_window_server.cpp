@@ -152,7 +152,8 @@ class ScriptedWindowServer final : public platform::WindowServer {
     }
     std::unique_ptr<platform::Grabber> grabber(uint32_t target, bool isScreen) override {
         auto pass = desktop_.gate.enter("grabber");
-        return pass ? std::make_unique<ScriptedGrabber>(desktop_, target, isScreen) : nullptr;
+        if (!pass) throw platform::PlatformException{"NSGenericException", "no grabber"};
+        return std::make_unique<ScriptedGrabber>(desktop_, target, isScreen);
     }
 
   private:
