@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "ScreenCapture/window/target_guard.h"
 #include "xplatform/common/orvosyslog.h"
 
 using namespace orvo::platform;
@@ -46,17 +47,18 @@ void OrvoWindowCaptureSession::setDelegate(std::weak_ptr<OrvoWindowCaptureSessio
 
 void OrvoWindowCaptureSession::startCapture() {
     platform().dispatch().mainAsync([self = shared_from_this(), stops = m_stops.load()] {
-        if (self->m_stops == stops) self->startOnMainQueue();
+        if (self->m_stops == stops) self->startOnMainQueue(stops);
     });
 }
 
-void OrvoWindowCaptureSession::startOnMainQueue() {
+void OrvoWindowCaptureSession::startOnMainQueue(uint64_t stopsSeen) {
     stopTimer();
     log(__LINE__, "CaptureSession startCapture");
     captureQueue->async([self = shared_from_this()] { self->lastImage = nullptr; });
     if (m_fps < kLowestFps || m_fps > kHighestFps) m_fps = kDefaultFps;
     const auto interval = truncated<uint64_t>(1.0 / m_fps * 1'000'000'000.0);
     std::lock_guard lock(m_timerMutex);
+    if (m_stops != stopsSeen) return;  // a stop on another thread has just found no timer
     captureTimer = platform().dispatch().makeTimer(captureQueue, interval, [weak = weak_from_this()] {
         if (const auto self = weak.lock()) self->tick();
     });
@@ -155,7 +157,10 @@ void OrvoWindowCaptureSession::retarget(Numbers added) {
         });
         for (const uint32_t number : added) {
             if (!contains(options->targetWindows, number)) continue;
-            if (const auto item = self->m_windowManager->getItemWithTargetWindow(number)) self->frameOf(number, *item);
+            guardTarget(number, [&] {
+                if (const auto item = self->m_windowManager->getItemWithTargetWindow(number))
+                    self->frameOf(number, *item);
+            });
         }
     });
 }

@@ -64,7 +64,7 @@ class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowC
         std::shared_ptr<const Numbers> excludeWindows;
     };
 
-    void startOnMainQueue();
+    void startOnMainQueue(uint64_t stopsSeen);
     void stopTimer();
     void retarget(Numbers added);
 

@@ -1,9 +1,8 @@
 // One tick of the window capture session: for every target a picture, the cursor, crop, scale, delivery.
 #include <algorithm>
-#include <exception>
 
 #include "ScreenCapture/window/OrvoWindowCaptureSession.h"
-#include "xplatform/common/orvosyslog.h"
+#include "ScreenCapture/window/target_guard.h"
 
 using namespace orvo::platform;
 
@@ -20,14 +19,7 @@ constexpr double kMillisecondsPerSecond = 1000.0;
 void OrvoWindowCaptureSession::tick() {
     const Tick tick{m_options.load(), m_excludeWindows->load()};
     for (const uint32_t windowID : tick.options->targetWindows) {
-        try {
-            createShotImageWithWindowID(windowID, tick);
-        } catch (const PlatformException& error) {
-            syslog_ex(1, 1, "unnamed", __LINE__, "target %u: %s: %s", windowID, error.name.c_str(),
-                      error.reason.c_str());
-        } catch (const std::exception& error) {
-            syslog_ex(1, 1, "unnamed", __LINE__, "target %u: %s", windowID, error.what());
-        }
+        guardTarget(windowID, [&] { createShotImageWithWindowID(windowID, tick); });
     }
 }
 

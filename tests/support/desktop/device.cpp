@@ -73,8 +73,9 @@ class ScriptedCapture final : public platform::DisplayCapture {
         ++configurations_;
     }
     void commitConfiguration() override {
-        auto lock = note("commit");
-        --configurations_;
+        auto lock = desktop_.gate.hold();
+        --configurations_;  // over also when it fails
+        note("commit");
     }
     void startRunning() override {
         auto lock = note("start");
