@@ -1,5 +1,5 @@
 #!/bin/bash
-# Configures and builds one preset, named as the first argument; what follows goes to the build tool.
+# Configures and builds one preset, named as the first argument; what follows are targets.
 set -euo pipefail
 preset=$1
 shift
@@ -9,4 +9,4 @@ if ! cmake --preset "$preset" >"build/$preset/configure.log" 2>&1; then
     cat "build/$preset/configure.log" >&2
     exit 1
 fi
-cmake --build --preset "$preset" --parallel "${ORVO_JOBS:-$(nproc)}" "$@"
+cmake --build --preset "$preset" --parallel "${ORVO_JOBS:-$(nproc)}" ${1+--target "$@"}
