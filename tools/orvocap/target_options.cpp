@@ -18,39 +18,34 @@ bool readNumber(const char*& from, const char* end, Number& number) {
     return error == std::errc();
 }
 
-// Reads "L,T,W,H"; says what is wrong, or nothing.
-std::string readRect(const std::string& text, std::array<int, 4>& edges) {
-    const char* from = text.data();
-    const char* end = from + text.size();
-    for (size_t i = 0; i < edges.size(); ++i) {
-        if (i > 0 && (from == end || *from++ != ',')) return "needs four numbers L,T,W,H";
-        if (!readNumber(from, end, edges[i])) return "needs four numbers L,T,W,H";
-    }
-    if (from != end) return "needs four numbers L,T,W,H and nothing else";
-    if (edges[0] < 0 || edges[1] < 0) return "left and top cannot be below 0";
-    if (edges[2] < 1 || edges[3] < 1) return "width and height must be above 0";
-    return {};
-}
-
 }  // namespace
 
 void TargetOptions::addTo(CLI::App& command) {
     command.add_option("--screen", screenText_, "screen number as `orvocap screens` prints it, or main")
         ->required()
         ->type_name("N|main");
-    command.add_option("--rect", rectText_, "only this rectangle, in points from the screen's top-left corner")
-        ->type_name("L,T,W,H")
-        ->check([](const std::string& text) {
-            std::array<int, 4> edges{};
-            return readRect(text, edges);
-        });
+    command
+        .add_option_function<std::string>(
+            "--rect", [this](const std::string& text) { readRect(text); },
+            "only this rectangle, in points from the screen's top-left corner")
+        ->type_name("L,T,W,H");
     command.add_flag("--cursor", cursor_, "draw the mouse cursor into the picture");
 }
 
-void TargetOptions::resolve() {
-    std::array<int, 4> edges{};
-    if (hasRect() && readRect(rectText_, edges).empty()) rect_ = {edges[0], edges[1], edges[2], edges[3]};
+void TargetOptions::readRect(const std::string& text) {
+    const char* from = text.data();
+    const char* end = from + text.size();
+    bool wrong = false;
+    for (int* number : {&rect_.left, &rect_.top, &rect_.width, &rect_.height}) {
+        wrong = wrong || (number != &rect_.left && (from == end || *from++ != ',')) || !readNumber(from, end, *number);
+    }
+    if (wrong || from != end) throw CLI::ValidationError("--rect", "needs four numbers L,T,W,H");
+    if (rect_.left < 0 || rect_.top < 0) throw CLI::ValidationError("--rect", "left and top cannot be below 0");
+    if (rect_.width < 1 || rect_.height < 1) throw CLI::ValidationError("--rect", "width and height must be above 0");
+    rectText_ = text;
+}
 
+void TargetOptions::resolve() {
     std::string known;
     for (const OrvoScreenCaptureScreenItem& item : requireScreens()) {
         const std::string number = std::to_string(item.screenID);

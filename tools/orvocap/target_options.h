@@ -2,7 +2,6 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
-#include <array>
 #include <string>
 
 namespace orvocap {
@@ -26,15 +25,16 @@ class TargetOptions {
 
   private:
     struct Rect {
-        int left, top, width, height;
+        int left = 0, top = 0, width = 0, height = 0;
     };
+    void readRect(const std::string& text);
     [[nodiscard]] bool hasRect() const { return !rectText_.empty(); }
 
     std::string screenText_;
     std::string rectText_;
     bool cursor_ = false;
     unsigned int screen_ = 0;
-    Rect rect_{};
+    Rect rect_;
 };
 
 }  // namespace orvocap

@@ -1,0 +1,51 @@
+// Frames and folders for the tests of orvocap.
+#pragma once
+
+#include <cstdlib>
+#include <string>
+
+#include "tools/orvocap/frame_sink.h"
+
+namespace orvocap {
+
+struct Pixel {
+    unsigned char blue = 0, green = 0, red = 0, alpha = 255;
+};
+
+inline void setPixel(Frame& frame, int x, int y, Pixel pixel) {
+    unsigned char* at = frame.pixels.data() + static_cast<size_t>(y) * frame.bytesPerRow() + static_cast<size_t>(x) * 4;
+    at[0] = pixel.blue, at[1] = pixel.green, at[2] = pixel.red, at[3] = pixel.alpha;
+}
+
+inline Frame solidFrame(int width, int height, Pixel pixel, unsigned long long time) {
+    Frame frame;
+    frame.width = width;
+    frame.height = height;
+    frame.time = time;
+    frame.pixels.resize(frame.bytesPerRow() * static_cast<size_t>(height));
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) setPixel(frame, x, y, pixel);
+    }
+    return frame;
+}
+
+// Gone with everything in it at the end of the test.
+class TemporaryFolder {
+  public:
+    TemporaryFolder() {
+        char name[] = "/tmp/orvocap-test-XXXXXX";
+        path_ = mkdtemp(name);
+    }
+    ~TemporaryFolder() {
+        if (std::system(("rm -rf " + path_).c_str()) != 0) std::abort();
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    const std::string& path() const { return path_; }
+
+  private:
+    std::string path_;
+};
+
+}  // namespace orvocap

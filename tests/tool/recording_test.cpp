@@ -1,0 +1,174 @@
+// From the library's frame to the written one: copies, limits, figures, pictures, options.
+#include "tools/orvocap/recording.h"
+
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <CLI/CLI.hpp>
+#include <cstring>
+
+#include "support/tool/frames.h"
+#include "tools/orvocap/png_sink.h"
+#include "tools/orvocap/target_options.h"
+
+namespace orvocap {
+namespace {
+
+// Keeps what it gets; holds every write back while it is closed; fails on the frame of a chosen time.
+class GatedSink : public FrameSink {
+  public:
+    void write(const Frame& frame) override {
+        std::unique_lock lock(mutex_);
+        ++arrived_;
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return open_; });
+        if (frame.time == failAt) throw std::runtime_error("full");
+        frames.push_back(frame);
+    }
+    void finish() override { finished = true; }
+    std::string summary() const override { return {}; }
+
+    void setOpen(bool open) {
+        const std::lock_guard lock(mutex_);
+        open_ = open;
+        changed_.notify_all();
+    }
+    void waitForArrivals(int count) {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this, count] { return arrived_ >= count; });
+    }
+
+    std::vector<Frame> frames;
+    unsigned long long failAt = 0;
+    bool finished = false;
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool open_ = true;
+    int arrived_ = 0;
+};
+
+// A frame of 2x2 pixels with 8 bytes of padding after each row, as the library lends it.
+class LentFrame {
+  public:
+    explicit LentFrame(unsigned long long time) : time_(time) {
+        for (size_t i = 0; i < sizeof bytes_; ++i) bytes_[i] = static_cast<char>(i);
+    }
+    FrameView view() const { return {bytes_, format_, time_}; }
+
+  private:
+    char bytes_[32];
+    OrvoScreenCaptureFrameFormat format_{2, 2, {16, 0, 0, 0}, 0, ORVO_PIXEL_FORMAT_BGRA};
+    unsigned long long time_;
+};
+
+TEST(FrameWriter, CopiesRowsWithoutPaddingInOrder) {
+    GatedSink sink;
+    FrameWriter writer(sink, 4);
+    for (unsigned long long time = 1; time <= 3; ++time) EXPECT_TRUE(writer.offer(LentFrame(time).view()));
+    writer.finish();
+    ASSERT_EQ(sink.frames.size(), 3u);
+    EXPECT_TRUE(sink.finished);
+    const std::vector<uint8_t> expected{0, 1, 2, 3, 4, 5, 6, 7, 16, 17, 18, 19, 20, 21, 22, 23};
+    for (size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(sink.frames[i].time, i + 1);
+        EXPECT_EQ(sink.frames[i].pixels, expected);
+    }
+}
+
+TEST(FrameWriter, RefusesWhatFindsNoRoomAndCountsItAsDropped) {
+    GatedSink sink;
+    sink.setOpen(false);
+    FrameWriter writer(sink, 2);
+    Recording recording(writer, 0, 10);
+    recording.take(LentFrame(1000).view());
+    sink.waitForArrivals(1);
+    for (const unsigned long long time : {1100, 1200, 1300}) recording.take(LentFrame(time).view());
+    sink.setOpen(true);
+    writer.finish();
+    EXPECT_EQ(recording.figures().frames, 2u);
+    EXPECT_EQ(recording.figures().dropped, 2u);
+    EXPECT_EQ(sink.frames.size(), 2u);
+}
+
+TEST(FrameWriter, ReportsTheSinksFailureAndWritesNothingAfterIt) {
+    GatedSink sink;
+    sink.failAt = 2;
+    FrameWriter writer(sink, 4);
+    for (unsigned long long time = 1; time <= 2; ++time) EXPECT_TRUE(writer.offer(LentFrame(time).view()));
+    EXPECT_THROW(writer.finish(), std::runtime_error);
+    EXPECT_FALSE(writer.offer(LentFrame(3).view()));
+    EXPECT_EQ(sink.frames.size(), 1u);
+    EXPECT_FALSE(sink.finished);
+}
+
+TEST(Recording, TakesTheFramesOfItsTime) {
+    struct Case {
+        const char* name;
+        double seconds;
+        std::vector<unsigned long long> times;
+        unsigned int frames;
+        double rate;
+        unsigned long long gap;
+        bool complete;
+    };
+    const Case cases[] = {
+        {"a frame on the closing edge is of the next second", 0.3, {1000, 1100, 1200, 1299}, 3, 10, 100, true},
+        {"a late frame still counts", 0.3, {1000, 1100, 1240}, 3, 2000.0 / 240, 140, false},
+        {"a gap shows", 0, {1000, 1100, 1500}, 3, 4, 400, false},
+        {"one frame has no rate", 0, {1000}, 1, 0, 0, false},
+    };
+    for (const Case& recorded : cases) {
+        GatedSink sink;
+        FrameWriter writer(sink, 8);
+        Recording recording(writer, recorded.seconds, 10);
+        for (const auto time : recorded.times) recording.take(LentFrame(time).view());
+        const RecordingFigures figures = recording.figures();
+        EXPECT_EQ(figures.frames, recorded.frames) << recorded.name;
+        EXPECT_DOUBLE_EQ(figures.rate(), recorded.rate) << recorded.name;
+        EXPECT_EQ(figures.longestGap, recorded.gap) << recorded.name;
+        EXPECT_EQ(recording.complete(), recorded.complete) << recorded.name;
+    }
+}
+
+TEST(PngSink, WritesPicturesThatReadBackTheSame) {
+    TemporaryFolder folder;
+    PngSink sink(folder.path() + "/new/deep");
+    Frame frame = solidFrame(3, 2, {1, 2, 3}, 0);
+    setPixel(frame, 2, 1, {0, 0, 0, 0});
+    sink.write(solidFrame(3, 2, {9, 9, 9}, 0));
+    sink.write(frame);
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    ASSERT_TRUE(png_image_begin_read_from_file(&image, (folder.path() + "/new/deep/frame-000002.png").c_str()));
+    image.format = PNG_FORMAT_BGRA;
+    std::vector<uint8_t> pixels(PNG_IMAGE_SIZE(image));
+    ASSERT_TRUE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr));
+    EXPECT_EQ(pixels, frame.pixels);
+    EXPECT_THROW(PngSink("/dev/null/folder"), std::runtime_error);
+    EXPECT_THROW(writePng(folder.path() + "/none/x.png", frame), std::runtime_error);
+}
+
+TEST(TargetOptions, ReadsRectanglesAndKnowsTheirFrames) {
+    const auto parse = [](TargetOptions& options, const std::string& rect) {
+        CLI::App app;
+        options.addTo(app);
+        app.parse("--screen main --rect " + rect);
+    };
+    for (const char* wrong :
+         {"1,2,3", "1,2,3,4,5", "1;2;3;4", "a,b,c,d", "-1,0,10,10", "0,0,0,10", "1,2,3,99999999999"}) {
+        TargetOptions options;
+        EXPECT_THROW(parse(options, wrong), CLI::ParseError) << wrong;
+    }
+    TargetOptions options;
+    parse(options, "10,20,64,40");
+    EXPECT_TRUE(options.matches(64, 40));
+    EXPECT_TRUE(options.matches(128, 80));  // two pixels to the point
+    EXPECT_FALSE(options.matches(1280, 801));
+    EXPECT_FALSE(options.matches(128, 40));
+    EXPECT_FALSE(options.matches(32, 20));
+}
+
+}  // namespace
+}  // namespace orvocap

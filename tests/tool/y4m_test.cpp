@@ -1,0 +1,90 @@
+// The Y4M file: colours, odd sizes, constant rate, failures.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <fstream>
+#include <iterator>
+
+#include "support/tool/frames.h"
+#include "tools/orvocap/y4m_sink.h"
+
+namespace orvocap {
+namespace {
+
+class Y4mTest : public testing::Test {
+  protected:
+    // Everything after the header's line.
+    std::string recordAndRead(const std::vector<Frame>& frames) {
+        Y4mSink sink(file_, 25);
+        for (const Frame& frame : frames) sink.write(frame);
+        sink.finish();
+        std::ifstream stream(file_, std::ios::binary);
+        std::getline(stream, header_);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    TemporaryFolder folder_;
+    const std::string file_ = folder_.path() + "/film.y4m";
+    std::string header_;
+};
+
+TEST_F(Y4mTest, WritesTheColoursOfStandardVideo) {
+    struct Case {
+        const char* name;
+        Pixel pixel;
+        std::array<int, 3> yuv;
+    };
+    const Case cases[] = {
+        {"black", {0, 0, 0}, {16, 128, 128}},  {"white", {255, 255, 255}, {235, 128, 128}},
+        {"red", {0, 0, 255}, {82, 90, 240}},   {"green", {0, 255, 0}, {145, 54, 34}},
+        {"blue", {255, 0, 0}, {41, 240, 110}},
+    };
+    for (const Case& colour : cases) {
+        const std::string data = recordAndRead({solidFrame(4, 2, colour.pixel, 0)});
+        ASSERT_EQ(data.size(), 6 + 8 + 2 + 2u) << colour.name;
+        const size_t planes[] = {6, 6 + 8, 6 + 8 + 2};
+        for (size_t i = 0; i < 3; ++i) {
+            EXPECT_NEAR(static_cast<unsigned char>(data[planes[i]]), colour.yuv[i], 2) << colour.name << " plane " << i;
+        }
+    }
+}
+
+TEST_F(Y4mTest, GivesAnOddEdgeChromaOfItsOwn) {
+    Frame frame = solidFrame(5, 3, {128, 128, 128}, 0);
+    for (int row = 0; row < 3; ++row) setPixel(frame, 4, row, {255, 0, 0});
+    const std::string data = recordAndRead({frame});
+    EXPECT_EQ(header_, "YUV4MPEG2 W5 H3 F25:1 Ip A1:1 C420jpeg XCOLORRANGE=LIMITED");
+    ASSERT_EQ(data.size(), 6 + 15 + 6 + 6u);
+    const auto* u = reinterpret_cast<const unsigned char*>(data.data()) + 6 + 15;
+    for (int row = 0; row < 2; ++row) {
+        EXPECT_NEAR(u[row * 3 + 1], 128, 2);
+        EXPECT_NEAR(u[row * 3 + 2], 240, 2);
+    }
+}
+
+TEST_F(Y4mTest, RepeatsAPictureWhereFramesAreMissing) {
+    std::vector<Frame> frames;
+    const unsigned char greys[] = {10, 20, 30};
+    const unsigned long long times[] = {1000, 1041, 1199};  // places 0, 1, 5
+    for (int i = 0; i < 3; ++i) frames.push_back(solidFrame(2, 2, {greys[i], greys[i], greys[i]}, times[i]));
+    const std::string data = recordAndRead(frames);
+    constexpr size_t frameSize = 6 + 4 + 2;
+    ASSERT_EQ(data.size(), 6 * frameSize);
+    std::string luma;
+    for (size_t i = 0; i < 6; ++i) luma += data[i * frameSize + 6];
+    EXPECT_EQ(luma, std::string({luma[0], luma[1], luma[1], luma[1], luma[1], luma[5]}));
+    EXPECT_TRUE(luma[0] < luma[1] && luma[1] < luma[5]);
+}
+
+TEST_F(Y4mTest, FailsWithAReason) {
+    Y4mSink sink(file_, 25);
+    sink.write(solidFrame(4, 4, {}, 0));
+    EXPECT_THROW(sink.write(solidFrame(4, 6, {}, 40)), std::runtime_error);
+    EXPECT_THROW(Y4mSink(folder_.path() + "/not/there.y4m", 25), std::runtime_error);
+    Y4mSink full("/dev/full", 25);
+    full.write(solidFrame(2, 2, {}, 0));
+    EXPECT_THROW(full.finish(), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace orvocap
