@@ -31,6 +31,8 @@ RANKS = {
     "include/orvo/": 0,
 }
 OUTSIDE = ("tools/", "examples/", "bench/", "bindings/", "tests/host/")  # see only the public headers
+# The public headers beside include/orvo/: the base runtime's and the log's.
+PUBLIC = ("xplatform/common/", "common/utils/orvo_queue_runner.h", "ScreenCapture/log/orvo_log.h", "ScreenCapture/log/sym_encrypt.h")
 SHARED_RANKS = (4,)  # several prefixes, one room
 
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(?:"([^"]+)"|<([^>]+)>)')
@@ -58,7 +60,7 @@ def may_include(path, target):
     rank, room = rank_of(path)
     target_rank, target_room = rank_of(target)
     if path.startswith(OUTSIDE):
-        return target_rank == 0 or target.startswith(path.split("/")[0] + "/")
+        return target_rank == 0 or target.startswith(PUBLIC) or target.startswith(path.split("/")[0] + "/")
     return target_rank < rank or target_room == room
 
 

@@ -8,6 +8,7 @@ namespace {
 constexpr void (*addCommands[])(CLI::App&, orvocap::Action&) = {
     orvocap::addScreensCommand,
     orvocap::addRecordCommand,
+    orvocap::addLogCommand,
 };
 
 int run(int argc, char** argv) {

@@ -1,0 +1,146 @@
+// orvocap log: reads the files, or follows them as a running log turns from one to the next.
+#include "log_command.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <thread>
+
+#include "command.h"
+#include "log_lines.h"
+#include "stop_request.h"
+
+namespace orvocap {
+
+namespace {
+
+constexpr auto kPause = std::chrono::milliseconds(200);
+constexpr size_t kChunk = 64 * 1024;
+
+void print(const std::string& text) {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
+        throw Failure(exitFailure, std::string("cannot write: ") + std::strerror(errno));
+    }
+}
+
+void flush() {
+    if (std::fflush(stdout) != 0) throw Failure(exitFailure, std::string("cannot write: ") + std::strerror(errno));
+}
+
+// One file, or standard input, read as far as it goes and then further.
+class Source {
+  public:
+    explicit Source(std::string name) : name_(std::move(name)), lines_(print) {}
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+    ~Source() { close(); }
+
+    // Prints what there is to read. Result: false, with the reason told once, when it cannot be read.
+    bool drain() {
+        if (descriptor_ < 0 && !open()) return false;
+        char chunk[kChunk];
+        while (!stopRequested()) {
+            const ssize_t count = read(descriptor_, chunk, sizeof(chunk));
+            if (count < 0 && errno == EINTR) continue;
+            if (count < 0) return complain();
+            if (count == 0) return true;
+            offset_ += count;
+            lines_.feed(chunk, static_cast<size_t>(count));
+        }
+        return true;
+    }
+
+    // The file ends here.
+    void finish() { lines_.finish(); }
+
+    // Lets go of a file that was replaced by another one or cut; the next drain begins with the new one.
+    void notice_replacement() {
+        struct stat opened {
+        }, named{};
+        if (descriptor_ <= STDIN_FILENO || fstat(descriptor_, &opened) != 0) return;
+        const bool gone = stat(name_.c_str(), &named) != 0;
+        if (!gone && named.st_dev == opened.st_dev && named.st_ino == opened.st_ino && named.st_size >= offset_) return;
+        drain();
+        finish();
+        close();
+    }
+
+  private:
+    bool open() {
+        descriptor_ = name_ == "-" ? STDIN_FILENO : ::open(name_.c_str(), O_RDONLY | O_CLOEXEC);
+        if (descriptor_ < 0) return complain();
+        offset_ = 0;
+        complained_ = false;
+        return true;
+    }
+
+    void close() {
+        if (descriptor_ > STDIN_FILENO) ::close(descriptor_);
+        descriptor_ = -1;
+    }
+
+    bool complain() {
+        if (!complained_) std::fprintf(stderr, "orvocap: cannot read %s: %s\n", name_.c_str(), std::strerror(errno));
+        complained_ = true;
+        return false;
+    }
+
+    const std::string name_;
+    LogLines lines_;
+    int descriptor_ = -1;
+    off_t offset_ = 0;
+    bool complained_ = false;
+};
+
+void followSources(const std::vector<std::unique_ptr<Source>>& sources) {
+    while (!stopRequested()) {
+        for (const auto& source : sources) source->notice_replacement();
+        for (const auto& source : sources) source->drain();
+        flush();
+        std::this_thread::sleep_for(kPause);
+    }
+}
+
+}  // namespace
+
+ExitCode printLogs(const std::vector<std::string>& files, bool follow) {
+    std::vector<std::unique_ptr<Source>> sources;
+    for (const auto& file : files) sources.push_back(std::make_unique<Source>(file));
+    if (sources.empty()) sources.push_back(std::make_unique<Source>("-"));
+    bool good = true;
+    for (const auto& source : sources) {
+        good = source->drain() && good;
+        if (!follow) source->finish();
+        flush();
+    }
+    const bool only_input = std::all_of(files.begin(), files.end(), [](const auto& file) { return file == "-"; });
+    if (!follow) return good ? exitSuccess : exitFailure;
+    // Standard input ends with its writer; a file never does.
+    if (!only_input) followSources(sources);
+    for (const auto& source : sources) source->finish();
+    flush();
+    return exitSuccess;
+}
+
+void addLogCommand(CLI::App& app, Action& action) {
+    auto* command = app.add_subcommand("log", "Print the library's scrambled log files as plain text.");
+    auto files = std::make_shared<std::vector<std::string>>();
+    auto follow = std::make_shared<bool>(false);
+    command->add_option("FILE", *files, "log files; - or none for standard input");
+    command->add_flag("-f,--follow", *follow, "go on with what is added; give all three files to follow a running log");
+    command->callback([files, follow, &action] {
+        action = [files, follow] {
+            if (*follow) listenForStop();
+            return printLogs(*files, *follow);
+        };
+    });
+}
+
+}  // namespace orvocap
