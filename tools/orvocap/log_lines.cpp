@@ -2,7 +2,8 @@
 #include "log_lines.h"
 
 #include <algorithm>
-#include <cctype>
+#include <iterator>
+#include <string_view>
 
 #include "ScreenCapture/log/sym_encrypt.h"
 
@@ -17,35 +18,53 @@ constexpr char kNotice[] = "*** ";
 constexpr size_t kStampLength = sizeof(kStamp) - 1;
 constexpr size_t kFewest = 5;  // so many bytes of a stamp that was cut are enough to know it
 
-// The plain text of bytes that begin at a place in their logged line.
-std::string unscrambled(const char* bytes, size_t length, size_t place) {
-    const size_t skipped = place % kKeyLength;
-    std::string padded(skipped, 'x');
-    padded.append(bytes, length);
-    orvo::strutf8 text;
-    text.assign(padded.data(), static_cast<unsigned int>(padded.size()));
-    const orvo::strutf8 plain = ORVO::ScreenCapture::sym_encrypt(text);
-    return {plain.c_str() + skipped, length};
-}
+// A piece of the file read at each of the places of a line where it may begin.
+struct Readings {
+    explicit Readings(const std::string& piece) {
+        for (size_t place = 0; place < kKeyLength; ++place) {
+            std::string padded(place, 'x');
+            padded += piece;
+            orvo::strutf8 text;
+            text.assign(padded.data(), padded.size());
+            const orvo::strutf8 plain = ORVO::ScreenCapture::sym_encrypt(text);
+            at[place].assign(plain.c_str() + place, piece.size());
+        }
+    }
 
-bool isStamp(const std::string& plain) {
+    // The piece from a byte on, read as the start of a line.
+    std::string_view as_line_from(size_t byte) const {
+        return std::string_view(at[(kKeyLength - byte % kKeyLength) % kKeyLength]).substr(byte);
+    }
+
+    std::string at[kKeyLength];
+};
+
+bool isStamp(std::string_view plain) {
     const size_t length = std::min(plain.size(), kStampLength);
     if (length < kFewest) return false;
     for (size_t i = 0; i < length; ++i) {
-        const bool digit = std::isdigit(static_cast<unsigned char>(plain[i])) != 0;
+        const bool digit = plain[i] >= '0' && plain[i] <= '9';
         if (kStamp[i] == '0' ? !digit : plain[i] != kStamp[i]) return false;
     }
     return true;
 }
 
-bool startsLine(const char* bytes, size_t length) {
-    const std::string plain = unscrambled(bytes, std::min(length, kStampLength), 0);
-    return plain.rfind(kNotice, 0) == 0 || isStamp(plain);
+bool isLineStart(std::string_view plain) {
+    return plain.substr(0, sizeof(kNotice) - 1) == kNotice || isStamp(plain);
 }
 
-// How much the bytes look like text.
-size_t printable(const std::string& plain) {
-    return static_cast<size_t>(std::count_if(plain.begin(), plain.end(), [](char c) { return c >= ' ' && c <= '~'; }));
+// How much a text looks like a log: it is mostly small letters, digits, blanks and brackets.
+ptrdiff_t likeness(const std::string& plain) {
+    return std::count_if(plain.begin(), plain.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= '0' && c <= ':') || c == ' ' || c == '[' || c == ']';
+    });
+}
+
+// The place where a piece reads best.
+size_t likeliest(const Readings& readings) {
+    const auto* best = std::max_element(std::begin(readings.at), std::end(readings.at),
+                                        [](const auto& a, const auto& b) { return likeness(a) < likeness(b); });
+    return static_cast<size_t>(best - readings.at);
 }
 
 }  // namespace
@@ -68,35 +87,22 @@ void LogLines::finish() {
     knows_place_ = false;
 }
 
-// Where in its logged line the piece begins: at the start, at the place that was reached, or, when a file begins in
-// the middle of a line, where it reads best.
-size_t LogLines::phase_of(const std::string& piece) const {
-    if (startsLine(piece.data(), piece.size())) return 0;
-    if (knows_place_) return next_place_;
-    size_t best = 0, most = 0;
-    for (size_t phase = 0; phase < kKeyLength; ++phase) {
-        const size_t count = printable(unscrambled(piece.data(), piece.size(), phase));
-        if (count > most) {
-            best = phase;
-            most = count;
-        }
-    }
-    return best;
-}
-
 void LogLines::decode(const std::string& piece, bool ends_line) {
-    size_t begin = 0, place = phase_of(piece);
+    const Readings readings(piece);
+    size_t place = knows_place_ ? next_place_ : likeliest(readings);  // that of the piece's first byte in its line
+    if (isLineStart(readings.as_line_from(0))) place = 0;
     std::string plain;
-    // A line that was written behind a piece of another one starts out of step with it.
+    size_t begin = 0;
+    // A line that was written behind a piece of another one is out of step with it.
     for (size_t i = 1; i + kStampLength <= piece.size(); ++i) {
-        if ((place + i - begin) % kKeyLength == 0 || !startsLine(piece.data() + i, piece.size() - i)) continue;
-        plain += unscrambled(piece.data() + begin, i - begin, place) + '\n';
+        if ((place + i) % kKeyLength == 0 || !isLineStart(readings.as_line_from(i))) continue;
+        plain.append(readings.at[place % kKeyLength], begin, i - begin).append(1, '\n');
         begin = i;
-        place = 0;
+        place = kKeyLength - i % kKeyLength;
     }
-    plain += unscrambled(piece.data() + begin, piece.size() - begin, place);
+    plain.append(readings.at[place % kKeyLength], begin);
     if (ends_line) plain += '\n';
-    next_place_ = place + (piece.size() - begin) + (ends_line ? 1 : 0);
+    next_place_ = place + piece.size() + (ends_line ? 1 : 0);
     knows_place_ = true;
     output_(plain);
 }

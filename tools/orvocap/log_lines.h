@@ -24,7 +24,6 @@ class LogLines {
 
   private:
     void decode(const std::string& piece, bool ends_line);
-    size_t phase_of(const std::string& piece) const;
 
     Output output_;
     std::string pending_;
