@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "ScreenCapture/thumbnail/bitmap_item.h"
-#include "orvo/screencapture.h"
+#include "orvo/screencapture_additions.h"
 #include "support/desktop/host.h"
 
 namespace orvo::test {
@@ -128,6 +128,17 @@ TEST_F(PickerListsTest, AnswersAboutOneWindow) {
     EXPECT_EQ((std::vector<int>{rect.left, rect.top, rect.right, rect.bottom}), (std::vector<int>{0, 0, 0, 0}));
     EXPECT_EQ(orvo_windowthumbnail_register(7, 0, &rect), 0);
     EXPECT_EQ(orvo_windowthumbnail_update(0, &rect), 0);
+}
+
+TEST_F(PickerListsTest, NamesTheOwner) {
+    OrvoScreenCaptureWindowOwner owner{9, "x"};
+    EXPECT_TRUE(orvo_screencapture_get_window_owner(7, &owner));
+    EXPECT_EQ(owner.processID, 50);
+    EXPECT_STREQ(owner.name, "Editor");
+    EXPECT_FALSE(orvo_screencapture_get_window_owner(1, &owner)) << "a display";
+    EXPECT_EQ(owner.processID, 0);
+    EXPECT_STREQ(owner.name, "");
+    EXPECT_FALSE(orvo_screencapture_get_window_owner(7, nullptr));
 }
 
 TEST_F(PickerListsTest, AnswersBeforeInitialisation) {

@@ -13,6 +13,8 @@ using Action = std::function<ExitCode()>;
 
 // One function per command, each in a file of its own; main.cpp holds the table.
 void addScreensCommand(CLI::App& app, Action& action);
+void addWindowsCommand(CLI::App& app, Action& action);
+void addPickerCommand(CLI::App& app, Action& action);
 void addRecordCommand(CLI::App& app, Action& action);
 void addLogCommand(CLI::App& app, Action& action);
 

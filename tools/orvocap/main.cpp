@@ -7,6 +7,8 @@ namespace {
 
 constexpr void (*addCommands[])(CLI::App&, orvocap::Action&) = {
     orvocap::addScreensCommand,
+    orvocap::addWindowsCommand,
+    orvocap::addPickerCommand,
     orvocap::addRecordCommand,
     orvocap::addLogCommand,
 };

@@ -5,9 +5,6 @@
 
 namespace orvocap {
 
-// Writes one picture. Throws when the file cannot be written.
-void writePng(const std::string& path, const Frame& frame);
-
 class PngSink : public FrameSink {
   public:
     explicit PngSink(std::string folder);  // made when missing

@@ -1,0 +1,59 @@
+// PNG pictures through libpng's simplified interface.
+#include "png_file.h"
+
+#include <png.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+namespace orvocap {
+
+namespace {
+
+png_image describe(const Frame& frame) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = static_cast<png_uint_32>(frame.width);
+    image.height = static_cast<png_uint_32>(frame.height);
+    image.format = PNG_FORMAT_BGRA;
+    image.flags = PNG_IMAGE_FLAG_FAST;
+    return image;
+}
+
+}  // namespace
+
+void makeFolder(const std::string& path) {
+    // Each prefix that ends before a slash, then the whole path.
+    for (size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
+        const std::string part = path.substr(0, end);
+        if (mkdir(part.c_str(), 0777) != 0 && errno != EEXIST) {
+            throw std::runtime_error("cannot make the folder " + part + ": " + std::strerror(errno));
+        }
+        if (end == std::string::npos) return;
+    }
+}
+
+void writePng(const std::string& path, const Frame& frame) {
+    png_image image = describe(frame);
+    errno = 0;
+    if (!png_image_write_to_file(&image, path.c_str(), 0, frame.pixels.data(),
+                                 static_cast<png_int_32>(frame.bytesPerRow()), nullptr)) {
+        throw std::runtime_error("cannot write " + path + ": " + (errno ? std::strerror(errno) : image.message));
+    }
+}
+
+std::vector<uint8_t> encodePng(const Frame& frame) {
+    png_image image = describe(frame);
+    const auto rowBytes = static_cast<png_int_32>(frame.bytesPerRow());
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+    std::vector<uint8_t> bytes(size);
+    if (!png_image_write_to_memory(&image, bytes.data(), &size, 0, frame.pixels.data(), rowBytes, nullptr)) {
+        throw std::runtime_error(std::string("cannot encode a picture: ") + image.message);
+    }
+    bytes.resize(size);
+    return bytes;
+}
+
+}  // namespace orvocap

@@ -1,0 +1,89 @@
+// The library's picker list as values of our own.
+#include "window_list.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "orvo/screencapture_additions.h"
+#include "quiet_console.h"
+#include "screen_list.h"
+
+namespace orvocap {
+
+namespace {
+
+class Library {
+  public:
+    Library() { orvo_screencapture_init(); }
+    ~Library() { orvo_screencapture_uninit(); }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+};
+
+struct FreeWindows {
+    int count;
+    void operator()(OrvoThumbnailWindowInfo* list) const { orvo_windowthumbnail_free_windows(list, count); }
+};
+
+// PNG wants plain colours; the library's are multiplied by alpha.
+void divideByAlpha(uint8_t* pixel) {
+    const unsigned int alpha = pixel[3];
+    if (alpha == 0 || alpha == 255) return;
+    for (int i = 0; i < 3; ++i) pixel[i] = static_cast<uint8_t>(std::min(255u, (pixel[i] * 255u + alpha / 2) / alpha));
+}
+
+std::optional<Frame> frameOf(const OrvoThumbnailBitmapItem* item) {
+    if (!item || !item->data || item->width == 0 || item->height == 0) return std::nullopt;
+    Frame frame;
+    frame.width = static_cast<int>(item->width);
+    frame.height = static_cast<int>(item->height);
+    frame.pixels.resize(frame.bytesPerRow() * item->height);
+    for (size_t y = 0; y < item->height; ++y) {
+        // With padded rows the last ones do not fit into the item any more; they stay empty.
+        const size_t from = y * item->stride;
+        if (from + frame.bytesPerRow() > item->length) break;
+        std::memcpy(frame.pixels.data() + y * frame.bytesPerRow(), item->data + from, frame.bytesPerRow());
+    }
+    for (size_t i = 0; i < frame.pixels.size(); i += 4) divideByAlpha(frame.pixels.data() + i);
+    return frame;
+}
+
+ListedItem itemOf(const OrvoThumbnailWindowInfo& info) {
+    ListedItem item;
+    item.number = info.windowID;
+    item.isScreen = info.isScreen != 0;
+    item.title = info.title;
+    item.icon = frameOf(info.iconThumbnail);
+    item.picture = frameOf(info.imageThumbnail);
+    OrvoScreenCaptureWindowOwner owner;
+    if (!item.isScreen && orvo_screencapture_get_window_owner(info.windowID, &owner)) {
+        item.owner = owner.name;
+        item.processID = owner.processID;
+    }
+    OrvoScreenCaptureRect rect{};
+    orvo_screencapture_get_window_rect(info.windowID, &rect);
+    item.left = rect.left;
+    item.top = rect.top;
+    // A screen's rectangle holds its width and height where a window's holds its far edges.
+    item.width = item.isScreen ? rect.right : rect.right - rect.left;
+    item.height = item.isScreen ? rect.bottom : rect.bottom - rect.top;
+    return item;
+}
+
+}  // namespace
+
+std::vector<ListedItem> listItems(bool withPictures) {
+    requireScreens();
+    const QuietConsole quiet;
+    const Library library;
+    orvo_windowthumbnail_find_windows_async(!withPictures);
+    int count = 0;
+    OrvoThumbnailWindowInfo* found = orvo_windowthumbnail_find_windows(&count);
+    const std::unique_ptr<OrvoThumbnailWindowInfo[], FreeWindows> list(found, FreeWindows{count});
+    std::vector<ListedItem> items;
+    for (int i = 0; i < count; ++i) items.push_back(itemOf(list[static_cast<size_t>(i)]));
+    return items;
+}
+
+}  // namespace orvocap

@@ -1,0 +1,30 @@
+// What the library lists for a picker: screens, then windows front to back.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "frame_sink.h"
+
+namespace orvocap {
+
+struct ListedItem {
+    uint32_t number = 0;
+    bool isScreen = false;
+    std::string title;  // UTF-8
+    std::string owner;  // of a window: its application's name, UTF-8
+    int processID = 0;  // of a window
+    int left = 0;       // points; a screen's y is counted from the main screen's bottom upwards
+    int top = 0;        // points
+    int width = 0;      // points
+    int height = 0;     // points
+    std::optional<Frame> icon;
+    std::optional<Frame> picture;
+};
+
+// Throws a Failure that says what to do when there is no screen.
+std::vector<ListedItem> listItems(bool withPictures);
+
+}  // namespace orvocap
