@@ -2,6 +2,7 @@
 #include <iconv.h>
 
 #include <cerrno>
+#include <type_traits>
 
 #include "xplatform/common/orvostream.h"
 

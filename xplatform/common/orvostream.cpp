@@ -101,15 +101,11 @@ void storage<T>::assign(const T* units, std::size_t n) {
 }
 
 template <typename T>
-void storage<T>::append(const T* units, std::size_t n) {
+void storage<T>::append_growing(const T* units, std::size_t n) {
     if (units == nullptr || n == 0) return;
-    if (capacity_ <= n || capacity_ <= length_ + n) {
-        const std::ptrdiff_t inside = owns(units) ? units - data_ : -1;
-        grow(std::max(n, length_ + n));  // the sum wraps for an n like -1
-        if (inside >= 0) units = data_ + inside;
-    }
-    std::memmove(data_ + length_, units, n * sizeof(T));
-    set_length(length_ + n);
+    const std::ptrdiff_t inside = owns(units) ? units - data_ : -1;
+    grow(std::max(n, length_ + n));  // the sum wraps for an n like -1
+    append(inside >= 0 ? data_ + inside : units, n);
 }
 
 template <typename T>

@@ -43,7 +43,7 @@ ORVO_API bool orvoutf162gbk(const orvo_char16* source, unsigned int length, char
 #ifdef __cplusplus
 }
 
-#include <type_traits>
+#include <cstring>
 #include <utility>
 
 namespace orvo {
@@ -91,7 +91,15 @@ class storage {
     // Replaces the content by n units. Null or 0 frees the buffer. A buffer more than twice too large shrinks.
     void assign(const T* units, std::size_t n);
     // Adds n units at the end; null or 0 changes nothing.
-    void append(const T* units, std::size_t n);
+    void append(const T* units, std::size_t n) {
+        if (n >= capacity_ - length_ || units == nullptr) return append_growing(units, n);
+        if (n == 1) {
+            data_[length_] = *units;
+        } else {
+            std::memmove(data_ + length_, units, n * sizeof(T));
+        }
+        set_length(length_ + n);
+    }
     // Replaces n units at a position by m others. False, and nothing changed, for a range beyond the end.
     bool replace(unsigned int position, unsigned int n, const T* units, unsigned int m);
     // Gives the buffer to the caller, who frees it with free(); the object is empty then. Null when there is none.
@@ -123,6 +131,8 @@ class storage {
     unsigned int capacity_ = 0;
 
   private:
+    void append_growing(const T* units, std::size_t n);
+
     static constexpr T empty_text = T();
 };
 extern template class ORVO_API storage<char>;

@@ -32,31 +32,47 @@ std::size_t measured(const T* units, unsigned int length) {
     return length != 0 || units == nullptr ? length : std::char_traits<T>::length(units);
 }
 
+// borders[i]: how much of the needle's beginning also ends its first i + 1 units.
+template <typename Needle, typename Fold>
+void find_borders(Needle needle, std::size_t length, Fold fold, unsigned int* borders) {
+    unsigned int border = borders[0] = 0;
+    for (std::size_t i = 1; i < length; ++i) {
+        while (border != 0 && fold(needle[i]) != fold(needle[border])) border = borders[border - 1];
+        if (fold(needle[i]) == fold(needle[border])) ++border;
+        borders[i] = border;
+    }
+}
+
 // Knuth-Morris-Pratt over random-access iterators: the offset of the first match, or text_length when there is none.
 // skip(from, to) may leave out units of the text that cannot begin a match.
 template <typename Text, typename Needle, typename Fold, typename Skip>
 std::size_t first_match(Text text, std::size_t text_length, Needle needle, std::size_t length, Fold fold, Skip skip) {
     constexpr std::size_t kOnStack = 51;
     unsigned int on_stack[kOnStack];
-    std::unique_ptr<unsigned int[]> on_heap(length < kOnStack ? nullptr : new unsigned int[length]);
-    unsigned int* const borders = on_heap ? on_heap.get() : on_stack;
+    std::unique_ptr<unsigned int[]> on_heap;
+    unsigned int* borders = nullptr;  // only made when a match of two units and more breaks off
 
-    // borders[i]: how much of the needle's beginning also ends its first i + 1 units.
-    unsigned int border = 0;
-    if (length != 0) borders[0] = 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        while (border != 0 && fold(needle[i]) != fold(needle[border])) border = borders[border - 1];
-        if (fold(needle[i]) == fold(needle[border])) ++border;
-        borders[i] = border;
-    }
+    if (length == 0) return 0;
     std::size_t matched = 0;
-    for (std::size_t i = 0; matched < length; ++i) {
+    for (std::size_t i = 0;;) {
         if (matched == 0) i = skip(i, text_length);
-        if (i >= text_length) return text_length;
-        while (matched != 0 && fold(text[i]) != fold(needle[matched])) matched = borders[matched - 1];
-        if (fold(text[i]) == fold(needle[matched]) && ++matched == length) return i + 1 - length;
+        if (text_length - i < length - matched) return text_length;
+        if (fold(text[i]) == fold(needle[matched])) {
+            ++i;
+            if (++matched == length) return i - length;
+        } else if (matched == 0) {
+            ++i;
+        } else if (matched == 1) {
+            matched = 0;
+        } else {
+            if (borders == nullptr) {
+                if (length >= kOnStack) on_heap.reset(new unsigned int[length]);
+                borders = on_heap ? on_heap.get() : on_stack;
+                find_borders(needle, length, fold, borders);
+            }
+            matched = borders[matched - 1];
+        }
     }
-    return 0;
 }
 
 template <typename T>

@@ -149,6 +149,10 @@ unsigned int strutf8::find(const char* needle, unsigned int start, bool ignoreCa
     if (length > rest) return npos;
     const char* const text = data_ + start;
     const auto skip = [&](std::size_t from, std::size_t to) {
+        // A call pays only where the needle's first byte is rare.
+        for (const std::size_t near = std::min(to, from + 16); from < near; ++from) {
+            if (text[from] == needle[0]) return from;
+        }
         const void* hit = std::memchr(text + from, needle[0], to - from);
         return hit != nullptr ? static_cast<std::size_t>(static_cast<const char*>(hit) - text) : to;
     };
