@@ -298,6 +298,22 @@ TEST_F(WindowSession, StartsAndStopsKeepTheirOrderWhicheverQueueRunsFirst) {
     }
 }
 
+TEST_F(WindowSession, ADisplayChosenMeanwhileTakesTheFramesAwayUntilTheNextStart) {
+    start(7);
+    EXPECT_EQ(nextFrame().window, 7u);
+    orvo_screencapture_set_target_screen(1);
+    takeLog();
+    desk.stepper.advance(tick);
+    EXPECT_EQ(takeLog(), Lines{"CS CaptureSession is not window !!!!!"});
+    EXPECT_EQ(host.windowFrames.size(), 1u);
+    EXPECT_FALSE(orvo_screencapture_is_capturing());
+    orvo_screencapture_start_capture();
+    runSteps();
+    EXPECT_TRUE(desk.device().running);
+    EXPECT_TRUE(desk.stepper.timers().empty());
+    EXPECT_TRUE(orvo_screencapture_is_capturing());
+}
+
 TEST_F(WindowSession, UninitEndsTheTicks) {
     start(7);
     orvo_screencapture_uninit();
