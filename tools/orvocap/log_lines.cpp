@@ -82,7 +82,7 @@ void LogLines::feed(const char* bytes, size_t length) {
 }
 
 void LogLines::finish() {
-    if (!pending_.empty()) decode(pending_, true);
+    if (in_line_ || !pending_.empty()) decode(pending_, true);
     pending_.clear();
     knows_place_ = false;
 }
@@ -104,6 +104,7 @@ void LogLines::decode(const std::string& piece, bool ends_line) {
     if (ends_line) plain += '\n';
     next_place_ = place + piece.size() + (ends_line ? 1 : 0);
     knows_place_ = true;
+    in_line_ = !ends_line;
     output_(plain);
 }
 

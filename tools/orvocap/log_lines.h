@@ -27,6 +27,7 @@ class LogLines {
 
     Output output_;
     std::string pending_;
+    bool in_line_ = false;      // a piece without its line feed was passed on
     bool knows_place_ = false;  // whether `next_place_` is known: the place of the next byte in its logged line
     size_t next_place_ = 0;
 };
