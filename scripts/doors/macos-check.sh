@@ -36,7 +36,8 @@ step() {
             -fsyntax-only "$file" ;;
         darwin) "$clang" -target "$target" "${options[@]}" -x c++ -include darwin_libc.h -fsyntax-only "$file" ;;
         analysis) "$clang" -target "$target" "${options[@]}" "${objective[@]}" -include-pch "$work/$target.objc.pch" \
-            --analyze -Xclang -analyzer-output=text -Xclang -analyzer-werror -o /dev/null "$file" ;;
+            --analyze -Xclang -analyzer-output=text -Xclang -analyzer-werror \
+            -Xclang -analyzer-config -Xclang c++-stdlib-inlining=false -o /dev/null "$file" ;;
         ownership) python3 tools/macos-check/ownership.py "$file" ;;
     esac
 }
