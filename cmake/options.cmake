@@ -3,8 +3,8 @@ find_package(Threads REQUIRED)
 add_library(orvo_options INTERFACE)
 target_compile_options(orvo_options INTERFACE
     -Wall -Wextra -Wshadow -Wundef -Werror
-    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi>
-    -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden> -fno-omit-frame-pointer
+    $<$<COMPILE_LANGUAGE:CXX,OBJCXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi>
+    -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX,OBJCXX>:-fvisibility-inlines-hidden> -fno-omit-frame-pointer
     -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 target_include_directories(orvo_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include
     ${PROJECT_BINARY_DIR}/generated)

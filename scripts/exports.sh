@@ -3,4 +3,4 @@
 # exports. A list line may begin with a system and a colon; what follows a # is a comment.
 set -eu
 list=$(dirname "$0")/../ScreenCapture/api/exports.list
-sed -e 's/#.*//' -e 's/[[:space:]]*$//' -e '/^$/d' "$list" | sed -n -e "s/^$1: *//p" -e '/:/!p'
+sed -e 's/#.*//' -e 's/[[:space:]]*$//' -e '/^$/d' "$list" | sed -n -e "s/^$1: *//" -e '/:/!p'

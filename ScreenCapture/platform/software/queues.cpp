@@ -1,8 +1,6 @@
 // Serial queues and grid timers on plain threads: one thread runs a queue's jobs and the ticks of its timers in turn.
 #include "ScreenCapture/platform/software/queues.h"
 
-#include <sys/prctl.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -131,10 +129,7 @@ class QueueState {
 class ThreadQueue final : public SerialQueue {
   public:
     explicit ThreadQueue(const char* label) : state_(std::make_shared<QueueState>()) {
-        startThread(label, [state = state_] {
-            prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);  // meets grid points to the microsecond, not to the usual 50
-            state->run();
-        });
+        startThread(label, [state = state_] { state->run(); });
     }
     ~ThreadQueue() override { state_->close(); }
     ThreadQueue(const ThreadQueue&) = delete;

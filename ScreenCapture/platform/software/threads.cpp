@@ -1,13 +1,14 @@
 // Threads of the library.
 #include "ScreenCapture/platform/software/threads.h"
 
-#include <pthread.h>
 #include <signal.h>
 
 #include <algorithm>
 #include <string>
 #include <thread>
 #include <utility>
+
+#include "ScreenCapture/platform/software/thread_setup.h"
 
 namespace orvo::platform::software {
 namespace {
@@ -21,7 +22,7 @@ void startThread(std::string_view label, std::function<void()> body) {
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before);  // the new thread inherits it
     std::thread([name = std::move(name), body = std::move(body)] {
-        pthread_setname_np(pthread_self(), name.c_str());
+        setUpThread(name.c_str());
         body();
     }).detach();
     pthread_sigmask(SIG_SETMASK, &before, nullptr);

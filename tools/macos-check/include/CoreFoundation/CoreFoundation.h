@@ -67,6 +67,7 @@ CHECK_C CFStringRef CFStringCreateWithCString(CFAllocatorRef allocator, const ch
 
 CHECK_C CFAbsoluteTime CFAbsoluteTimeGetCurrent(void);
 CHECK_C CFRunLoopRef CFRunLoopGetCurrent(void);
+CHECK_C int32_t CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds, Boolean returnAfterSourceHandled);
 CHECK_C void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode);
 CHECK_C void CFRunLoopRemoveSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode);
 

@@ -1,0 +1,18 @@
+# The library on Linux: the X11 adapter, the version script.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(ORVO_X11 REQUIRED IMPORTED_TARGET xcb xcb-shm xcb-randr xcb-xfixes xcb-composite xcb-damage xcb-res
+    xcb-xinput xcb-shape xcb-render glib-2.0 gio-2.0 gdk-pixbuf-2.0)
+find_library(ORVO_YUV yuv REQUIRED)
+orvo_room(orvo_software ScreenCapture/platform/software)
+target_link_libraries(orvo_software PUBLIC ${ORVO_YUV})
+orvo_room(orvo_adapter ScreenCapture/platform/x11)
+target_link_libraries(orvo_adapter PUBLIC orvo_software PkgConfig::ORVO_X11)
+
+target_sources(OrvoScreenCaptureOSX PRIVATE $<TARGET_OBJECTS:orvo_software>)
+target_link_libraries(OrvoScreenCaptureOSX PRIVATE PkgConfig::ORVO_X11 ${ORVO_YUV})
+set_target_properties(OrvoScreenCaptureOSX PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 2)
+
+set(ORVO_VERSION_SCRIPT ${PROJECT_BINARY_DIR}/generated/exports.map)
+orvo_exported_names(${PROJECT_SOURCE_DIR}/scripts/version-script.sh ${ORVO_VERSION_SCRIPT})
+target_link_options(OrvoScreenCaptureOSX PRIVATE -Wl,--version-script=${ORVO_VERSION_SCRIPT}
+    -Wl,-Bsymbolic-functions -Wl,-z,defs -Wl,-z,nodelete)
