@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "support/tool/frames.h"
+#include "tools/orvocap/png_file.h"
 #include "tools/orvocap/png_sink.h"
 #include "tools/orvocap/target_options.h"
 

@@ -31,10 +31,11 @@ h2 { margin: 32px 0 12px; font-size: 13px; letter-spacing: 0.06em; text-transfor
 .card { display: flex; flex-direction: column; overflow: hidden; background: var(--card);
   border: 1px solid var(--edge); border-radius: 12px; }
 .card:hover { border-color: var(--accent); box-shadow: 0 0 0 1px var(--accent); }
-.stage { display: flex; aspect-ratio: 16 / 10; padding: 10px; align-items: center; justify-content: center;
-  background: var(--stage); border-bottom: 1px solid var(--edge); color: var(--soft); font-size: 13px; }
-.stage img { max-width: 100%; max-height: 100%; border-radius: 4px; box-shadow: 0 1px 6px rgb(0 0 0 / 25%); }
-.name { display: flex; gap: 12px; align-items: center; padding: 12px 14px 8px; }
+.stage { position: relative; display: grid; place-items: center; aspect-ratio: 16 / 10; background: var(--stage);
+  border-bottom: 1px solid var(--edge); color: var(--soft); font-size: 13px; }
+.stage img { position: absolute; inset: 12px; margin: auto; max-width: calc(100% - 24px);
+  max-height: calc(100% - 24px); border-radius: 4px; box-shadow: 0 1px 6px rgb(0 0 0 / 25%); }
+.name { display: flex; gap: 12px; align-items: center; padding: 12px 14px; }
 .icon { flex: none; width: 36px; height: 36px; object-fit: contain; }
 .letter { display: grid; place-items: center; border-radius: 9px; background: var(--stage); color: var(--soft);
   font-weight: 600; }
@@ -43,8 +44,8 @@ h3 { margin: 0; font-size: 15px; font-weight: 600; overflow-wrap: anywhere; disp
   -webkit-box-orient: vertical; -webkit-line-clamp: 2; overflow: hidden; }
 .owner { margin: 0; color: var(--soft); font-size: 13px; overflow: hidden; text-overflow: ellipsis;
   white-space: nowrap; }
-.facts { display: flex; flex-wrap: wrap; justify-content: space-between; gap: 2px 12px; margin: auto 0 0;
-  padding: 0 14px 12px; color: var(--soft); font-size: 12.5px; font-variant-numeric: tabular-nums; }
+.facts { display: grid; gap: 1px; margin: auto 14px 0; padding: 8px 0 12px; border-top: 1px solid var(--edge);
+  color: var(--soft); font-size: 12.5px; font-variant-numeric: tabular-nums; }
 </style>
 </head>
 <body>
