@@ -13,7 +13,7 @@ namespace {
 template <typename From, typename String, typename To = std::remove_pointer_t<decltype(String().data())>>
 bool convert(const char* to, const char* from, const From* source, unsigned int length, String& target) {
     String result;
-    const iconv_t descriptor = source == nullptr ? iconv_t(-1) : iconv_open(to, from);
+    iconv_t descriptor = source == nullptr ? iconv_t(-1) : iconv_open(to, from);
     bool valid = descriptor != iconv_t(-1);
     char* in = reinterpret_cast<char*>(const_cast<From*>(source));
     std::size_t in_left = std::size_t{length} * sizeof(From);

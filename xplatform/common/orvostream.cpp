@@ -89,14 +89,14 @@ bool storage<T>::owns(const T* units) const {
 template <typename T>
 void storage<T>::assign(const T* units, std::size_t n) {
     if (units == nullptr || n == 0) return clear();
-    const bool own = owns(units);
+    const bool own = data_ != nullptr && owns(units);
     if (own) std::memmove(data_, units, n * sizeof(T));  // before the buffer moves
     if (n + 1 < capacity_ / 2) {
         shrink(n);  // to the least capacity that holds n units and the zero: 3 units keep 4
     } else {
         ensure(n);
     }
-    if (!own) std::memcpy(data_, units, n * sizeof(T));
+    if (!own) std::memcpy(data_, units, n * sizeof(T));  // NOLINT(clang-analyzer-core.NonNullParamChecker): n > 0
     set_length(n);
 }
 

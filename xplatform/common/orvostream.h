@@ -62,6 +62,8 @@ template <typename T>
 class storage {
   public:
     virtual ~storage();
+    storage(const storage&) = delete;
+    storage& operator=(const storage&) = delete;
 
     // The units, null when there is no buffer. Holds until the next change of the object.
     const T* data() const { return data_; }
@@ -109,8 +111,6 @@ class storage {
     storage() = default;
     storage(const T* units, std::size_t n) { assign(units, n); }
     storage(storage&& other) noexcept { swap(other); }
-    storage(const storage&) = delete;
-    storage& operator=(const storage&) = delete;
     void swap(storage& other) noexcept {
         std::swap(data_, other.data_);
         std::swap(length_, other.length_);
