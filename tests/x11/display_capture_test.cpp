@@ -35,13 +35,11 @@ void expectFrameEquals(const CaptureRecorder& recorder, const std::vector<uint8_
     ASSERT_EQ(recorder.width, area.width);
     ASSERT_EQ(recorder.height, area.height);
     int differing = 0;
-    for (int y = 0; y < area.height; y++)
-        for (int x = 0; x < area.width; x++) {
-            const uint8_t* p = root.data() + (static_cast<size_t>(y) * area.width + x) * 4;
-            const uint32_t colour =
-                0xFF000000U | static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[1]) << 8 | p[0];
-            differing += recorder.pixel(x, y) != colour;
-        }
+    for (size_t i = 0; i < root.size(); i += 4) {
+        const auto pixel = static_cast<int>(i / 4);
+        differing += recorder.pixel(pixel % area.width, pixel / area.width) !=
+                     (0xFF000000U | static_cast<uint32_t>(root[i + 2] << 16 | root[i + 1] << 8 | root[i]));
+    }
     EXPECT_EQ(differing, 0);
 }
 

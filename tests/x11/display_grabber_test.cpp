@@ -31,15 +31,13 @@ struct Grabbing {
     DisplayGrabber grabber;
 };
 
-int differences(const Frame& frame, const std::vector<uint8_t>& root) {
+// How many rows of a frame differ from the server's, opaque.
+int differences(const Frame& frame, std::vector<uint8_t> root) {
+    for (size_t i = 3; i < root.size(); i += 4) root[i] = 0xFF;
+    const size_t rowSize = static_cast<size_t>(frame.width()) * 4;
     int count = 0;
-    for (int y = 0; y < frame.height(); y++)
-        for (int x = 0; x < frame.width(); x++) {
-            const uint8_t* seen =
-                frame.bytes() + static_cast<size_t>(y) * frame.bytesPerRow() + static_cast<size_t>(x) * 4;
-            const uint8_t* real = root.data() + (static_cast<size_t>(y) * frame.width() + x) * 4;
-            count += std::memcmp(seen, real, 3) != 0 || seen[3] != 0xFF;
-        }
+    for (size_t y = 0; y < static_cast<size_t>(frame.height()); y++)
+        count += std::memcmp(frame.bytes() + y * frame.bytesPerRow(), root.data() + y * rowSize, rowSize) != 0;
     return count;
 }
 
@@ -82,7 +80,7 @@ TEST_P(GrabberOn, EqualsAFullGrabWhateverIsDrawnPaintedAndHeld) {
     const PixelRect areas[] = {{0, 0, 317, 241}, {33, 21, 150, 99}};
     Grabbing grabbings[] = {Grabbing(areas[0]), Grabbing(areas[1])};
     std::vector<std::pair<Ref<Frame>, std::vector<uint8_t>>> held;
-    for (int round = 0; round < 150; round++) {
+    for (int round = 0; round < 100; round++) {
         for (int steps = scribbler.number(0, 3); steps > 0; steps--) scribbler.step();
         for (Grabbing& grabbing : grabbings) {
             const PixelRect& area = grabbing.grabber.area();

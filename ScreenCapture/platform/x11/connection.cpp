@@ -28,6 +28,32 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
+// Lets one thread at a time connect: what xcb uses to find the server's password is not safe for more.
+class ConnectTurn {
+  public:
+    // False when another thread is still at it by then: its server hangs.
+    bool take(SteadyClock::time_point until) {
+        std::unique_lock lock(mutex_);
+        if (!given_.wait_until(lock, until, [this] { return !taken_; })) return false;
+        return taken_ = true;
+    }
+    void give() {
+        std::lock_guard lock(mutex_);
+        taken_ = false;
+        given_.notify_one();
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable given_;
+    bool taken_ = false;
+};
+
+ConnectTurn& connectTurn() {
+    static ConnectTurn& turn = *new ConnectTurn;
+    return turn;
+}
+
 // One call of xcb_connect, which waits for the server without a limit, on a thread that can be left behind.
 struct Attempt {
     std::mutex mutex;
@@ -36,14 +62,21 @@ struct Attempt {
     bool abandoned = false;
     xcb_connection_t* connection = nullptr;
     int screen = 0;
+
+    // False when it was given up by then; the thread cleans up after itself.
+    bool finishes(SteadyClock::time_point until) {
+        std::unique_lock lock(mutex);
+        abandoned = !changed.wait_until(lock, until, [this] { return done; });
+        return !abandoned;
+    }
 };
 
 void connectOnThread(const std::shared_ptr<Attempt>& attempt, const std::string& display) {
     software::startThread("orvo x11 connect", [attempt, display] {
         int screen = 0;
         xcb_connection_t* connection = xcb_connect(display.c_str(), &screen);
+        connectTurn().give();
         std::unique_lock lock(attempt->mutex);
-        attempt->done = true;
         if (attempt->abandoned) {
             lock.unlock();
             xcb_disconnect(connection);
@@ -51,42 +84,9 @@ void connectOnThread(const std::shared_ptr<Attempt>& attempt, const std::string&
         }
         attempt->connection = connection;
         attempt->screen = screen;
+        attempt->done = true;
         attempt->changed.notify_all();
     });
-}
-
-// Threads left behind by servers that hang: at most a few, then the next attempts wait for one of them to end.
-class OverdueAttempts {
-  public:
-    bool mayBegin() {
-        std::lock_guard lock(mutex_);
-        for (auto& slot : overdue_) {
-            if (slot && isDone(*slot)) slot = nullptr;
-            if (!slot) return true;
-        }
-        return false;
-    }
-    void add(std::shared_ptr<Attempt> attempt) {
-        std::lock_guard lock(mutex_);
-        for (auto& slot : overdue_)
-            if (!slot) {
-                slot = std::move(attempt);
-                return;
-            }
-    }
-
-  private:
-    static bool isDone(Attempt& attempt) {
-        std::lock_guard lock(attempt.mutex);
-        return attempt.done;
-    }
-    std::mutex mutex_;
-    std::shared_ptr<Attempt> overdue_[4];
-};
-
-OverdueAttempts& overdueAttempts() {
-    static OverdueAttempts& attempts = *new OverdueAttempts;
-    return attempts;
 }
 
 xcb_screen_t* screenOf(xcb_connection_t* connection, int number) {
@@ -123,20 +123,15 @@ PipeGuard::~PipeGuard() {
 }
 
 std::unique_ptr<Connection> Connection::open() {
-    const char* display = getenv("DISPLAY");
-    if (!display || !*display || !overdueAttempts().mayBegin()) return nullptr;
+    const char* name = getenv("DISPLAY");
+    if (!name || !*name) return nullptr;
+    const std::string display = name;
+    const auto until = SteadyClock::now() + kServerLimit;
+    if (!connectTurn().take(until)) return nullptr;
     const PipeGuard guard;
     const auto attempt = std::make_shared<Attempt>();
     connectOnThread(attempt, display);
-    {
-        std::unique_lock lock(attempt->mutex);
-        if (!attempt->changed.wait_for(lock, kServerLimit, [&] { return attempt->done; })) {
-            attempt->abandoned = true;
-            lock.unlock();
-            overdueAttempts().add(attempt);
-            return nullptr;
-        }
-    }
+    if (!attempt->finishes(until)) return nullptr;
     std::unique_ptr<Connection> connection(new Connection(attempt->connection, attempt->screen));
     return connection->lost() ? nullptr : std::move(connection);
 }

@@ -132,9 +132,9 @@ class CaptureEngine : public std::enable_shared_from_this<CaptureEngine> {
     }
 
     void tick() {
+        const MediaTime time = monotonicNow();  // before anything is read: no frame is older than its time
         const auto now = plan();
         if (!session_ || !now) return;
-        const MediaTime time = monotonicNow();
         switch (session_->tick(*now)) {
             case TickResult::frame:
                 return output_->offer(activeRun_, session_->frame(), time);

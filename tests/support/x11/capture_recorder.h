@@ -1,9 +1,12 @@
 // Keeps what the device path delivers, and runs the main queue until something has come.
 #pragma once
 
+#include <time.h>
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "ScreenCapture/platform/display_capture.h"
@@ -44,8 +47,10 @@ class CaptureRecorder final : public platform::DisplayCaptureDelegate {
 
     // Waits for a sample that was taken after this call.
     bool nextSample() {
-        const int first = samples + 2;  // one may be on its way
-        return runUntil([&] { return samples >= first; });
+        timespec now{};
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        const int64_t start = static_cast<int64_t>(now.tv_sec) * 1'000'000 + now.tv_nsec / 1000 + 1;
+        return runUntil([&] { return !times.empty() && times.back() >= start; });
     }
     // 0xAARRGGBB
     uint32_t pixel(int x, int y) const {
