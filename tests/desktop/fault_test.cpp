@@ -9,13 +9,14 @@ class Faults : public DesktopTest {
   protected:
     void arrange() {
         desk.reset();
-        desk.addDisplay({.number = 1, .bounds = {0, 0, 192, 108}});
-        desk.addDisplay({.number = 2, .bounds = {192, 0, 64, 48}});
-        desk.addApplication({.pid = 100, .name = "WPS Office", .icon = pictureOf(filled(32, 32, {1, 2, 3, 255}))});
-        desk.addWindow({.number = 8, .pid = 100, .title = "", .bounds = {0, 0, 192, 108}, .fullScreen = true});
-        desk.addWindow({.number = 7, .pid = 100, .title = "Letter", .bounds = {10, 10, 40, 30}});
-        desk.cursor = platform::Cursor{pictureOf(filled(4, 4, {1, 2, 3, 255})), {0, 0}};
-        desk.pointer = {20, 80};
+        // Flat, so that thumbnails of 400 pixels' width stay small.
+        desk.addDisplay({.number = 1, .bounds = {0, 0, 40, 2}});
+        desk.addDisplay({.number = 2, .bounds = {40, 0, 40, 2}});
+        desk.addApplication({.pid = 100, .name = "WPS Office", .icon = pictureOf(filled(2, 32, {1, 2, 3, 255}))});
+        desk.addWindow({.number = 8, .pid = 100, .title = "", .bounds = {0, 0, 40, 2}, .fullScreen = true});
+        desk.addWindow({.number = 7, .pid = 100, .title = "Letter", .bounds = {10, 0, 20, 1}});
+        desk.cursor = platform::Cursor{pictureOf(filled(1, 1, {1, 2, 3, 255})), {0, 0}};
+        desk.pointer = {20, 2};
     }
     void step() {
         runSteps();
@@ -25,7 +26,7 @@ class Faults : public DesktopTest {
     }
     // Both paths with everything that they can do.
     void live() {
-        orvo_screencapture_set_target_rect(1, 0, 0, 50, 50);
+        orvo_screencapture_set_target_rect(1, 0, 0, 20, 1);
         orvo_screencapture_start_capture();
         step();
         orvo_screencapture_set_target_screen(2);
@@ -35,8 +36,8 @@ class Faults : public DesktopTest {
         orvo_screencapture_stop_capture();
         step();
         orvo_screencapture_set_target_window(7);
-        orvo_screencapture_set_resolution(20, 20);
-        orvo_screencapture_set_target_window_rect(1, 1, 20, 20);
+        orvo_screencapture_set_resolution(10, 2);
+        orvo_screencapture_set_target_window_rect(1, 0, 10, 1);
         orvo_screencapture_start_capture();
         for (const int mode : {1, 3, 5}) {
             orvo_screencapture_set_target_window_mode(mode);
@@ -44,7 +45,7 @@ class Faults : public DesktopTest {
         }
         orvo_screencapture_set_target_window(2);
         step();
-        desk.moveWindow(7, {20, 20, 40, 30});
+        desk.moveWindow(7, {12, 1, 20, 1});
         list();
         desk.closeWindow(7);
         step();
