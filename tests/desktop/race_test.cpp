@@ -100,6 +100,30 @@ TEST_F(Races, NothingReachesTheHostAfterUninitHasReturned) {
     for (const auto& device : desk.devices) EXPECT_FALSE(device->running);
 }
 
+TEST_F(Races, AFrameCallbackMayUninitOnItsOwnThread) {
+    static std::atomic<int> ends{0};
+    std::atomic<bool> done{false};
+    std::thread motion([&] { stir(done); });
+    for (int round = 0; round < 20; ++round) {
+        orvo_screencapture_init();
+        orvo_screencapture_reg_captured_frame_available_notify(
+            [](const char*, unsigned int, const OrvoScreenCaptureFrameFormat*, unsigned long long, unsigned int,
+               void*) {
+                orvo_screencapture_uninit();
+                ++ends;
+            },
+            nullptr);
+        round % 2 ? orvo_screencapture_set_target_window(7) : orvo_screencapture_set_target_screen(1);
+        orvo_screencapture_start_capture();
+        while (ends <= round) std::this_thread::yield();
+    }
+    done = true;
+    motion.join();
+    queues.flush();
+    EXPECT_EQ(ends, 20);
+    EXPECT_FALSE(orvo_screencapture_is_capturing());
+}
+
 TEST_F(Races, EverythingMayBeCalledFromEveryThread) {
     static unsigned int ids[] = {7, 8};
     void (*const calls[])() = {
