@@ -1,8 +1,10 @@
-// What the desktop looks like now: a snapshot that a thread with a connection of its own refreshes by events.
+// What the desktop looks like now: a snapshot that a thread with a connection of its own keeps.
 #include "ScreenCapture/platform/x11/desktop_model.h"
 
 #include <poll.h>
+#include <sys/eventfd.h>
 
+#include <algorithm>
 #include <array>
 #include <condition_variable>
 #include <mutex>
@@ -13,11 +15,11 @@
 namespace orvo::platform::x11 {
 namespace {
 
-constexpr size_t kPartCount = 1;
+constexpr size_t kPartCount = 2;
 using Parts = std::array<std::unique_ptr<ModelPart>, kPartCount>;
 
 Parts makeParts() {
-    return {makeMonitorPart()};
+    return {makeMonitorPart(), makeWindowPart()};
 }
 
 // The thread lives as long as its connection; a question that finds none starts the next.
@@ -32,15 +34,17 @@ class DesktopModel {
         const auto until = std::chrono::steady_clock::now() + kServerLimit;
         std::unique_lock lock(mutex_);
         bool mayConnect = true;
-        const uint64_t seen = published_;
+        const uint64_t enough = begun_ + 1;
         while (true) {
             if (state_ == State::idle) {
                 if (!std::exchange(mayConnect, false)) return nullptr;
                 state_ = State::busy;
                 software::startThread("orvo desktop", [this] { run(); });
             }
-            // A snapshot begun after this call holds all that was there at its time, however fast news come in.
-            if (published_ > seen + 1 || (state_ == State::waiting && !newsWaiting())) return desktop_;
+            // A refresh begun after this call finds all that was there at its time, however fast news come in.
+            const bool settled = state_ == State::waiting && !newsWaiting();
+            if (finished_ >= enough || (settled && !outdated_)) return desktop_;
+            if (settled && !std::exchange(wanted_, true)) eventfd_write(wake_, 1);
             if (changed_.wait_until(lock, until) == std::cv_status::timeout) return nullptr;
         }
     }
@@ -49,7 +53,7 @@ class DesktopModel {
     enum class State {
         idle,     // no thread, no connection
         busy,     // the thread connects, reads events or asks
-        waiting,  // the snapshot holds everything that was read; the thread waits for the socket
+        waiting,  // everything that was read is in the snapshot, or makes it outdated; the thread waits
     };
 
     // The thread says that it is busy before it reads the socket, so what has arrived is seen either here or there.
@@ -79,6 +83,8 @@ class DesktopModel {
         xcb_change_window_attributes(x.raw(), x.root(), XCB_CW_EVENT_MASK, &events);
         for (const auto& part : parts_) part->attach(x);
         stale_.fill(true);
+        std::lock_guard lock(mutex_);
+        begun_++;
     }
 
     void serve(Connection& x) {
@@ -87,42 +93,58 @@ class DesktopModel {
             for (size_t i = 0; i < kPartCount && !x.lost(); i++)
                 if (std::exchange(stale_[i], false)) parts_[i]->refresh(x, next);
             // News that came in between are known and go into the next snapshot.
-            const bool more = readEvents(x);
-            if (x.lost()) return;
-            publish(next, x.descriptor(), more ? State::busy : State::waiting);
-            if (more) continue;
-            pollfd socket{x.descriptor(), POLLIN, 0};
-            poll(&socket, 1, -1);
-            setState(State::busy);
             readEvents(x);
+            if (x.lost()) return;
+            publish(next, x.descriptor());
+            while (!isWanted()) {
+                pollfd both[] = {{x.descriptor(), POLLIN, 0}, {wake_, POLLIN, 0}};
+                poll(both, 2, -1);
+                setState(State::busy);
+                eventfd_t count = 0;
+                eventfd_read(wake_, &count);
+                readEvents(x);
+                if (x.lost()) return;
+            }
         }
     }
 
-    // True when something has become stale.
-    bool readEvents(Connection& x) {
-        bool any = false;
-        while (const Event event = x.nextEvent())
-            for (size_t i = 0; i < kPartCount; i++)
-                if (parts_[i]->handle(x, *event)) any = stale_[i] = true;
-        return any;
+    bool anythingStale() const { return std::find(stale_.begin(), stale_.end(), true) != stale_.end(); }
+
+    // Asking the server again is left until somebody wants to know: a window that is dragged makes news all the time.
+    bool isWanted() {
+        std::lock_guard lock(mutex_);
+        outdated_ = anythingStale();
+        const bool wanted = std::exchange(wanted_, false) && outdated_;
+        state_ = wanted ? State::busy : State::waiting;
+        if (wanted) begun_++;
+        changed_.notify_all();
+        return wanted;
     }
 
-    void publish(const Desktop& desktop, int descriptor, State state) {
+    void readEvents(Connection& x) {
+        while (const Event event = x.nextEvent())
+            for (size_t i = 0; i < kPartCount; i++)
+                if (parts_[i]->handle(x, *event)) stale_[i] = true;
+    }
+
+    void publish(const Desktop& desktop, int descriptor) {
         auto copy = std::make_shared<const Desktop>(desktop);
         std::lock_guard lock(mutex_);
         std::swap(desktop_, copy);
         descriptor_ = descriptor;
-        published_++;
-        state_ = state;
-        changed_.notify_all();
+        finished_ = begun_;
     }
 
     std::mutex mutex_;
     std::condition_variable changed_;
     State state_ = State::idle;
     std::shared_ptr<const Desktop> desktop_;
-    int descriptor_ = -1;     // valid while the state is not idle
-    uint64_t published_ = 0;  // snapshots so far
+    int descriptor_ = -1;    // valid while the state is not idle
+    bool outdated_ = false;  // events have made the snapshot stale
+    bool wanted_ = false;    // somebody waits for the next
+    const int wake_ = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+    uint64_t begun_ = 0;     // refreshes so far
+    uint64_t finished_ = 0;  // the last of them that is in the snapshot
 
     // The thread's own.
     Parts parts_ = makeParts();

@@ -1,4 +1,5 @@
-// What the desktop looks like now: a snapshot that a thread with a connection of its own refreshes by events.
+// What the desktop looks like now: a snapshot that a thread with a connection of its own keeps. Events tell
+// it what has become stale; it asks the server again when somebody wants to know.
 //
 // To add a kind of facts: write a ModelPart that asks the server for them and knows which events make them stale, give
 // Desktop a member for its result (shared and immutable, so that copying a Desktop is cheap), and list the part in
@@ -12,12 +13,14 @@
 
 #include "ScreenCapture/platform/x11/connection.h"
 #include "ScreenCapture/platform/x11/monitors.h"
+#include "ScreenCapture/platform/x11/windows.h"
 
 namespace orvo::platform::x11 {
 
 // One immutable picture of the desktop. Its members are never null.
 struct Desktop {
     std::shared_ptr<const MonitorList> monitors = std::make_shared<const MonitorList>();
+    std::shared_ptr<const WindowList> windows = std::make_shared<const WindowList>();
 };
 
 // One kind of facts. All calls come from the model's thread. A part lives as long as the process and sees several

@@ -1,0 +1,181 @@
+// What is known of one window, and the requests that find it out.
+#include "ScreenCapture/platform/x11/window_facts.h"
+
+#include <xcb/res.h>
+#include <xcb/shape.h>
+
+#include <algorithm>
+
+#include "ScreenCapture/platform/x11/properties.h"
+
+namespace orvo::platform::x11 {
+namespace {
+
+constexpr uint32_t kLongestProperty = 1024;  // in units of 4 bytes
+constexpr int kLargestShape = 4096;          // rectangles; more count as unshaped
+constexpr uint32_t kIconicState = 3;         // of WM_STATE
+
+WindowType typeOf(const Atoms& atoms, const std::vector<uint32_t>& types) {
+    const std::pair<xcb_atom_t, WindowType> known[] = {{atoms.NET_WM_WINDOW_TYPE_NORMAL, WindowType::normal},
+                                                       {atoms.NET_WM_WINDOW_TYPE_DIALOG, WindowType::dialog},
+                                                       {atoms.NET_WM_WINDOW_TYPE_DESKTOP, WindowType::desktop},
+                                                       {atoms.NET_WM_WINDOW_TYPE_DOCK, WindowType::dock},
+                                                       {atoms.NET_WM_WINDOW_TYPE_MENU, WindowType::menu},
+                                                       {atoms.NET_WM_WINDOW_TYPE_DROPDOWN_MENU, WindowType::menu},
+                                                       {atoms.NET_WM_WINDOW_TYPE_POPUP_MENU, WindowType::menu},
+                                                       {atoms.NET_WM_WINDOW_TYPE_TOOLTIP, WindowType::menu},
+                                                       {atoms.NET_WM_WINDOW_TYPE_NOTIFICATION, WindowType::menu},
+                                                       {atoms.NET_WM_WINDOW_TYPE_COMBO, WindowType::menu},
+                                                       {atoms.NET_WM_WINDOW_TYPE_DND, WindowType::menu}};
+    // The first that is understood counts.
+    for (const uint32_t type : types)
+        for (const auto& [atom, meaning] : known)
+            if (type == atom && atom != XCB_ATOM_NONE) return meaning;
+    return types.empty() ? WindowType::none : WindowType::other;
+}
+
+bool contains(const std::vector<uint32_t>& numbers, xcb_atom_t atom) {
+    return atom != XCB_ATOM_NONE && std::find(numbers.begin(), numbers.end(), atom) != numbers.end();
+}
+
+}  // namespace
+
+void WindowFacts::askGeometry(Connection& x, xcb_window_t window) {
+    place_ = {xcb_get_window_attributes(x.raw(), window).sequence, xcb_get_geometry(x.raw(), window).sequence,
+              xcb_translate_coordinates(x.raw(), window, x.root(), 0, 0).sequence};
+}
+
+void WindowFacts::readGeometry(Connection& x) {
+    const auto attributes = x.await<xcb_get_window_attributes_reply_t>(place_[0]);
+    const auto size = x.await<xcb_get_geometry_reply_t>(place_[1]);
+    const auto origin = x.await<xcb_translate_coordinates_reply_t>(place_[2]);
+    geometry_ = {};
+    if (!attributes || !size || !origin) return;
+    geometry_.exists = true;
+    geometry_.inputOnly = attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY;
+    geometry_.viewable = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+    geometry_.overrideRedirect = attributes->override_redirect != 0;
+    const int border = size->border_width;
+    geometry_.bounds = {origin->dst_x, origin->dst_y, size->width, size->height};
+    geometry_.outer = {origin->dst_x - border, origin->dst_y - border, size->width + 2 * border,
+                       size->height + 2 * border};
+}
+
+// In the order in which readProperties() takes them.
+std::array<xcb_atom_t, WindowFacts::kProperties> WindowFacts::interesting(const Atoms& atoms) {
+    return {atoms.NET_WM_NAME,    XCB_ATOM_WM_NAME,         XCB_ATOM_WM_CLASS,           atoms.NET_WM_WINDOW_TYPE,
+            atoms.NET_WM_STATE,   atoms.WM_STATE,           atoms.NET_WM_WINDOW_OPACITY, atoms.NET_WM_PID,
+            atoms.WM_WINDOW_ROLE, XCB_ATOM_WM_TRANSIENT_FOR};
+}
+
+void WindowFacts::askProperties(Connection& x, const Atoms& atoms, xcb_window_t window) {
+    if (propertiesKnown_ || awaitsProperties_) return;
+    if (!std::exchange(selected_, true)) {
+        const uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+        xcb_change_window_attributes(x.raw(), window, XCB_CW_EVENT_MASK, &events);
+    }
+    const auto names = interesting(atoms);
+    for (size_t i = 0; i < kProperties; ++i)
+        properties_[i] = xcb_get_property(x.raw(), 0, window, names[i], XCB_ATOM_ANY, 0, kLongestProperty).sequence;
+    awaitsProperties_ = true;
+}
+
+void WindowFacts::readProperties(Connection& x, const Atoms& atoms) {
+    if (!std::exchange(awaitsProperties_, false)) return;
+    std::array<Reply<xcb_get_property_reply_t>, kProperties> replies;
+    std::array<Property, kProperties> read;
+    for (size_t i = 0; i < kProperties; ++i) {
+        replies[i] = x.await<xcb_get_property_reply_t>(properties_[i]);
+        read[i] = atoms.property(replies[i].get());
+    }
+    propertiesKnown_ = true;
+    title_ = decodeText(read[0]);
+    if (title_.empty()) title_ = decodeText(read[1]);
+    std::tie(instance_, className_) = decodeClass(read[2]);
+    type_ = typeOf(atoms, decodeNumbers(read[3]));
+    const std::vector<uint32_t> states = decodeNumbers(read[4]);
+    hidden_ = contains(states, atoms.NET_WM_STATE_HIDDEN);
+    above_ = contains(states, atoms.NET_WM_STATE_ABOVE);
+    fullScreen_ = contains(states, atoms.NET_WM_STATE_FULLSCREEN);
+    state_ = read[5].format == 32 ? static_cast<int32_t>(decodeNumber(read[5], 0)) : -1;
+    alpha_ = decodeOpacity(read[6]);
+    claimedPid_ = static_cast<int32_t>(decodeNumber(read[7], 0));
+    role_ = decodeText(read[8]);
+    transient_ = decodeNumber(read[9], 0) != 0;
+}
+
+bool WindowFacts::propertyChanged(const Atoms& atoms, xcb_atom_t atom) {
+    const auto names = interesting(atoms);
+    if (atom == XCB_ATOM_NONE || std::find(names.begin(), names.end(), atom) == names.end()) return false;
+    propertiesKnown_ = false;
+    return true;
+}
+
+void WindowFacts::askShape(Connection& x, xcb_window_t window) {
+    if (!x.extensions().shape || awaitsShape_ ||
+        (shapeKnown_ && shapedOuter_.width == geometry_.outer.width && shapedOuter_.height == geometry_.outer.height))
+        return;
+    if (!shapeKnown_) xcb_shape_select_input(x.raw(), window, 1);
+    rectangles_ = xcb_shape_get_rectangles(x.raw(), window, XCB_SHAPE_SK_BOUNDING).sequence;
+    awaitsShape_ = true;
+}
+
+void WindowFacts::readShape(Connection& x) {
+    if (!std::exchange(awaitsShape_, false)) return;
+    const auto reply = x.await<xcb_shape_get_rectangles_reply_t>(rectangles_);
+    shape_.clear();
+    shapeKnown_ = true;
+    shapedOuter_ = geometry_.outer;
+    if (!reply) return;
+    // The server counts from inside the border.
+    const int border = geometry_.bounds.x - geometry_.outer.x;
+    const xcb_rectangle_t* rects = xcb_shape_get_rectangles_rectangles(reply.get());
+    const int count = xcb_shape_get_rectangles_rectangles_length(reply.get());
+    if (count > kLargestShape) return;
+    for (int i = 0; i < count; ++i)
+        shape_.push_back({rects[i].x + border, rects[i].y + border, rects[i].width, rects[i].height});
+    const PixelRect whole{0, 0, geometry_.outer.width, geometry_.outer.height};
+    if (shape_.size() == 1 && shape_.front() == whole) shape_.clear();
+    if (count == 0) shape_.push_back({});  // shaped away as a whole
+}
+
+void WindowFacts::fill(DesktopWindow& window) const {
+    window.title = title_;
+    window.role = role_;
+    window.instance = instance_;
+    window.className = className_;
+    window.type = type_;
+    window.layer = layerOf(type_, above_);
+    window.alpha = alpha_;
+    window.iconic = state_ == static_cast<int32_t>(kIconicState) || hidden_;
+    window.fullScreen = fullScreen_;
+    window.transient = transient_;
+    window.pid = serverPid > 0 ? serverPid : std::max(claimedPid_, 0);
+}
+
+void PidRequest::add(xcb_window_t window, WindowFacts& facts) {
+    if (!std::exchange(facts.pidAsked, true)) windows_.emplace_back(window, &facts);
+}
+
+void PidRequest::ask(Connection& x) {
+    if (!x.extensions().res || windows_.empty()) return;
+    std::vector<xcb_res_client_id_spec_t> specs;
+    for (const auto& [window, facts] : windows_) specs.push_back({window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID});
+    sequence_ = xcb_res_query_client_ids(x.raw(), static_cast<uint32_t>(specs.size()), specs.data()).sequence;
+}
+
+void PidRequest::read(Connection& x) {
+    if (sequence_ == 0) return;
+    const auto reply = x.await<xcb_res_query_client_ids_reply_t>(sequence_);
+    if (!reply) return;
+    // The server answers once for each client, named by the bits that all of its ids share.
+    const uint32_t mask = ~xcb_get_setup(x.raw())->resource_id_mask;
+    for (auto i = xcb_res_query_client_ids_ids_iterator(reply.get()); i.rem; xcb_res_client_id_value_next(&i)) {
+        if (xcb_res_client_id_value_value_length(i.data) < 1) continue;
+        const auto pid = static_cast<int32_t>(*xcb_res_client_id_value_value(i.data));
+        for (const auto& [window, facts] : windows_)
+            if ((window & mask) == (i.data->spec.client & mask)) facts->serverPid = pid;
+    }
+}
+
+}  // namespace orvo::platform::x11
