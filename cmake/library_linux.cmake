@@ -1,7 +1,7 @@
 # The library on Linux: the X11 adapter, the version script.
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(ORVO_X11 REQUIRED IMPORTED_TARGET xcb xcb-shm xcb-randr xcb-xfixes xcb-composite xcb-damage xcb-res
-    xcb-xinput xcb-shape xcb-render glib-2.0 gio-2.0 gdk-pixbuf-2.0)
+    xcb-xinput xcb-shape xcb-render glib-2.0 gio-unix-2.0 gdk-pixbuf-2.0)
 find_library(ORVO_YUV yuv REQUIRED)
 orvo_room(orvo_software ScreenCapture/platform/software)
 target_link_libraries(orvo_software PUBLIC ${ORVO_YUV})

@@ -11,15 +11,16 @@
 #include <utility>
 
 #include "ScreenCapture/platform/software/threads.h"
+#include "ScreenCapture/platform/x11/pointer.h"
 
 namespace orvo::platform::x11 {
 namespace {
 
-constexpr size_t kPartCount = 2;
+constexpr size_t kPartCount = 3;
 using Parts = std::array<std::unique_ptr<ModelPart>, kPartCount>;
 
 Parts makeParts() {
-    return {makeMonitorPart(), makeWindowPart()};
+    return {makeMonitorPart(), makeWindowPart(), makeCursorPart()};
 }
 
 // The thread lives as long as its connection; a question that finds none starts the next.

@@ -11,16 +11,18 @@
 #include <cstdint>
 #include <memory>
 
+#include "ScreenCapture/platform/pointer.h"
 #include "ScreenCapture/platform/x11/connection.h"
 #include "ScreenCapture/platform/x11/monitors.h"
 #include "ScreenCapture/platform/x11/windows.h"
 
 namespace orvo::platform::x11 {
 
-// One immutable picture of the desktop. Its members are never null.
+// One immutable picture of the desktop. Its members are never null unless it is said.
 struct Desktop {
     std::shared_ptr<const MonitorList> monitors = std::make_shared<const MonitorList>();
     std::shared_ptr<const WindowList> windows = std::make_shared<const WindowList>();
+    std::shared_ptr<const Cursor> cursor;  // null when there is none
 };
 
 // One kind of facts. All calls come from the model's thread. A part lives as long as the process and sees several

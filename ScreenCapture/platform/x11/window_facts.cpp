@@ -150,6 +150,7 @@ void WindowFacts::fill(DesktopWindow& window) const {
     window.iconic = state_ == static_cast<int32_t>(kIconicState) || hidden_;
     window.fullScreen = fullScreen_;
     window.transient = transient_;
+    window.pidIsCertain = serverPid > 0;
     window.pid = serverPid > 0 ? serverPid : std::max(claimedPid_, 0);
 }
 

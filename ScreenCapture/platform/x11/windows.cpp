@@ -29,6 +29,7 @@ class WindowPart final : public ModelPart {
     void attach(Connection& x) override {
         atoms_ = Atoms::of(x);
         known_.clear();
+        processes_.clear();
     }
     bool handle(Connection& x, const xcb_generic_event_t& event) override;
     void refresh(Connection& x, Desktop& next) override;
@@ -45,13 +46,16 @@ class WindowPart final : public ModelPart {
     void askDetails(Connection& x, PidRequest& pids);
     void readDetails(Connection& x, WindowList& list);
     DesktopWindow describe(const TopLevel& top, xcb_window_t client) const;
+    void noteProcesses(WindowList& list);
 
     Atoms atoms_;
     std::unordered_map<xcb_window_t, WindowFacts> known_;
+    std::vector<int32_t> processes_;
     // Of the refresh that runs.
-    std::vector<TopLevel> tops_;        // back to front
-    std::vector<xcb_window_t> listed_;  // the manager's clients, back to front
-    xcb_window_t checkWindow_ = 0;      // proves that the manager lives
+    std::vector<xcb_window_t> inOrder_;  // the manager's clients, first mapped first
+    std::vector<TopLevel> tops_;         // back to front
+    std::vector<xcb_window_t> listed_;   // the manager's clients, back to front
+    xcb_window_t checkWindow_ = 0;       // proves that the manager lives
     unsigned check_ = 0;
 };
 
@@ -116,8 +120,8 @@ bool WindowPart::askRoot(Connection& x, WindowList& list) {
 
     const auto children = x.await<xcb_query_tree_reply_t>(tree);
     listed_ = numbers(stacking);
-    const std::vector<uint32_t> unordered = numbers(clients);
-    if (listed_.empty()) listed_ = unordered;
+    inOrder_ = numbers(clients);
+    if (listed_.empty()) listed_ = inOrder_;
     list.active = first(active);
     checkWindow_ = first(check);
     list.background = first(background);
@@ -270,6 +274,22 @@ DesktopWindow WindowPart::describe(const TopLevel& top, xcb_window_t client) con
     return window;
 }
 
+void WindowPart::noteProcesses(WindowList& list) {
+    std::vector<int32_t> present;
+    const auto add = [&](const DesktopWindow* window) {
+        if (window && window->managed && window->pid > 0) present.push_back(window->pid);
+    };
+    for (const xcb_window_t client : inOrder_) add(list.find(client));
+    for (auto window = list.all.rbegin(); window != list.all.rend(); ++window) add(&*window);
+    const auto contains = [](const std::vector<int32_t>& pids, int32_t pid) {
+        return std::find(pids.begin(), pids.end(), pid) != pids.end();
+    };
+    std::erase_if(processes_, [&](int32_t pid) { return !contains(present, pid); });
+    for (const int32_t pid : present)
+        if (!contains(processes_, pid)) processes_.push_back(pid);
+    list.processes = processes_;
+}
+
 void WindowPart::refresh(Connection& x, Desktop& next) {
     auto list = std::make_shared<WindowList>();
     if (!askRoot(x, *list)) return;
@@ -286,6 +306,7 @@ void WindowPart::refresh(Connection& x, Desktop& next) {
     askDetails(x, pids);
     pids.read(x);
     readDetails(x, *list);
+    noteProcesses(*list);
     std::erase_if(known_, [](const auto& each) { return !each.second.geometry().exists; });
     if (!x.lost()) next.windows = std::move(list);
 }

@@ -29,8 +29,9 @@ struct DesktopWindow {
     bool transient = false;
     bool fullScreen = false;
     WindowType type = WindowType::none;
-    int32_t pid = 0;    // 0 when it cannot be told
-    int32_t layer = 0;  // desktop -1, normal 0, above 3, docks 20, menus 101
+    int32_t pid = 0;            // 0 when it cannot be told
+    bool pidIsCertain = false;  // the server says so, not the client
+    int32_t layer = 0;          // desktop -1, normal 0, above 3, docks 20, menus 101
     double alpha = 1;
     std::string title;      // UTF-8, as all texts
     std::string role;       // WM_WINDOW_ROLE
@@ -40,6 +41,7 @@ struct DesktopWindow {
 
 struct WindowList {
     std::vector<DesktopWindow> all;  // front to back, those that are not on screen at their place in the stack
+    std::vector<int32_t> processes;  // that own clients, in the order in which they appeared
     xcb_window_t active = 0;         // the client that has the focus; 0 without one
     xcb_pixmap_t background = 0;     // what the root shows; 0 when nobody says
     bool hasManager = false;         // a window manager that keeps the common hints runs

@@ -1,0 +1,154 @@
+// Applications by their desktop entries, read once and again when one of the folders changes.
+#include "ScreenCapture/platform/x11/applications.h"
+
+#include <gio/gdesktopappinfo.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+namespace orvo::platform::x11 {
+namespace {
+
+constexpr std::chrono::seconds kFoldersAreTrusted{1};
+
+std::string text(const char* from) {
+    return from ? from : "";
+}
+
+std::string lower(std::string from) {
+    for (char& c : from)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return from;
+}
+
+using EntryRef = std::shared_ptr<const DesktopEntry>;
+
+class Entries {
+  public:
+    static Entries& instance() {
+        static Entries& one = *new Entries;
+        return one;
+    }
+
+    EntryRef ofClass(const std::string& instance, const std::string& className) {
+        std::lock_guard lock(mutex_);
+        refresh();
+        auto [found, isNew] = byClass_.try_emplace(instance + '\0' + className);
+        if (isNew) found->second = searchClass(instance, className);
+        return found->second;
+    }
+    EntryRef byName(const std::string& name) {
+        std::lock_guard lock(mutex_);
+        refresh();
+        if (EntryRef entry = find([&](const DesktopEntry& each) { return each.name == name; })) return entry;
+        return find([&](const DesktopEntry& each) { return each.id == name || each.id == name + ".desktop"; });
+    }
+    EntryRef byPath(const std::string& path) {
+        std::lock_guard lock(mutex_);
+        refresh();
+        return find([&](const DesktopEntry& each) { return each.path == path; });
+    }
+
+  private:
+    template <typename Test>
+    EntryRef find(Test test) const {
+        const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const EntryRef& e) { return test(*e); });
+        return found == entries_.end() ? nullptr : *found;
+    }
+
+    EntryRef searchClass(const std::string& instance, const std::string& className) const {
+        for (const std::string& name : {className, instance}) {
+            if (name.empty()) continue;
+            if (EntryRef entry = find([&](const DesktopEntry& each) { return each.windowClass == name; })) return entry;
+        }
+        for (const std::string& name : {className, instance}) {
+            if (name.empty()) continue;
+            const std::string id = lower(name) + ".desktop";
+            if (EntryRef entry = find([&](const DesktopEntry& each) { return lower(each.id) == id; })) return entry;
+        }
+        return nullptr;
+    }
+
+    void refresh() {
+        const auto now = std::chrono::steady_clock::now();
+        if (!entries_.empty() && now - looked_ < kFoldersAreTrusted) return;
+        looked_ = now;
+        const std::vector<int64_t> stamps = folderStamps();
+        if (stamps == stamps_) return;
+        stamps_ = stamps;
+        entries_.clear();
+        byClass_.clear();
+        GList* all = g_app_info_get_all();
+        for (GList* each = all; each; each = each->next)
+            if (G_IS_DESKTOP_APP_INFO(each->data)) entries_.push_back(read(G_DESKTOP_APP_INFO(each->data)));
+        g_list_free_full(all, g_object_unref);
+    }
+
+    static std::vector<int64_t> folderStamps() {
+        std::vector<int64_t> stamps;
+        const auto add = [&](const char* folder) {
+            struct stat status {};
+            const bool there = stat((text(folder) + "/applications").c_str(), &status) == 0;
+            stamps.push_back(there ? status.st_mtim.tv_sec : 0);
+            stamps.push_back(there ? status.st_mtim.tv_nsec : 0);
+        };
+        add(g_get_user_data_dir());
+        for (const char* const* folder = g_get_system_data_dirs(); *folder; ++folder) add(*folder);
+        return stamps;
+    }
+
+    static EntryRef read(GDesktopAppInfo* info) {
+        DesktopEntry entry;
+        entry.id = text(g_app_info_get_id(G_APP_INFO(info)));
+        entry.path = text(g_desktop_app_info_get_filename(info));
+        entry.name = text(g_app_info_get_name(G_APP_INFO(info)));
+        entry.windowClass = text(g_desktop_app_info_get_startup_wm_class(info));
+        if (gchar* icon = g_desktop_app_info_get_string(info, "Icon")) {
+            entry.icon = icon;
+            g_free(icon);
+        }
+        return std::make_shared<const DesktopEntry>(std::move(entry));
+    }
+
+    std::mutex mutex_;
+    std::vector<EntryRef> entries_;
+    std::unordered_map<std::string, EntryRef> byClass_;
+    std::vector<int64_t> stamps_;
+    std::chrono::steady_clock::time_point looked_;
+};
+
+std::string processName(int32_t pid) {
+    if (pid <= 0) return {};
+    std::ifstream file("/proc/" + std::to_string(pid) + "/comm");
+    std::string name;
+    std::getline(file, name);
+    return name;
+}
+
+}  // namespace
+
+EntryRef entryOfWindow(const DesktopWindow& window) {
+    return Entries::instance().ofClass(window.instance, window.className);
+}
+
+EntryRef entryByName(const std::string& name) {
+    return name.empty() ? nullptr : Entries::instance().byName(name);
+}
+
+EntryRef entryByPath(const std::string& path) {
+    return Entries::instance().byPath(path);
+}
+
+std::string applicationName(const DesktopWindow& window) {
+    if (const EntryRef entry = entryOfWindow(window); entry && !entry->name.empty()) return entry->name;
+    if (!window.className.empty()) return window.className;
+    if (!window.instance.empty()) return window.instance;
+    return processName(window.pid);
+}
+
+}  // namespace orvo::platform::x11

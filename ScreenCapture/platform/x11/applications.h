@@ -1,0 +1,31 @@
+// Applications by their desktop entries: one place for the names that window owners, running applications and icon
+// look-ups go by. Callable from any thread.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "ScreenCapture/platform/x11/windows.h"
+
+namespace orvo::platform::x11 {
+
+struct DesktopEntry {
+    std::string id;           // file name, "firefox.desktop"
+    std::string path;         // of the file
+    std::string name;         // localised
+    std::string windowClass;  // StartupWMClass; empty without
+    std::string icon;         // a file's path or a theme's name; empty without
+};
+
+// The entry of the application that a window belongs to; null when there is none.
+std::shared_ptr<const DesktopEntry> entryOfWindow(const DesktopWindow& window);
+// By its localised name, exactly; then by its file's name.
+std::shared_ptr<const DesktopEntry> entryByName(const std::string& name);
+// By its file's path.
+std::shared_ptr<const DesktopEntry> entryByPath(const std::string& path);
+
+// The desktop entry's name, else the window's class, else the process's name; empty when nothing is known.
+std::string applicationName(const DesktopWindow& window);
+
+}  // namespace orvo::platform::x11

@@ -1,0 +1,131 @@
+// Icons: what a window carries, and what a desktop entry names.
+#include "ScreenCapture/platform/x11/icons.h"
+
+#include <gdk-pixbuf/gdk-pixbuf.h>
+#include <glib.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <vector>
+
+#include "ScreenCapture/platform/software/bitmap.h"
+#include "ScreenCapture/platform/x11/asking.h"
+#include "ScreenCapture/platform/x11/properties.h"
+
+namespace orvo::platform::x11 {
+namespace {
+
+constexpr uint32_t kLargestProperty = 1U << 20;  // in units of 4 bytes
+constexpr int kLargestFile = 1024;               // pixels on a side; larger files are scaled while they are read
+constexpr int kDrawnSize = 256;                  // of icons without pixels
+
+uint32_t multiplied(uint32_t alpha, uint32_t red, uint32_t green, uint32_t blue) {
+    const auto times = [&](uint32_t value) { return (value * alpha + 127) / 255; };
+    return alpha << 24 | times(red) << 16 | times(green) << 8 | times(blue);
+}
+
+Ref<Image> bitmapOf(const IconBitmap& icon) {
+    const auto bitmap = software::MemoryBitmap::make(icon.width, icon.height, static_cast<size_t>(icon.width) * 4);
+    if (!bitmap) return nullptr;
+    uint8_t* out = bitmap->data();
+    for (const uint32_t pixel : icon.pixels) {
+        const uint32_t value = multiplied(pixel >> 24, pixel >> 16 & 0xFF, pixel >> 8 & 0xFF, pixel & 0xFF);
+        std::memcpy(out, &value, 4);
+        out += 4;
+    }
+    return bitmap;
+}
+
+Ref<Image> bitmapOf(const GdkPixbuf* pixels) {
+    const int width = gdk_pixbuf_get_width(pixels);
+    const int height = gdk_pixbuf_get_height(pixels);
+    const int channels = gdk_pixbuf_get_n_channels(pixels);
+    const auto bitmap = software::MemoryBitmap::make(width, height, static_cast<size_t>(width) * 4);
+    if (!bitmap || channels < 3) return nullptr;
+    uint8_t* out = bitmap->data();
+    for (int y = 0; y < height; ++y) {
+        const guint8* in = gdk_pixbuf_read_pixels(pixels) +
+                           static_cast<size_t>(y) * static_cast<size_t>(gdk_pixbuf_get_rowstride(pixels));
+        for (int x = 0; x < width; ++x, in += channels, out += 4) {
+            const uint32_t value = multiplied(channels > 3 ? in[3] : 255, in[0], in[1], in[2]);
+            std::memcpy(out, &value, 4);
+        }
+    }
+    return bitmap;
+}
+
+Picture pictureOf(const std::vector<Ref<Image>>& bitmaps) {
+    Picture picture;
+    for (const Ref<Image>& bitmap : bitmaps) {
+        const Size size{static_cast<double>(bitmap->width()), static_cast<double>(bitmap->height())};
+        picture.representations.push_back({size, bitmap});
+        if (picture.image && size.width <= picture.size.width) continue;
+        picture.size = size;
+        picture.image = bitmap;
+    }
+    return picture;
+}
+
+std::optional<Picture> iconOfFile(const std::string& path) {
+    int width = 0;
+    int height = 0;
+    if (!gdk_pixbuf_get_file_info(path.c_str(), &width, &height)) return std::nullopt;
+    const bool drawn = path.size() > 4 && path.compare(path.size() - 4, 4, ".svg") == 0;
+    GdkPixbuf* pixels = nullptr;
+    if (drawn || width > kLargestFile || height > kLargestFile) {
+        const int size = drawn ? kDrawnSize : kLargestFile;
+        pixels = gdk_pixbuf_new_from_file_at_scale(path.c_str(), size, size, TRUE, nullptr);
+    } else {
+        pixels = gdk_pixbuf_new_from_file(path.c_str(), nullptr);
+    }
+    if (!pixels) return std::nullopt;
+    const Ref<Image> bitmap = bitmapOf(pixels);
+    g_object_unref(pixels);
+    if (!bitmap) return std::nullopt;
+    return pictureOf({bitmap});
+}
+
+// From good to poor for a picture of 100 pixels.
+std::vector<std::string> candidates(const std::string& name) {
+    std::vector<std::string> folders = {std::string(g_get_user_data_dir())};
+    for (const char* const* folder = g_get_system_data_dirs(); *folder; ++folder) folders.emplace_back(*folder);
+    std::vector<std::string> paths;
+    for (const char* size : {"128x128", "256x256", "192x192", "512x512", "scalable", "96x96", "64x64", "48x48", "32x32",
+                             "24x24", "22x22", "16x16"})
+        for (const std::string& folder : folders)
+            for (const char* ending : {".png", ".svg", ".xpm"})
+                paths.push_back(folder + "/icons/hicolor/" + size + "/apps/" + name + ending);
+    for (const std::string& folder : folders)
+        for (const char* ending : {".png", ".svg", ".xpm", ""}) paths.push_back(folder + "/pixmaps/" + name + ending);
+    return paths;
+}
+
+}  // namespace
+
+std::optional<Picture> iconOfWindow(xcb_window_t window) {
+    std::vector<IconBitmap> icons;
+    if (const Asking asking; asking) {
+        const auto cookie = xcb_get_property(asking->raw(), 0, window, asking.atoms().NET_WM_ICON, XCB_ATOM_CARDINAL, 0,
+                                             kLargestProperty);
+        const auto reply = asking->await<xcb_get_property_reply_t>(cookie.sequence);
+        icons = decodeIcons(asking.atoms().property(reply.get()));
+    }
+    std::vector<Ref<Image>> bitmaps;
+    for (const IconBitmap& icon : icons)
+        if (Ref<Image> bitmap = bitmapOf(icon)) bitmaps.push_back(std::move(bitmap));
+    if (bitmaps.empty()) return std::nullopt;
+    return pictureOf(bitmaps);
+}
+
+std::optional<Picture> iconByName(const std::string& name) {
+    if (name.empty()) return std::nullopt;
+    if (name.front() == '/') return iconOfFile(name);
+    if (name.find('/') != std::string::npos) return std::nullopt;
+    for (const std::string& path : candidates(name)) {
+        if (access(path.c_str(), R_OK) != 0) continue;
+        if (auto icon = iconOfFile(path)) return icon;
+    }
+    return std::nullopt;
+}
+
+}  // namespace orvo::platform::x11

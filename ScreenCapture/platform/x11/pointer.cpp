@@ -1,0 +1,68 @@
+// The cursor, kept by the desktop model until it changes, and the pointer's position, asked for each time.
+#include "ScreenCapture/platform/x11/pointer.h"
+
+#include <xcb/xfixes.h>
+
+#include <cstring>
+
+#include "ScreenCapture/platform/software/bitmap.h"
+#include "ScreenCapture/platform/x11/asking.h"
+#include "ScreenCapture/platform/x11/desktop_model.h"
+
+namespace orvo::platform::x11 {
+namespace {
+
+std::shared_ptr<const Cursor> readCursor(const xcb_xfixes_get_cursor_image_reply_t& reply) {
+    const auto bitmap = software::MemoryBitmap::make(reply.width, reply.height, size_t{reply.width} * 4);
+    const size_t pixels = size_t{reply.width} * reply.height;
+    if (!bitmap || static_cast<size_t>(xcb_xfixes_get_cursor_image_cursor_image_length(&reply)) < pixels)
+        return nullptr;
+    std::memcpy(bitmap->data(), xcb_xfixes_get_cursor_image_cursor_image(&reply), pixels * 4);
+    const Size size{static_cast<double>(reply.width), static_cast<double>(reply.height)};
+    const Point hotSpot{static_cast<double>(reply.xhot), static_cast<double>(reply.yhot)};
+    return std::make_shared<const Cursor>(Cursor{{size, bitmap, {{size, bitmap}}}, hotSpot});
+}
+
+class CursorPart final : public ModelPart {
+  public:
+    uint32_t rootEvents() const override { return 0; }
+    void attach(Connection& x) override {
+        if (x.extensions().xfixes)
+            xcb_xfixes_select_cursor_input(x.raw(), x.root(), XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
+    }
+    bool handle(Connection& x, const xcb_generic_event_t& event) override {
+        return x.extensions().xfixes &&
+               (event.response_type & 0x7F) == x.extensions().xfixesEvent + XCB_XFIXES_CURSOR_NOTIFY;
+    }
+    void refresh(Connection& x, Desktop& next) override {
+        next.cursor = nullptr;
+        if (!x.extensions().xfixes) return;
+        const auto reply = x.await<xcb_xfixes_get_cursor_image_reply_t>(xcb_xfixes_get_cursor_image(x.raw()).sequence);
+        if (reply) next.cursor = readCursor(*reply);
+    }
+};
+
+}  // namespace
+
+std::optional<Cursor> X11Pointer::currentCursor() {
+    const auto desktop = currentDesktop();
+    if (!desktop || !desktop->cursor) return std::nullopt;
+    return *desktop->cursor;
+}
+
+Point X11Pointer::location() {
+    const auto desktop = currentDesktop();
+    const Monitor* main = desktop ? desktop->monitors->main() : nullptr;
+    const Asking asking;
+    if (!asking || !main) return {};
+    const auto pointer =
+        asking->await<xcb_query_pointer_reply_t>(xcb_query_pointer(asking->raw(), asking->root()).sequence);
+    if (!pointer) return {};
+    return {static_cast<double>(pointer->root_x), static_cast<double>(main->area.height - pointer->root_y)};
+}
+
+std::unique_ptr<ModelPart> makeCursorPart() {
+    return std::make_unique<CursorPart>();
+}
+
+}  // namespace orvo::platform::x11

@@ -1,0 +1,21 @@
+// The cursor and the pointer's position.
+#pragma once
+
+#include <memory>
+
+#include "ScreenCapture/platform/pointer.h"
+
+namespace orvo::platform::x11 {
+
+class ModelPart;
+
+// The cursor as XFixes has it: one representation of its own size, BGRA with colours multiplied by alpha.
+class X11Pointer final : public Pointer {
+  public:
+    std::optional<Cursor> currentCursor() override;
+    Point location() override;
+};
+
+std::unique_ptr<ModelPart> makeCursorPart();
+
+}  // namespace orvo::platform::x11

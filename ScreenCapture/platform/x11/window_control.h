@@ -1,0 +1,17 @@
+// Orders to windows, the way a window manager expects them. Messages raise no error: what matters is looked at again.
+#pragma once
+
+#include <xcb/xcb.h>
+
+namespace orvo::platform::x11 {
+
+// Brings a window to the front and gives it the focus; false when that has not happened within 200 ms.
+bool activateWindow(xcb_window_t window);
+// Asks for the rest; false when the order could not be sent.
+bool raiseWindow(xcb_window_t window);
+bool iconifyWindow(xcb_window_t window);
+bool restoreWindow(xcb_window_t window);
+bool setFullScreen(xcb_window_t window, bool fullScreen);
+bool askToClose(xcb_window_t window);
+
+}  // namespace orvo::platform::x11
