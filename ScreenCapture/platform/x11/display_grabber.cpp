@@ -87,25 +87,11 @@ DisplayGrabber::Ring::Slot DisplayGrabber::makeSlot() {
 }
 
 DisplayGrabber::Ring::Slot DisplayGrabber::makeCompositeSlot() {
-    constexpr int kPixelsPerLine = 16;  // 64 bytes: every row begins aligned
-    const auto rowPixels = static_cast<uint16_t>((area_.width + kPixelsPerLine - 1) / kPixelsPerLine * kPixelsPerLine);
-    const size_t bytesPerRow = static_cast<size_t>(rowPixels) * 4;
-    auto shared = shareMemory(x_, bytesPerRow * static_cast<size_t>(area_.height));
     Ring::Slot slot;
-    if (!shared.memory.bytes()) return slot;
-    Backing& backing = slot.backing;
-    backing.segment = std::move(shared.segment);
-    backing.pixmap = ServerPixmap(x_);
-    const auto created =
-        xcb_shm_create_pixmap_checked(x_.raw(), backing.pixmap.id(), x_.root(), rowPixels,
-                                      static_cast<uint16_t>(area_.height), 32, backing.segment.id(), 0);
-    backing.picture = ServerPicture(x_);
-    xcb_render_create_picture(x_.raw(), backing.picture.id(), backing.pixmap.id(), opaqueFormat_, 0, nullptr);
-    backing.stale = ServerRegion(x_);
+    slot.frame = makeSharedFrame(x_, area_.width, area_.height, opaqueFormat_, slot.backing);
+    slot.backing.stale = ServerRegion(x_);
     const xcb_rectangle_t all = whole(area_);
-    xcb_xfixes_create_region(x_.raw(), backing.stale.id(), 1, &all);
-    if (x_.succeeded(created))
-        slot.frame = makeCounted<software::Frame>(std::move(shared.memory), area_.width, area_.height, bytesPerRow);
+    xcb_xfixes_create_region(x_.raw(), slot.backing.stale.id(), 1, &all);
     return slot;
 }
 

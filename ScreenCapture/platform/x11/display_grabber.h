@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "ScreenCapture/platform/software/frame.h"
-#include "ScreenCapture/platform/x11/server_objects.h"
+#include "ScreenCapture/platform/x11/shared_frame.h"
 
 namespace orvo::platform::x11 {
 
@@ -36,10 +36,7 @@ class DisplayGrabber {
     enum class Way { composite, sharedImage, image };
 
     // What stands behind a frame on the server; which members are used depends on the way.
-    struct Backing {
-        ServerSegment segment;
-        ServerPixmap pixmap;
-        ServerPicture picture;
+    struct Backing : SharedFrame {
         ServerRegion stale;  // frame coordinates
         bool isStale = true;
     };

@@ -4,11 +4,18 @@
 namespace orvo::platform::x11 {
 namespace {
 
-bool isArgb32(const xcb_render_pictforminfo_t& format) {
+bool isBgr(const xcb_render_pictforminfo_t& format) {
     const auto& direct = format.direct;
-    return format.type == XCB_RENDER_PICT_TYPE_DIRECT && format.depth == 32 && direct.alpha_mask == 0xFF &&
-           direct.alpha_shift == 24 && direct.red_mask == 0xFF && direct.red_shift == 16 && direct.green_mask == 0xFF &&
-           direct.green_shift == 8 && direct.blue_mask == 0xFF && direct.blue_shift == 0;
+    return format.type == XCB_RENDER_PICT_TYPE_DIRECT && direct.red_mask == 0xFF && direct.red_shift == 16 &&
+           direct.green_mask == 0xFF && direct.green_shift == 8 && direct.blue_mask == 0xFF && direct.blue_shift == 0;
+}
+
+void take(const xcb_render_pictforminfo_t& format, PictureFormats& found) {
+    const auto& direct = format.direct;
+    if (!isBgr(format)) return;
+    if (format.depth == 32 && direct.alpha_mask == 0xFF && direct.alpha_shift == 24) found.argb32 = format.id;
+    if (format.depth == 32 && direct.alpha_mask == 0) found.opaque32 = format.id;
+    if (format.depth == 24 && direct.alpha_mask == 0) found.opaque24 = format.id;
 }
 
 }  // namespace
@@ -29,9 +36,9 @@ PictureFormats queryPictureFormats(Connection& x) {
     const auto reply = x.await<xcb_render_query_pict_formats_reply_t>(xcb_render_query_pict_formats(x.raw()).sequence);
     // The other byte order would put alpha first.
     if (!reply || xcb_get_setup(x.raw())->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) return found;
-    for (auto format = xcb_render_query_pict_formats_formats_iterator(reply.get()); format.rem && !found.argb32;
+    for (auto format = xcb_render_query_pict_formats_formats_iterator(reply.get()); format.rem;
          xcb_render_pictforminfo_next(&format))
-        if (isArgb32(*format.data)) found.argb32 = format.data->id;
+        take(*format.data, found);
     found.root = formatOfVisual(*reply, x.screen()->root_visual);
     return found;
 }

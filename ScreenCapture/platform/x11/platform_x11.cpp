@@ -1,10 +1,13 @@
 // The x11 parts of the port.
 #include "ScreenCapture/platform/platform.h"
+#include "ScreenCapture/platform/software/imaging.h"
 #include "ScreenCapture/platform/x11/dispatch.h"
 #include "ScreenCapture/platform/x11/display_capture.h"
 #include "ScreenCapture/platform/x11/displays.h"
 #include "ScreenCapture/platform/x11/nothing.h"
+#include "ScreenCapture/platform/x11/pointer.h"
 #include "ScreenCapture/platform/x11/system.h"
+#include "ScreenCapture/platform/x11/window_server.h"
 
 namespace orvo::platform {
 namespace {
@@ -29,9 +32,9 @@ class X11Platform final : public Platform {
     x11::X11System system_;
     x11::X11Displays displays_;
     x11::X11Notifications notifications_;
-    x11::NoWindowServer windowServer_;
-    x11::NoImaging imaging_;
-    x11::NoPointer pointer_;
+    x11::X11WindowServer windowServer_;
+    software::SoftwareImaging imaging_;
+    x11::X11Pointer pointer_;
     x11::NoAccessibility accessibility_;
     x11::NoWorkspace workspace_;
 };

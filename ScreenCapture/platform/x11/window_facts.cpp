@@ -38,6 +38,19 @@ bool contains(const std::vector<uint32_t>& numbers, xcb_atom_t atom) {
     return atom != XCB_ATOM_NONE && std::find(numbers.begin(), numbers.end(), atom) != numbers.end();
 }
 
+// The server counts from inside the border, the answer from its corner. outer: the window with its border.
+std::vector<PixelRect> shapeOf(const xcb_shape_get_rectangles_reply_t* reply, const PixelRect& outer, int border) {
+    std::vector<PixelRect> shape;
+    const int count = reply ? xcb_shape_get_rectangles_rectangles_length(reply) : -1;
+    if (count < 0 || count > kLargestShape) return shape;
+    const xcb_rectangle_t* rects = xcb_shape_get_rectangles_rectangles(reply);
+    for (int i = 0; i < count; ++i)
+        shape.push_back({rects[i].x + border, rects[i].y + border, rects[i].width, rects[i].height});
+    if (shape.size() == 1 && shape.front() == PixelRect{0, 0, outer.width, outer.height}) shape.clear();
+    if (count == 0) shape.push_back({});  // shaped away as a whole
+    return shape;
+}
+
 }  // namespace
 
 void WindowFacts::askGeometry(Connection& x, xcb_window_t window) {
@@ -123,20 +136,20 @@ void WindowFacts::askShape(Connection& x, xcb_window_t window) {
 void WindowFacts::readShape(Connection& x) {
     if (!std::exchange(awaitsShape_, false)) return;
     const auto reply = x.await<xcb_shape_get_rectangles_reply_t>(rectangles_);
-    shape_.clear();
+    shape_ = shapeOf(reply.get(), geometry_.outer, geometry_.bounds.x - geometry_.outer.x);
     shapeKnown_ = true;
     shapedOuter_ = geometry_.outer;
-    if (!reply) return;
-    // The server counts from inside the border.
-    const int border = geometry_.bounds.x - geometry_.outer.x;
-    const xcb_rectangle_t* rects = xcb_shape_get_rectangles_rectangles(reply.get());
-    const int count = xcb_shape_get_rectangles_rectangles_length(reply.get());
-    if (count > kLargestShape) return;
-    for (int i = 0; i < count; ++i)
-        shape_.push_back({rects[i].x + border, rects[i].y + border, rects[i].width, rects[i].height});
-    const PixelRect whole{0, 0, geometry_.outer.width, geometry_.outer.height};
-    if (shape_.size() == 1 && shape_.front() == whole) shape_.clear();
-    if (count == 0) shape_.push_back({});  // shaped away as a whole
+}
+
+std::vector<PixelRect> queryShape(Connection& x, xcb_window_t window) {
+    if (!x.extensions().shape) return {};
+    const unsigned size = xcb_get_geometry(x.raw(), window).sequence;
+    const unsigned shape = xcb_shape_get_rectangles(x.raw(), window, XCB_SHAPE_SK_BOUNDING).sequence;
+    const auto geometry = x.await<xcb_get_geometry_reply_t>(size);
+    const auto rectangles = x.await<xcb_shape_get_rectangles_reply_t>(shape);
+    if (!geometry) return {};
+    const int border = geometry->border_width;
+    return shapeOf(rectangles.get(), {0, 0, geometry->width + 2 * border, geometry->height + 2 * border}, border);
 }
 
 void WindowFacts::fill(DesktopWindow& window) const {

@@ -74,6 +74,9 @@ class WindowFacts {
     bool hidden_ = false, above_ = false, fullScreen_ = false, transient_ = false;
 };
 
+// The bounding shape of a window, relative to its border's corner; empty: all of it, or the window has gone.
+std::vector<PixelRect> queryShape(Connection& x, xcb_window_t window);
+
 // One question for the processes of many windows.
 class PidRequest {
   public:

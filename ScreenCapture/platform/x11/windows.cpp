@@ -195,6 +195,7 @@ void WindowPart::takeListedClients(Connection& x) {
 
 void WindowPart::takeOverrideWindows() {
     for (TopLevel& top : tops_) {
+        if (top.window == checkWindow_) continue;  // the manager's own, for nobody to see
         const Geometry& geometry = known_[top.window].geometry();
         if (top.clients.empty() && geometry.overrideRedirect && geometry.viewable) top.clients.push_back(top.window);
     }
@@ -267,6 +268,7 @@ DesktopWindow WindowPart::describe(const TopLevel& top, xcb_window_t client) con
     window.number = client;
     window.frame = top.window;
     window.bounds = facts.geometry().bounds;
+    window.border = facts.geometry().bounds.x - facts.geometry().outer.x;
     window.frameBounds = frame.geometry().outer;
     window.shape = frame.shape();
     window.managed = !facts.geometry().overrideRedirect;

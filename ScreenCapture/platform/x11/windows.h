@@ -21,6 +21,7 @@ struct DesktopWindow {
     xcb_window_t number = 0;       // the client's own window
     xcb_window_t frame = 0;        // the child of the root that holds it; the same without a frame
     PixelRect bounds;              // what the client draws, root coordinates
+    int border = 0;                // of the client itself, around the bounds
     PixelRect frameBounds;         // the frame with its border, root coordinates
     std::vector<PixelRect> shape;  // of the frame, relative to frameBounds; empty: all of it
     bool managed = false;          // the client of a window manager, or such a window while no manager runs

@@ -1,0 +1,309 @@
+// Pictures of windows composed over a rectangle, taken again and again.
+#include "ScreenCapture/platform/x11/scene_grabber.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "ScreenCapture/platform/software/compose.h"
+
+namespace orvo::platform::x11 {
+namespace {
+
+// One being delivered, one waiting, one being written, and five that a host may keep.
+constexpr size_t kMostFrames = 8;
+constexpr int kLargestSide = 32767;  // of what the server draws
+// A window that was covered repaints itself when it is redirected. What it has not done by then comes with its damage.
+constexpr std::chrono::milliseconds kRepaintLimit{50};
+constexpr std::chrono::milliseconds kRepaintQuiet{5};
+
+xcb_rectangle_t rectangle(const PixelRect& area) {
+    return {static_cast<int16_t>(area.x), static_cast<int16_t>(area.y), static_cast<uint16_t>(area.width),
+            static_cast<uint16_t>(area.height)};
+}
+
+PixelRect moved(const PixelRect& area, int dx, int dy) {
+    return {area.x + dx, area.y + dy, area.width, area.height};
+}
+
+}  // namespace
+
+SceneGrabber::SceneGrabber(Connection& x) : x_(x) {
+    const Extensions& extensions = x_.extensions();
+    if (!extensions.sharedPixmaps || !extensions.render || !extensions.xfixes) return;
+    formats_ = queryPictureFormats(x_);
+    onServer_ = formats_.argb32 && formats_.opaque24 && formats_.opaque32;
+    if (!onServer_) return;
+    for (ServerRegion* region : {&newsRegion_, &layerNews_, &clip_}) {
+        *region = ServerRegion(x_);
+        xcb_xfixes_create_region(x_.raw(), region->id(), 0, nullptr);
+    }
+}
+
+void SceneGrabber::pin(xcb_window_t window) {
+    pinnedWindow_ = window;
+    pinned_ = sources_.emplace(window, std::make_unique<SceneSource>(x_, window)).first->second.get();
+}
+
+void SceneGrabber::handle(const xcb_generic_event_t& event) {
+    for (auto& [window, source] : sources_)
+        if (source->handle(event)) return;
+}
+
+void SceneGrabber::drainEvents() {
+    while (const Event event = x_.nextEvent()) handle(*event);
+}
+
+Shot SceneGrabber::take(const PixelRect& bounds, const std::vector<SceneLayer>& layers) {
+    if (bounds.empty()) return NoImage::notOnScreen;
+    if (bounds.width > kLargestSide || bounds.height > kLargestSide) return NoImage::failed;
+    const bool otherWindows = updateSources(layers);
+    const bool otherPictures = namePictures();
+    if (x_.lost()) return NoImage::noServer;
+    if (!onServer_) return composeHere(bounds, layers);
+    if (!laidOut_ || otherWindows || otherPictures || bounds != bounds_ || layers != layers_) layOut(bounds, layers);
+    collectNews();
+    Ring::Slot* slot = ring_->idle([this] { return makeSlot(); });
+    if (!slot) return x_.lost() ? NoImage::noServer : ring_->full() ? NoImage::noBuffer : NoImage::failed;
+    if (!refresh(*slot)) return x_.lost() ? NoImage::noServer : NoImage::failed;
+    return Ref<Image>(slot->frame);
+}
+
+// True when the scene has other windows than the last time.
+bool SceneGrabber::updateSources(const std::vector<SceneLayer>& layers) {
+    const auto wanted = [&](xcb_window_t window) {
+        return window == pinnedWindow_ || std::any_of(layers.begin(), layers.end(),
+                                                      [=](const SceneLayer& layer) { return layer.window == window; });
+    };
+    bool changed = std::erase_if(sources_, [&](const auto& each) {
+                       return !wanted(each.first) || (each.second->gone() && each.first != pinnedWindow_);
+                   }) > 0;
+    std::vector<xcb_window_t> fresh;
+    for (const SceneLayer& layer : layers) {
+        if (layer.window == 0 || sources_.count(layer.window)) continue;
+        sources_.emplace(layer.window, std::make_unique<SceneSource>(x_, layer.window));
+        fresh.push_back(layer.window);
+    }
+    if (changed || !fresh.empty()) laidOut_ = false;
+    if (!fresh.empty()) waitForRepaint(fresh);
+    return changed || !fresh.empty();
+}
+
+void SceneGrabber::waitForRepaint(const std::vector<xcb_window_t>& fresh) {
+    if (!x_.extensions().damage || !x_.sync()) return;
+    const auto start = std::chrono::steady_clock::now();
+    auto last = start;
+    drainEvents();
+    for (const xcb_window_t window : fresh) sources_[window]->takeNews();
+    while (!x_.lost()) {
+        const auto now = std::chrono::steady_clock::now();
+        if (now - start >= kRepaintLimit || now - last >= kRepaintQuiet) return;
+        pollfd socket{x_.descriptor(), POLLIN, 0};
+        poll(&socket, 1, 1);
+        drainEvents();
+        for (const xcb_window_t window : fresh) {
+            if (!sources_[window]->takeNews()) continue;
+            sources_[window]->subtractDamage(XCB_NONE);
+            last = std::chrono::steady_clock::now();
+        }
+        x_.flush();
+    }
+}
+
+bool SceneGrabber::namePictures() {
+    bool changed = false;
+    for (auto& [window, source] : sources_) source->askPicture();
+    for (auto& [window, source] : sources_) changed |= source->readPicture(formats_);
+    return changed;
+}
+
+ServerRegion SceneGrabber::regionOf(const software::Region& region) {
+    std::vector<xcb_rectangle_t> rects;
+    for (const PixelRect& rect : region.rects()) rects.push_back(rectangle(rect));
+    ServerRegion created(x_);
+    xcb_xfixes_create_region(x_.raw(), created.id(), static_cast<uint32_t>(rects.size()), rects.data());
+    return created;
+}
+
+ServerPicture SceneGrabber::backgroundPicture(xcb_pixmap_t pixmap) {
+    ServerPicture picture(x_);
+    const uint32_t repeat = XCB_RENDER_REPEAT_NORMAL;
+    xcb_render_create_picture(x_.raw(), picture.id(), pixmap, formats_.root, XCB_RENDER_CP_REPEAT, &repeat);
+    return picture;
+}
+
+// Works out what of each window is seen, and makes all buffers stale.
+void SceneGrabber::layOut(const PixelRect& bounds, const std::vector<SceneLayer>& layers) {
+    if (!ring_ || bounds.width != bounds_.width || bounds.height != bounds_.height)
+        ring_ = std::make_unique<Ring>(kMostFrames);
+    bounds_ = bounds;
+    layers_ = layers;
+    const PixelRect frame{0, 0, bounds.width, bounds.height};
+    std::vector<software::Layer> shapes;
+    for (const SceneLayer& layer : layers) {
+        // A window's shape is relative to all of it, the composition's to the part that counts.
+        software::Layer shape{moved(layer.clip, -bounds.x, -bounds.y), layer.shape, nullptr};
+        for (PixelRect& rect : shape.shape)
+            rect = moved(rect, layer.outer.x - layer.clip.x, layer.outer.y - layer.clip.y);
+        shapes.push_back(std::move(shape));
+    }
+    std::vector<software::Region> visible = software::visibleParts(frame, shapes);
+
+    parts_.clear();
+    background_ = {};
+    uncovered_ = software::Region(frame);
+    for (size_t i = 0; i < layers.size(); ++i) {
+        const SceneLayer& layer = layers[i];
+        Part part;
+        PixelRect reach = frame;
+        if (layer.window != 0) {
+            part.source = sources_[layer.window].get();
+            const PixelRect& size = part.source->size();
+            reach = {layer.outer.x - bounds.x, layer.outer.y - bounds.y, size.width, size.height};
+            if (!part.source->hasPicture() || !part.source->picture()) reach = {};
+        } else {
+            background_ = backgroundPicture(layer.background);
+        }
+        part.drawn = software::intersection(frame, reach);
+        part.visible = visible[i].intersected(part.drawn);
+        part.region = regionOf(part.visible);
+        uncovered_.subtract(part.visible);
+        parts_.push_back(std::move(part));
+    }
+    uncoveredRegion_ = regionOf(uncovered_);
+    anyPicture_ = std::any_of(parts_.begin(), parts_.end(), [](const Part& part) { return !part.visible.empty(); });
+    for (const auto& slot : ring_->slots()) slot->backing.all = slot->backing.isStale = true;
+    laidOut_ = true;
+    version_++;
+}
+
+// What was drawn since the last picture, where it is seen, becomes stale in every buffer.
+void SceneGrabber::collectNews() {
+    bool first = true;
+    for (size_t i = 0; i < parts_.size(); ++i) {
+        Part& part = parts_[i];
+        if (!part.source || part.visible.empty() || !part.source->takeNews()) continue;
+        if (std::exchange(first, false)) xcb_xfixes_set_region(x_.raw(), newsRegion_.id(), 0, nullptr);
+        part.source->subtractDamage(layerNews_.id());
+        const int border = part.source->border();
+        xcb_xfixes_translate_region(x_.raw(), layerNews_.id(),
+                                    static_cast<int16_t>(layers_[i].outer.x + border - bounds_.x),
+                                    static_cast<int16_t>(layers_[i].outer.y + border - bounds_.y));
+        if (!x_.extensions().damage)
+            xcb_xfixes_copy_region(x_.raw(), part.region.id(), layerNews_.id());
+        else
+            xcb_xfixes_intersect_region(x_.raw(), layerNews_.id(), part.region.id(), layerNews_.id());
+        xcb_xfixes_union_region(x_.raw(), newsRegion_.id(), layerNews_.id(), newsRegion_.id());
+        for (const auto& slot : ring_->slots()) {
+            Backing& backing = slot->backing;
+            if (backing.all) continue;
+            xcb_xfixes_union_region(x_.raw(), backing.stale.id(), layerNews_.id(), backing.stale.id());
+            backing.layers[i] = backing.isStale = true;
+        }
+        news_ = true;
+    }
+}
+
+SceneGrabber::Ring::Slot SceneGrabber::makeSlot() {
+    Ring::Slot slot;
+    slot.frame = makeSharedFrame(x_, bounds_.width, bounds_.height, formats_.argb32, slot.backing);
+    slot.backing.stale = ServerRegion(x_);
+    xcb_xfixes_create_region(x_.raw(), slot.backing.stale.id(), 0, nullptr);
+    return slot;
+}
+
+bool SceneGrabber::refresh(Ring::Slot& slot) {
+    if (slot.backing.isStale) {
+        draw(slot);
+        // One wait: until the server has drawn, and to learn whether the news were seen at all.
+        if (std::exchange(news_, false)) {
+            const auto cookie = xcb_xfixes_fetch_region(x_.raw(), newsRegion_.id());
+            const auto news = x_.await<xcb_xfixes_fetch_region_reply_t>(cookie.sequence);
+            if (!news) return false;
+            if (news->extents.width > 0 && news->extents.height > 0) version_++;
+        } else if (!x_.sync()) {
+            return false;
+        }
+        slot.backing.isStale = false;
+    }
+    slot.frame->setVersion(version_);
+    return true;
+}
+
+void SceneGrabber::draw(Ring::Slot& slot) {
+    Backing& backing = slot.backing;
+    if (backing.all) {
+        xcb_xfixes_set_picture_clip_region(x_.raw(), backing.picture.id(), uncoveredRegion_.id(), 0, 0);
+        const xcb_rectangle_t whole = rectangle({0, 0, bounds_.width, bounds_.height});
+        if (!uncovered_.empty())
+            xcb_render_fill_rectangles(x_.raw(), XCB_RENDER_PICT_OP_SRC, backing.picture.id(), {0, 0, 0, 0}, 1, &whole);
+        backing.layers.assign(parts_.size(), true);
+    }
+    for (size_t i = 0; i < parts_.size(); ++i) {
+        const Part& part = parts_[i];
+        if (!backing.layers[i] || part.visible.empty()) continue;
+        backing.layers[i] = false;
+        xcb_xfixes_region_t clip = part.region.id();
+        if (!backing.all) {
+            xcb_xfixes_intersect_region(x_.raw(), part.region.id(), backing.stale.id(), clip_.id());
+            clip = clip_.id();
+        }
+        xcb_xfixes_set_picture_clip_region(x_.raw(), backing.picture.id(), clip, 0, 0);
+        const int x = part.drawn.x + bounds_.x - (part.source ? layers_[i].outer.x : 0);
+        const int y = part.drawn.y + bounds_.y - (part.source ? layers_[i].outer.y : 0);
+        xcb_render_composite(x_.raw(), XCB_RENDER_PICT_OP_SRC, part.source ? part.source->picture() : background_.id(),
+                             XCB_NONE, backing.picture.id(), static_cast<int16_t>(x), static_cast<int16_t>(y), 0, 0,
+                             static_cast<int16_t>(part.drawn.x), static_cast<int16_t>(part.drawn.y),
+                             static_cast<uint16_t>(part.drawn.width), static_cast<uint16_t>(part.drawn.height));
+    }
+    xcb_xfixes_set_region(x_.raw(), backing.stale.id(), 0, nullptr);
+    backing.all = false;
+}
+
+// Each window's picture as the server sends it; needs nothing but Composite.
+Shot SceneGrabber::composeHere(const PixelRect& bounds, const std::vector<SceneLayer>& layers) {
+    std::vector<unsigned> cookies(layers.size());
+    const auto ask = [&](xcb_drawable_t drawable, int width, int height) {
+        return xcb_get_image(x_.raw(), XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, 0, 0, static_cast<uint16_t>(width),
+                             static_cast<uint16_t>(height), ~0U)
+            .sequence;
+    };
+    std::vector<software::Layer> parts;
+    anyPicture_ = false;
+    for (size_t i = 0; i < layers.size(); ++i) {
+        if (layers[i].window == 0) continue;
+        const SceneSource& source = *sources_[layers[i].window];
+        if (source.hasPicture()) cookies[i] = ask(source.pixmap(), source.size().width, source.size().height);
+    }
+    for (size_t i = 0; i < layers.size(); ++i) {
+        const SceneLayer& layer = layers[i];
+        software::Layer part{layer.clip, layer.shape, nullptr};
+        for (PixelRect& rect : part.shape)
+            rect = moved(rect, layer.outer.x - layer.clip.x, layer.outer.y - layer.clip.y);
+        if (cookies[i] != 0) {
+            const PixelRect& size = sources_[layer.window]->size();
+            const auto reply = x_.await<xcb_get_image_reply_t>(cookies[i]);
+            const auto bitmap =
+                software::MemoryBitmap::make(size.width, size.height, static_cast<size_t>(size.width) * 4);
+            const size_t bytes = bitmap ? bitmap->bytesPerRow() * static_cast<size_t>(size.height) : 0;
+            if (bitmap && reply && static_cast<size_t>(xcb_get_image_data_length(reply.get())) >= bytes) {
+                for (size_t at = 0; at < bytes; at += 4) {
+                    std::copy_n(xcb_get_image_data(reply.get()) + at, 3, bitmap->data() + at);
+                    bitmap->data()[at + 3] = 0xFF;
+                }
+                const PixelRect inside = software::intersection(moved(layer.clip, -layer.outer.x, -layer.outer.y),
+                                                                {0, 0, size.width, size.height});
+                if (!inside.empty()) part.image = makeCounted<software::BitmapView>(bitmap, inside);
+                anyPicture_ = true;
+            }
+        }
+        parts.push_back(std::move(part));
+    }
+    const Ref<Image> result = software::compose(bounds, parts);
+    if (x_.lost()) return NoImage::noServer;
+    return result ? Shot(result) : Shot(NoImage::failed);
+}
+
+}  // namespace orvo::platform::x11

@@ -1,0 +1,96 @@
+// Pictures of windows composed over a rectangle, taken again and again. The server composes, front to back with what is
+// covered left out, straight into the buffer that is handed over; without news it is asked nothing.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "ScreenCapture/platform/software/region.h"
+#include "ScreenCapture/platform/x11/scene_source.h"
+#include "ScreenCapture/platform/x11/shared_frame.h"
+
+namespace orvo::platform::x11 {
+
+// A window of the scene, or the background.
+struct SceneLayer {
+    xcb_window_t window = 0;       // 0: the background pixmap
+    xcb_pixmap_t background = 0;   // repeats from the root's origin
+    PixelRect outer;               // with its border, root coordinates
+    PixelRect clip;                // what of it counts, root coordinates
+    std::vector<PixelRect> shape;  // relative to outer; empty: all
+    bool operator==(const SceneLayer&) const = default;
+};
+
+// For one thread. The owner of the connection reads its events and hands each to handle().
+//
+// A server without Damage draws everything each time. One without shared pixmaps or Render sends each window's picture,
+// and they are composed here.
+class SceneGrabber {
+  public:
+    explicit SceneGrabber(Connection& x);
+
+    // Redirects and watches a window whatever the scene is made of.
+    void pin(xcb_window_t window);
+    bool pinnedGone() const { return pinned_ && pinned_->gone(); }
+
+    void handle(const xcb_generic_event_t& event);
+
+    // The layers (front to back) over the bounds, root coordinates. Pixels of windows are opaque; what no layer covers
+    // and what has no picture now is four zero bytes. Waits a little for windows to repaint that are new here.
+    Shot take(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
+    // Whether the window of the only layer had a picture the last time.
+    bool anyPicture() const { return anyPicture_; }
+
+  private:
+    struct Backing : SharedFrame {
+        ServerRegion stale;        // frame coordinates
+        std::vector<bool> layers;  // which may have something in it
+        bool isStale = true;
+        bool all = true;  // nothing of the frame is drawn yet
+    };
+    using Ring = software::Ring<Backing>;
+    // What the server is told of one layer.
+    struct Part {
+        SceneSource* source = nullptr;
+        software::Region visible;  // frame coordinates
+        PixelRect drawn;           // the part of the frame that its picture reaches
+        ServerRegion region;       // visible
+    };
+
+    bool updateSources(const std::vector<SceneLayer>& layers);
+    void waitForRepaint(const std::vector<xcb_window_t>& fresh);
+    bool namePictures();
+    void layOut(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
+    ServerPicture backgroundPicture(xcb_pixmap_t pixmap);
+    ServerRegion regionOf(const software::Region& region);
+    void collectNews();
+    Ring::Slot makeSlot();
+    bool refresh(Ring::Slot& slot);
+    void draw(Ring::Slot& slot);
+    Shot composeHere(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
+    void drainEvents();
+
+    Connection& x_;
+    PictureFormats formats_;
+    bool onServer_ = false;
+    std::map<xcb_window_t, std::unique_ptr<SceneSource>> sources_;
+    SceneSource* pinned_ = nullptr;
+    xcb_window_t pinnedWindow_ = 0;
+
+    PixelRect bounds_;
+    std::vector<SceneLayer> layers_;
+    std::vector<Part> parts_;
+    ServerPicture background_;
+    software::Region uncovered_;
+    ServerRegion uncoveredRegion_;
+    ServerRegion newsRegion_, layerNews_, clip_;
+    std::unique_ptr<Ring> ring_;
+    uint64_t version_ = 0;
+    bool news_ = false;
+    bool laidOut_ = false;
+    bool anyPicture_ = false;
+};
+
+}  // namespace orvo::platform::x11

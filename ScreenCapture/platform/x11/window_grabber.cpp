@@ -1,0 +1,130 @@
+// Asks for the pictures of one target again and again.
+#include "ScreenCapture/platform/x11/window_grabber.h"
+
+#include <xcb/shape.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/window_facts.h"
+#include "ScreenCapture/platform/x11/window_scenes.h"
+
+namespace orvo::platform::x11 {
+namespace {
+
+constexpr int kFarthest = 1 << 20;  // pixels from the root's origin
+
+// The whole pixels of a rectangle; sizes that no server has are cut.
+PixelRect pixelsOf(const Rect& rect) {
+    const auto cut = [](double value) { return std::clamp(truncated<int>(value), -kFarthest, kFarthest); };
+    return {cut(std::floor(rect.x)), cut(std::floor(rect.y)), cut(rect.width), cut(rect.height)};
+}
+
+}  // namespace
+
+WindowGrabber::WindowGrabber(uint32_t target, bool isScreen) : target_(target), isScreen_(isScreen) {
+    const PipeGuard guard;
+    connect();
+}
+
+WindowGrabber::~WindowGrabber() {
+    const PipeGuard guard;
+    scene_.reset();
+    display_.reset();
+    x_.reset();
+}
+
+// True when there is a server to ask, whose events so far are known.
+bool WindowGrabber::connect() {
+    if (x_) readEvents();
+    if (x_ && !x_->lost()) return true;
+    // Windows do not outlive their server.
+    if (connected_ && !isScreen_) gone_ = true;
+    display_.reset();
+    scene_.reset();
+    x_ = Connection::open();
+    if (!x_) return false;
+    scene_ = std::make_unique<SceneGrabber>(*x_);
+    if (!isScreen_ && !gone_) watchTarget();
+    connected_ = true;
+    return true;
+}
+
+void WindowGrabber::watchTarget() {
+    scene_->pin(target_);
+    if (x_->extensions().shape) xcb_shape_select_input(x_->raw(), target_, 1);
+    const auto cookie = xcb_get_window_attributes(x_->raw(), target_);
+    const auto attributes = x_->await<xcb_get_window_attributes_reply_t>(cookie.sequence);
+    if (!x_->lost() && !attributes) gone_ = true;
+}
+
+void WindowGrabber::readEvents() {
+    while (const Event event = x_->nextEvent()) {
+        scene_->handle(*event);
+        if (display_) display_->handle(*event);
+        const bool isShape =
+            x_->extensions().shape && (event->response_type & 0x7F) == x_->extensions().shapeEvent + XCB_SHAPE_NOTIFY;
+        if (isShape) shapeIsStale_ = true;
+    }
+    if (scene_->pinnedGone()) gone_ = true;
+}
+
+void WindowGrabber::readShape() {
+    if (!x_->extensions().shape || !std::exchange(shapeIsStale_, false)) return;
+    shape_ = queryShape(*x_, target_);
+}
+
+// What was asked before the target went may have been answered from another window of the same number.
+Shot WindowGrabber::checked(Shot shot) {
+    readEvents();
+    if (gone_) return NoImage::gone;
+    return x_->lost() ? NoImage::noServer : std::move(shot);
+}
+
+Shot WindowGrabber::window() {
+    const PipeGuard guard;
+    if (gone_) return NoImage::gone;
+    const bool reached = connect();
+    if (gone_) return NoImage::gone;
+    if (!reached) return NoImage::noServer;
+    if (!x_->extensions().composite) return NoImage::failed;
+    const auto desktop = currentDesktop();
+    if (!desktop) return NoImage::noServer;
+    const DesktopWindow* window = desktop->windows->find(target_);
+    if (!window || !window->onScreen) return NoImage::notOnScreen;
+    readShape();
+    Shot shot = scene_->take(window->bounds, {layerOfClient(*window, shape_)});
+    if (shot.image && !scene_->anyPicture()) shot = NoImage::notOnScreen;
+    return checked(std::move(shot));
+}
+
+Shot WindowGrabber::area(const Rect& area) {
+    const PipeGuard guard;
+    if (!connect()) return NoImage::noServer;
+    const auto desktop = currentDesktop();
+    if (!desktop) return NoImage::noServer;
+    return scene_->take(pixelsOf(area), layersOfArea(*desktop->windows));
+}
+
+Shot WindowGrabber::composed(const Rect& bounds, const std::vector<uint32_t>& windows) {
+    const PipeGuard guard;
+    if (!connect()) return NoImage::noServer;
+    const auto desktop = currentDesktop();
+    if (!desktop) return NoImage::noServer;
+    const PixelRect root{0, 0, x_->screen()->width_in_pixels, x_->screen()->height_in_pixels};
+    return scene_->take(pixelsOf(bounds), layersOfList(*desktop->windows, windows, isScreen_, root));
+}
+
+Shot WindowGrabber::display() {
+    const PipeGuard guard;
+    if (!connect()) return NoImage::noServer;
+    const auto desktop = currentDesktop();
+    if (!desktop) return NoImage::noServer;
+    const Monitor* monitor = desktop->monitors->find(target_);
+    if (!monitor) return NoImage::gone;
+    if (!display_ || display_->area() != monitor->area) display_ = std::make_unique<DisplayGrabber>(*x_, monitor->area);
+    return display_->take();
+}
+
+}  // namespace orvo::platform::x11

@@ -1,0 +1,48 @@
+// Asks for the pictures of one target again and again.
+#pragma once
+
+#include <memory>
+
+#include "ScreenCapture/platform/window_server.h"
+#include "ScreenCapture/platform/x11/connection.h"
+#include "ScreenCapture/platform/x11/display_grabber.h"
+#include "ScreenCapture/platform/x11/scene_grabber.h"
+#include "ScreenCapture/platform/x11/windows.h"
+
+namespace orvo::platform::x11 {
+
+struct Desktop;
+
+// On a connection of its own, so that it hears of a destroyed target before any later answer. A target window is
+// redirected from the start: what was covered has time to be painted again before the first picture. When the server
+// has gone, so has a target window; a display is found again on the next server.
+class WindowGrabber final : public Grabber {
+  public:
+    WindowGrabber(uint32_t target, bool isScreen);
+    ~WindowGrabber() override;
+
+    Shot window() override;
+    Shot area(const Rect& area) override;
+    Shot composed(const Rect& bounds, const std::vector<uint32_t>& windows) override;
+    Shot display() override;
+
+  private:
+    bool connect();
+    bool hasTarget() const { return connected_ && !gone_; }
+    void watchTarget();
+    void readEvents();
+    void readShape();
+    Shot checked(Shot shot);
+
+    const uint32_t target_;
+    const bool isScreen_;
+    std::unique_ptr<Connection> x_;  // outlives what is made on it
+    std::unique_ptr<SceneGrabber> scene_;
+    std::unique_ptr<DisplayGrabber> display_;
+    std::vector<PixelRect> shape_;  // of the target, relative to its border's corner; empty: all
+    bool shapeIsStale_ = true;
+    bool connected_ = false;  // there was a server
+    bool gone_ = false;
+};
+
+}  // namespace orvo::platform::x11

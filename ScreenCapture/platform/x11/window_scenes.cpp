@@ -1,0 +1,48 @@
+// Which windows a picture is made of, in which order.
+#include "ScreenCapture/platform/x11/window_scenes.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace orvo::platform::x11 {
+namespace {
+
+// A frame that holds several clients is there once.
+void addFrame(std::vector<SceneLayer>& layers, const DesktopWindow& window) {
+    const bool known = std::any_of(layers.begin(), layers.end(),
+                                   [&](const SceneLayer& layer) { return layer.window == window.frame; });
+    if (!known) layers.push_back({window.frame, 0, window.frameBounds, window.frameBounds, window.shape});
+}
+
+}  // namespace
+
+SceneLayer layerOfClient(const DesktopWindow& window, const std::vector<PixelRect>& shape) {
+    const int border = window.border;
+    const PixelRect& inner = window.bounds;
+    return {window.number,
+            0,
+            {inner.x - border, inner.y - border, inner.width + 2 * border, inner.height + 2 * border},
+            inner,
+            shape};
+}
+
+std::vector<SceneLayer> layersOfArea(const WindowList& windows) {
+    std::vector<SceneLayer> layers;
+    for (const DesktopWindow& window : windows.all)
+        if (window.onScreen && window.type != WindowType::desktop) addFrame(layers, window);
+    return layers;
+}
+
+std::vector<SceneLayer> layersOfList(const WindowList& windows, const std::vector<uint32_t>& numbers,
+                                     bool withBackground, const PixelRect& root) {
+    std::unordered_map<uint32_t, const DesktopWindow*> byNumber;
+    for (const DesktopWindow& window : windows.all)
+        if (window.onScreen) byNumber.emplace(window.number, &window);
+    std::vector<SceneLayer> layers;
+    for (const uint32_t number : numbers)
+        if (const auto found = byNumber.find(number); found != byNumber.end()) addFrame(layers, *found->second);
+    if (withBackground && windows.background != 0) layers.push_back({0, windows.background, root, root, {}});
+    return layers;
+}
+
+}  // namespace orvo::platform::x11

@@ -1,0 +1,23 @@
+// Which windows a picture is made of, in which order.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "ScreenCapture/platform/x11/scene_grabber.h"
+#include "ScreenCapture/platform/x11/windows.h"
+
+namespace orvo::platform::x11 {
+
+// A window's client alone, without its border.
+SceneLayer layerOfClient(const DesktopWindow& window, const std::vector<PixelRect>& shape);
+
+// Everything on screen but desktop windows and the background, with frames, front to back.
+std::vector<SceneLayer> layersOfArea(const WindowList& windows);
+
+// The windows of the list, each with its frame, in the order given; numbers that are not on screen are left out.
+// withBackground: what the root shows lies behind them.
+std::vector<SceneLayer> layersOfList(const WindowList& windows, const std::vector<uint32_t>& numbers,
+                                     bool withBackground, const PixelRect& root);
+
+}  // namespace orvo::platform::x11

@@ -1,0 +1,291 @@
+// The windows of a real server and their pictures: lists, stacking, content, targets that go.
+#include <gtest/gtest.h>
+#include <xcb/shape.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+#include "ScreenCapture/platform/platform.h"
+#include "support/x11/x_server.h"
+#include "support/x11/x_windows.h"
+
+namespace orvo::testing {
+namespace {
+
+using platform::Image;
+using platform::NoImage;
+using platform::Rect;
+using platform::Ref;
+using platform::Shot;
+using platform::WindowInfo;
+
+platform::WindowServer& windowServer() {
+    return platform::platform().windowServer();
+}
+
+const WindowInfo* find(const std::vector<WindowInfo>& list, uint32_t number) {
+    const auto found = std::find_if(list.begin(), list.end(), [=](auto& info) { return info.number == number; });
+    return found == list.end() ? nullptr : &*found;
+}
+
+uint32_t pixel(const Shot& shot, int x, int y) {
+    if (!shot.image || x >= shot.image->width() || y >= shot.image->height()) return 0xDEAD;
+    uint32_t value = 0;
+    std::memcpy(&value, shot.image->bytes() + static_cast<size_t>(y) * shot.image->bytesPerRow() + x * 4, 4);
+    return value;
+}
+
+// How many pixels of the picture are not what the painted pattern has there.
+int wrongPixels(const Shot& shot, int width, int height) {
+    if (!shot.image || shot.image->width() != width || shot.image->height() != height) return -1;
+    int wrong = 0;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) wrong += pixel(shot, x, y) != (0xFF000000U | patternAt(x, y));
+    return wrong;
+}
+
+TEST(Windows, ListTellsWhatClientsSayInStackingOrder) {
+    const XServer server("800x600x24");
+    Windows windows(server);
+    const std::string longTitle(300, 't');
+    const auto below = windows.make({.area = {10, 20, 300, 200}, .title = "Grüße — 窗口", .className = "Lower"});
+    const auto above = windows.make({.area = {50, 60, 120, 90}, .title = longTitle, .className = "Upper"});
+    const auto dock = windows.make({.area = {0, 580, 800, 20}, .type = "_NET_WM_WINDOW_TYPE_DOCK"});
+    const auto desk = windows.make({.area = {0, 0, 800, 600}, .type = "_NET_WM_WINDOW_TYPE_DESKTOP"});
+    const auto menu =
+        windows.make({.area = {5, 5, 50, 50}, .type = "_NET_WM_WINDOW_TYPE_POPUP_MENU", .overrideRedirect = true});
+    windows.lower(desk);
+    windows.setNumber(above, "_NET_WM_WINDOW_OPACITY", XCB_ATOM_CARDINAL, 0x80000000U);
+    windows.setNumber(below, "_NET_WM_PID", XCB_ATOM_CARDINAL, 1);  // a lie
+
+    const auto list = windowServer().onScreenWindows();
+    ASSERT_EQ(list.size(), 4U);
+    EXPECT_EQ(list[0].number, menu);
+    EXPECT_EQ(list[1].number, dock);
+    EXPECT_EQ(list[2].number, above);
+    EXPECT_EQ(list[3].number, below);
+    EXPECT_EQ(list[0].layer, 101);
+    EXPECT_EQ(list[1].layer, 20);
+    EXPECT_EQ(list[2].layer, 0);
+    EXPECT_EQ(list[2].name, longTitle);
+    EXPECT_NEAR(list[2].alpha, 0.5, 0.001);
+    EXPECT_EQ(list[2].ownerName, "Upper");
+    EXPECT_EQ(list[3].name, "Grüße — 窗口");
+    EXPECT_EQ(list[3].alpha, 1.0);
+    EXPECT_EQ(list[3].bounds, (Rect{10, 20, 300, 200}));
+    EXPECT_EQ(list[3].ownerPID, getpid());
+    EXPECT_EQ(windowServer().onScreenNumbers(), (std::vector<uint32_t>{menu, dock, above, below, desk}));
+
+    windows.painter().move(below, -50, 30);
+    windows.painter().raise(below);
+    windows.painter().destroy(menu);
+    windows.unmap(dock);
+    const auto later = windowServer().onScreenWindows();
+    ASSERT_EQ(later.size(), 2U);
+    EXPECT_EQ(later[0].number, below);
+    EXPECT_EQ(later[0].bounds, (Rect{-50, 30, 300, 200}));
+}
+
+TEST(Windows, AManagersFramesStayOutOfBoundsAndPictures) {
+    XServer server("800x600x24");
+    Windows windows(server);
+    server.start({"openbox"});
+    ASSERT_TRUE(windows.awaitManager());
+    const auto window = windows.make({.area = {100, 100, 300, 200}, .title = "Framed", .className = "Framed"});
+    const auto other = windows.make({.area = {120, 110, 300, 200}, .title = "Other", .className = "Other"});
+    ASSERT_TRUE(windows.awaitMapped(window) && windows.awaitMapped(other));
+    windows.paintPattern(window, 300, 200);
+
+    auto list = windowServer().onScreenWindows();
+    const WindowInfo* info = find(list, window);
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->bounds.size(), (platform::Size{300, 200}));
+    EXPECT_EQ(info->bounds, windows.rootBounds(window));
+    EXPECT_EQ(info->ownerPID, getpid());
+    EXPECT_EQ(list.size(), 2U);  // nothing of the manager's own
+    EXPECT_EQ(list.front().number, other);
+
+    windows.awaitRepaint();
+    EXPECT_EQ(wrongPixels(windowServer().windowPicture(window), 300, 200), 0);
+    windows.iconify(window);
+    ASSERT_TRUE(windows.awaitUnmapped(window));
+    EXPECT_FALSE(find(windowServer().onScreenWindows(), window));
+    EXPECT_EQ(windowServer().windowPicture(window).why, NoImage::notOnScreen);
+}
+
+TEST(Windows, APictureIsTheWindowsOwnWhateverCoversIt) {
+    const XServer server("640x480x24");
+    Windows windows(server);
+    const auto window = windows.make({.area = {100, 100, 200, 150}});
+    windows.paintPattern(window, 200, 150);
+    const auto grabber = windowServer().grabber(window, false);
+    EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0);
+    const uint64_t version = grabber->window().image->version();
+    EXPECT_NE(version, 0U);
+    EXPECT_EQ(grabber->window().image->version(), version);
+
+    const auto cover = windows.make({.area = {150, 120, 400, 300}});
+    windows.painter().fill(cover, {0, 0, 400, 300}, 0x123456);
+    EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0);
+    EXPECT_EQ(grabber->window().image->version(), version);  // nothing of it changed
+    windows.painter().move(window, -120, 400);               // half off the screen, on two sides
+    windows.paintPattern(window, 200, 150);
+    EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0);
+    EXPECT_NE(grabber->window().image->version(), version);
+
+    windows.resize(window, 333, 77);
+    windows.paintPattern(window, 333, 77);
+    EXPECT_EQ(wrongPixels(grabber->window(), 333, 77), 0);
+
+    // A frame that is held is not written; what is painted into one stays in it.
+    Shot held = grabber->window();
+    std::memset(held.image->paint({0, 0, 10, 1}), 0x77, 40);
+    EXPECT_EQ(wrongPixels(grabber->window(), 333, 77), 0);
+    windows.painter().fill(window, {0, 0, 333, 77}, 0xABCDEF);
+    EXPECT_EQ(pixel(grabber->window(), 0, 0), 0xFFABCDEFU);
+    EXPECT_EQ(pixel(held, 0, 0), 0x77777777U);
+    EXPECT_EQ(pixel(held, 20, 20), 0xFF000000U | patternAt(20, 20));
+
+    windows.unmap(window);
+    EXPECT_EQ(grabber->window().why, NoImage::notOnScreen);
+    windows.map(window);
+    windows.paintPattern(window, 333, 77);
+    EXPECT_EQ(wrongPixels(grabber->window(), 333, 77), 0);
+}
+
+TEST(Windows, ATargetThatIsGoneNeverShowsAgain) {
+    const XServer server("640x480x24");
+    Windows windows(server);
+    const auto window = windows.make({.area = {10, 10, 50, 50}});
+    const auto grabber = windowServer().grabber(window, false);
+    EXPECT_TRUE(grabber->window().image);
+    windows.painter().destroy(window);
+    windows.make({.area = {10, 10, 50, 50}, .number = window});
+    EXPECT_EQ(grabber->window().why, NoImage::gone);
+    EXPECT_EQ(grabber->window().why, NoImage::gone);
+    EXPECT_TRUE(windowServer().windowPicture(window).image);  // asked for anew it is a window like any other
+    EXPECT_EQ(windowServer().grabber(0x7FFFFFF, false)->window().why, NoImage::gone);
+}
+
+TEST(Windows, AnAreaHoldsEveryWindowButTheDesktop) {
+    const XServer server("640x480x24");
+    Windows windows(server);
+    windows.make({.area = {0, 0, 640, 480}, .type = "_NET_WM_WINDOW_TYPE_DESKTOP", .background = 0x111111});
+    const auto low = windows.make({.area = {100, 100, 100, 100}, .background = 0x00FF00});
+    windows.make({.area = {150, 150, 100, 100}, .overrideRedirect = true, .background = 0x0000FF});
+    const auto grabber = windowServer().grabber(low, false);
+    const Shot shot = grabber->area({90, 100, 110, 100});
+    EXPECT_EQ(pixel(shot, 5, 5), 0U);
+    EXPECT_EQ(pixel(shot, 15, 5), 0xFF00FF00U);
+    EXPECT_EQ(pixel(shot, 109, 99), 0xFF0000FFU);
+    windows.painter().destroy(low);
+    EXPECT_EQ(pixel(grabber->area({90, 100, 110, 100}), 15, 5), 0U);
+}
+
+TEST(Windows, ACompositionLeavesOutWhatIsNotInTheList) {
+    const XServer server("640x480x24");
+    Windows windows(server);
+    const auto bottom = windows.make({.area = {0, 0, 300, 300}, .background = 0x00FF00});
+    const auto middle = windows.make({.area = {50, 50, 100, 100}, .background = 0xFF0000});
+    const auto shaped = windows.make({.area = {100, 100, 100, 100}, .background = 0x0000FF});
+    const xcb_rectangle_t part = {0, 0, 50, 100};
+    xcb_shape_rectangles(windows.painter().raw(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, 0, shaped, 0, 0, 1, &part);
+    windows.painter().sync();
+    const uint32_t display = platform::platform().displays().mainDisplay();
+    const auto grabber = windowServer().grabber(display, true);
+    const Rect all{0, 0, 640, 480};
+
+    Shot shot = grabber->composed(all, {shaped, middle, bottom});
+    EXPECT_EQ(pixel(shot, 60, 60), 0xFFFF0000U);
+    EXPECT_EQ(pixel(shot, 120, 120), 0xFF0000FFU);
+    EXPECT_EQ(pixel(shot, 160, 160), 0xFF00FF00U);  // shaped away: what lies behind
+    EXPECT_EQ(pixel(shot, 400, 400), 0U);
+    const uint64_t version = shot.image->version();
+    EXPECT_EQ(grabber->composed(all, {shaped, middle, bottom}).image->version(), version);
+    shot = NoImage::none;
+
+    EXPECT_EQ(pixel(grabber->composed(all, {shaped, bottom}), 60, 60), 0xFF00FF00U);
+    EXPECT_EQ(pixel(grabber->composed(all, {shaped}), 160, 160), 0U);
+    windows.painter().fill(bottom, {0, 0, 300, 300}, 0x654321);
+    shot = grabber->composed(all, {middle, bottom});
+    EXPECT_EQ(pixel(shot, 60, 60), 0xFFFF0000U);
+    EXPECT_EQ(pixel(shot, 10, 10), 0xFF654321U);
+    windows.painter().fill(bottom, {0, 0, 20, 20}, 0x222222);
+    EXPECT_EQ(pixel(grabber->composed(all, {middle, bottom}), 10, 10), 0xFF222222U);
+    EXPECT_EQ(pixel(grabber->composed({-10, -10, 40, 40}, {middle, bottom}), 5, 5), 0U);
+    EXPECT_EQ(pixel(grabber->composed({-10, -10, 40, 40}, {middle, bottom}), 15, 15), 0xFF222222U);
+
+    const auto background = windows.setBackground(0x808080);
+    EXPECT_EQ(pixel(grabber->composed(all, {middle}), 400, 400), 0xFF808080U);
+    EXPECT_EQ(pixel(windowServer().grabber(bottom, false)->composed(all, {middle}), 400, 400), 0U);
+    EXPECT_NE(background, 0U);
+}
+
+// The same pictures where the server can do less.
+TEST(Windows, APoorerServerGivesTheSamePictures) {
+    for (const char* missing : {"DAMAGE", "MIT-SHM", "RENDER"}) {
+        const XServer server("320x240x24", {"-extension", missing});
+        Windows windows(server);
+        const auto window = windows.make({.area = {100, 100, 200, 150}, .border = 3});
+        windows.paintPattern(window, 200, 150);
+        const auto cover = windows.make({.area = {150, 120, 60, 60}, .background = 0xFF0000});
+        const auto grabber = windowServer().grabber(window, false);
+        windows.awaitRepaint();
+        windows.paintPattern(window, 200, 150);
+        EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0) << missing;
+        windows.painter().fill(window, {0, 0, 10, 10}, 0x010203);
+        EXPECT_EQ(pixel(grabber->window(), 3, 3), 0xFF010203U) << missing;
+        const Shot both = grabber->composed({90, 90, 200, 200}, {cover, window});
+        EXPECT_EQ(pixel(both, 70, 40), 0xFFFF0000U) << missing;
+        EXPECT_EQ(pixel(both, 14, 14), 0xFF010203U) << missing;
+        EXPECT_EQ(pixel(both, 2, 2), 0U) << missing;
+    }
+}
+
+TEST(Windows, WindowsThatChangeDuringAGrabCostOneAnswer) {
+    const XServer server("640x480x24");
+    Windows windows(server);
+    const auto steady = windows.make({.area = {0, 0, 64, 48}});
+    windows.paintPattern(steady, 64, 48);
+    const auto keeper = windowServer().grabber(steady, false);
+    int pictures = 0;
+    for (int round = 0; round < 150; ++round) {
+        const auto window = windows.make({.area = {20, 20, 40, 40}});
+        const auto grabber = windowServer().grabber(window, false);
+        // Sent, not awaited: the server does it somewhere between the grabber's requests.
+        std::thread([&] {
+            if (round % 3 == 0) xcb_destroy_window(windows.painter().raw(), window);
+            if (round % 3 == 1) xcb_unmap_window(windows.painter().raw(), window);
+            const uint32_t size[] = {80U + static_cast<uint32_t>(round), 30};
+            if (round % 3 == 2)
+                xcb_configure_window(windows.painter().raw(), window,
+                                     XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size);
+            xcb_flush(windows.painter().raw());
+        }).join();
+        for (int i = 0; i < 3; ++i) pictures += grabber->window().image ? 1 : 0;
+        grabber->area({0, 0, 100, 100});
+        if (round % 3 != 0) windows.painter().destroy(window);
+    }
+    EXPECT_GT(pictures, 0);
+    EXPECT_EQ(wrongPixels(keeper->window(), 64, 48), 0);
+}
+
+TEST(Windows, ADeadServerGivesEmptyAnswersWithinTheLimit) {
+    XServer server;
+    Windows windows(server);
+    const auto window = windows.make({.area = {0, 0, 64, 48}});
+    const auto grabber = windowServer().grabber(window, false);
+    EXPECT_TRUE(grabber->window().image);
+    server.kill();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(windowServer().onScreenWindows().empty());
+    EXPECT_TRUE(windowServer().onScreenNumbers().empty());
+    EXPECT_EQ(windowServer().windowPicture(window).why, NoImage::noServer);
+    EXPECT_EQ(grabber->window().why, NoImage::gone);  // with its server
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
+}
+
+}  // namespace
+}  // namespace orvo::testing
