@@ -96,6 +96,7 @@ TEST(Windows, AManagersFramesStayOutOfBoundsAndPictures) {
     const auto window = windows.make({.area = {100, 100, 300, 200}, .title = "Framed", .className = "Framed"});
     const auto other = windows.make({.area = {120, 110, 300, 200}, .title = "Other", .className = "Other"});
     ASSERT_TRUE(windows.awaitMapped(window) && windows.awaitMapped(other));
+    const auto grabber = windowServer().grabber(window, false);
     windows.paintPattern(window, 300, 200);
 
     auto list = windowServer().onScreenWindows();
@@ -107,12 +108,17 @@ TEST(Windows, AManagersFramesStayOutOfBoundsAndPictures) {
     EXPECT_EQ(list.size(), 2U);  // nothing of the manager's own
     EXPECT_EQ(list.front().number, other);
 
-    windows.awaitRepaint();
+    EXPECT_EQ(wrongPixels(grabber->window(), 300, 200), 0);
     EXPECT_EQ(wrongPixels(windowServer().windowPicture(window), 300, 200), 0);
     windows.iconify(window);
     ASSERT_TRUE(windows.awaitUnmapped(window));
     EXPECT_FALSE(find(windowServer().onScreenWindows(), window));
     EXPECT_EQ(windowServer().windowPicture(window).why, NoImage::notOnScreen);
+    EXPECT_EQ(grabber->window().why, NoImage::notOnScreen);
+    windows.map(window);
+    ASSERT_TRUE(windows.awaitMapped(window));
+    windows.paintPattern(window, 300, 200);
+    EXPECT_EQ(wrongPixels(grabber->window(), 300, 200), 0);
 }
 
 TEST(Windows, APictureIsTheWindowsOwnWhateverCoversIt) {
