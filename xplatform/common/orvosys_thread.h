@@ -5,8 +5,8 @@
 
 namespace orvo::sys {
 
-// Milliseconds since system start; never runs backwards.
-uint64_t tick_milliseconds();
+// Nanoseconds since system start; never runs backwards.
+uint64_t tick_nanoseconds();
 
 // The calling thread's identity as an integer.
 int thread_id();

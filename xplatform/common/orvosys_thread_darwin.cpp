@@ -14,13 +14,13 @@ constexpr size_t kNameRoom = 64;  // with the terminator
 
 }  // namespace
 
-uint64_t tick_milliseconds() {
-    static const double milliseconds_per_tick = [] {
+uint64_t tick_nanoseconds() {
+    static const double nanoseconds_per_tick = [] {
         mach_timebase_info_data_t base{};
         mach_timebase_info(&base);
-        return static_cast<double>(base.numer) / (static_cast<double>(base.denom) * 1000000.0);
+        return static_cast<double>(base.numer) / static_cast<double>(base.denom);
     }();
-    return static_cast<uint64_t>(static_cast<double>(mach_absolute_time()) * milliseconds_per_tick);
+    return static_cast<uint64_t>(static_cast<double>(mach_absolute_time()) * nanoseconds_per_tick);
 }
 
 int thread_id() {

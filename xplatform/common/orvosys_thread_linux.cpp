@@ -21,10 +21,10 @@ void watch_forks() {
 
 }  // namespace
 
-uint64_t tick_milliseconds() {
+uint64_t tick_nanoseconds() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1000000;
+    return static_cast<uint64_t>(now.tv_sec) * 1000000000 + static_cast<uint64_t>(now.tv_nsec);
 }
 
 // The number that ps, top and debuggers show. The kernel is asked once a thread, and again in the child of a fork.

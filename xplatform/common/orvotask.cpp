@@ -2,6 +2,11 @@
 // that writes them stands: readers of logs know the messages by them.
 #include "xplatform/common/orvotask.h"
 
+#include <time.h>
+
+#include <algorithm>
+
+#include "xplatform/common/orvosys_thread.h"
 #include "xplatform/common/orvosyslog.h"
 #include "xplatform/common/orvotask_queue.h"
 #include "xplatform/common/orvothread_slots.h"
@@ -10,6 +15,12 @@
 namespace {
 
 constexpr char kModule[] = "task";
+constexpr uint64_t kNanosecondsPerMillisecond = 1000000;
+
+void sleep_for(uint64_t nanoseconds) {
+    timespec time{static_cast<time_t>(nanoseconds / 1000000000), static_cast<long>(nanoseconds % 1000000000)};
+    nanosleep(&time, nullptr);
+}
 
 // The tick that lies `delay` milliseconds ahead.
 uint64_t due_after(int64_t delay) {
@@ -119,6 +130,20 @@ bool CORVOTaskBase::HasReady() const {
     return !context_->ready.empty();
 }
 
+// To the nanosecond: a periodic call that begins within the millisecond in which it is due never drifts.
+uint64_t CORVOTaskBase::IdleTime() const {
+    uint64_t longest = idle_interval_ > 0 ? static_cast<uint64_t>(idle_interval_) * kNanosecondsPerMillisecond : 0;
+    std::lock_guard guard(context_->lock);
+    if (!context_->ready.empty()) return 0;
+    if (context_->delayed.empty()) return longest;
+    uint64_t due = context_->delayed.begin()->due;
+    uint64_t now = orvo::sys::tick_nanoseconds();
+    uint64_t tick = now / kNanosecondsPerMillisecond;
+    if (due <= tick) return 0;
+    if (due - tick > longest / kNanosecondsPerMillisecond) return longest;
+    return std::min(longest, due * kNanosecondsPerMillisecond - now);
+}
+
 const char* CORVOTaskBase::GetName() const {
     return context_->name.c_str();
 }
@@ -204,7 +229,7 @@ void CORVOTaskBase::Runloop() {
     thread_id_ = orvothread_selfid();
     OnStart();
     while (GoesOn()) {
-        if (!Eachloop()) orvo_msleep(idle_interval_);
+        if (!Eachloop()) sleep_for(IdleTime());
     }
     orvo_syslog(ESYSLOG_NOTICE, kModule, 312, "thread %s will stop", GetName());
     OnStop();

@@ -91,14 +91,15 @@ class ORVO_API CORVOTaskBase : public CRefCountSafe {
                          task_state_type state, uint64_t push, uint64_t start, uint64_t end);
 
   protected:
-    // Whether calls wait that need no delay.
-    bool HasReady() const;
-    int IdleInterval() const { return idle_interval_; }
+    // How long the worker has nothing to do, in nanoseconds: until the first delayed call is due, but no longer than
+    // the idle interval, after which it looks again; 0 while calls are ready.
+    uint64_t IdleTime() const;
     // Asks the worker, if there is one, to end, and waits for its end.
     void Join();
 
   private:
     bool GoesOn();
+    bool HasReady() const;
     bool RunReady();
     bool RunDue(uint64_t now);
 

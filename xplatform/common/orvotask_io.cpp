@@ -1,8 +1,6 @@
 // A task thread that serves a descriptor event pump in the same loop.
 #include "xplatform/common/orvotask_io.h"
 
-#include <algorithm>
-
 #include "xplatform/common/orvosyslog.h"
 
 CORVOTaskIO::CORVOTaskIO(const char* name, int idleInterval, ethread_priority priority)
@@ -15,9 +13,9 @@ CORVOTaskIO::~CORVOTaskIO() {
 
 bool CORVOTaskIO::Eachloop() {
     bool worked = CORVOTaskBase::Eachloop();
-    // A deadline that is far off does not hold up the calls either: the pump waits no longer than an idle task sleeps.
-    int longest = HasReady() ? 0 : std::max(IdleInterval(), 1);
-    return orvofe_loop_within(pump_, static_cast<unsigned int>(longest)) > 0 || worked;
+    // Neither an empty pump nor a far deadline holds up the calls: the pump waits no longer than an idle task sleeps.
+    auto longest = static_cast<unsigned int>(IdleTime() / 1000000);
+    return orvofe_loop_within(pump_, longest) > 0 || worked;
 }
 
 orvofe* CORVOTaskIO::GetFevent() {

@@ -18,6 +18,7 @@
 namespace {
 
 constexpr int kInvalidArgument = 22;
+constexpr uint64_t kNanosecondsPerMillisecond = 1000000;
 constexpr size_t kDecimalSize = 21;  // the digits of the largest 64-bit number and a terminator
 
 uint64_t microseconds() {
@@ -69,11 +70,11 @@ int parse(const char* text, Number* out) {
 extern "C" {
 
 uint64_t orvo_gettickcount(void) {
-    return orvo::sys::tick_milliseconds();
+    return orvo::sys::tick_nanoseconds() / kNanosecondsPerMillisecond;
 }
 
 uint64_t orvo_gettickcount64(void) {
-    return orvo::sys::tick_milliseconds();
+    return orvo_gettickcount();
 }
 
 void orvo_msleep(int milliseconds) {
