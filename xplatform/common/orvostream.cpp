@@ -92,9 +92,9 @@ void storage<T>::assign(const T* units, std::size_t n) {
     const bool own = data_ != nullptr && owns(units);
     if (own) std::memmove(data_, units, n * sizeof(T));  // before the buffer moves
     if (n + 1 < capacity_ / 2) {
-        shrink(n);  // to the least capacity that holds n units and the zero: 3 units keep 4
-    } else {
-        ensure(n);
+        shrink(n + 1);
+    } else if (capacity_ <= n) {
+        grow(n + 1);
     }
     if (!own) std::memcpy(data_, units, n * sizeof(T));  // NOLINT(clang-analyzer-core.NonNullParamChecker): n > 0
     set_length(n);
