@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "ScreenCapture/log/orvo_log_files.h"
+#include "support/runtime/log_lines.h"
 #include "xplatform/common/orvosyslog.h"
 #include "xplatform/common/orvotask_io.h"
 
@@ -194,6 +195,8 @@ class LogThread : public LogFolder {
   protected:
     void SetUp() override {
         LogFolder::SetUp();
+        support::capture_log();
+        support::route_log(orvo_log_hook);
         fflush(stdout);
         saved_ = dup(1);
         int out = open((folder_ + "/out").c_str(), O_CREAT | O_RDWR, 0600);
@@ -211,6 +214,7 @@ class LogThread : public LogFolder {
     // Closes the files and waits for the log thread's end.
     void end() {
         close_log();
+        support::capture_log();
         run_log_on(nullptr, nullptr);
         if (task_.IsStarted()) task_.Stop();
         fflush(stdout);

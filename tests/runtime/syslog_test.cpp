@@ -6,35 +6,18 @@
 #include <cerrno>
 #include <clocale>
 #include <cstring>
-#include <mutex>
 #include <regex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "support/runtime/log_lines.h"
 #include "xplatform/common/orvothread.h"
 
 namespace {
 
-struct Line {
-    int level;
-    std::string module;
-    int line;
-    std::string text;
-    int prefix;
-    bool marked;  // the mark stands behind the terminator of a cut line
-    std::string message() const { return text.substr(static_cast<size_t>(prefix)); }
-};
-
-std::mutex lines_lock;
-std::vector<Line> lines;
 std::vector<std::vector<unsigned char>> records;
 
-void keep(int level, const char* module, int line, const char* text, int prefix) {
-    std::lock_guard guard(lines_lock);
-    bool marked = strlen(text) == 10239 && memcmp(text + 10240, "...", 4) == 0;
-    lines.push_back({level, module ? module : "", line, text, prefix, marked});
-}
 void drop(int, const char*, int, const char*, int) {}
 void keep_record(int, const unsigned char* record, int length) {
     records.emplace_back(record, record + length);
@@ -44,25 +27,23 @@ void drop_record(int, const unsigned char*, int) {}
 class Syslog : public testing::Test {
   protected:
     void SetUp() override {
-        // The slots are set once in a process; run in one process, later tests find them set.
-        syslog_hook(keep);
-        for (int channel : {0, 1, 3}) syslog_hook_ex(channel, keep);
-        syslog_setlevel(4);
-        for (int channel : {0, 1}) syslog_setlevel_ex(channel, 4);
-        lines.clear();
+        support::capture_log();
         records.clear();
         orvothread_setname(nullptr);
     }
+    std::vector<support::LogLine> lines;
+    void take() { lines = support::take_log(); }
 };
 
 TEST_F(Syslog, WritesTheLineByteForByte) {
     orvo_syslog(3, "SC", 12, "%s, %u", "orvo_screencapture_init", 7u);
+    take();
     ASSERT_EQ(lines.size(), 1u);
     std::string id = std::to_string(orvothread_selfid());
     std::regex form(R"(\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\]\[\d+\]\[notice\]\[unnamed thread:)" + id +
                     R"(\]\[SC:12\]: orvo_screencapture_init, 7)");
     EXPECT_TRUE(std::regex_match(lines[0].text, form)) << lines[0].text;
-    EXPECT_EQ(lines[0].message(), "orvo_screencapture_init, 7");
+    EXPECT_EQ(lines[0].message, "orvo_screencapture_init, 7");
     EXPECT_EQ(lines[0].level, 3);
     EXPECT_EQ(lines[0].module, "SC");
     EXPECT_EQ(lines[0].line, 12);
@@ -73,6 +54,7 @@ TEST_F(Syslog, NamesTheThreadAndTags) {
     const char* tags[] = {"][", "][import][", "][error ][", "][warn  ][", "][notice][", "][debug ]["};
     for (int level = -1; level <= 4; ++level) orvo_syslog(level, nullptr, -5, "x");
     orvothread_setname(nullptr);
+    take();
     ASSERT_EQ(lines.size(), 6u);
     for (size_t i = 0; i < lines.size(); ++i) {
         std::string expected = std::string(tags[i]) + "screencap_logger:";
@@ -95,16 +77,17 @@ TEST_F(Syslog, GatesEachChannelByItsLevel) {
     for (const Case& c : cases) {
         syslog_setlevel_ex(0, 4);
         syslog_setlevel_ex(1, 4);
-        lines.clear();
         EXPECT_EQ(syslog_setlevel_ex(c.set_channel, c.set_level), 0);
         syslog_ex(c.channel, c.level, "m", 1, "x");
+        take();
         EXPECT_EQ(lines.size(), c.passes ? 1u : 0u) << c.set_channel << " " << c.channel << " " << c.level;
     }
-    lines.clear();
     EXPECT_EQ(syslog_setlevel(2), 0);
     orvo_syslog(3, "m", 1, "x");
+    take();
     EXPECT_TRUE(lines.empty());
     orvo_syslog(2, "m", 1, "x");
+    take();
     EXPECT_EQ(lines.size(), 1u);
 }
 
@@ -121,28 +104,29 @@ TEST_F(Syslog, InstallsEachHookOnce) {
     EXPECT_TRUE(refused([] { return syslog_hook_ex_sa(keep_record); }));
     EXPECT_EQ(syslog_hook_ex(2, drop), 0);
     EXPECT_EQ(syslog_hook_ex_s(1, drop_record), 0);
-    EXPECT_EQ(get_syslog_hook_ex(), keep);
+    EXPECT_NE(get_syslog_hook_ex(), nullptr);
+    EXPECT_NE(get_syslog_hook_ex(), drop);
     EXPECT_EQ(get_syslog_hook_ex_s(), keep_record);
     EXPECT_EQ(get_syslog_hook_ex_sa(), drop_record);
 }
 
 TEST_F(Syslog, CutsAtTheEndOfItsBuffer) {
     for (const std::string& unit : {std::string("a"), std::string("\xE4\xB8\xAD")}) {
-        lines.clear();
         std::string message;
         while (message.size() < 20000) message += unit;
         orvo_syslog(1, "m", 1, "%s", message.c_str());
+        take();
         ASSERT_EQ(lines.size(), 1u);
         EXPECT_EQ(lines[0].text.size(), 10239u);
-        EXPECT_EQ(lines[0].message(), message.substr(0, lines[0].message().size()));
+        EXPECT_EQ(lines[0].message, message.substr(0, lines[0].message.size()));
         EXPECT_TRUE(lines[0].marked);
     }
-    lines.clear();
     std::string module(20000, 'm');
     orvo_syslog(1, module.c_str(), 1, "lost");
+    take();
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_EQ(lines[0].text.size(), 10239u);
-    EXPECT_EQ(lines[0].prefix, 10239);
+    EXPECT_EQ(lines[0].message, "");
 }
 
 TEST_F(Syslog, DeliversWhatAFailedFormatHasWritten) {
@@ -150,15 +134,17 @@ TEST_F(Syslog, DeliversWhatAFailedFormatHasWritten) {
     const wchar_t impossible[] = {static_cast<wchar_t>(0x10FFFF), 0};
     orvo_syslog(1, "m", 1, "before %ls", impossible);
     orvo_syslog(1, "m", 1, nullptr);
+    take();
     ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0].message().rfind("before", 0), 0u) << lines[0].message();
-    EXPECT_LE(lines[0].message().size(), 7u);
-    EXPECT_EQ(lines[1].message(), "");
+    EXPECT_EQ(lines[0].message.rfind("before", 0), 0u) << lines[0].message;
+    EXPECT_LE(lines[0].message.size(), 7u);
+    EXPECT_EQ(lines[1].message, "");
 }
 
 TEST_F(Syslog, ShowsASecondClockOnceInstalled) {
     sysregulartime_hook([] { return 1614834367u; });
     orvo_syslog(1, "m", 1, "x");
+    take();
     ASSERT_EQ(lines.size(), 1u);
     time_t second = 1614834367;
     char stamp[32];
@@ -175,9 +161,11 @@ TEST_F(Syslog, KeepsEveryThreadsOrder) {
         });
     }
     for (std::thread& thread : threads) thread.join();
+    take();
     ASSERT_EQ(lines.size(), static_cast<size_t>(kThreads * kLines));
     std::vector<int> next(kThreads);
-    for (const Line& line : lines) EXPECT_EQ(line.message(), std::to_string(next[static_cast<size_t>(line.line)]++));
+    for (const support::LogLine& line : lines)
+        EXPECT_EQ(line.message, std::to_string(next[static_cast<size_t>(line.line)]++));
 }
 
 // A record behind its six bytes of time.

@@ -1,31 +1,21 @@
 // Task threads and the queue runner: order, delays, cancelling, dead targets, stopping and starting again.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "common/utils/orvo_queue_runner.h"
-#include "xplatform/common/orvosyslog.h"
+#include "support/runtime/log_lines.h"
 #include "xplatform/common/orvotask.h"
 #include "xplatform/common/orvoutil.h"
 
 namespace {
 
 using ORVO::BASE::COrvoQueueRunner;
-
-std::mutex lines_lock;
-std::vector<std::string> lines;
-
-void keep(int level, const char* module, int line, const char* text, int prefix) {
-    std::lock_guard guard(lines_lock);
-    if (module == std::string("task")) {
-        lines.push_back(std::to_string(level) + " " + std::to_string(line) + " " + (text + prefix));
-    }
-}
 
 // A call whose run the test decides, with a holder that can be told to be gone.
 class Target : public CRefCount {
@@ -53,20 +43,21 @@ class Stepped : public CORVOTaskBase {
 
 class Tasks : public testing::Test {
   protected:
-    void SetUp() override {
-        syslog_hook(keep);
-        std::lock_guard guard(lines_lock);
-        lines.clear();
-    }
-    static bool logged(const std::string& line) {
-        std::lock_guard guard(lines_lock);
-        return std::count(lines.begin(), lines.end(), line) == 1;
+    void SetUp() override { support::capture_log(); }
+    // How often the task code has logged a line: its level, its number and its text.
+    ptrdiff_t logged(const std::string& line) {
+        for (const support::LogLine& each : support::take_log()) {
+            if (each.module == "task")
+                lines_.push_back(std::to_string(each.level) + " " + std::to_string(each.line) + " " + each.message);
+        }
+        return std::count(lines_.begin(), lines_.end(), line);
     }
     std::function<void()> note(int number) {
         return [this, number] { order_.push_back(number); };
     }
     COrvoQueueRunner runner_;
     std::vector<int> order_;
+    std::vector<std::string> lines_;
 };
 
 TEST_F(Tasks, RunInOrderOneAPassUnderUniqueIds) {
@@ -106,8 +97,7 @@ TEST_F(Tasks, CancelTakesEffectAtTheNextPass) {
     EXPECT_EQ(CORVOTaskBase::CancelTask(&task, 0), 0);
     EXPECT_EQ(CORVOTaskBase::CancelTask(nullptr, first), 0);
     EXPECT_EQ(CORVOTaskBase::CancelTask(first), 0);  // no task has this thread
-    std::lock_guard guard(lines_lock);
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), "1 192 cancel task illegal argument!"), 3);
+    EXPECT_EQ(logged("1 192 cancel task illegal argument!"), 3);
 }
 
 TEST_F(Tasks, DroppedClosuresDieOutsideTheLock) {
@@ -138,8 +128,9 @@ TEST_F(Tasks, PeriodicCallsGoOnUntilTheirTargetIsGone) {
     EXPECT_TRUE(task.Eachloop());
     EXPECT_FALSE(task.Eachloop());
     EXPECT_EQ(runs, 3);
-    EXPECT_TRUE(logged("1 575 object is not valid anymore for task[" + std::to_string(id) +
-                       "], just remove it! please call CancelTask when object destroyed...."));
+    EXPECT_EQ(logged("1 575 object is not valid anymore for task[" + std::to_string(id) +
+                     "], just remove it! please call CancelTask when object destroyed...."),
+              1);
     EXPECT_EQ(target->Release(), 1);  // the dropped call holds nothing any more
 }
 
@@ -182,7 +173,8 @@ TEST_F(Tasks, ADeadRunnersClosuresAreDropped) {
     }
     EXPECT_TRUE(task.Eachloop());
     EXPECT_TRUE(order_.empty());
-    EXPECT_TRUE(lines.size() == 1) << "a call that runs once is dropped without a message";
+    EXPECT_EQ(logged("3 81 create a Task[stepped]"), 1);
+    EXPECT_EQ(lines_.size(), 1u) << "a call that runs once is dropped without a message";
 }
 
 TEST_F(Tasks, TellTheObserverEachState) {
@@ -223,14 +215,13 @@ TEST_F(Tasks, StopRunsWhatIsReadyAndKeepsWhatIsDelayed) {
     EXPECT_EQ(order_, std::vector<int>({1, 2, 3, 4}));
     EXPECT_EQ(task->Release(), 1);
     std::string self = "thread[" + std::to_string(orvothread_selfid()) + "]";
-    EXPECT_TRUE(logged("3 81 create a Task[worker]"));
-    EXPECT_TRUE(logged("2 255 " + self + " has not started yet!"));
-    EXPECT_TRUE(logged("2 229 " + self + " aready started!"));
-    std::lock_guard guard(lines_lock);
+    EXPECT_EQ(logged("3 81 create a Task[worker]"), 1);
+    EXPECT_EQ(logged("2 255 " + self + " has not started yet!"), 1);
+    EXPECT_EQ(logged("2 229 " + self + " aready started!"), 1);
     for (const char* line : {"3 281 enter Runloop", "3 312 thread worker will stop", "3 349 thread worker stop"}) {
-        EXPECT_EQ(std::count(lines.begin(), lines.end(), line), 2) << line;
+        EXPECT_EQ(logged(line), 2) << line;
     }
-    EXPECT_EQ(lines.back().rfind("3 95 delete a Task[worker][", 0), 0u);
+    EXPECT_EQ(lines_.back().rfind("3 95 delete a Task[worker][", 0), 0u);
 }
 
 TEST_F(Tasks, RunOnTheirWorkerAndStopFromThere) {
@@ -259,7 +250,7 @@ TEST_F(Tasks, RunOnTheirWorkerAndStopFromThere) {
 TEST_F(Tasks, TakeCallsFromManyThreads) {
     CORVOTaskBase task(nullptr, 1, ETHREAD_PRIORITY_LOW);
     EXPECT_STREQ(task.GetName(), "");
-    EXPECT_TRUE(logged("3 83 create a Task[unname]"));
+    EXPECT_EQ(logged("3 83 create a Task[unname]"), 1);
     task.Start();
     constexpr int kThreads = 4, kCalls = 500;
     std::vector<std::vector<int>> runs(kThreads);
@@ -283,8 +274,8 @@ TEST_F(Tasks, TakeCallsFromManyThreads) {
 TEST_F(Tasks, RefuseANullTask) {
     EXPECT_EQ(runner_.add_job([] {}, nullptr, 0, nullptr), 0u);
     EXPECT_EQ(runner_.add_job([] {}, nullptr, 5, nullptr), 0u);
-    EXPECT_TRUE(logged("1 119 push task illegal argument!"));
-    EXPECT_TRUE(logged("1 148 push delay illegal argument!"));
+    EXPECT_EQ(logged("1 119 push task illegal argument!"), 1);
+    EXPECT_EQ(logged("1 148 push delay illegal argument!"), 1);
 }
 
 TEST_F(Tasks, AnEmptyClosureThrows) {

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "xplatform/common/orvosyslog.h"
+
 namespace support {
 
 struct LogLine {
@@ -11,10 +13,15 @@ struct LogLine {
     std::string module;
     int line;
     std::string message;
+    std::string text;  // the whole line
+    bool marked;       // the mark of a cut line stands behind the text's terminator
 };
 
-// Begins to capture, with an empty list. The log takes one hook in a process: use it in tests that own theirs.
+// Begins to capture every channel, with an empty list and all levels open. The log takes one hook in a process, so all
+// tests share this one.
 void capture_log();
+// Hands the lines to another hook instead, until the next capture_log().
+void route_log(syslog_text_hook hook);
 // The lines since the last call.
 std::vector<LogLine> take_log();
 // The messages alone, each with its level: "1 out of memory!".
