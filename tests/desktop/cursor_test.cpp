@@ -87,17 +87,17 @@ TEST_F(CursorOverlay, OnDisplaysItHangsCentredBelowThePointer) {
 }
 
 TEST_F(CursorOverlay, AtScaleTwoItNeedsABitmapOfExactlyThatSize) {
-    const auto item = screen(1, {0, 0, 1440, 900});
+    const auto item = screen(1, {0, 0, 144, 90});
     showCursor(34, 46, {0, 0}, 2);  // 17 x 23 points
-    EXPECT_EQ(painted(&item, 2880, 1800, {100, 200}), "183,1400 34x46");
+    EXPECT_EQ(painted(&item, 288, 180, {50, 60}), "83,60 34x46");
     showCursor(17, 23, {0, 0});
-    EXPECT_EQ(painted(&item, 2880, 1800, {100, 200}), "0,0 0x0");
+    EXPECT_EQ(painted(&item, 288, 180, {50, 60}), "0,0 0x0");
     EXPECT_EQ(takeLog(), Lines{"unnamed cursor size is Error"});
     const auto large = filled(34, 46, ink);
     desk.cursor->picture.representations.push_back({{34, 46}, large});
-    EXPECT_EQ(painted(&item, 2880, 1800, {100, 200}), "183,1400 34x46");
+    EXPECT_EQ(painted(&item, 288, 180, {50, 60}), "83,60 34x46");
     desk.cursor->picture.representations = {{{34, 46}, nullptr}};  // back to the picture's own
-    EXPECT_EQ(painted(&item, 2880, 1800, {100, 200}), "0,0 0x0");
+    EXPECT_EQ(painted(&item, 288, 180, {50, 60}), "0,0 0x0");
 }
 
 TEST_F(CursorOverlay, OnWindowsTheHotSpotCountsAndHeightsAreMixed) {

@@ -193,7 +193,7 @@ TEST_F(Session, AStartThatWaitsWhenUninitComesNeverRuns) {
     orvo_screencapture_start_capture();
     orvo_screencapture_uninit();
     desk.stepper.settle();
-    EXPECT_FALSE(desk.device().running);
+    EXPECT_EQ(desk.device().takeJournal(), (Lines{"begin", "commit"}));  // of the target
     init();
     EXPECT_EQ(desk.devices.size(), 2u);
     orvo_screencapture_start_capture();

@@ -279,6 +279,7 @@ TEST_F(WindowSession, StartsAndStopsKeepTheirOrderWhicheverQueueRunsFirst) {
     init();
     orvo_screencapture_set_target_window(7);
     for (const bool mainFirst : {true, false}) {
+        takeLog();
         orvo_screencapture_start_capture();
         runSteps();
         orvo_screencapture_stop_capture();
@@ -286,6 +287,8 @@ TEST_F(WindowSession, StartsAndStopsKeepTheirOrderWhicheverQueueRunsFirst) {
         runSteps();
         desk.stepper.run(mainQueue);
         EXPECT_TRUE(desk.stepper.timers().empty()) << mainFirst;
+        const auto log = takeLog();
+        EXPECT_EQ(std::count(log.begin(), log.end(), "unnamed CaptureSession startCapture"), mainFirst);
         orvo_screencapture_start_capture();
         orvo_screencapture_stop_capture();
         orvo_screencapture_start_capture();
@@ -312,6 +315,19 @@ TEST_F(WindowSession, ADisplayChosenMeanwhileTakesTheFramesAwayUntilTheNextStart
     EXPECT_TRUE(desk.device().running);
     EXPECT_TRUE(desk.stepper.timers().empty());
     EXPECT_TRUE(orvo_screencapture_is_capturing());
+}
+
+TEST_F(WindowSession, AStartThatWaitsIsVoidWhenADisplayStarts) {
+    init();
+    orvo_screencapture_set_target_window(7);
+    orvo_screencapture_start_capture();
+    runSteps();
+    orvo_screencapture_set_target_screen(1);
+    orvo_screencapture_start_capture();
+    runSteps();
+    desk.stepper.run(mainQueue);
+    EXPECT_TRUE(desk.stepper.timers().empty());
+    EXPECT_TRUE(desk.device().running);
 }
 
 TEST_F(WindowSession, UninitEndsTheTicks) {
