@@ -43,6 +43,11 @@ act() {
 
 screens_act() { act 'What can be captured' "$orvocap" screens; }
 
+picker_act() {
+    act 'The windows, front to back' "$orvocap" windows
+    act 'The same as a page with pictures and icons' "$orvocap" picker --out "$output/picker.html"
+}
+
 recordings_act() {
     act 'The whole screen for two seconds, a PNG file each frame' \
         "$orvocap" record --screen main --fps 10 --seconds 2 --png "$output/screen"
@@ -58,6 +63,7 @@ open_programs
 # The pointer of a display that somebody works on stays where it is.
 [ "${1-}" != private ] || xdotool mousemove 300 200
 screens_act
+picker_act
 recordings_act
 
 printf '\n# Written\n'

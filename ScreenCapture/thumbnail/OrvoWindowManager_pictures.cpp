@@ -14,8 +14,11 @@ namespace {
 
 constexpr double kPictureWidth = 400;  // pixels
 constexpr double kIconWidth = 100;     // pixels
+// A window of a few pixels' width and a screen's height would become a picture of hundreds of megabytes.
+constexpr double kLargestArea = 16.0 * 1024 * 1024;  // pixels
 
 BitmapItemPtr scaledItem(const Picture& picture, const Size& size) {
+    if (!(size.width * size.height <= kLargestArea)) return nullptr;
     const auto scaled = OrvoWindowManager::imageByScalingProportionallyToSize(size, picture);
     if (!scaled) return nullptr;
     const Ref<Image> image = OrvoWindowManager::convertNSImageToCGImageref(*scaled);

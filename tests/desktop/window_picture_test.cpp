@@ -49,6 +49,9 @@ TEST_F(WindowPictureTest, SaysWhyThereIsNoPicture) {
     EXPECT_EQ(desk.console, (Lines{name + "window image is nil windowtitle Letter",
                                    name + "screen image is nil windowtitle Letter"}));
     desk.addWindow({.number = 7, .pid = 50, .bounds = {0, 0, 30, 20}});
+    desk.addWindow({.number = 6, .pid = 50, .bounds = {0, 0, 2, 1000}});
+    window.windowID = 6;
+    EXPECT_EQ(manager->imageForAppname("", &window), nullptr) << "400 x 200000 would be too much";
     for (const char* step : {"scaled", "flatten"}) {
         desk.gate.failEvery(step);
         window.windowID = 7;
