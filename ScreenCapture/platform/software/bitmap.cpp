@@ -44,13 +44,13 @@ void giveBlock(Block block) {
 }
 
 size_t blockSize(int height, size_t bytesPerRow) {
-    return (static_cast<size_t>(height) * bytesPerRow + kAlignment - 1) / kAlignment * kAlignment;
+    return (imageMemory(height, bytesPerRow) + kAlignment - 1) / kAlignment * kAlignment;
 }
 
 }  // namespace
 
 Ref<MemoryBitmap> MemoryBitmap::make(int width, int height, size_t bytesPerRow, int bitsPerPixel) {
-    if (width <= 0 || height <= 0 || bytesPerRow > SIZE_MAX / 4 / static_cast<size_t>(height)) return nullptr;
+    if (width <= 0 || height <= 0 || bytesPerRow > SIZE_MAX / 4 / (static_cast<size_t>(height) + 1)) return nullptr;
     const Block block = takeBlock(blockSize(height, bytesPerRow));
     if (!block.bytes) return nullptr;
     return Ref<MemoryBitmap>::adopt(new MemoryBitmap(width, height, bytesPerRow, bitsPerPixel, block.bytes));

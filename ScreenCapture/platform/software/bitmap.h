@@ -5,6 +5,12 @@
 
 namespace orvo::platform::software {
 
+// How much memory an image needs: a row more than its pixels. A host counts whole rows from the first byte on, which in
+// the view of a part would lead beyond the last row.
+constexpr size_t imageMemory(int height, size_t bytesPerRow) {
+    return (static_cast<size_t>(height) + 1) * bytesPerRow;
+}
+
 // Common to everything whose pixels this process can read: 32-bit BGRA unless said otherwise.
 class Bitmap : public Image, public PixelBuffer {
   public:

@@ -71,7 +71,7 @@ DisplayGrabber::Ring::Slot DisplayGrabber::makeSlot() {
         way_ = Way::sharedImage;
     }
     const size_t bytesPerRow = static_cast<size_t>(area_.width) * 4;
-    const size_t size = bytesPerRow * static_cast<size_t>(area_.height);
+    const size_t size = software::imageMemory(area_.height, bytesPerRow);
     Ring::Slot slot;
     software::FrameMemory memory;
     if (way_ == Way::sharedImage) {

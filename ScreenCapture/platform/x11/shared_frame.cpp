@@ -8,7 +8,7 @@ Ref<software::Frame> makeSharedFrame(Connection& x, int width, int height, xcb_r
     constexpr int kPixelsPerLine = 16;  // 64 bytes
     const auto rowPixels = static_cast<uint16_t>((width + kPixelsPerLine - 1) / kPixelsPerLine * kPixelsPerLine);
     const size_t bytesPerRow = static_cast<size_t>(rowPixels) * 4;
-    auto shared = shareMemory(x, bytesPerRow * static_cast<size_t>(height));
+    auto shared = shareMemory(x, software::imageMemory(height, bytesPerRow));
     if (!shared.memory.bytes()) return nullptr;
     backing.segment = std::move(shared.segment);
     backing.pixmap = ServerPixmap(x);

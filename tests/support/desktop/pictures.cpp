@@ -12,7 +12,8 @@ Bitmap::Bitmap(int width, int height, int bitsPerPixel, int bitsPerComponent)
       bitsPerPixel_(bitsPerPixel),
       bitsPerComponent_(bitsPerComponent),
       bytesPerRow_((static_cast<size_t>(width) * static_cast<size_t>(bitsPerPixel) / 8 + 63) / 64 * 64),
-      pixels_(std::make_unique<uint8_t[]>(bytesPerRow_ * static_cast<size_t>(height))) {}
+      // A row more: a host counts whole rows from the first byte of a part on.
+      pixels_(std::make_unique<uint8_t[]>(bytesPerRow_ * (static_cast<size_t>(height) + 1))) {}
 
 Pixel Bitmap::at(int x, int y) const {
     Pixel pixel;
