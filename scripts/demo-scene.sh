@@ -28,7 +28,7 @@ wait_for_windows() {
 }
 
 open_programs() {
-    open xterm -geometry 80x24+40+60 -title 'Orvo demo' -e sh -c 'while :; do date; ps -e | tail -5; sleep 0.2; done'
+    open xterm -geometry 80x24+40+60 -title 'Orvo demo' -e sh -c 'while :; do date; sleep 0.2; done'
     open xclock -update 1 -geometry 220x220+700+80
     open xeyes -geometry 260x180+760+380
     open xlogo -geometry 160x160+560+520
@@ -60,8 +60,11 @@ recordings_act() {
 }
 
 open_programs
-# The pointer of a display that somebody works on stays where it is.
-[ "${1-}" != private ] || xdotool mousemove 300 200
+# A display that somebody works on keeps its pointer and its background.
+if [ "${1-}" = private ]; then
+    xsetroot -solid '#35506b'
+    xdotool mousemove 560 250
+fi
 screens_act
 picker_act
 recordings_act

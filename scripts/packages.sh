@@ -9,7 +9,7 @@ build_packages=(
 test_packages=(libgtest-dev xvfb openbox x11-utils x11-xserver-utils x11-apps xdotool lld)
 lint_packages=(clang-format clang-tidy shellcheck python3)
 bench_packages=(libbenchmark-dev)
-demo_packages=(xterm procps)
+demo_packages=(xterm)
 
 all_packages=("${build_packages[@]}" "${test_packages[@]}" "${lint_packages[@]}" "${bench_packages[@]}" "${demo_packages[@]}")
 if [ "${BASH_SOURCE[0]}" = "$0" ]; then

@@ -60,7 +60,7 @@ void capture(const RecordOptions& options, Recording& recording, FrameWriter& wr
         if (mismatched) throw Failure(exitUsage, options.target.mismatch(width, height));
         const RecordingFigures figures = recording.figures();
         if (figures.frames > 0) {
-            progress.update(figures.text());
+            progress.update("recording: " + figures.text());
         } else if (std::chrono::steady_clock::now() > deadline) {
             throw Failure(exitFailure, "no frame came within 5 seconds");
         }
@@ -86,7 +86,7 @@ ExitCode record(RecordOptions& options) {
     writer.finish();
     const RecordingFigures figures = recording.figures();
     if (figures.frames > 0) {
-        progress.finish(figures.text());
+        progress.finish("recorded " + figures.text());
         progress.finish("wrote " + sink->summary());
     }
     if (failure) std::rethrow_exception(failure);
