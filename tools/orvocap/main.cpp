@@ -6,11 +6,8 @@
 namespace {
 
 constexpr void (*addCommands[])(CLI::App&, orvocap::Action&) = {
-    orvocap::addScreensCommand,
-    orvocap::addWindowsCommand,
-    orvocap::addPickerCommand,
-    orvocap::addRecordCommand,
-    orvocap::addLogCommand,
+    orvocap::addScreensCommand, orvocap::addWindowsCommand, orvocap::addPickerCommand,
+    orvocap::addRecordCommand,  orvocap::addLogCommand,
 };
 
 int run(int argc, char** argv) {
