@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ScreenCapture/platform/x11/windows.h"
 
@@ -27,5 +28,8 @@ std::shared_ptr<const DesktopEntry> entryByPath(const std::string& path);
 
 // The desktop entry's name, else the window's class, else the process's name; empty when nothing is known.
 std::string applicationName(const DesktopWindow& window);
+
+// The windows that a process shows its user, iconic ones included, front to back; valid while the list lives.
+std::vector<const DesktopWindow*> windowsOfProcess(const WindowList& windows, int32_t pid);
 
 }  // namespace orvo::platform::x11

@@ -1,13 +1,14 @@
 // The x11 parts of the port.
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/platform/software/imaging.h"
+#include "ScreenCapture/platform/x11/accessibility.h"
 #include "ScreenCapture/platform/x11/dispatch.h"
 #include "ScreenCapture/platform/x11/display_capture.h"
 #include "ScreenCapture/platform/x11/displays.h"
-#include "ScreenCapture/platform/x11/nothing.h"
 #include "ScreenCapture/platform/x11/pointer.h"
 #include "ScreenCapture/platform/x11/system.h"
 #include "ScreenCapture/platform/x11/window_server.h"
+#include "ScreenCapture/platform/x11/workspace.h"
 
 namespace orvo::platform {
 namespace {
@@ -35,8 +36,8 @@ class X11Platform final : public Platform {
     x11::X11WindowServer windowServer_;
     software::SoftwareImaging imaging_;
     x11::X11Pointer pointer_;
-    x11::NoAccessibility accessibility_;
-    x11::NoWorkspace workspace_;
+    x11::X11Accessibility accessibility_;
+    x11::X11Workspace workspace_;
 };
 
 }  // namespace

@@ -49,18 +49,22 @@ bool raiseAndFocus(xcb_window_t window) {
 
 }  // namespace
 
-bool activateWindow(xcb_window_t window) {
-    if (!hasManager()) return raiseAndFocus(window);
-    if (const Asking asking; !asking || !tellManager(asking, window, asking.atoms().NET_ACTIVE_WINDOW, {kFromPager}))
-        return false;
+bool awaitWindows(const std::function<bool(const WindowList&)>& condition) {
     const auto until = std::chrono::steady_clock::now() + kManagerLimit;
     while (true) {
         const auto desktop = currentDesktop();
         if (!desktop) return false;
-        if (desktop->windows->active == window) return true;
+        if (condition(*desktop->windows)) return true;
         if (std::chrono::steady_clock::now() >= until) return false;
         std::this_thread::sleep_for(kLookAgain);
     }
+}
+
+bool activateWindow(xcb_window_t window) {
+    if (!hasManager()) return raiseAndFocus(window);
+    if (const Asking asking; !asking || !tellManager(asking, window, asking.atoms().NET_ACTIVE_WINDOW, {kFromPager}))
+        return false;
+    return awaitWindows([=](const WindowList& windows) { return windows.active == window; });
 }
 
 bool raiseWindow(xcb_window_t window) {

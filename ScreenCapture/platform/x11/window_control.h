@@ -3,7 +3,14 @@
 
 #include <xcb/xcb.h>
 
+#include <functional>
+
 namespace orvo::platform::x11 {
+
+struct WindowList;
+
+// Looks at the windows again and again until the condition holds; false when it does not within 200 ms.
+bool awaitWindows(const std::function<bool(const WindowList&)>& condition);
 
 // Brings a window to the front and gives it the focus; false when that has not happened within 200 ms.
 bool activateWindow(xcb_window_t window);

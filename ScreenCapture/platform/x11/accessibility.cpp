@@ -1,0 +1,194 @@
+// Applications and windows under the names of the accessibility interface.
+#include "ScreenCapture/platform/x11/accessibility.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "ScreenCapture/platform/x11/accessibility_observer.h"
+#include "ScreenCapture/platform/x11/applications.h"
+#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/hidden_applications.h"
+#include "ScreenCapture/platform/x11/window_control.h"
+
+namespace orvo::platform::x11 {
+namespace {
+
+// The codes of the interface that the names come from.
+constexpr int32_t kIllegalArgument = -25201;
+constexpr int32_t kInvalidElement = -25202;
+constexpr int32_t kCannotComplete = -25204;
+constexpr int32_t kAttributeUnsupported = -25205;
+constexpr int32_t kNoValue = -25212;
+// What it calls the kinds of values.
+constexpr uint64_t kStringKind = 7;
+constexpr uint64_t kListKind = 19;
+constexpr uint64_t kFlagKind = 21;
+constexpr uint64_t kOtherKind = 1;
+
+Attribute failure(int32_t error) {
+    return {error, {}, 0};
+}
+Attribute text(std::string value) {
+    return {0, std::move(value), kStringKind};
+}
+Attribute flag(bool value) {
+    return {0, value, kFlagKind};
+}
+
+const X11Element* mine(const ElementRef& element) {
+    return static_cast<const X11Element*>(element.get());
+}
+
+ElementRef elementOf(const DesktopWindow& window) {
+    return std::make_shared<X11Element>(window.pid, window.number);
+}
+
+// Null when the window has gone, also when another process has its number by now.
+const DesktopWindow* windowOf(const Desktop& desktop, const X11Element& element) {
+    const DesktopWindow* window = desktop.windows->find(element.window);
+    return window && window->pid == element.pid ? window : nullptr;
+}
+
+const char* subroleOf(const DesktopWindow& window) {
+    switch (window.type) {
+        case WindowType::normal:
+            return "AXStandardWindow";
+        case WindowType::none:
+            return window.transient ? "AXDialog" : "AXStandardWindow";
+        case WindowType::dialog:
+            return "AXDialog";
+        default:
+            return window.transient ? "AXDialog" : "AXUnknown";
+    }
+}
+
+Attribute windowAttribute(const WindowList& windows, const DesktopWindow& window, std::string_view name) {
+    const PixelRect& bounds = window.bounds;
+    if (name == "AXTitle") return text(window.title);
+    if (name == "AXPosition")
+        return {0, Point{static_cast<double>(bounds.x), static_cast<double>(bounds.y)}, kOtherKind};
+    if (name == "AXSize")
+        return {0, Size{static_cast<double>(bounds.width), static_cast<double>(bounds.height)}, kOtherKind};
+    if (name == "AXRole") return text("AXWindow");
+    if (name == "AXSubrole") return text(subroleOf(window));
+    if (name == "AXMinimized") return flag(window.iconic);
+    if (name == "AXFullScreen") return flag(window.fullScreen);
+    if (name == "AXMain") return flag(windows.active == window.number);
+    if (name == "AXIdentifier") return window.role.empty() ? failure(kNoValue) : text(window.role);
+    return failure(kAttributeUnsupported);
+}
+
+Attribute applicationAttribute(const WindowList& windows, int32_t pid, std::string_view name) {
+    const std::vector<const DesktopWindow*> list = windowsOfProcess(windows, pid);
+    if (list.empty()) return failure(kInvalidElement);
+    if (name == "AXTitle") return text(applicationName(*list.front()));
+    if (name == "AXRole") return text("AXApplication");
+    if (name == "AXHidden") return flag(isHiddenApplication(windows, pid));
+    if (name == "AXWindows") {
+        std::vector<ElementRef> elements;
+        for (const DesktopWindow* window : list) elements.push_back(elementOf(*window));
+        return {0, std::move(elements), kListKind};
+    }
+    if (name == "AXMainWindow" || name == "AXFocusedWindow") {
+        const auto active = std::find_if(list.begin(), list.end(),
+                                         [&](const DesktopWindow* window) { return window->number == windows.active; });
+        return {0, elementOf(active == list.end() ? *list.front() : **active), kOtherKind};
+    }
+    return failure(kAttributeUnsupported);
+}
+
+bool setMinimized(xcb_window_t window, bool minimized) {
+    const bool sent = minimized ? iconifyWindow(window) : restoreWindow(window);
+    return sent && awaitWindows([=](const WindowList& windows) {
+               const DesktopWindow* now = windows.find(window);
+               return now && now->iconic == minimized;
+           });
+}
+
+bool makeFullScreen(xcb_window_t window, bool fullScreen) {
+    return setFullScreen(window, fullScreen) && awaitWindows([=](const WindowList& windows) {
+               const DesktopWindow* now = windows.find(window);
+               return now && now->fullScreen == fullScreen;
+           });
+}
+
+}  // namespace
+
+ElementRef X11Accessibility::systemWide() {
+    return std::make_shared<X11Element>(0, 0);
+}
+
+ElementRef X11Accessibility::application(int32_t pid) {
+    return std::make_shared<X11Element>(pid, 0);
+}
+
+Attribute X11Accessibility::copyAttribute(const ElementRef& element, const char* name) {
+    if (!element || !name) return failure(kIllegalArgument);
+    const auto desktop = currentDesktop();
+    if (!desktop) return failure(kCannotComplete);
+    const X11Element& asked = *mine(element);
+    if (asked.pid == 0 && asked.window == 0) return failure(kAttributeUnsupported);
+    if (asked.window == 0) return applicationAttribute(*desktop->windows, asked.pid, name);
+    const DesktopWindow* window = windowOf(*desktop, asked);
+    return window ? windowAttribute(*desktop->windows, *window, name) : failure(kInvalidElement);
+}
+
+int32_t X11Accessibility::copyElements(const ElementRef& element, const char* name, size_t from, size_t count,
+                                       std::vector<ElementRef>& elements) {
+    const Attribute all = copyAttribute(element, name);
+    if (all.error != 0) return all.error;
+    const auto* list = std::get_if<std::vector<ElementRef>>(&all.value);
+    if (!list) return kIllegalArgument;
+    const size_t first = std::min(from, list->size());
+    const size_t last = first + std::min(count, list->size() - first);
+    elements.assign(list->begin() + static_cast<ptrdiff_t>(first), list->begin() + static_cast<ptrdiff_t>(last));
+    return 0;
+}
+
+int32_t X11Accessibility::setAttribute(const ElementRef& element, const char* name, const AttributeValue& value) {
+    const bool* wanted = std::get_if<bool>(&value);
+    if (!element || !name || !wanted) return kIllegalArgument;
+    const auto desktop = currentDesktop();
+    if (!desktop) return kCannotComplete;
+    const X11Element& asked = *mine(element);
+    const DesktopWindow* window = asked.window != 0 ? windowOf(*desktop, asked) : nullptr;
+    if (!window) return asked.window != 0 ? kInvalidElement : kAttributeUnsupported;
+    const std::string_view attribute = name;
+    if (attribute == "AXMain") return !*wanted ? kIllegalArgument : activateWindow(asked.window) ? 0 : kCannotComplete;
+    if (attribute == "AXMinimized") return setMinimized(asked.window, *wanted) ? 0 : kCannotComplete;
+    if (attribute == "AXFullScreen") return makeFullScreen(asked.window, *wanted) ? 0 : kCannotComplete;
+    return kAttributeUnsupported;
+}
+
+int32_t X11Accessibility::processIdentifier(const ElementRef& element) {
+    return element ? mine(element)->pid : 0;
+}
+
+uint32_t X11Accessibility::windowNumber(const ElementRef& element) {
+    return element ? mine(element)->window : 0;
+}
+
+std::string X11Accessibility::describe(const ElementRef& element) {
+    if (!element) return "<none>";
+    const X11Element& known = *mine(element);
+    if (known.window != 0) return "<window " + std::to_string(known.window) + ">";
+    return known.pid != 0 ? "<application " + std::to_string(known.pid) + ">" : "<system>";
+}
+
+bool X11Accessibility::bringToFront(int32_t pid) {
+    const auto desktop = currentDesktop();
+    if (!desktop) return false;
+    const auto list = windowsOfProcess(*desktop->windows, pid);
+    if (list.empty()) return false;
+    const auto shown =
+        std::find_if(list.begin(), list.end(), [](const DesktopWindow* window) { return !window->iconic; });
+    return activateWindow((shown == list.end() ? list.front() : *shown)->number);
+}
+
+std::unique_ptr<ElementObserver> X11Accessibility::makeObserver(int32_t pid, ElementObserverCallback callback) {
+    const auto desktop = currentDesktop();
+    if (!desktop || windowsOfProcess(*desktop->windows, pid).empty()) return nullptr;
+    return makeElementObserver(pid, std::move(callback));
+}
+
+}  // namespace orvo::platform::x11

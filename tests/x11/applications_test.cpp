@@ -1,0 +1,212 @@
+// Applications, their elements, icons and the pointer, on a real server with a real window manager.
+#include <glib.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "ScreenCapture/platform/platform.h"
+#include "support/x11/x_server.h"
+#include "support/x11/x_windows.h"
+
+namespace orvo::testing {
+namespace {
+
+using platform::Attribute;
+using platform::ElementRef;
+using platform::Point;
+using platform::Size;
+
+platform::Accessibility& accessibility() {
+    return platform::platform().accessibility();
+}
+platform::Workspace& workspace() {
+    return platform::platform().workspace();
+}
+
+template <typename T>
+T value(const ElementRef& element, const char* name) {
+    const Attribute attribute = accessibility().copyAttribute(element, name);
+    const T* held = std::get_if<T>(&attribute.value);
+    return attribute.error == 0 && held ? *held : T{};
+}
+
+uint32_t firstPixel(const platform::Picture& picture) {
+    uint32_t pixel = 0;
+    if (picture.image) std::memcpy(&pixel, picture.image->bytes(), 4);
+    return pixel;
+}
+
+class Applications : public ::testing::Test {
+  protected:
+    Applications() : server_("800x600x24"), windows_(server_) {
+        server_.start({"openbox"});
+        managed_ = windows_.awaitManager();
+    }
+
+    xcb_window_t show(const WindowWish& wish) {
+        const xcb_window_t window = windows_.make(wish);
+        EXPECT_TRUE(managed_ && windows_.awaitMapped(window));
+        return window;
+    }
+    ElementRef self() { return accessibility().application(getpid()); }
+    ElementRef elementOf(xcb_window_t window) {
+        for (const ElementRef& element : value<std::vector<ElementRef>>(self(), "AXWindows"))
+            if (accessibility().windowNumber(element) == window) return element;
+        return nullptr;
+    }
+
+    XServer server_;
+    Windows windows_;
+    bool managed_ = false;
+};
+
+TEST_F(Applications, ElementsTellOfWindowsAndTakeOrders) {
+    const auto first = show({.area = {50, 60, 200, 100}, .title = "First", .className = "Mine"});
+    windows_.setText(first, "WM_WINDOW_ROLE", "STRING", "browser");
+    const auto dialog = show({.area = {300, 300, 120, 80}, .title = "Dialog"});
+    windows_.setNumber(dialog, "WM_TRANSIENT_FOR", XCB_ATOM_WINDOW, first);
+    const ElementRef one = elementOf(first);
+    const ElementRef two = elementOf(dialog);
+    ASSERT_TRUE(one && two);
+
+    const auto bounds = windows_.rootBounds(first);
+    EXPECT_EQ(value<std::string>(one, "AXTitle"), "First");
+    EXPECT_EQ(value<Point>(one, "AXPosition"), bounds.origin());
+    EXPECT_EQ(value<Size>(one, "AXSize"), (Size{200, 100}));
+    EXPECT_EQ(value<std::string>(one, "AXSubrole"), "AXStandardWindow");
+    EXPECT_EQ(value<std::string>(two, "AXSubrole"), "AXDialog");
+    EXPECT_EQ(value<std::string>(one, "AXIdentifier"), "browser");
+    EXPECT_EQ(accessibility().copyAttribute(one, "AXIdentifier").typeIdentifier, 7U);
+    EXPECT_NE(accessibility().copyAttribute(two, "AXIdentifier").error, 0);
+    EXPECT_EQ(accessibility().processIdentifier(one), getpid());
+
+    EXPECT_EQ(accessibility().setAttribute(one, "AXMain", true), 0);
+    EXPECT_TRUE(value<bool>(one, "AXMain"));
+    EXPECT_FALSE(value<bool>(two, "AXMain"));
+    EXPECT_EQ(accessibility().setAttribute(one, "AXMinimized", true), 0);
+    EXPECT_TRUE(value<bool>(one, "AXMinimized"));
+    EXPECT_TRUE(elementOf(first));  // iconic windows stay in the list
+    EXPECT_EQ(accessibility().setAttribute(one, "AXMinimized", false), 0);
+    EXPECT_FALSE(value<bool>(one, "AXMinimized"));
+    EXPECT_EQ(accessibility().setAttribute(one, "AXFullScreen", true), 0);
+    EXPECT_EQ(value<Size>(one, "AXSize"), (Size{800, 600}));
+    EXPECT_TRUE(accessibility().bringToFront(getpid()));
+
+    windows_.painter().destroy(first);
+    EXPECT_NE(accessibility().copyAttribute(one, "AXTitle").error, 0);
+    EXPECT_NE(accessibility().setAttribute(one, "AXMain", true), 0);
+    EXPECT_TRUE(value<std::vector<ElementRef>>(accessibility().application(1), "AXWindows").empty());
+    EXPECT_FALSE(accessibility().bringToFront(1));
+}
+
+TEST_F(Applications, RunningOnesHideShowAndEnd) {
+    const auto window = show({.area = {50, 60, 200, 100}, .className = "Mine"});
+    server_.start({"xterm", "-title", "Other", "-e", "sleep", "60"});
+    const auto others = [&] {
+        auto all = workspace().runningApplications();
+        std::erase_if(all, [](const auto& each) { return each->processIdentifier() == getpid(); });
+        return all;
+    };
+    for (int i = 0; i < 1000 && others().empty(); ++i) g_usleep(5000);
+    const auto all = workspace().runningApplications();
+    ASSERT_EQ(all.size(), 2U);
+    const auto& mine = all[0];
+    const auto& other = all[1];
+    EXPECT_EQ(mine->localizedName(), "Mine");
+    EXPECT_FALSE(workspace().application(1));
+
+    EXPECT_TRUE(mine->activate(platform::Activation::ignoringOthers));
+    EXPECT_TRUE(mine->isActive());
+    EXPECT_FALSE(other->isActive());
+    EXPECT_FALSE(mine->isHidden());
+    EXPECT_TRUE(mine->hide());
+    EXPECT_TRUE(mine->isHidden());
+    EXPECT_TRUE(mine->unhide());
+    EXPECT_FALSE(mine->isHidden());
+    EXPECT_TRUE(windows_.awaitMapped(window));
+
+    EXPECT_FALSE(mine->forceTerminate());  // never the host itself
+    EXPECT_TRUE(other->terminate());
+    for (int i = 0; i < 1000 && !others().empty(); ++i) g_usleep(5000);
+    EXPECT_TRUE(others().empty());
+    EXPECT_FALSE(workspace().fullPathForApplication("No Such Application"));
+}
+
+TEST_F(Applications, IconsComeFromTheWindowWithAllSizes) {
+    const auto window = show({.area = {50, 60, 200, 100}});
+    std::vector<uint32_t> icon = {2, 2, 0x80FF0000, 0, 0, 0, 4, 4};
+    icon.resize(icon.size() + 16, 0xFF00FF00);
+    icon.insert(icon.end(), {1000000, 1000000, 7});  // not whole
+    windows_.setNumbers(window, "_NET_WM_ICON", icon);
+    const auto application = workspace().application(getpid());
+    ASSERT_TRUE(application);
+    const auto picture = application->icon();
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(picture->size, (Size{4, 4}));
+    EXPECT_EQ(firstPixel(*picture), 0xFF00FF00U);
+    ASSERT_EQ(picture->representations.size(), 2U);
+    EXPECT_EQ(firstPixel({{}, picture->representations[0].image, {}}), 0x80800000U);  // multiplied by alpha
+}
+
+TEST_F(Applications, ObserversHearOfMovesFocusAndNewWindows) {
+    const auto window = show({.area = {50, 60, 200, 100}});
+    std::vector<std::string> heard;
+    auto observer = accessibility().makeObserver(getpid(), [&](const ElementRef& element, const char* name, void*) {
+        heard.push_back(std::string(name) + " " + std::to_string(accessibility().windowNumber(element)));
+    });
+    ASSERT_TRUE(observer);
+    const ElementRef element = elementOf(window);
+    for (const char* name : {"AXWindowCreated", "AXWindowMoved", "AXWindowResized", "AXWindowMiniaturized"})
+        observer->add(element, name, nullptr);
+    observer->add(self(), "AXWindowDeminiaturized", nullptr);
+    observer->addToCurrentRunLoop();
+    const auto hears = [&](const std::string& name, xcb_window_t about) {
+        const std::string wanted = name + " " + std::to_string(about);
+        for (int i = 0; i < 1000; ++i) {
+            while (g_main_context_iteration(nullptr, FALSE)) {
+            }
+            if (std::find(heard.begin(), heard.end(), wanted) != heard.end()) return true;
+            g_usleep(2000);
+        }
+        return false;
+    };
+    windows_.painter().move(window, 200, 150);
+    EXPECT_TRUE(hears("AXWindowMoved", window));
+    windows_.resize(window, 210, 110);
+    EXPECT_TRUE(hears("AXWindowResized", window));
+    windows_.iconify(window);
+    EXPECT_TRUE(hears("AXWindowMiniaturized", window));
+    windows_.map(window);
+    EXPECT_TRUE(hears("AXWindowDeminiaturized", window));
+    const auto other = show({.area = {10, 10, 50, 50}});
+    EXPECT_TRUE(hears("AXWindowCreated", other));
+
+    heard.clear();
+    observer->removeFromCurrentRunLoop();
+    windows_.painter().move(window, 10, 10);
+    windows_.awaitRepaint();
+    while (g_main_context_iteration(nullptr, FALSE)) {
+    }
+    EXPECT_TRUE(heard.empty());
+    EXPECT_FALSE(accessibility().makeObserver(1, [](const ElementRef&, const char*, void*) {}));
+}
+
+TEST(Pointer, TellsCursorAndPosition) {
+    const XServer server("640x480x24");
+    Windows windows(server);
+    windows.painter().warpPointer(100, 30);
+    EXPECT_EQ(platform::platform().pointer().location(), (Point{100, 450}));
+    const auto cursor = platform::platform().pointer().currentCursor();
+    ASSERT_TRUE(cursor);
+    ASSERT_EQ(cursor->picture.representations.size(), 1U);
+    EXPECT_EQ(cursor->picture.size, cursor->picture.representations[0].size);
+    EXPECT_EQ(cursor->picture.image->width(), static_cast<int>(cursor->picture.size.width));
+    EXPECT_LE(cursor->hotSpot.x, cursor->picture.size.width);
+    const auto again = platform::platform().pointer().currentCursor();
+    EXPECT_EQ(again->picture.image.get(), cursor->picture.image.get());  // kept until it changes
+}
+
+}  // namespace
+}  // namespace orvo::testing
