@@ -77,8 +77,8 @@ TEST_F(Tasks, DelayedCallsKeepTheOrderOfEqualTimes) {
     Stepped task;
     // Further ahead than the others, and pushed first: it must not hold them back.
     runner_.add_job(note(9), &task, 3600000, nullptr);
-    for (int i = 1; i <= 5; ++i) runner_.add_job(note(i), &task, 20, nullptr);
     EXPECT_FALSE(task.Eachloop());
+    for (int i = 1; i <= 5; ++i) runner_.add_job(note(i), &task, 20, nullptr);
     orvo_msleep(25);
     EXPECT_EQ(task.passes_until_idle(), 5);
     EXPECT_EQ(order_, std::vector<int>({1, 2, 3, 4, 5}));
