@@ -22,6 +22,8 @@ using platform::x11::DisplayGrabber;
 struct Grabbing {
     explicit Grabbing(const PixelRect& area) : x(Connection::open()), grabber(*x, area) {}
     Ref<Frame> take() {
+        // The server paints redirected windows into the root when it has nothing else to do: between the two.
+        x->sync();
         x->sync();
         while (const auto event = x->nextEvent()) grabber.handle(*event);
         NoImage why = NoImage::none;
@@ -54,7 +56,11 @@ class Scribbler {
         const Area place{number(-40, 300), number(-40, 220), number(1, 120), number(1, 120)};
         const uint32_t colour = static_cast<uint32_t>(random_()) & 0xFFFFFF;
         const int kind = number(0, 5);
-        if (kind == 0 && windows_.size() < 8) return windows_.push_back(painter_.window(place, colour));
+        if (kind == 0 && windows_.size() < 8) {
+            windows_.push_back(painter_.window(place, colour));
+            if (number(0, 1) == 0) painter_.redirect(windows_.back());
+            return;
+        }
         if (kind == 1 || windows_.empty()) return painter_.fill(painter_.root(), place, colour);
         const size_t which = random_() % windows_.size();
         if (kind == 2) return painter_.move(windows_[which], place.x, place.y);

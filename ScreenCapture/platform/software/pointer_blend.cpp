@@ -39,8 +39,8 @@ Sprite makeClickRing() {
             const double outer = coverage(distance, kRingRadius + kRingStroke / 2.0);
             const double middle = coverage(distance, kRingRadius);
             const double inner = coverage(distance, kRingRadius - kRingStroke / 2.0);
-            const auto alpha = static_cast<uint32_t>((outer - inner) * 255 + 0.5);
-            const auto white = static_cast<uint32_t>((middle - inner) * 255 + 0.5);
+            const auto alpha = static_cast<uint32_t>(std::lround((outer - inner) * 255));
+            const auto white = static_cast<uint32_t>(std::lround((middle - inner) * 255));
             ring.pixels.push_back(alpha << 24 | white << 16 | white << 8 | white);
         }
     return ring;

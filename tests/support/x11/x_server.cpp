@@ -6,6 +6,7 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <xcb/composite.h>
 
 #include <cstdlib>
 #include <memory>
@@ -16,6 +17,7 @@ namespace {
 
 int spawn(const std::vector<std::string>& command, int keepDescriptor = -1) {
     std::vector<char*> words;
+    words.reserve(command.size() + 1);
     for (const auto& word : command) words.push_back(const_cast<char*>(word.c_str()));
     words.push_back(nullptr);
     const int pid = fork();
@@ -139,6 +141,11 @@ void Painter::raise(xcb_window_t window) {
 
 void Painter::destroy(xcb_window_t window) {
     xcb_destroy_window(connection_, window);
+    sync();
+}
+
+void Painter::redirect(xcb_window_t window) {
+    xcb_composite_redirect_window(connection_, window, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     sync();
 }
 

@@ -57,6 +57,7 @@ class Painter {
     void move(xcb_window_t window, int x, int y);
     void raise(xcb_window_t window);
     void destroy(xcb_window_t window);
+    void redirect(xcb_window_t window);  // into a pixmap of its own, painted on screen by the server
     void warpPointer(int x, int y);
     // The root's pixels as the server has them, four bytes each, rows packed.
     std::vector<uint8_t> read(const Area& area);
