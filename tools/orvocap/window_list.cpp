@@ -82,6 +82,7 @@ std::vector<ListedItem> listItems(bool withPictures) {
     OrvoThumbnailWindowInfo* found = orvo_windowthumbnail_find_windows(&count);
     const std::unique_ptr<OrvoThumbnailWindowInfo[], FreeWindows> list(found, FreeWindows{count});
     std::vector<ListedItem> items;
+    items.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i) items.push_back(itemOf(list[static_cast<size_t>(i)]));
     return items;
 }
