@@ -53,7 +53,9 @@ void OrvoCaptureSession::initCaptureSession() {
         return;
     }
     guarded([this] {
-        const PartsRef parts = makeParts();
+        const PartsRef before = m_parts.load();
+        if (!before) return;  // another thread has ended the session already
+        const PartsRef parts = makeParts(*before);
         m_parts.exchange(parts);
         captureSource = kNoSource;
         isInited = true;
@@ -64,9 +66,9 @@ void OrvoCaptureSession::initCaptureSession() {
     });
 }
 
-OrvoCaptureSession::PartsRef OrvoCaptureSession::makeParts() {
+OrvoCaptureSession::PartsRef OrvoCaptureSession::makeParts(const Parts& before) {
     auto parts = std::make_shared<Parts>();
-    parts->mainTaskQueue = m_parts.load()->mainTaskQueue;
+    parts->mainTaskQueue = before.mainTaskQueue;
     parts->fps = kDefaultFps;
     parts->screenCaptureSession = platform().makeDisplayCapture();
     parts->displayID = platform().displays().mainDisplay();

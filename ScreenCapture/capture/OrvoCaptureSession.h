@@ -77,7 +77,7 @@ class OrvoCaptureSession : public orvo::platform::DisplayCaptureDelegate,
     using Step = std::function<void(OrvoCaptureSession&, const PartsRef&)>;
 
     bool inited() const;
-    PartsRef makeParts();
+    PartsRef makeParts(const Parts& before);
     void enqueue(const PartsRef& parts, Step step);
     void enqueue(Step step) { enqueue(m_parts.load(), std::move(step)); }
     void startStep(const PartsRef& parts);
