@@ -122,9 +122,14 @@ TEST_F(WindowSession, ModesAskForTheirPictures) {
     orvo_screencapture_set_excluded_windows(excluded, 2, true);
     EXPECT_EQ(picturesOfNextTick(), Lines{"composed 10,20 64x48: 7"});
     EXPECT_EQ(nextFrame().at(45, 25), patternPixel(7, 45, 25));
+    desk.window(7)->accessible = desk.window(8)->accessible = false;  // nothing is known of the application
+    EXPECT_EQ(picturesOfNextTick(), Lines{"composed 10,20 64x48: 3 7 9"});
+    orvo_screencapture_set_target_window_mode(3);
+    desk.closeWindow(7);  // its area is shown all the same
+    EXPECT_EQ(picturesOfNextTick(), Lines{"area 10,20 64x48"});
     orvo_screencapture_set_target_window_mode(1);
     orvo_screencapture_set_target_window(2);  // a display, less the excluded windows, desktop elements included
-    EXPECT_EQ(picturesOfNextTick(), Lines{"composed 1920,100 32x24: 3 7 9"});
+    EXPECT_EQ(picturesOfNextTick(), Lines{"composed 1920,100 32x24: 3 9"});
     orvo_screencapture_set_excluded_windows(excluded, 1, false);  // goes twice
     EXPECT_EQ(picturesOfNextTick(), Lines{"display 2"});
     EXPECT_EQ(nextFrame().window, 2u);
