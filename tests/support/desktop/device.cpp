@@ -136,14 +136,16 @@ void Device::produce(platform::Ref<FrameBuffer> frame, const platform::MediaTime
 
 void Device::deliver() {
     platform::Ref<FrameBuffer> frame;
+    platform::MediaTime time;
     std::shared_ptr<platform::DisplayCaptureDelegate> delegate;
     {
         auto lock = desktop_.gate.hold();
         posted_ = false;
         std::swap(frame, waiting_);
+        time = waitingTime_;
         delegate = output.lock();
     }
-    if (frame && delegate) delegate->onSample(*frame, waitingTime_);
+    if (frame && delegate) delegate->onSample(*frame, time);
 }
 
 void Device::dropSample() {

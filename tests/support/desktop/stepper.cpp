@@ -2,9 +2,17 @@
 #include "support/desktop/stepper.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace orvo::test {
+namespace {
+
+uint64_t nanoseconds(double seconds) {
+    return static_cast<uint64_t>(std::llround(seconds * 1e9));
+}
+
+}  // namespace
 
 class SteppedQueue final : public platform::SerialQueue {
   public:
@@ -94,7 +102,7 @@ size_t Stepper::pending(const std::string& label) {
 
 void Stepper::advance(double seconds) {
     std::unique_lock lock(mutex_);
-    const uint64_t end = now_ + static_cast<uint64_t>(seconds * 1e9 + 0.5);
+    const uint64_t end = now_ + nanoseconds(seconds);
     const auto running = beats_;
     lock.unlock();
     for (const auto& beat : running) runAll(beat->lane);  // what was due before
@@ -116,7 +124,7 @@ void Stepper::advance(double seconds) {
 
 void Stepper::skip(double seconds) {
     std::lock_guard lock(mutex_);
-    now_ += static_cast<uint64_t>(seconds * 1e9 + 0.5);
+    now_ += nanoseconds(seconds);
     queueDueTicks();
 }
 
