@@ -1,8 +1,9 @@
 // Images with known pixels, and the buffers made of them.
 #include "support/desktop/pictures.h"
 
-#include <algorithm>
 #include <cstring>
+
+#include "ScreenCapture/platform/software/bitmap.h"
 
 namespace orvo::test {
 
