@@ -44,7 +44,8 @@ bool CaptureRun::findArea(const CapturePlan& plan, PixelRect& area) {
 }
 
 TickResult CaptureRun::tick(const CapturePlan& plan) {
-    readEvents();
+    pointer_.locate(plan.settings.cursor, plan.settings.clicks);
+    readEvents();  // after the answer, which brings all news with it
     PixelRect area;
     const bool found = !x_->lost() && findArea(plan, area);
     if (x_->lost()) return TickResult::serverLost;
@@ -58,8 +59,7 @@ TickResult CaptureRun::tick(const CapturePlan& plan) {
         grabber_.emplace(*x_, area);
     }
 
-    const PointerLook look = pointer_.look(plan.settings.cursor, plan.settings.clicks);
-    readEvents();  // the answer may have brought news with it
+    const PointerLook look = pointer_.look();
     if (x_->lost()) return TickResult::serverLost;
     if (frame_ && !grabber_->changed() && look == look_) return TickResult::frame;
 

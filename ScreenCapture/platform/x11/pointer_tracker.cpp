@@ -55,25 +55,29 @@ void PointerTracker::watchButtons(bool watch) {
     xcb_input_xi_select_events(x_.raw(), x_.root(), 1, &selection.head);
 }
 
-PointerLook PointerTracker::look(bool wantsCursor, bool wantsClicks) {
+void PointerTracker::locate(bool wantsCursor, bool wantsClicks) {
     watchButtons(wantsClicks);
-    PointerLook look;
-    if (!wantsCursor && !wantsClicks) return look;
+    now_ = {};
+    if (!wantsCursor && !wantsClicks) return;
     const auto cookie = xcb_query_pointer(x_.raw(), x_.root());
     const auto pointer = x_.await<xcb_query_pointer_reply_t>(cookie.sequence);
-    if (!pointer || !pointer->same_screen) return look;
-    if (wantsCursor && cursorIsStale_) {
+    if (!pointer || !pointer->same_screen) return;
+    now_.x = pointer->root_x;
+    now_.y = pointer->root_y;
+    now_.cursor = wantsCursor;
+    now_.ring = wantsClicks && (pointer->mask & kButtons) != 0;
+}
+
+PointerLook PointerTracker::look() {
+    if (now_.cursor && cursorIsStale_) {
         cursorIsStale_ = false;
         pictures_++;
         if (!queryCursor(x_, cursor_)) cursor_ = {};
     }
-    look.x = pointer->root_x;
-    look.y = pointer->root_y;
-    look.picture = pictures_;
-    look.cursor = wantsCursor;
-    look.ring = wantsClicks && (clicked_ || (pointer->mask & kButtons) != 0);
+    if (now_.cursor) now_.picture = pictures_;
+    now_.ring |= watchesButtons_ && clicked_;
     clicked_ = false;
-    return look;
+    return now_;
 }
 
 void PointerTracker::draw(const PointerLook& look, software::Frame& frame, int left, int top) const {

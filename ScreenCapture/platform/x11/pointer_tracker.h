@@ -28,9 +28,11 @@ class PointerTracker {
 
     void handle(const xcb_generic_event_t& event);
 
-    // What a frame shows now; one question when anything of it is wanted, none otherwise. A click that came and went
-    // since the last call shows once.
-    PointerLook look(bool wantsCursor, bool wantsClicks);
+    // Asks where the pointer is, when anything of it is wanted: one question.
+    void locate(bool wantsCursor, bool wantsClicks);
+    // What a frame shows, after locate() and the events that came with its answer. A click that came and went since the
+    // last look shows once. Asks for the cursor's picture when it is another.
+    PointerLook look();
     // Draws a look of look() into a frame whose top left corner lies at a point of the root window.
     void draw(const PointerLook& look, software::Frame& frame, int left, int top) const;
 
@@ -38,6 +40,7 @@ class PointerTracker {
     void watchButtons(bool watch);
 
     Connection& x_;
+    PointerLook now_;
     software::Sprite cursor_;
     software::Sprite ring_ = software::makeClickRing();
     bool cursorIsStale_ = true;
