@@ -137,6 +137,7 @@ TEST(Windows, APictureIsTheWindowsOwnWhateverCoversIt) {
     EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0);
     EXPECT_EQ(grabber->window().image->version(), version);  // nothing of it changed
     windows.painter().move(window, -120, 400);               // half off the screen, on two sides
+    EXPECT_EQ(grabber->window().image->version(), version);
     windows.paintPattern(window, 200, 150);
     EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0);
     EXPECT_NE(grabber->window().image->version(), version);

@@ -1,6 +1,8 @@
 // The connection for questions and orders that come now and then.
 #include "ScreenCapture/platform/x11/asking.h"
 
+#include <array>
+
 namespace orvo::platform::x11 {
 namespace {
 
@@ -10,27 +12,27 @@ struct Shared {
     Atoms atoms;
 };
 
-Shared& shared() {
-    static Shared& one = *new Shared;
-    return one;
+Shared& shared(Line line) {
+    static auto& lines = *new std::array<Shared, 2>;
+    return lines[static_cast<size_t>(line)];
 }
 
 }  // namespace
 
-Asking::Asking() : lock_(shared().mutex) {
-    auto& connection = shared().connection;
+Asking::Asking(Line line) : line_(line), lock_(shared(line).mutex) {
+    auto& connection = shared(line).connection;
     // Reading what has arrived drops the errors of earlier orders, and tells when the server has gone.
     while (connection && connection->nextEvent()) {
     }
     if (!connection || connection->lost()) {
         connection = Connection::open();
-        if (connection) shared().atoms = Atoms::of(*connection);
+        if (connection) shared(line).atoms = Atoms::of(*connection);
     }
     if (connection && !connection->lost()) connection_ = connection.get();
 }
 
 const Atoms& Asking::atoms() const {
-    return shared().atoms;
+    return shared(line_).atoms;
 }
 
 }  // namespace orvo::platform::x11

@@ -8,11 +8,14 @@
 
 namespace orvo::platform::x11 {
 
-// Holds the process's one such connection while it lives: keep it for one exchange. Connects when there is none.
+// Pictures have a connection of their own: they may wait for windows to repaint, and a tick must not wait for them.
+enum class Line { questions, pictures };
+
+// Holds the process's one connection of its line while it lives: keep it for one exchange. Connects when there is none.
 //     if (Asking asking; asking) asking->await<...>(...);
 class Asking {
   public:
-    Asking();
+    explicit Asking(Line line = Line::questions);
     Asking(const Asking&) = delete;
     Asking& operator=(const Asking&) = delete;
 
@@ -22,6 +25,7 @@ class Asking {
     const Atoms& atoms() const;
 
   private:
+    const Line line_;
     std::unique_lock<std::mutex> lock_;
     PipeGuard guard_;
     Connection* connection_ = nullptr;

@@ -56,10 +56,10 @@ void SceneGrabber::drainEvents() {
     while (const Event event = x_.nextEvent()) handle(*event);
 }
 
-Shot SceneGrabber::take(const PixelRect& bounds, const std::vector<SceneLayer>& layers) {
+Shot SceneGrabber::take(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows) {
     if (bounds.empty()) return NoImage::notOnScreen;
     if (bounds.width > kLargestSide || bounds.height > kLargestSide) return NoImage::failed;
-    const bool otherWindows = updateSources(layers);
+    const bool otherWindows = updateSources(layers, windows);
     const bool otherPictures = namePictures();
     if (x_.lost()) return NoImage::noServer;
     if (!onServer_) return composeHere(bounds, layers);
@@ -72,7 +72,7 @@ Shot SceneGrabber::take(const PixelRect& bounds, const std::vector<SceneLayer>& 
 }
 
 // True when the scene has other windows than the last time.
-bool SceneGrabber::updateSources(const std::vector<SceneLayer>& layers) {
+bool SceneGrabber::updateSources(const std::vector<SceneLayer>& layers, const WindowList& windows) {
     const auto wanted = [&](xcb_window_t window) {
         return window == pinnedWindow_ || std::any_of(layers.begin(), layers.end(),
                                                       [=](const SceneLayer& layer) { return layer.window == window; });
@@ -80,30 +80,32 @@ bool SceneGrabber::updateSources(const std::vector<SceneLayer>& layers) {
     bool changed = std::erase_if(sources_, [&](const auto& each) {
                        return !wanted(each.first) || (each.second->gone() && each.first != pinnedWindow_);
                    }) > 0;
-    std::vector<xcb_window_t> fresh;
+    const PixelRect root{0, 0, x_.screen()->width_in_pixels, x_.screen()->height_in_pixels};
+    std::vector<xcb_window_t> covered;
     for (const SceneLayer& layer : layers) {
         if (layer.window == 0 || sources_.count(layer.window)) continue;
+        changed = true;
         sources_.emplace(layer.window, std::make_unique<SceneSource>(x_, layer.window));
-        fresh.push_back(layer.window);
+        if (!windows.isSeenWhole(layer.window, root)) covered.push_back(layer.window);
     }
-    if (changed || !fresh.empty()) laidOut_ = false;
-    if (!fresh.empty()) waitForRepaint(fresh);
-    return changed || !fresh.empty();
+    if (changed) laidOut_ = false;
+    if (!covered.empty()) waitForRepaint(covered);
+    return changed;
 }
 
-void SceneGrabber::waitForRepaint(const std::vector<xcb_window_t>& fresh) {
+void SceneGrabber::waitForRepaint(const std::vector<xcb_window_t>& covered) {
     if (!x_.extensions().damage || !x_.sync()) return;
     const auto start = std::chrono::steady_clock::now();
     auto last = start;
     drainEvents();
-    for (const xcb_window_t window : fresh) sources_[window]->takeNews();
+    for (const xcb_window_t window : covered) sources_[window]->takeNews();
     while (!x_.lost()) {
         const auto now = std::chrono::steady_clock::now();
         if (now - start >= kRepaintLimit || now - last >= kRepaintQuiet) return;
         pollfd socket{x_.descriptor(), POLLIN, 0};
         poll(&socket, 1, 1);
         drainEvents();
-        for (const xcb_window_t window : fresh) {
+        for (const xcb_window_t window : covered) {
             if (!sources_[window]->takeNews()) continue;
             sources_[window]->subtractDamage(XCB_NONE);
             last = std::chrono::steady_clock::now();

@@ -10,6 +10,7 @@
 #include "ScreenCapture/platform/software/region.h"
 #include "ScreenCapture/platform/x11/scene_source.h"
 #include "ScreenCapture/platform/x11/shared_frame.h"
+#include "ScreenCapture/platform/x11/windows.h"
 
 namespace orvo::platform::x11 {
 
@@ -17,8 +18,8 @@ namespace orvo::platform::x11 {
 struct SceneLayer {
     xcb_window_t window = 0;       // 0: the background pixmap
     xcb_pixmap_t background = 0;   // repeats from the root's origin
-    PixelRect outer;               // with its border, root coordinates
-    PixelRect clip;                // what of it counts, root coordinates
+    PixelRect outer;               // with its border, coordinates of the scene's bounds
+    PixelRect clip;                // what of it counts, the same coordinates
     std::vector<PixelRect> shape;  // relative to outer; empty: all
     bool operator==(const SceneLayer&) const = default;
 };
@@ -37,9 +38,10 @@ class SceneGrabber {
 
     void handle(const xcb_generic_event_t& event);
 
-    // The layers (front to back) over the bounds, root coordinates. Pixels of windows are opaque; what no layer covers
-    // and what has no picture now is four zero bytes. Waits a little for windows to repaint that are new here.
-    Shot take(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
+    // The layers (front to back) over the bounds. Pixels of windows are opaque; what no layer covers
+    // and what has no picture now is four zero bytes. Waits a little for windows to repaint that are new here and were
+    // covered. windows: the desktop now.
+    Shot take(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows);
     // Whether the window of the only layer had a picture the last time.
     bool anyPicture() const { return anyPicture_; }
 
@@ -59,8 +61,8 @@ class SceneGrabber {
         ServerRegion region;       // visible
     };
 
-    bool updateSources(const std::vector<SceneLayer>& layers);
-    void waitForRepaint(const std::vector<xcb_window_t>& fresh);
+    bool updateSources(const std::vector<SceneLayer>& layers, const WindowList& windows);
+    void waitForRepaint(const std::vector<xcb_window_t>& covered);
     bool namePictures();
     void layOut(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
     ServerPicture backgroundPicture(xcb_pixmap_t pixmap);

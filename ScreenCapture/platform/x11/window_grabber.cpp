@@ -94,7 +94,7 @@ Shot WindowGrabber::window() {
     const DesktopWindow* window = desktop->windows->find(target_);
     if (!window || !window->onScreen) return NoImage::notOnScreen;
     readShape();
-    Shot shot = scene_->take(window->bounds, {layerOfClient(*window, shape_)});
+    Shot shot = scene_->take(boundsOfClient(*window), {layerOfClient(*window, shape_)}, *desktop->windows);
     if (shot.image && !scene_->anyPicture()) shot = NoImage::notOnScreen;
     return checked(std::move(shot));
 }
@@ -104,7 +104,7 @@ Shot WindowGrabber::area(const Rect& area) {
     if (!connect()) return NoImage::noServer;
     const auto desktop = currentDesktop();
     if (!desktop) return NoImage::noServer;
-    return scene_->take(pixelsOf(area), layersOfArea(*desktop->windows));
+    return scene_->take(pixelsOf(area), layersOfArea(*desktop->windows), *desktop->windows);
 }
 
 Shot WindowGrabber::composed(const Rect& bounds, const std::vector<uint32_t>& windows) {
@@ -113,7 +113,7 @@ Shot WindowGrabber::composed(const Rect& bounds, const std::vector<uint32_t>& wi
     const auto desktop = currentDesktop();
     if (!desktop) return NoImage::noServer;
     const PixelRect root{0, 0, x_->screen()->width_in_pixels, x_->screen()->height_in_pixels};
-    return scene_->take(pixelsOf(bounds), layersOfList(*desktop->windows, windows, isScreen_, root));
+    return scene_->take(pixelsOf(bounds), layersOfList(*desktop->windows, windows, isScreen_, root), *desktop->windows);
 }
 
 Shot WindowGrabber::display() {

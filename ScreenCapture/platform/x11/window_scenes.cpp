@@ -16,14 +16,15 @@ void addFrame(std::vector<SceneLayer>& layers, const DesktopWindow& window) {
 
 }  // namespace
 
+PixelRect boundsOfClient(const DesktopWindow& window) {
+    return {0, 0, window.bounds.width, window.bounds.height};
+}
+
 SceneLayer layerOfClient(const DesktopWindow& window, const std::vector<PixelRect>& shape) {
     const int border = window.border;
-    const PixelRect& inner = window.bounds;
-    return {window.number,
-            0,
-            {inner.x - border, inner.y - border, inner.width + 2 * border, inner.height + 2 * border},
-            inner,
-            shape};
+    const PixelRect inner = boundsOfClient(window);
+    const PixelRect outer{-border, -border, inner.width + 2 * border, inner.height + 2 * border};
+    return {window.number, 0, outer, inner, shape};
 }
 
 std::vector<SceneLayer> layersOfArea(const WindowList& windows) {

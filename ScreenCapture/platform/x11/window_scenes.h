@@ -9,7 +9,8 @@
 
 namespace orvo::platform::x11 {
 
-// A window's client alone, without its border.
+// A window's client alone, without its border, in its own coordinates: its place on the root does not matter.
+PixelRect boundsOfClient(const DesktopWindow& window);
 SceneLayer layerOfClient(const DesktopWindow& window, const std::vector<PixelRect>& shape);
 
 // Everything on screen but desktop windows and the background, with frames, front to back.

@@ -46,11 +46,12 @@ Shot X11WindowServer::windowPicture(uint32_t window) {
     const DesktopWindow* found = desktop->windows->find(window);
     if (!found) return NoImage::gone;
     if (!found->onScreen) return NoImage::notOnScreen;
-    const Asking asking;
+    const Asking asking(Line::pictures);
     if (!asking) return NoImage::noServer;
     if (!asking->extensions().composite) return NoImage::failed;
     SceneGrabber scene(*asking);
-    Shot shot = scene.take(found->bounds, {layerOfClient(*found, queryShape(*asking, window))});
+    Shot shot =
+        scene.take(boundsOfClient(*found), {layerOfClient(*found, queryShape(*asking, window))}, *desktop->windows);
     if (shot.image && !scene.anyPicture()) return NoImage::notOnScreen;
     return shot;
 }
@@ -60,7 +61,7 @@ Shot X11WindowServer::displayPicture(uint32_t display) {
     if (!desktop) return NoImage::noServer;
     const Monitor* monitor = desktop->monitors->find(display);
     if (!monitor) return NoImage::gone;
-    const Asking asking;
+    const Asking asking(Line::pictures);
     if (!asking) return NoImage::noServer;
     return DisplayGrabber(*asking, monitor->area).take();
 }

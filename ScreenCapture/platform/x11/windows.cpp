@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <unordered_map>
 
+#include "ScreenCapture/platform/software/region.h"
 #include "ScreenCapture/platform/x11/atoms.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
 #include "ScreenCapture/platform/x11/window_facts.h"
@@ -318,6 +319,17 @@ void WindowPart::refresh(Connection& x, Desktop& next) {
 const DesktopWindow* WindowList::find(xcb_window_t number) const {
     const auto found = std::find_if(all.begin(), all.end(), [=](auto& window) { return window.number == number; });
     return found == all.end() ? nullptr : &*found;
+}
+
+bool WindowList::isSeenWhole(xcb_window_t window, const PixelRect& root) const {
+    const auto found =
+        std::find_if(all.begin(), all.end(), [=](auto& each) { return each.number == window || each.frame == window; });
+    if (found == all.end()) return false;
+    const PixelRect& area = found->number == window ? found->bounds : found->frameBounds;
+    return software::intersection(area, root) == area && std::none_of(all.begin(), found, [&](auto& other) {
+               return other.onScreen && other.frame != found->frame &&
+                      !software::intersection(other.frameBounds, area).empty();
+           });
 }
 
 int32_t layerOf(WindowType type, bool keptAbove) {

@@ -48,6 +48,8 @@ struct WindowList {
     bool hasManager = false;         // a window manager that keeps the common hints runs
 
     const DesktopWindow* find(xcb_window_t number) const;
+    // Whether all of a client or frame shows on the root, as far as the bounds of others tell.
+    bool isSeenWhole(xcb_window_t window, const PixelRect& root) const;
 };
 
 // How far in front a window is kept.
