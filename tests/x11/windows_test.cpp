@@ -130,14 +130,12 @@ TEST(Windows, APictureIsTheWindowsOwnWhateverCoversIt) {
     EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0);
     const uint64_t version = grabber->window().image->version();
     EXPECT_NE(version, 0U);
-    EXPECT_EQ(grabber->window().image->version(), version);
 
     const auto cover = windows.make({.area = {150, 120, 400, 300}});
     windows.painter().fill(cover, {0, 0, 400, 300}, 0x123456);
     EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0);
     EXPECT_EQ(grabber->window().image->version(), version);  // nothing of it changed
     windows.painter().move(window, -120, 400);               // half off the screen, on two sides
-    EXPECT_EQ(grabber->window().image->version(), version);
     windows.paintPattern(window, 200, 150);
     EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0);
     EXPECT_NE(grabber->window().image->version(), version);

@@ -81,6 +81,9 @@ bool SceneSource::readPicture(const PictureFormats& formats) {
     size_ = {0, 0, reply->width, reply->height};
     depth_ = reply->depth;
     border_ = window->border_width;
+    configuredWidth_ = window->width;
+    configuredHeight_ = window->height;
+    configuredBorder_ = border_;
     if (const auto format = formats.opaque(depth_)) {
         picture_ = ServerPicture(x_);
         xcb_render_create_picture(x_.raw(), picture_.id(), pixmap_.id(), format, 0, nullptr);
