@@ -59,6 +59,7 @@ class Faults : public DesktopTest {
         orvo_windowthumbnail_find_windows_async(true);  // one picture, further down, is enough
         auto* found = orvo_windowthumbnail_find_windows(&windows);
         orvo_windowthumbnail_free_windows(found, windows);
+        orvo_windowthumbnail_find_windows_async(false);
         orvo_windowthumbnail_register(7);
         orvo_windowthumbnail_window_checkStatus(7);
         orvo_windowthumbnail_show_source_window(7, ORVO_SHOW_WINDOW_FRONT);
