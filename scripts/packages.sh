@@ -7,9 +7,13 @@ build_packages=(
     libglib2.0-dev libgdk-pixbuf-2.0-dev libyuv-dev libpng-dev libcli11-dev nlohmann-json3-dev
 )
 test_packages=(libgtest-dev xvfb openbox x11-utils x11-xserver-utils x11-apps xdotool lld)
-lint_packages=(clang-format clang-tidy shellcheck python3)
+lint_packages=(clang-format clang-tidy clang shellcheck python3)
 bench_packages=(libbenchmark-dev)
 demo_packages=(xterm)
+
+# What a Mac needs from Homebrew beside Xcode. The doors want a newer bash than the system's, and nproc.
+# shellcheck disable=SC2034 # used by the door setup
+brew_packages=(bash coreutils cmake ninja googletest libpng cli11 nlohmann-json)
 
 all_packages=("${build_packages[@]}" "${test_packages[@]}" "${lint_packages[@]}" "${bench_packages[@]}" "${demo_packages[@]}")
 if [ "${BASH_SOURCE[0]}" = "$0" ]; then

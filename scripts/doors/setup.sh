@@ -1,10 +1,16 @@
 #!/bin/bash
-# Installs the Debian packages that build, tests, lint and demo need; does nothing when they are there.
+# Installs the packages that build, tests, lint and demo need (on a Mac: build and tests); does nothing when they are there.
 set -euo pipefail
 source scripts/packages.sh
 
+if [ "$(uname)" = Darwin ] && command -v brew >/dev/null; then
+    for package in "${brew_packages[@]}"; do
+        brew list --versions "$package" >/dev/null || brew install "$package"
+    done
+    exit 0
+fi
 if ! command -v dpkg-query >/dev/null; then
-    echo "setup: this is no Debian system; install the counterparts of: ${all_packages[*]}" >&2
+    echo "setup: neither Debian nor a Mac with Homebrew; install the counterparts of: ${all_packages[*]}" >&2
     exit 1
 fi
 
