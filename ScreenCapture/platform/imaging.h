@@ -33,6 +33,7 @@ class Imaging {
     // The bitmap of a picture as the system decodes it; null for a picture without one.
     virtual Ref<Image> flatten(const Picture& picture) = 0;
 
+    // The buffer of the next two is locked by the caller.
     // A picture over a pixel buffer's bytes, which it copies.
     virtual Picture picture(PixelBuffer& buffer) = 0;
     // The part of a 32-bit BGRA buffer inside a rectangle (pixels, origin top-left), scaled into a new buffer of packed

@@ -9,11 +9,27 @@ namespace {
 
 constexpr size_t kBitsPerByte = 8;
 
-// How many bytes the rows of a bitmap take; the last one may end where its pixels end.
-size_t bytesOfRows(CGImageRef bitmap) {
-    const size_t height = CGImageGetHeight(bitmap);
-    const size_t lastRow = CGImageGetWidth(bitmap) * CGImageGetBitsPerPixel(bitmap) / kBitsPerByte;
-    return height == 0 ? 0 : CGImageGetBytesPerRow(bitmap) * (height - 1) + lastRow;
+// How much may be missing at the end: what follows the pixels of the last row.
+CFIndex paddingOfRow(CGImageRef bitmap) {
+    const size_t pixels = CGImageGetWidth(bitmap) * CGImageGetBitsPerPixel(bitmap) / kBitsPerByte;
+    return static_cast<CFIndex>(CGImageGetBytesPerRow(bitmap) - pixels);
+}
+
+// A bitmap's bytes as its data provider copies them, and in any case whole rows: readers count on those. Null when
+// there are too few.
+CFRef<CFDataRef> copyBytes(CGImageRef bitmap) {
+    CGDataProviderRef provider = CGImageGetDataProvider(bitmap);
+    if (!provider) return nullptr;
+    auto bytes = CFRef<CFDataRef>::adopt(CGDataProviderCopyData(provider));
+    const auto needed = static_cast<CFIndex>(CGImageGetBytesPerRow(bitmap) * CGImageGetHeight(bitmap));
+    const CFIndex missing = bytes ? needed - CFDataGetLength(bytes.get()) : needed;
+    if (missing <= 0) return bytes;
+    if (!bytes || missing > paddingOfRow(bitmap)) return nullptr;
+    const auto whole =
+        CFRef<CFMutableDataRef>::adopt(CFDataCreateMutableCopy(kCFAllocatorDefault, needed, bytes.get()));
+    if (!whole) return nullptr;
+    CFDataSetLength(whole.get(), needed);
+    return CFRef<CFDataRef>::retain(whole.get());
 }
 
 // A bitmap like the given one over other bytes, which it keeps alive.
@@ -88,12 +104,8 @@ CGImageRef MacImage::decoded() const {
 
 const uint8_t* MacImage::copied(CGImageRef bitmap) const {
     if (!bitmap) return nullptr;
-    if (!bytes_) {
-        CGDataProviderRef provider = CGImageGetDataProvider(bitmap);
-        if (provider) bytes_ = CFRef<CFDataRef>::adopt(CGDataProviderCopyData(provider));
-    }
-    if (!bytes_ || static_cast<size_t>(CFDataGetLength(bytes_.get())) < bytesOfRows(bitmap)) return nullptr;
-    return CFDataGetBytePtr(bytes_.get());
+    if (!bytes_) bytes_ = copyBytes(bitmap);
+    return bytes_ ? CFDataGetBytePtr(bytes_.get()) : nullptr;
 }
 
 Picture pictureOf(NSImage* image) {

@@ -30,18 +30,6 @@ CFRef<CGImageRef> bitmapOf(const Ref<Image>& image) {
     return macImage(image).bitmap();
 }
 
-// Keeps a buffer's memory in place for reading.
-class ReadLock {
-  public:
-    explicit ReadLock(PixelBuffer& buffer) : buffer_(buffer) { buffer_.lock(); }
-    ~ReadLock() { buffer_.unlock(); }
-    ReadLock(const ReadLock&) = delete;
-    ReadLock& operator=(const ReadLock&) = delete;
-
-  private:
-    PixelBuffer& buffer_;
-};
-
 CVPixelBufferRef cvBuffer(const PixelBuffer& buffer) {
     return static_cast<const MacPixelBuffer&>(buffer).buffer();
 }
@@ -61,6 +49,17 @@ class Rows {
   private:
     vImage_Buffer buffer_;
 };
+
+// The part of a locked buffer inside a rectangle; no data when the two do not meet.
+vImage_Buffer partOf(const PixelBuffer& buffer, const Rect& area) {
+    const CGRect part = CGRectIntersection(rectOf(area), CGRectMake(0, 0, buffer.width(), buffer.height()));
+    const auto* top = static_cast<const uint8_t*>(buffer.baseAddress());
+    if (CGRectIsEmpty(part) || !top) return {};
+    const uint8_t* first = top + truncated<size_t>(part.origin.y) * buffer.bytesPerRow() +
+                           truncated<size_t>(part.origin.x) * kBytesPerPixel;
+    return {const_cast<uint8_t*>(first), truncated<vImagePixelCount>(part.size.height),
+            truncated<vImagePixelCount>(part.size.width), buffer.bytesPerRow()};
+}
 
 void freeBytes(void* /*context*/, const void* bytes) {
     free(const_cast<void*>(bytes));
@@ -168,13 +167,9 @@ class MacImaging final : public Imaging {
     Picture picture(PixelBuffer& buffer) override {
         @autoreleasepool {
             CVPixelBufferRef pixels = cvBuffer(buffer);
-            CFRef<CFDataRef> bytes;
-            {
-                ReadLock lock(buffer);
-                bytes = CFRef<CFDataRef>::adopt(
-                    CFDataCreate(kCFAllocatorDefault, static_cast<const uint8_t*>(CVPixelBufferGetBaseAddress(pixels)),
-                                 static_cast<CFIndex>(CVPixelBufferGetDataSize(pixels))));
-            }
+            const auto bytes = CFRef<CFDataRef>::adopt(
+                CFDataCreate(kCFAllocatorDefault, static_cast<const uint8_t*>(CVPixelBufferGetBaseAddress(pixels)),
+                             static_cast<CFIndex>(CVPixelBufferGetDataSize(pixels))));
             if (!bytes) return {};
             const auto provider = CFRef<CGDataProviderRef>::adopt(CGDataProviderCreateWithCFData(bytes.get()));
             const auto space = CFRef<CGColorSpaceRef>::adopt(CGColorSpaceCreateDeviceRGB());
@@ -190,32 +185,18 @@ class MacImaging final : public Imaging {
     }
 
     Ref<PixelBuffer> scaledRGB(PixelBuffer& buffer, const Rect& area, uint32_t width, uint32_t height) override {
+        const vImage_Buffer source = partOf(buffer, area);
         const Rows scaled(width, height, kBytesPerPixel);
         Rows packed(width, height, kRGBBytesPerPixel);
-        if (!scaled.buffer().data || !packed.buffer().data) return nullptr;
-        {
-            ReadLock lock(buffer);
-            const CGRect inside = CGRectIntersection(rectOf(area), CGRectMake(0, 0, buffer.width(), buffer.height()));
-            if (CGRectIsEmpty(inside)) return nullptr;
-            const size_t row = buffer.bytesPerRow();
-            const auto* top = static_cast<const uint8_t*>(buffer.baseAddress());
-            if (!top) return nullptr;
-            const auto* first =
-                top + truncated<size_t>(inside.origin.y) * row + truncated<size_t>(inside.origin.x) * kBytesPerPixel;
-            const vImage_Buffer source{const_cast<uint8_t*>(first), truncated<vImagePixelCount>(inside.size.height),
-                                       truncated<vImagePixelCount>(inside.size.width), row};
-            if (vImageScale_ARGB8888(&source, &scaled.buffer(), nullptr, kvImageNoFlags) != kvImageNoError) {
-                return nullptr;
-            }
-        }
+        if (!source.data || !scaled.buffer().data || !packed.buffer().data) return nullptr;
+        if (vImageScale_ARGB8888(&source, &scaled.buffer(), nullptr, kvImageNoFlags) != kvImageNoError) return nullptr;
         if (vImageConvert_BGRA8888toRGB888(&scaled.buffer(), &packed.buffer(), kvImageNoFlags) != kvImageNoError) {
             return nullptr;
         }
         CFRef<CVPixelBufferRef> result;
-        const CVReturn status = CVPixelBufferCreateWithBytes(
-            kCFAllocatorDefault, width, height, kCVPixelFormatType_24RGB, packed.buffer().data,
-            packed.buffer().rowBytes, freeBytes, nullptr, nullptr, result.out());
-        if (status != kCVReturnSuccess || !result) return nullptr;
+        CVPixelBufferCreateWithBytes(kCFAllocatorDefault, width, height, kCVPixelFormatType_24RGB, packed.buffer().data,
+                                     packed.buffer().rowBytes, freeBytes, nullptr, nullptr, result.out());
+        if (!result) return nullptr;
         // From here on the buffer frees the bytes.
         static_cast<void>(packed.leak());
         return makeCounted<MacPixelBuffer>(std::move(result));

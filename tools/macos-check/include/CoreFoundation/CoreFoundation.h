@@ -22,6 +22,7 @@ typedef const struct __CFAllocator* CFAllocatorRef;
 typedef const struct __CFArray* CFArrayRef;
 typedef const struct __CFBoolean* CFBooleanRef;
 typedef const struct __CFData* CFDataRef;
+typedef struct __CFData* CFMutableDataRef;
 typedef const struct __CFDictionary* CFDictionaryRef;
 typedef const struct __CFString* CFStringRef;
 typedef struct __CFRunLoop* CFRunLoopRef;
@@ -59,6 +60,8 @@ CHECK_C CFTypeID CFBooleanGetTypeID(void);
 CHECK_C Boolean CFBooleanGetValue(CFBooleanRef boolean);
 
 CHECK_C CFDataRef CFDataCreate(CFAllocatorRef allocator, const UInt8* bytes, CFIndex length);
+CHECK_C CFMutableDataRef CFDataCreateMutableCopy(CFAllocatorRef allocator, CFIndex capacity, CFDataRef data);
+CHECK_C void CFDataSetLength(CFMutableDataRef data, CFIndex length);
 CHECK_C const UInt8* CFDataGetBytePtr(CFDataRef data);
 CHECK_C CFIndex CFDataGetLength(CFDataRef data);
 
