@@ -35,7 +35,7 @@ class Answer {
         std::lock_guard guard(lock_);
         return value_;
     }
-    NoImage why() {
+    API_AVAILABLE(macos(14.0)) NoImage why() {
         std::lock_guard guard(lock_);
         return error_ && error_.code == SCStreamErrorUserDeclined ? NoImage::notPermitted : NoImage::failed;
     }

@@ -3,8 +3,7 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
-typedef int32_t AXError;
-enum : AXError { kAXErrorSuccess = 0, kAXErrorIllegalArgument = -25201 };
+typedef enum AXError : int32_t { kAXErrorSuccess = 0, kAXErrorIllegalArgument = -25201 } AXError;
 typedef enum AXValueType : uint32_t { kAXValueTypeCGPoint = 1, kAXValueTypeCGSize = 2 } AXValueType;
 
 typedef const struct __AXUIElement* AXUIElementRef;

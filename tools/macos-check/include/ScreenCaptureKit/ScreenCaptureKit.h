@@ -45,4 +45,4 @@ CHECK_SINCE(14.0) @interface SCScreenshotManager : NSObject
              completionHandler:(void (^)(CGImageRef image, NSError* error))handler;
 @end
 
-enum : NSInteger { SCStreamErrorUserDeclined = -3801 };
+enum CHECK_SINCE(12.3) SCStreamErrorCode : NSInteger { SCStreamErrorUserDeclined = -3801 };
