@@ -201,3 +201,9 @@ void OrvoScreenCaptureImpl::registerCallback(int kind, void* callback, void* use
     IMPL_LOG("%s, callback:%p user data:%p", "registerCallback", callback, userData);
     if (const auto registry = settings()) registry->registerCallback(kind, callback, userData);
 }
+
+bool OrvoScreenCaptureImpl::GetStatistics(CaptureStatistics::Figures& figures) const {
+    const auto registry = session() ? settings() : nullptr;
+    if (registry) figures = registry->statistics().figures();
+    return registry != nullptr;
+}

@@ -44,6 +44,9 @@ class OrvoScreenCaptureImpl {
 
     void registerCallback(int kind, void* callback, void* userData);
 
+    // False before Init; then what became of the capture since.
+    bool GetStatistics(CaptureStatistics::Figures& figures) const;
+
     // _lists
     OrvoScreenCaptureScreenItem* EnumScreenList(unsigned int& count);
     void FreeScreenList(const OrvoScreenCaptureScreenItem* list);

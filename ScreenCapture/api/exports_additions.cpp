@@ -1,20 +1,85 @@
-// The exports beyond the common interface.
-#include "orvo/screencapture_additions.h"
+// The exported additions: version, permissions, a window's owner, statistics.
+#include <algorithm>
+#include <cstring>
 
 #include "ScreenCapture/api/facade_call.h"
 #include "ScreenCapture/thumbnail/window_info.h"
+#include "orvo/screencapture_additions.h"
+
+using orvo::api::ask;
+using orvo::platform::Permission;
+using orvo::platform::PermissionState;
+using orvo::platform::platform;
+using orvo::platform::System;
+
+namespace {
+
+int32_t published(PermissionState state) {
+    switch (state) {
+        case PermissionState::neverAsked:
+            return ORVO_PERMISSION_NEVER_ASKED;
+        case PermissionState::denied:
+            return ORVO_PERMISSION_DENIED;
+        case PermissionState::granted:
+            return ORVO_PERMISSION_GRANTED;
+        case PermissionState::restartNeeded:
+            return ORVO_PERMISSION_RESTART_NEEDED;
+    }
+    return ORVO_PERMISSION_DENIED;
+}
+
+OrvoScreenCapturePermissionState askSystem(OrvoScreenCapturePermission permission,
+                                           PermissionState (System::*question)(Permission)) {
+    return ask<int32_t>(ORVO_PERMISSION_DENIED, [=](OrvoScreenCaptureImpl&) -> int32_t {
+        if (permission != ORVO_PERMISSION_SCREEN_RECORDING && permission != ORVO_PERMISSION_ACCESSIBILITY)
+            return ORVO_PERMISSION_DENIED;
+        return published((platform().system().*question)(
+            permission == ORVO_PERMISSION_SCREEN_RECORDING ? Permission::screenRecording : Permission::accessibility));
+    });
+}
+
+}  // namespace
+
+const char* orvo_screencapture_version(void) {
+    return ORVO_VERSION_TEXT;
+}
+
+OrvoScreenCapturePermissionState orvo_screencapture_get_permission(OrvoScreenCapturePermission permission) {
+    return askSystem(permission, &System::permission);
+}
+
+OrvoScreenCapturePermissionState orvo_screencapture_request_permission(OrvoScreenCapturePermission permission) {
+    return askSystem(permission, &System::requestPermission);
+}
 
 bool orvo_screencapture_get_window_owner(unsigned int windowID, OrvoScreenCaptureWindowOwner* owner) {
     EXPORT_LOG("SC", "%s", __func__);
     if (!owner) return false;
     *owner = {};
-    return orvo::api::ask(false, [=](OrvoScreenCaptureImpl&) {
-        for (const auto& window : orvo::platform::platform().windowServer().onScreenWindows()) {
+    return ask(false, [=](OrvoScreenCaptureImpl&) {
+        for (const auto& window : platform().windowServer().onScreenWindows()) {
             if (window.number != windowID) continue;
             owner->processID = window.ownerPID;
             orvo::thumbnail::copyTitle(owner->name, window.ownerName);
             return true;
         }
         return false;
+    });
+}
+
+bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics) {
+    if (!statistics) return false;
+    *statistics = {};
+    return ask(false, [=](OrvoScreenCaptureImpl& facade) {
+        CaptureStatistics::Figures figures;
+        if (!facade.GetStatistics(figures)) return false;
+        statistics->framesDelivered = figures.framesDelivered;
+        statistics->ticksMerged = figures.ticksMerged;
+        statistics->framesDropped = figures.framesDropped;
+        statistics->longestGapMilliseconds = static_cast<uint32_t>(std::min<uint64_t>(figures.longestGap, UINT32_MAX));
+        statistics->lastErrorCode = figures.lastErrorCode;
+        std::strncpy(statistics->lastErrorReason, figures.lastErrorReason.c_str(),
+                     sizeof(statistics->lastErrorReason) - 1);
+        return true;
     });
 }

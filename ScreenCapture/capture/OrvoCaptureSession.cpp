@@ -104,6 +104,7 @@ bool OrvoCaptureSession::refuseWithoutSource() {
     CS_LOG("%s", "-[OrvoCaptureSession startCapture]");
     if (captureSource != kNoSource) return false;
     CS_LOG("%s no capture source.", "-[OrvoCaptureSession startCapture]");
+    m_settings->statistics().failed(ORVO_CAPTURE_ERROR_NO_SOURCE, "no capture source was chosen");
     fire<orvo::capture::kCaptureError>(*m_settings, static_cast<int>(ORVO_CAPTURE_ERROR_NO_SOURCE));
     return true;
 }
@@ -140,6 +141,7 @@ void OrvoCaptureSession::startStep(const PartsRef& parts) {
         }
         if (windows && windows->isRunning()) windows->stopCapture();
         if (windows) windows->withdrawStart();
+        m_settings->statistics().begin();
         device->startRunning();
         CS_LOG("ScreenCaptureSession is started");
         return;
@@ -150,6 +152,7 @@ void OrvoCaptureSession::startStep(const PartsRef& parts) {
         return;
     }
     if (device && device->isRunning()) device->stopRunning();
+    m_settings->statistics().begin();
     windows->startCapture();
     CS_LOG("WindowCaptureSession is started");
 }
@@ -197,8 +200,9 @@ bool OrvoCaptureSession::isCapture(const PartsRef& parts) {
 void OrvoCaptureSession::setFPS(int fps) {
     CS_LOG("%s fps: %d", "-[OrvoCaptureSession setFPS:]", fps);
     if (!inited()) return;
-    enqueue([fps](OrvoCaptureSession&, const PartsRef& parts) {
+    enqueue([fps](OrvoCaptureSession& self, const PartsRef& parts) {
         parts->fps = fps;
+        self.m_settings->statistics().setFps(fps);
         if (parts->captureScreenInput) parts->captureScreenInput->setMinFrameDuration({1, fps});
         if (parts->windowCaptureSession) parts->windowCaptureSession->setFps(fps);
     });
@@ -233,9 +237,13 @@ void OrvoCaptureSession::setResolutionWidth(int width, int height) {
 }
 
 void OrvoCaptureSession::captureSessionRuntimeErrorOccur() {
+    m_settings->statistics().failed(ORVO_CAPTURE_ERROR_NO_CONTENT);
     fire<orvo::capture::kCaptureError>(*m_settings, static_cast<int>(ORVO_CAPTURE_ERROR_NO_CONTENT));
 }
 
+void OrvoCaptureSession::onDropped(NoImage why) {
+    m_settings->statistics().dropped(describe(why));
+}
 void OrvoCaptureSession::onRuntimeError(const CaptureFailure& failure) {
     captureSessionRuntimeErrorDidOccur(failure);
 }
@@ -247,5 +255,6 @@ void OrvoCaptureSession::onInterruption(const CaptureFailure& failure) {
 void OrvoCaptureSession::captureSessionRuntimeErrorDidOccur(const CaptureFailure& failure) {
     const std::string& words = failure.recoverySuggestion.empty() ? failure.failureReason : failure.recoverySuggestion;
     platform().system().console("ERROR: " + (words.empty() ? "(null)" : words));
+    m_settings->statistics().failed(ORVO_CAPTURE_ERROR_INTERRUPTED, words);
     fire<orvo::capture::kCaptureError>(*m_settings, static_cast<int>(ORVO_CAPTURE_ERROR_INTERRUPTED));
 }

@@ -52,6 +52,7 @@ class OrvoCaptureSession : public orvo::platform::DisplayCaptureDelegate,
 
     // Device path, on the main queue.
     void onSample(orvo::platform::PixelBuffer& buffer, const orvo::platform::MediaTime& presentationTime) override;
+    void onDropped(orvo::platform::NoImage why) override;
     void onRuntimeError(const orvo::platform::CaptureFailure& failure) override;
     void onInterruption(const orvo::platform::CaptureFailure& failure) override;
 

@@ -57,10 +57,12 @@ void OrvoCaptureSession::onSample(PixelBuffer& buffer, const MediaTime& presenta
     const Size size = buffer.displaySize();
     const size_t bytesPerRow = buffer.bytesPerRow();
     const auto format = describeFrame(truncated<int32_t>(size.width), truncated<int32_t>(size.height), bytesPerRow);
+    const auto time = static_cast<unsigned long long>(milliseconds(presentationTime));
     const LockedPixels pixels(buffer);
-    fire<orvo::capture::kFrame>(*m_settings, frameData(buffer, pixels.address()),
-                                truncated<uint32_t>(static_cast<double>(bytesPerRow) * size.height), &format,
-                                static_cast<unsigned long long>(milliseconds(presentationTime)), kMillisecondScale);
+    if (fire<orvo::capture::kFrame>(*m_settings, frameData(buffer, pixels.address()),
+                                    truncated<uint32_t>(static_cast<double>(bytesPerRow) * size.height), &format, time,
+                                    kMillisecondScale))
+        m_settings->statistics().delivered(0, time);
 }
 
 void OrvoCaptureSession::onCapturedWindowImage(PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime) {
@@ -79,7 +81,9 @@ void OrvoCaptureSession::notifyImageRef(PixelBuffer& buffer, uint32_t windowID, 
     const LockedPixels pixels(buffer);
     const void* address = pixels.address();
     const auto time = static_cast<unsigned long long>(recordTime);
-    fire<orvo::capture::kFrame>(*m_settings, frameData(buffer, address), length, &format, time, kMillisecondScale);
-    fire<orvo::capture::kWindowFrame>(*m_settings, frameData(buffer, address), length, &format, time, kMillisecondScale,
-                                      windowID);
+    const bool told =
+        fire<orvo::capture::kFrame>(*m_settings, frameData(buffer, address), length, &format, time, kMillisecondScale);
+    const bool toldOfWindow = fire<orvo::capture::kWindowFrame>(*m_settings, frameData(buffer, address), length,
+                                                                &format, time, kMillisecondScale, windowID);
+    if (told || toldOfWindow) m_settings->statistics().delivered(windowID, time);
 }

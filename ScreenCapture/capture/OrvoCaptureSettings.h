@@ -7,6 +7,8 @@
 #include <mutex>
 #include <utility>
 
+#include "ScreenCapture/capture/capture_statistics.h"
+
 class OrvoCaptureSettings {
   public:
     using Callback = std::pair<void*, void*>;  // function, user data
@@ -24,6 +26,9 @@ class OrvoCaptureSettings {
     // thread; from inside a callback it does not wait.
     void shut();
 
+    // Shared by everybody who shares the registry: what became of the capture since it was made.
+    CaptureStatistics& statistics() { return m_statistics; }
+
     // True the first time: what a throwing callback did is logged once.
     bool firstException() { return !m_exceptionSeen.exchange(true); }
 
@@ -36,4 +41,5 @@ class OrvoCaptureSettings {
     int m_callsUnderWay = 0;
     bool m_isShut = false;
     std::atomic<bool> m_exceptionSeen{false};
+    CaptureStatistics m_statistics;
 };

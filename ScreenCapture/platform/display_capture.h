@@ -22,12 +22,13 @@ struct CaptureFailure {
     std::string failureReason;
 };
 
-// Receives what the device path has to say, on the main queue. At most one sample waits undelivered: a busy main queue
-// finds the newest.
+// Receives what the device path has to say, on the main queue (drops: on any thread). At most one sample waits
+// undelivered: a busy main queue finds the newest.
 class DisplayCaptureDelegate {
   public:
     virtual ~DisplayCaptureDelegate() = default;
     virtual void onSample(PixelBuffer& buffer, const MediaTime& presentationTime) = 0;  // buffer: during the call only
+    virtual void onDropped(NoImage why) = 0;                                            // a tick without a sample
     virtual void onRuntimeError(const CaptureFailure& failure) = 0;
     virtual void onInterruption(const CaptureFailure& failure) = 0;
 };

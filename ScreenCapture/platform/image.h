@@ -69,6 +69,7 @@ enum class NoImage {
     notPermitted,  // the system refuses
     noServer,      // the window server cannot be reached
     noBuffer,      // every buffer of the pool is in use
+    hostBusy,      // the host had not taken the picture before
     failed,        // anything else
 };
 // A few words for logs.
@@ -86,6 +87,8 @@ inline const char* describe(NoImage why) {
             return "the window server cannot be reached";
         case NoImage::noBuffer:
             return "every buffer is in use";
+        case NoImage::hostBusy:
+            return "the host's main queue is busy";
         case NoImage::failed:
             break;
     }

@@ -14,11 +14,18 @@ class Clock {
     virtual double secondsSince1970() = 0;  // wall clock
 };
 
+enum class Permission { screenRecording, accessibility };
+enum class PermissionState { neverAsked, denied, granted, restartNeeded };
+
 class System {
   public:
     virtual ~System() = default;
     // One line for the developer's console, written as a whole.
     virtual void console(std::string_view line) = 0;
+
+    // What the user allows this process now; asking may show the system's own dialogue and does not wait for it.
+    virtual PermissionState permission(Permission permission) = 0;
+    virtual PermissionState requestPermission(Permission permission) = 0;
 };
 
 // What a platform call threw; adapters let nothing else out.

@@ -33,6 +33,7 @@ std::shared_ptr<OrvoWindowCaptureSession> OrvoWindowCaptureSession::initWithSett
 
 OrvoWindowCaptureSession::OrvoWindowCaptureSession(const std::shared_ptr<OrvoCaptureSettings>& settings)
     : captureQueue(platform().dispatch().makeSerialQueue("com.orvo.window.manager")),
+      m_settings(settings),
       m_windowManager(std::make_shared<OrvoWindowManager>(settings)),
       m_options(CaptureOptions()),
       m_excludeWindows(std::make_shared<Snapshot<Numbers>>(Numbers())) {}

@@ -77,11 +77,12 @@ class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowC
     orvo::platform::Shot getDeskImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item, const Tick& tick);
     orvo::platform::Shot getExcludeWindowsImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
                                                               const Tick& tick);
-    bool checkImageIsValidWithCGImage(const orvo::platform::Image* image);
+    bool checkImageIsValidWithCGImage(const orvo::platform::Shot& shot);
     void notifySuccessWithCGImage(const ImageRef& image, uint32_t windowID);
     TargetFrame& frameOf(uint32_t windowID, const OrvoWindow& item);
 
     const std::shared_ptr<orvo::platform::SerialQueue> captureQueue;
+    const std::shared_ptr<OrvoCaptureSettings> m_settings;
     const std::shared_ptr<OrvoWindowManager> m_windowManager;
     const OrvoWindowCursor windowCursor{};
     ORVO::BASE::Snapshot<CaptureOptions> m_options;

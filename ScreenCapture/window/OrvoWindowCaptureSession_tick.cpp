@@ -30,12 +30,12 @@ void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, co
 
     // What cannot be found has no picture; its frame begins when it is first seen.
     if (!item) {
-        checkImageIsValidWithCGImage(nullptr);
+        checkImageIsValidWithCGImage(NoImage::gone);
         return;
     }
     TargetFrame& frame = frameOf(windowID, *item);
     const Shot shot = getImageWithOrvowindow(frame, *item, tick);
-    if (!checkImageIsValidWithCGImage(shot.image.get())) return;
+    if (!checkImageIsValidWithCGImage(shot)) return;
 
     const bool painted = tick.options->bVisible && windowCursor.appendMouseCursor(*shot.image, item);
     notifySuccessWithCGImage(frame.cropAndScale(shot.image, *tick.options, painted), item->windowID);
@@ -91,12 +91,13 @@ Shot OrvoWindowCaptureSession::getExcludeWindowsImageWithOrvoWindow(TargetFrame&
 
 // The time of the last good picture is left alone by a bad one: once the patience is over every bad picture is told of,
 // and the first one at once when none was ever good.
-bool OrvoWindowCaptureSession::checkImageIsValidWithCGImage(const Image* image) {
+bool OrvoWindowCaptureSession::checkImageIsValidWithCGImage(const Shot& shot) {
     const double now = platform().clock().absoluteSeconds();
-    if (image && image->width() >= kNarrowestImage) {
+    if (shot.image && shot.image->width() >= kNarrowestImage) {
         lastErrorTime = now;
         return true;
     }
+    m_settings->statistics().dropped(describe(shot.image ? NoImage::notOnScreen : shot.why));
     const auto delegate = m_delegate.load();
     if (const auto receiver = delegate ? delegate->lock() : nullptr; receiver && now - lastErrorTime > kPatience)
         receiver->captureSessionRuntimeErrorOccur();
@@ -107,6 +108,7 @@ bool OrvoWindowCaptureSession::checkImageIsValidWithCGImage(const Image* image) 
 void OrvoWindowCaptureSession::notifySuccessWithCGImage(const ImageRef& image, uint32_t windowID) {
     const Ref<PixelBuffer> buffer = image ? platform().imaging().wrap(image) : nullptr;
     lastImage = nullptr;
+    if (!buffer) m_settings->statistics().dropped("the picture does not fit the crop or the output size");
     const uint64_t recordTime =
         uOffset + truncated<uint64_t>(platform().clock().secondsSince1970() * kMillisecondsPerSecond);
     const auto delegate = m_delegate.load();

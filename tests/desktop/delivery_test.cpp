@@ -1,6 +1,7 @@
 // Frames of the display path on their way to the host, and the registry of its callbacks.
 #include <stdexcept>
 
+#include "orvo/screencapture_additions.h"
 #include "support/desktop/host.h"
 
 namespace orvo::test {
@@ -156,6 +157,38 @@ TEST_F(Delivery, AnExceptionOfTheHostEndsInTheLogOnce) {
     }
     EXPECT_EQ(takeLog(), Lines{"1 CS a host callback of kind 3 threw an exception"});
     EXPECT_TRUE(orvo_screencapture_is_capturing());
+}
+
+TEST_F(Delivery, StatisticsTellWhatBecameOfTheTicks) {
+    OrvoScreenCaptureStatistics figures{};
+    EXPECT_FALSE(orvo_screencapture_get_statistics(&figures));
+    EXPECT_FALSE(orvo_screencapture_get_statistics(nullptr));
+    start();  // 15 a second
+    const struct {
+        int64_t milliseconds;
+        uint64_t merged, longestGap;
+    } ticks[] = {{1000, 0, 0}, {1067, 0, 67}, {1267, 2, 200}, {1300, 2, 200}};
+    uint64_t delivered = 0;
+    for (const auto& tick : ticks) {
+        deliver(platform::makeCounted<FrameBuffer>(pattern(1, 4, 1)), {tick.milliseconds, 1000});
+        ASSERT_TRUE(orvo_screencapture_get_statistics(&figures));
+        EXPECT_EQ(figures.framesDelivered, ++delivered);
+        EXPECT_EQ(figures.ticksMerged, tick.merged);
+        EXPECT_EQ(figures.longestGapMilliseconds, tick.longestGap);
+    }
+    desk.device().fail({"", "unplugged"});
+    desk.stepper.run(mainQueue);
+    orvo_screencapture_get_statistics(&figures);
+    EXPECT_EQ(figures.lastErrorCode, 4);
+    EXPECT_STREQ(figures.lastErrorReason, "unplugged");
+}
+
+TEST_F(Delivery, PermissionsAreThoseOfTheSystem) {
+    desk.permission = platform::PermissionState::restartNeeded;
+    EXPECT_EQ(orvo_screencapture_get_permission(ORVO_PERMISSION_SCREEN_RECORDING), ORVO_PERMISSION_RESTART_NEEDED);
+    desk.permission = platform::PermissionState::neverAsked;
+    EXPECT_EQ(orvo_screencapture_request_permission(ORVO_PERMISSION_ACCESSIBILITY), ORVO_PERMISSION_NEVER_ASKED);
+    EXPECT_EQ(orvo_screencapture_get_permission(7), ORVO_PERMISSION_DENIED);
 }
 
 }  // namespace

@@ -52,6 +52,16 @@ using orvo::platform::DisplayCaptureDelegate;
     delegate->onSample(*buffer, {time.value, time.timescale});
 }
 
+// Late samples are discarded by the output: the main queue was busy.
+- (void)captureOutput:(AVCaptureOutput*)output
+    didDropSampleBuffer:(CMSampleBufferRef)sample
+         fromConnection:(AVCaptureConnection*)connection {
+    static_cast<void>(output);
+    static_cast<void>(sample);
+    static_cast<void>(connection);
+    if (const auto delegate = _delegate.lock()) delegate->onDropped(orvo::platform::NoImage::hostBusy);
+}
+
 // Comes on any thread, the delegate hears of it on the main queue.
 - (void)captureSessionRuntimeErrorDidOccur:(NSNotification*)notification {
     NSError* error = notification.userInfo[AVCaptureSessionErrorKey];

@@ -1,6 +1,10 @@
-// The clocks and the developer's console.
+// The clocks, the developer's console and what the user permits.
+#include <ApplicationServices/ApplicationServices.h>
 #include <CoreFoundation/CoreFoundation.h>
+#include <CoreGraphics/CoreGraphics.h>
 #include <Foundation/Foundation.h>
+
+#include <atomic>
 
 #include "ScreenCapture/platform/macos/services.h"
 #include "ScreenCapture/platform/macos/text.h"
@@ -21,6 +25,45 @@ class MacSystem final : public System {
             NSLog(@"%@", textFrom(line));
         }
     }
+
+    PermissionState permission(Permission permission) override {
+        if (isGranted(permission)) return PermissionState::granted;
+        return asked(permission) ? answer(permission) : PermissionState::neverAsked;
+    }
+
+    PermissionState requestPermission(Permission permission) override {
+        if (isGranted(permission)) return PermissionState::granted;
+        asked(permission) = true;
+        if (permission == Permission::accessibility) {
+            NSDictionary* options = @{(__bridge NSString*)kAXTrustedCheckOptionPrompt : @YES};
+            AXIsProcessTrustedWithOptions((__bridge CFDictionaryRef)options);
+        } else if (@available(macOS 11.0, *)) {
+            recordingNeedsRestart_ = CGRequestScreenCaptureAccess();
+        }
+        return this->permission(permission);
+    }
+
+  private:
+    // Before 11.0 nothing can be asked, and a picture shows what is permitted.
+    static bool isGranted(Permission permission) {
+        if (permission == Permission::accessibility) return AXIsProcessTrusted();
+        if (@available(macOS 11.0, *)) return CGPreflightScreenCaptureAccess();
+        return true;
+    }
+
+    std::atomic<bool>& asked(Permission permission) {
+        return permission == Permission::accessibility ? askedForAccessibility_ : askedForRecording_;
+    }
+
+    // Recording that the user has allowed is in force in the process's next life.
+    PermissionState answer(Permission permission) const {
+        const bool needsRestart = permission == Permission::screenRecording && recordingNeedsRestart_;
+        return needsRestart ? PermissionState::restartNeeded : PermissionState::denied;
+    }
+
+    std::atomic<bool> askedForRecording_{false};
+    std::atomic<bool> askedForAccessibility_{false};
+    std::atomic<bool> recordingNeedsRestart_{false};
 };
 
 }  // namespace

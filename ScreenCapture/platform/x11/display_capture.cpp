@@ -148,6 +148,7 @@ class CaptureEngine : public std::enable_shared_from_this<CaptureEngine> {
     }
 
     void noteDrop(NoImage why) {
+        output_->noteDrop(why);
         if (std::exchange(toldOfDrops_, true)) return;
         syslog_ex(1, ESYSLOG_WARN, "X11", __LINE__, "display capture drops frames: %s", describe(why));
     }

@@ -29,10 +29,20 @@ void SampleOutput::offer(uint64_t run, const Ref<software::Frame>& frame, const 
         time_ = time;
         mustPost = !std::exchange(posted_, true);
     }
+    if (replaced) noteDrop(NoImage::hostBusy);
     if (!mustPost) return noteMainQueueDelay();
     // A plain pointer fits into the job itself, so that posting allocates nothing.
     auto* self = Ref<SampleOutput>::retain(this).leak();
     postToMainQueue([self] { Ref<SampleOutput>::adopt(self)->deliver(); });
+}
+
+void SampleOutput::noteDrop(NoImage why) {
+    std::shared_ptr<DisplayCaptureDelegate> delegate;
+    {
+        std::lock_guard lock(mutex_);
+        delegate = delegate_.lock();
+    }
+    if (delegate) delegate->onDropped(why);
 }
 
 void SampleOutput::deliver() {

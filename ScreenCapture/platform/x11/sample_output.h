@@ -21,6 +21,9 @@ class SampleOutput final : public Counted {
     // Has a sample delivered on the main queue, in place of one that still waits there.
     void offer(uint64_t run, const Ref<software::Frame>& frame, const MediaTime& time);
 
+    // Tells the delegate of a tick without a sample.
+    void noteDrop(NoImage why);
+
   private:
     void deliver();
 

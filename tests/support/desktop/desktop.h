@@ -79,6 +79,7 @@ struct DesktopState {
     platform::Point pointer;  // origin at the main display's bottom-left corner
 
     std::vector<std::string> console;  // lines
+    platform::PermissionState permission = platform::PermissionState::granted;
     std::vector<std::string>
         pictures;  // questions for pictures: "window 7", "area 0,0 10x10", "composed 0,0 10x10: 7 8"
     std::vector<platform::Rect> placements;  // of what was drawn into an output size

@@ -69,6 +69,8 @@ class ScriptedSystem final : public System {
         auto lock = desktop_.gate.hold();
         desktop_.console.emplace_back(line);
     }
+    platform::PermissionState permission(platform::Permission) override { return desktop_.permission; }
+    platform::PermissionState requestPermission(platform::Permission) override { return desktop_.permission; }
 
   private:
     Desktop& desktop_;

@@ -3,6 +3,8 @@
 
 #include <time.h>
 
+#include <atomic>
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -36,6 +38,7 @@ class CaptureRecorder final : public platform::DisplayCaptureDelegate {
         pixels.assign(bytes, bytes + bytesPerRow * static_cast<size_t>(height));
         if (keep) kept.push_back(platform::Ref<platform::PixelBuffer>::retain(&buffer));
     }
+    void onDropped(platform::NoImage) override { drops++; }
     void onRuntimeError(const platform::CaptureFailure& failure) override {
         runtimeErrors++;
         reason = failure.failureReason;
@@ -59,6 +62,7 @@ class CaptureRecorder final : public platform::DisplayCaptureDelegate {
                static_cast<uint32_t>(p[1]) << 8 | p[0];
     }
 
+    std::atomic<int> drops = 0;
     int samples = 0;
     int runtimeErrors = 0;
     int interruptions = 0;

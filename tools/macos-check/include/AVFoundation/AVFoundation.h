@@ -31,6 +31,9 @@ CHECK_C NSString* const AVCaptureSessionErrorKey;
 - (void)captureOutput:(AVCaptureOutput*)output
     didOutputSampleBuffer:(CMSampleBufferRef)sample
            fromConnection:(AVCaptureConnection*)connection;
+- (void)captureOutput:(AVCaptureOutput*)output
+    didDropSampleBuffer:(CMSampleBufferRef)sample
+         fromConnection:(AVCaptureConnection*)connection;
 @end
 
 @interface AVCaptureVideoDataOutput : AVCaptureOutput

@@ -12,6 +12,10 @@ typedef struct __AXObserver* AXObserverRef;
 typedef void (*AXObserverCallback)(AXObserverRef observer, AXUIElementRef element, CFStringRef notification,
                                    void* context);
 
+CHECK_C Boolean AXIsProcessTrusted(void);
+CHECK_C Boolean AXIsProcessTrustedWithOptions(CFDictionaryRef options);
+CHECK_C const CFStringRef kAXTrustedCheckOptionPrompt;
+
 CHECK_C CFTypeID AXUIElementGetTypeID(void);
 CHECK_C CHECK_RETURNS_RETAINED AXUIElementRef AXUIElementCreateApplication(pid_t pid);
 CHECK_C CHECK_RETURNS_RETAINED AXUIElementRef AXUIElementCreateSystemWide(void);

@@ -44,6 +44,7 @@ CHECK_C CGRect CGDisplayBounds(CGDirectDisplayID display);
 CHECK_C size_t CGDisplayPixelsHigh(CGDirectDisplayID display);
 // Declared for 10.15 by the system, whose own 10.15 does not have it.
 CHECK_C bool CGPreflightScreenCaptureAccess(void) CHECK_SINCE(11.0);
+CHECK_C bool CGRequestScreenCaptureAccess(void) CHECK_SINCE(11.0);
 
 // The window list.
 typedef uint32_t CGWindowID;
