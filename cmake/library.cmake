@@ -37,7 +37,8 @@ file(GLOB ORVO_SYSTEM_EXPORTS CONFIGURE_DEPENDS ScreenCapture/api/exports_${ORVO
 add_library(OrvoScreenCaptureOSX SHARED ${ORVO_SYSTEM_EXPORTS}
     $<TARGET_OBJECTS:orvo_runtime> $<TARGET_OBJECTS:orvo_log> $<TARGET_OBJECTS:orvo_logic> $<TARGET_OBJECTS:orvo_adapter>)
 target_link_libraries(OrvoScreenCaptureOSX PRIVATE orvo_options)
-target_include_directories(OrvoScreenCaptureOSX INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+target_include_directories(OrvoScreenCaptureOSX INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
 
 # orvo_exported_names(SCRIPT FILE): what SCRIPT prints of the one list of exports, as a file that the linker reads.
 function(orvo_exported_names script file)

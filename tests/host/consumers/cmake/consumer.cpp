@@ -1,0 +1,21 @@
+// Uses the C interface, the base runtime and the log of the installed package, and prints the library's version.
+#include <orvo/screencapture_additions.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "all_headers.h"  // every installed header, in the order of their names
+
+int main() {
+    char line[] = "a line\n";
+    ORVO::ScreenCapture::sym_encrypt(line);
+    if (std::strcmp(line, "a line\n") == 0) return 1;
+    ORVO::ScreenCapture::sym_encrypt(line);
+    if (std::strcmp(line, "a line\n") != 0) return 1;
+
+    orvo_screencapture_init();
+    const bool idle = !orvo_screencapture_is_capturing();
+    orvo_screencapture_uninit();
+    std::printf("version %s\n", orvo_screencapture_version());
+    return idle ? 0 : 1;
+}
