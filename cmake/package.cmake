@@ -1,0 +1,26 @@
+# The Debian package, made by CPack of what is installed: `./dev package`.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME orvo-screencapture)
+set(CPACK_PACKAGE_VENDOR "Orvo")
+set(CPACK_PACKAGE_CONTACT "Orvo Screen Capture maintainers <maintainers@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "screen and window capture for real-time video")
+set(CPACK_PACKAGE_DESCRIPTION "A library that captures screens, rectangles of them and windows into raw frames at a
+chosen rate, and tells of everything that happens to a captured window.
+Holds the library, its headers for C and C++, and the command-line tool orvocap.")
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/package)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION video)
+# What the binaries need is read from them; the tool's need of the library is met by the package itself.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
+# For packages that link the library, and for the loader's cache; a trigger needs no script.
+file(WRITE ${PROJECT_BINARY_DIR}/generated/shlibs
+    "libOrvoScreenCaptureOSX ${PROJECT_VERSION_MAJOR} orvo-screencapture (>= ${PROJECT_VERSION})\n")
+file(WRITE ${PROJECT_BINARY_DIR}/generated/triggers "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/generated/shlibs ${PROJECT_BINARY_DIR}/generated/triggers)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+include(CPack)

@@ -1,0 +1,43 @@
+#!/bin/bash
+# Tries an installed package: orvocap and the soname, then hosts built against it by CMake and by pkg-config, and run.
+# usage: try-package.sh PREFIX VERSION C_COMPILER CXX_COMPILER [FLAGS...]
+set -euo pipefail
+prefix=$1 version=$2 cc=$3 cxx=$4
+flags=("${@:5}")
+root=$(cd "$(dirname "$0")/.." && pwd)
+consumers=$root/tests/host/consumers
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+fail() {
+    echo "try-package: $*" >&2
+    exit 1
+}
+expect_version() { # WHAT PROGRAM
+    local line
+    line=$("$root/scripts/with-xvfb.sh" "$2" | grep -x "version $version") || fail "$1 did not print version $version"
+    echo "$1: $line"
+}
+
+[ "$("$prefix/bin/orvocap" --version)" = "orvocap $version" ] || fail 'orvocap does not run'
+[ "$(readlink "$prefix/lib/libOrvoScreenCaptureOSX.so.2")" = "libOrvoScreenCaptureOSX.so.$version" ] ||
+    fail 'the link of the soname does not lead to the library'
+readelf -d "$prefix/lib/libOrvoScreenCaptureOSX.so" | grep -q 'SONAME.*\[libOrvoScreenCaptureOSX.so.2\]' ||
+    fail 'the library has another soname'
+
+# Every installed header, as a host includes it.
+mkdir "$work/headers"
+(cd "$prefix/include/orvo" && find . -name '*.h' | sort | sed 's|^\./\(.*\)|#include "\1"|') >"$work/headers/all_headers.h"
+if ! { cmake -S "$consumers/cmake" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$cxx" \
+    -DCMAKE_CXX_FLAGS="${flags[*]} -I$work/headers" && cmake --build "$work/cmake"; } >"$work/cmake.log" 2>&1; then
+    cat "$work/cmake.log" >&2
+    fail 'the CMake host does not build'
+fi
+expect_version 'CMake and C++' "$work/cmake/consumer"
+
+export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
+[ "$(pkg-config --modversion orvo-screencapture)" = "$version" ] || fail 'pkg-config answers another version'
+read -ra options <<<"$(pkg-config --cflags --libs orvo-screencapture)"
+"$cc" "${flags[@]}" -std=c11 -Wall -Wextra -Wpedantic -Werror "$consumers/pkgconfig/consumer.c" "${options[@]}" \
+    -Wl,-rpath,"$prefix/lib" -o "$work/consumer"
+expect_version 'pkg-config and C' "$work/consumer"
