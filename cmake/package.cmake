@@ -17,10 +17,5 @@ set(CPACK_DEBIAN_PACKAGE_SECTION video)
 # What the binaries need is read from them; the tool's need of the library is met by the package itself.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
-# For packages that link the library, and for the loader's cache; a trigger needs no script.
-file(WRITE ${PROJECT_BINARY_DIR}/generated/shlibs
-    "libOrvoScreenCaptureOSX ${PROJECT_VERSION_MAJOR} orvo-screencapture (>= ${PROJECT_VERSION})\n")
-file(WRITE ${PROJECT_BINARY_DIR}/generated/triggers "activate-noawait ldconfig\n")
-set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/generated/shlibs ${PROJECT_BINARY_DIR}/generated/triggers)
-set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 include(CPack)

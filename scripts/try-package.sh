@@ -25,11 +25,8 @@ expect_version() { # WHAT PROGRAM
 readelf -d "$prefix/lib/libOrvoScreenCaptureOSX.so" | grep -q 'SONAME.*\[libOrvoScreenCaptureOSX.so.2\]' ||
     fail 'the library has another soname'
 
-# Every installed header, as a host includes it.
-mkdir "$work/headers"
-(cd "$prefix/include/orvo" && find . -name '*.h' | sort | sed 's|^\./\(.*\)|#include "\1"|') >"$work/headers/all_headers.h"
 if ! { cmake -S "$consumers/cmake" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$cxx" \
-    -DCMAKE_CXX_FLAGS="${flags[*]} -I$work/headers" && cmake --build "$work/cmake"; } >"$work/cmake.log" 2>&1; then
+    -DCMAKE_CXX_FLAGS="${flags[*]}" && cmake --build "$work/cmake"; } >"$work/cmake.log" 2>&1; then
     cat "$work/cmake.log" >&2
     fail 'the CMake host does not build'
 fi
@@ -41,3 +38,8 @@ read -ra options <<<"$(pkg-config --cflags --libs orvo-screencapture)"
 "$cc" "${flags[@]}" -std=c11 -Wall -Wextra -Wpedantic -Werror "$consumers/pkgconfig/consumer.c" "${options[@]}" \
     -Wl,-rpath,"$prefix/lib" -o "$work/consumer"
 expect_version 'pkg-config and C' "$work/consumer"
+
+# Every installed header finds what it includes.
+(cd "$prefix/include/orvo" && find . -name '*.h' | sort | sed 's|^\./\(.*\)|#include "\1"|') >"$work/all_headers.cpp"
+"$cxx" "${flags[@]}" -std=c++20 -Wall -Wextra -Werror -fsyntax-only "${options[@]}" "$work/all_headers.cpp"
+echo "headers: $(wc -l <"$work/all_headers.cpp")"

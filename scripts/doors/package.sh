@@ -1,5 +1,5 @@
 #!/bin/bash
-# Makes the Debian package, and installs, tries and removes it in a folder (--try: in this system, as root).
+# Makes the Debian package and tries it unpacked; with --try, as root, installed into this system and removed again.
 set -euo pipefail
 in_system=
 case ${1-} in
@@ -18,24 +18,21 @@ version=$(dpkg-deb -f "$package" Version)
 echo "package: $package ($(($(stat -c %s "$package") / 1024)) KiB)"
 echo "package: needs $(dpkg-deb -f "$package" Depends)"
 
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-if [ -n "$in_system" ]; then
-    root=
-    dpkg=(dpkg)
-else
-    root=$work/root
-    mkdir -p "$root/var/lib/dpkg/updates" "$root/var/lib/dpkg/info"
-    touch "$root/var/lib/dpkg/status"
-    # An empty system: what the package needs is outside it.
-    dpkg=(dpkg "--root=$root" --force-not-root --force-depends --log=/dev/null)
+if [ -z "$in_system" ]; then
+    work=$(mktemp -d)
+    trap 'rm -rf "$work"' EXIT
+    dpkg-deb -x "$package" "$work"
+    scripts/try-package.sh "$work/usr" "$version" cc c++
+    echo 'package: unpacked and tried'
+    exit 0
 fi
-"${dpkg[@]}" -i "$package" >"$work/log" 2>&1 || { cat "$work/log" >&2; exit 1; }
+
+dpkg -i "$package"
 status=0
-scripts/try-package.sh "$root/usr" "$version" cc c++ || status=$?
-"${dpkg[@]}" -P orvo-screencapture >"$work/log" 2>&1 || { cat "$work/log" >&2; exit 1; }
-left=$(dpkg-deb --fsys-tarfile "$package" | tar -t | grep -v '/$' | while read -r file; do
-    [ ! -e "$root/$file" ] || echo "$file"
+{ scripts/try-package.sh /usr "$version" cc c++ && ldconfig -p | grep -q 'libOrvoScreenCaptureOSX\.so\.2 '; } || status=1
+dpkg -P orvo-screencapture
+left=$(dpkg-deb --fsys-tarfile "$package" | tar -t | while read -r file; do
+    case $file in */orvo* | */libOrvo* | */Orvo*) [ ! -e "/$file" ] || echo "$file" ;; esac
 done)
 [ -z "$left" ] || { printf 'package: the removal left:\n%s\n' "$left" >&2; exit 1; }
 [ "$status" -ne 0 ] || echo 'package: installed, tried and removed'

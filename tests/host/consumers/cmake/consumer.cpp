@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "all_headers.h"  // every installed header, in the order of their names
+#include "ScreenCapture/log/sym_encrypt.h"
 
 int main() {
     char line[] = "a line\n";
