@@ -130,6 +130,7 @@ TEST(Windows, APictureIsTheWindowsOwnWhateverCoversIt) {
     EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0);
     const uint64_t version = grabber->window().image->version();
     EXPECT_NE(version, 0U);
+    EXPECT_EQ(grabber->window().image->version(), version);
 
     const auto cover = windows.make({.area = {150, 120, 400, 300}});
     windows.painter().fill(cover, {0, 0, 400, 300}, 0x123456);
