@@ -27,6 +27,9 @@ wait_for_windows() {
     echo "demo: not all programs showed a window; going on" >&2
 }
 
+# The number of the newest window of a class.
+window_of() { xdotool search --onlyvisible --class "$1" 2>/dev/null | tail -n 1; }
+
 open_programs() {
     open xterm -geometry 80x24+40+60 -title 'Orvo demo' -e sh -c 'while :; do date; sleep 0.2; done'
     open xclock -update 1 -geometry 220x220+700+80
@@ -59,6 +62,55 @@ recordings_act() {
         "$orvocap" record --screen main --rect 40,40,640,400 --cursor --fps 25 --seconds 2 --y4m "$output/rectangle.y4m"
 }
 
+# A window under another one, the same with bars above and below, and the screen without one of its windows.
+windows_act() {
+    local xterm xlogo
+    xterm=$(window_of xterm)
+    xlogo=$(window_of xlogo)
+    xdotool windowmove "$xlogo" 200 160 windowactivate "$xlogo"
+    act 'A window that another one covers: its own content all the same' \
+        "$orvocap" record --window "$xterm" --fps 10 --seconds 1 --png "$output/window-covered"
+    act 'The area under it, with what covers it' \
+        "$orvocap" record --window "$xterm" --mode area --fps 10 --seconds 1 --png "$output/window-area"
+    act 'The window in a square, with bars' \
+        "$orvocap" record --window "$xterm" --size 400x400 --fit letterbox --fps 10 --seconds 1 \
+        --png "$output/window-letterbox"
+    act 'Two windows at once, each with a film of its own' \
+        "$orvocap" record --window "$xterm" --extra "$xlogo" --fps 15 --seconds 1 --y4m "$output/film.y4m"
+    act 'The screen without the window in front; the root has no picture, so it is black' \
+        "$orvocap" record --screen main --exclude "$xlogo" --fps 10 --seconds 1 --png "$output/screen-without-xlogo"
+}
+
+# What somebody does to the watched window.
+disturb() {
+    sleep 1
+    xdotool windowmove "$1" 640 120
+    sleep 1
+    xdotool windowsize "$1" 300 300
+    sleep 1
+    xdotool windowminimize "$1"
+    sleep 1
+    xdotool windowmap "$1"
+    sleep 1
+    kill "$2"
+}
+
+# A watch whose window is closed ends with 1, as a capture that has failed.
+events_act() {
+    local status=0
+    open xclock -update 1 -geometry 200x200+900+560
+    local clock=${programs[-1]}
+    wait_for_windows 5
+    local window
+    window=$(xdotool search --onlyvisible --pid "$clock" 2>/dev/null | tail -n 1 || true)
+    [ -n "$window" ] || window=$(window_of xclock)
+    disturb "$window" "$clock" &
+    programs+=($!)
+    act 'What happens to a window while it is moved, resized, minimised, restored and closed' \
+        "$orvocap" watch --window "$window" --seconds 10 | tee "$output/events.txt" || status=$?
+    echo "(the watch ended with $status: its window was closed)"
+}
+
 open_programs
 # A display that somebody works on keeps its pointer and its background.
 if [ "${1-}" = private ]; then
@@ -68,6 +120,8 @@ fi
 screens_act
 picker_act
 recordings_act
+windows_act
+events_act
 
 printf '\n# Written\n'
 for entry in "$output"/*; do

@@ -270,7 +270,10 @@ ORVO_API bool orvo_screencapture_set_target_rect(unsigned int screenID, int left
 ORVO_API bool orvo_screencapture_set_target_window(unsigned int windowID);
 
 /* Adds windows to, or removes them from, the window targets. windows: count numbers, read during the call; nothing is
- * done when count is below 1. Result: true after orvo_screencapture_init. */
+ * done when count is below 1. Takes effect at once, before calls that are still queued: an
+ * orvo_screencapture_set_target_window among them then leaves its window as the only target. To begin with several
+ * windows choose the window path with orvo_screencapture_set_target_window_mode and add them all here. Result: true
+ * after orvo_screencapture_init. */
 ORVO_API bool orvo_screencapture_set_extra_target_windows(unsigned int* windows, int count, bool add);
 
 /* Leaves windows out of composed pictures, or lets them in again. windows: count numbers, read during the call. */

@@ -1,16 +1,14 @@
-// From the library's frame to the written one: copies, limits, figures, pictures, options.
+// From the library's frame to the written one: copies, limits, figures, pictures.
 #include "tools/orvocap/recording.h"
 
 #include <gtest/gtest.h>
 #include <png.h>
 
-#include <CLI/CLI.hpp>
 #include <cstring>
 
 #include "support/tool/frames.h"
 #include "tools/orvocap/png_file.h"
 #include "tools/orvocap/png_sink.h"
-#include "tools/orvocap/target_options.h"
 
 namespace orvocap {
 namespace {
@@ -133,7 +131,7 @@ TEST(Recording, TakesTheFramesOfItsTime) {
     }
 }
 
-TEST(PngSink, WritesPicturesThatReadBackTheSame) {
+TEST(PngSink, WritesPicturesThatReadBackTheSameAndShowEmptyPixelsBlack) {
     TemporaryFolder folder;
     PngSink sink(folder.path() + "/new/deep");
     Frame frame = solidFrame(3, 2, {1, 2, 3}, 0);
@@ -146,29 +144,10 @@ TEST(PngSink, WritesPicturesThatReadBackTheSame) {
     image.format = PNG_FORMAT_BGRA;
     std::vector<uint8_t> pixels(PNG_IMAGE_SIZE(image));
     ASSERT_TRUE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr));
+    setPixel(frame, 2, 1, {0, 0, 0, 255});
     EXPECT_EQ(pixels, frame.pixels);
     EXPECT_THROW(PngSink("/dev/null/folder"), std::runtime_error);
     EXPECT_THROW(writePng(folder.path() + "/none/x.png", frame), std::runtime_error);
-}
-
-TEST(TargetOptions, ReadsRectanglesAndKnowsTheirFrames) {
-    const auto parse = [](TargetOptions& options, const std::string& rect) {
-        CLI::App app;
-        options.addTo(app);
-        app.parse("--screen main --rect " + rect);
-    };
-    for (const char* wrong :
-         {"1,2,3", "1,2,3,4,5", "1;2;3;4", "a,b,c,d", "-1,0,10,10", "0,0,0,10", "1,2,3,99999999999"}) {
-        TargetOptions options;
-        EXPECT_THROW(parse(options, wrong), CLI::ParseError) << wrong;
-    }
-    TargetOptions options;
-    parse(options, "10,20,64,40");
-    EXPECT_TRUE(options.matches(64, 40));
-    EXPECT_TRUE(options.matches(128, 80));  // two pixels to the point
-    EXPECT_FALSE(options.matches(1280, 801));
-    EXPECT_FALSE(options.matches(128, 40));
-    EXPECT_FALSE(options.matches(32, 20));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <functional>
+#include <string>
 
 #include "orvo/screencapture.h"
 
@@ -13,13 +14,19 @@ struct FrameView {
     const char* data;
     const OrvoScreenCaptureFrameFormat& format;
     unsigned long long time;  // milliseconds
+    unsigned int target = 0;  // the number of the window target that it shows; 0 for a display or its rectangle
 };
+
+// What a code of ORVO_CAPTURE_ERROR_* means, for the user.
+std::string captureErrorText(int code);
 
 // Init on construction, stop and uninit on destruction. One at a time in a process.
 class Capture {
   public:
-    // onFrame runs on the library's threads; it must not block and must not throw.
-    explicit Capture(std::function<void(const FrameView&)> onFrame);
+    enum class Path { display, windows };  // window targets name themselves with every frame
+
+    // onFrame and onError run on the library's threads; they must not block and must not throw.
+    Capture(Path path, std::function<void(const FrameView&)> onFrame, std::function<void(int)> onError = {});
     ~Capture();
     Capture(const Capture&) = delete;
     Capture& operator=(const Capture&) = delete;
@@ -31,6 +38,7 @@ class Capture {
 
   private:
     std::function<void(const FrameView&)> onFrame_;
+    std::function<void(int)> onError_;
     std::atomic<int> error_{0};  // one of ORVO_CAPTURE_ERROR_*, 0 for none
 };
 

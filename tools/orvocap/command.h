@@ -16,6 +16,7 @@ void addScreensCommand(CLI::App& app, Action& action);
 void addWindowsCommand(CLI::App& app, Action& action);
 void addPickerCommand(CLI::App& app, Action& action);
 void addRecordCommand(CLI::App& app, Action& action);
+void addWatchCommand(CLI::App& app, Action& action);
 void addLogCommand(CLI::App& app, Action& action);
 
 }  // namespace orvocap

@@ -10,7 +10,7 @@ enum ExitCode {
     exitSuccess = 0,
     exitFailure = 1,   // capture or writing failed
     exitUsage = 2,     // the options make no sense
-    exitNoTarget = 3,  // no display, or not the screen that was asked for
+    exitNoTarget = 3,  // no display, or not the screen or window that was asked for
 };
 
 // Ends the command with a message that says what is wrong and what to do.

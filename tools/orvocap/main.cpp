@@ -7,14 +7,15 @@ namespace {
 
 constexpr void (*addCommands[])(CLI::App&, orvocap::Action&) = {
     orvocap::addScreensCommand, orvocap::addWindowsCommand, orvocap::addPickerCommand,
-    orvocap::addRecordCommand,  orvocap::addLogCommand,
+    orvocap::addRecordCommand,  orvocap::addWatchCommand,   orvocap::addLogCommand,
 };
 
 int run(int argc, char** argv) {
     CLI::App app{"Lists what can be captured and records it."};
     app.set_version_flag("--version", "orvocap " ORVOCAP_VERSION);
     app.require_subcommand(1);
-    app.footer("Exit codes: 0 done, 1 capture or writing failed, 2 wrong options, 3 no such display or screen.");
+    app.footer(
+        "Exit codes: 0 done, 1 capture or writing failed, 2 wrong options, 3 no such display, screen or window.");
     orvocap::Action action;
     for (const auto add : addCommands) add(app, action);
     try {

@@ -1,4 +1,4 @@
-// A folder of PNG files, one for each frame.
+// A folder of PNG files, one for each frame, as a video shows it: opaque, and black where the picture is empty.
 #pragma once
 
 #include "frame_sink.h"
@@ -14,6 +14,7 @@ class PngSink : public FrameSink {
 
   private:
     std::string folder_;
+    Frame opaque_;  // its memory is used again
     unsigned int count_ = 0;
 };
 

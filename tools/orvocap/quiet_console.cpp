@@ -4,13 +4,22 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdio>
-
 namespace orvocap {
 
-QuietConsole::QuietConsole() : kept_(dup(STDERR_FILENO)) {
-    const int nowhere = open("/dev/null", O_WRONLY);
-    if (kept_ >= 0 && nowhere >= 0) {
+namespace {
+
+std::FILE* openCopy(int descriptor) {
+    const int copy = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+    std::FILE* const file = copy < 0 ? nullptr : fdopen(copy, "w");
+    if (!file && copy >= 0) close(copy);
+    return file;
+}
+
+}  // namespace
+
+QuietConsole::QuietConsole() : console_(openCopy(STDERR_FILENO), &std::fclose) {
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (console_ && nowhere >= 0) {
         std::fflush(stderr);
         dup2(nowhere, STDERR_FILENO);
     }
@@ -18,10 +27,10 @@ QuietConsole::QuietConsole() : kept_(dup(STDERR_FILENO)) {
 }
 
 QuietConsole::~QuietConsole() {
-    if (kept_ < 0) return;
+    if (!console_) return;
     std::fflush(stderr);
-    dup2(kept_, STDERR_FILENO);
-    close(kept_);
+    std::fflush(console_.get());
+    dup2(fileno(console_.get()), STDERR_FILENO);
 }
 
 }  // namespace orvocap

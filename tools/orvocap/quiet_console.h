@@ -2,6 +2,9 @@
 // would be in the way.
 #pragma once
 
+#include <cstdio>
+#include <memory>
+
 namespace orvocap {
 
 // Drops what is written to standard error while it lives.
@@ -12,8 +15,11 @@ class QuietConsole {
     QuietConsole(const QuietConsole&) = delete;
     QuietConsole& operator=(const QuietConsole&) = delete;
 
+    // Where standard error went before.
+    [[nodiscard]] std::FILE* console() const { return console_ ? console_.get() : stderr; }
+
   private:
-    int kept_;  // where standard error went before; -1 when it could not be changed
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> console_;  // null when nothing could be changed
 };
 
 }  // namespace orvocap

@@ -1,8 +1,12 @@
-// The options that choose what to capture, shared by the commands that do.
+// The options that choose what to capture and how its picture is made.
 #pragma once
 
 #include <CLI/CLI.hpp>
 #include <string>
+#include <vector>
+
+#include "option_numbers.h"
+#include "window_targets.h"
 
 namespace orvocap {
 
@@ -10,11 +14,19 @@ class TargetOptions {
   public:
     void addTo(CLI::App& command);
 
-    // Throws a Failure when there is no such screen.
+    // Throws a Failure when there is no such screen or window, or when the options do not go together.
     void resolve();
 
-    // Hands target and cursor to the library, which must be initialised.
+    // Hands target, picture and cursor to the library, which must be initialised.
     void choose() const;
+
+    // Whether frames come from the window path, which names their target.
+    [[nodiscard]] bool onWindowPath() const {
+        return !windows_.empty() || !excluded_.empty() || width_ > 0 || fit_ >= 0 || !crop_.isEmpty();
+    }
+
+    // The numbers that frames carry; a single 0 for the display path.
+    [[nodiscard]] std::vector<unsigned int> targets() const;
 
     // Whether a frame of this size can be of the chosen target: the library keeps the whole screen when it refuses a
     // rectangle. A frame may have several pixels to the point.
@@ -23,18 +35,28 @@ class TargetOptions {
     // Says why frames of this size are not what was asked for.
     [[nodiscard]] std::string mismatch(int width, int height) const;
 
+    // What may be the reason when no frame comes; empty when nothing is known.
+    [[nodiscard]] std::string noFrameHint() const;
+
   private:
-    struct Rect {
-        int left = 0, top = 0, width = 0, height = 0;
-    };
-    void readRect(const std::string& text);
-    [[nodiscard]] bool hasRect() const { return !rectText_.empty(); }
+    void addPictureOptions(CLI::App& command, CLI::Option* rect);
+    void readSize(const std::string& text);
+    void resolveScreen();
+    void chooseTarget() const;
+    void choosePicture() const;
 
     std::string screenText_;
-    std::string rectText_;
-    bool cursor_ = false;
     unsigned int screen_ = 0;
-    Rect rect_;
+    std::string rectText_;
+    Area rect_;
+    WindowTargets windows_;
+    std::vector<unsigned int> excluded_;
+    int mode_ = ORVO_WINDOW_MODE_WINDOW;
+    int width_ = 0;  // of the picture; 0 keeps the source's
+    int height_ = 0;
+    int fit_ = -1;  // one of ORVO_RESOLUTION_MODE_*, -1 when not given
+    Area crop_;
+    bool cursor_ = false;
 };
 
 }  // namespace orvocap

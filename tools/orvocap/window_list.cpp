@@ -73,6 +73,11 @@ ListedItem itemOf(const OrvoThumbnailWindowInfo& info) {
 
 }  // namespace
 
+std::string noWindowText(uint32_t number) {
+    return "no window " + std::to_string(number) +
+           " is on screen; it may be minimised or closed: `orvocap windows` lists what can be captured";
+}
+
 std::vector<ListedItem> listItems(bool withPictures) {
     requireScreens();
     const QuietConsole quiet;

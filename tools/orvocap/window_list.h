@@ -24,6 +24,9 @@ struct ListedItem {
     std::optional<Frame> picture;
 };
 
+// What to tell a user who named a window that is not there.
+std::string noWindowText(uint32_t number);
+
 // Throws a Failure that says what to do when there is no screen.
 std::vector<ListedItem> listItems(bool withPictures);
 

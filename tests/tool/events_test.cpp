@@ -1,0 +1,66 @@
+// What orvocap watch prints: names, lines, JSON, and which repetitions it leaves out.
+#include "tools/orvocap/events.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+namespace orvocap {
+namespace {
+
+using Kind = Event::Kind;
+
+TEST(Events, AreOneLineEach) {
+    struct Case {
+        Event event;
+        const char* line;
+        const char* json;
+    };
+    const Case cases[] = {
+        {{.kind = Kind::moved, .window = 12, .rect = {10, 20, 110, 70}, .seconds = 1.5},
+         "    1.500 moved     12         100x50 at 10,20",
+         R"({"seconds":1.5,"kind":"moved","window":12,"bounds":{"x":10,"y":20,"width":100,"height":50}})"},
+        {{.kind = Kind::status, .window = 4194318, .code = 3},
+         "    0.000 status    4194318    3 minimized  0x0 at 0,0",
+         R"({"seconds":0.0,"kind":"status","window":4194318,"code":3,"name":"minimized",
+             "bounds":{"x":0,"y":0,"width":0,"height":0}})"},
+        {{.kind = Kind::error, .code = 3, .seconds = 12.0004},
+         "   12.000 error     -          3 no-content  the target shows nothing any more, or is gone",
+         R"({"seconds":12.0004,"kind":"error","code":3,"name":"no-content"})"},
+        {{.kind = Kind::process, .window = 7, .code = 4, .title = "a\n\"b\"\xff"},
+         "    0.000 process   7          4 new-window  \"a\\n\\\"b\\\"\xEF\xBF\xBD\"",
+         R"({"seconds":0.0,"kind":"process","window":7,"code":4,"name":"new-window","title":"a\n\"b\"\ufffd"})"},
+        {{.kind = Kind::thumbnail, .window = 7, .code = 99},
+         "    0.000 thumbnail 7          99 unknown  \"\"",
+         R"({"seconds":0.0,"kind":"thumbnail","window":7,"code":99,"name":"unknown"})"},
+    };
+    for (const auto& [event, line, json] : cases) {
+        EXPECT_EQ(eventLine(event), line);
+        EXPECT_EQ(nlohmann::json::parse(eventJson(event)), nlohmann::json::parse(json)) << line;
+    }
+}
+
+TEST(News, LeavesOutWhatAWindowHasSaidLast) {
+    struct Case {
+        const char* name;
+        Event event;
+        bool isNew;
+    };
+    const OrvoScreenCaptureRect here{0, 0, 10, 10}, there{5, 0, 15, 10};
+    const Case cases[] = {
+        {"first", {.kind = Kind::status, .window = 1, .code = 0, .rect = here}, true},
+        {"again, later", {.kind = Kind::status, .window = 1, .code = 0, .rect = here, .seconds = 1}, false},
+        {"another window", {.kind = Kind::status, .window = 2, .code = 0, .rect = here}, true},
+        {"another kind in between", {.kind = Kind::moved, .window = 1, .rect = there}, true},
+        {"still the same", {.kind = Kind::status, .window = 1, .code = 0, .rect = here}, false},
+        {"another code", {.kind = Kind::status, .window = 1, .code = 8, .rect = there}, true},
+        {"another place", {.kind = Kind::status, .window = 1, .code = 0, .rect = there}, true},
+        {"back again", {.kind = Kind::status, .window = 1, .code = 0, .rect = here}, true},
+        {"the other window has not moved", {.kind = Kind::status, .window = 2, .code = 0, .rect = here}, false},
+    };
+    News news;
+    for (const Case& told : cases) EXPECT_EQ(news.isNew(told.event), told.isNew) << told.name;
+}
+
+}  // namespace
+}  // namespace orvocap

@@ -1,0 +1,17 @@
+// Areas on the command line.
+#include "option_numbers.h"
+
+#include <CLI/CLI.hpp>
+
+namespace orvocap {
+
+Area Area::read(const std::string& option, const std::string& text) {
+    std::array<int, 4> numbers{};
+    if (!readNumbers(text, ',', numbers)) throw CLI::ValidationError(option, "needs four numbers L,T,W,H");
+    const Area area{numbers[0], numbers[1], numbers[2], numbers[3]};
+    if (area.left < 0 || area.top < 0) throw CLI::ValidationError(option, "left and top cannot be below 0");
+    if (area.width < 1 || area.height < 1) throw CLI::ValidationError(option, "width and height must be above 0");
+    return area;
+}
+
+}  // namespace orvocap

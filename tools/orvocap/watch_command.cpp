@@ -1,0 +1,146 @@
+// orvocap watch: captures windows and prints what happens to them, a line for each event.
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "capture.h"
+#include "command.h"
+#include "events.h"
+#include "main_queue.h"
+#include "quiet_console.h"
+#include "stop_request.h"
+#include "window_targets.h"
+
+namespace orvocap {
+
+namespace {
+
+constexpr int framesPerSecond = 5;  // the slowest: every tick looks after the windows once
+constexpr int sliceMilliseconds = 20;
+
+using Clock = std::chrono::steady_clock;
+
+struct WatchOptions {
+    WindowTargets windows;
+    double seconds = 0;
+    bool all = false;
+    bool asJson = false;
+};
+
+// A capture whose frames only tell that it goes well, and whose news is collected.
+class Watch {
+  public:
+    Watch()
+        : capture_(
+              Capture::Path::windows, [this](const FrameView&) { error_ = 0; }, [this](int code) { fail(code); }) {
+        listen();
+    }
+
+    void start(const WindowTargets& windows) {
+        windows.choose(ORVO_WINDOW_MODE_WINDOW);
+        orvo_screencapture_set_cursor_visible(0);
+        orvo_screencapture_set_fps(framesPerSecond);
+        capture_.start();
+    }
+
+    std::vector<Event> take() { return events_.take(); }
+
+    // The capture's last error, 0 when frames have come since.
+    [[nodiscard]] int error() const { return error_; }
+
+    [[nodiscard]] double seconds() const { return std::chrono::duration<double>(Clock::now() - begin_).count(); }
+
+  private:
+    void listen();
+
+    void push(Event event) {
+        event.seconds = seconds();
+        events_.push(std::move(event));
+    }
+
+    void fail(int code) {
+        error_ = code;
+        push({.kind = Event::Kind::error, .code = code});
+    }
+
+    const Clock::time_point begin_ = Clock::now();
+    std::atomic<int> error_{0};
+    EventQueue events_;
+    Capture capture_;  // last, so that it ends first
+};
+
+void Watch::listen() {
+    orvo_screencapture_reg_captured_window_moved_notify(
+        [](unsigned int window, int left, int top, int width, int height, void* self) {
+            static_cast<Watch*>(self)->push(
+                {.kind = Event::Kind::moved, .window = window, .rect = {left, top, left + width, top + height}});
+        },
+        this);
+    orvo_screencapture_reg_captured_window_status_change_notify(
+        [](int status, unsigned int window, OrvoScreenCaptureRect rect, void* self) {
+            static_cast<Watch*>(self)->push(
+                {.kind = Event::Kind::status, .window = window, .code = status, .rect = rect});
+        },
+        this);
+    orvo_screencapture_reg_capture_process_window_change_notify(
+        [](int change, OrvoScreenCaptureProcessWindow window, void* self) {
+            static_cast<Watch*>(self)->push(
+                {.kind = Event::Kind::process, .window = window.windowID, .code = change, .title = window.title});
+        },
+        this);
+    orvo_windowthumbnail_reg_window_status_change_notify(
+        [](int status, OrvoThumbnailWindowInfo* info, void* self) {
+            Event event{.kind = Event::Kind::thumbnail, .code = status};
+            if (info) {
+                event.window = info->windowID;
+                event.title = info->title;
+                orvo_windowthumbnail_free_windows(info, 1);
+            }
+            static_cast<Watch*>(self)->push(std::move(event));
+        },
+        this);
+}
+
+// Prints what has come, at once also into a pipe.
+void print(const std::vector<Event>& events, const WatchOptions& options, News& news) {
+    for (const Event& event : events) {
+        if (!options.all && !news.isNew(event)) continue;
+        std::puts((options.asJson ? eventJson(event) : eventLine(event)).c_str());
+    }
+    if (std::fflush(stdout) != 0 || std::ferror(stdout))
+        throw Failure(exitFailure, std::string("cannot write: ") + std::strerror(errno));
+}
+
+ExitCode watch(const WatchOptions& options) {
+    options.windows.resolve();
+    listenForStop();
+    const QuietConsole quiet;
+    Watch watched;
+    News news;
+    watched.start(options.windows);
+    while (!stopRequested() && (options.seconds <= 0 || watched.seconds() < options.seconds)) {
+        runMainQueue(sliceMilliseconds);
+        print(watched.take(), options, news);
+        if (watched.error() == ORVO_CAPTURE_ERROR_INTERRUPTED) break;
+    }
+    if (const int code = watched.error())
+        throw Failure(exitFailure, "the capture has failed: " + captureErrorText(code));
+    return exitSuccess;
+}
+
+}  // namespace
+
+void addWatchCommand(CLI::App& app, Action& action) {
+    auto* command = app.add_subcommand("watch", "Capture windows and print what happens to them, as it happens.");
+    auto options = std::make_shared<WatchOptions>();
+    options->windows.addTo(*command)->required();
+    command->add_option("--seconds", options->seconds, "how long; without it until Ctrl-C")->check(CLI::PositiveNumber);
+    command->add_flag("--all", options->all, "print also what is told again with every tick");
+    command->add_flag("--json", options->asJson, "print a JSON object a line");
+    command->callback([options, &action] { action = [options] { return watch(*options); }; });
+}
+
+}  // namespace orvocap
