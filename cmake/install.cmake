@@ -39,6 +39,18 @@ if(TARGET orvocap)
     set_target_properties(orvocap PROPERTIES
         INSTALL_RPATH $<IF:$<BOOL:${APPLE}>,@loader_path,$ORIGIN>/${bin_to_library})
     install(TARGETS orvocap RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+
+    set(pages ${PROJECT_BINARY_DIR}/generated)
+    install(FILES ${pages}/orvocap.man DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 RENAME orvocap.1)
+    install(FILES ${pages}/orvocap.bash DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions
+        RENAME orvocap)
+    # A Debian package has a folder of its own for zsh.
+    install(CODE "set(ORVO_ZSH_FOLDER site-functions)
+        if(CMAKE_INSTALL_PREFIX STREQUAL /usr AND EXISTS /etc/debian_version)
+            set(ORVO_ZSH_FOLDER vendor-completions)
+        endif()")
+    install(FILES ${pages}/orvocap.zsh DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/zsh/\${ORVO_ZSH_FOLDER}"
+        RENAME _orvocap)
 endif()
 
 set(ORVO_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/orvo-screencapture)

@@ -24,6 +24,11 @@ expect_version() { # WHAT PROGRAM
     fail 'the link of the soname does not lead to the library'
 readelf -d "$prefix/lib/libOrvoScreenCaptureOSX.so" | grep -q 'SONAME.*\[libOrvoScreenCaptureOSX.so.2\]' ||
     fail 'the library has another soname'
+for page in man/man1/orvocap.1 bash-completion/completions/orvocap; do
+    [ -s "$prefix/share/$page" ] || fail "there is no $page"
+done
+[ -s "$prefix/share/zsh/site-functions/_orvocap" ] || [ -s "$prefix/share/zsh/vendor-completions/_orvocap" ] ||
+    fail 'there is no completion for zsh'
 
 if ! { cmake -S "$consumers/cmake" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$cxx" \
     -DCMAKE_CXX_FLAGS="${flags[*]}" && cmake --build "$work/cmake"; } >"$work/cmake.log" 2>&1; then

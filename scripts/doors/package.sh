@@ -8,7 +8,7 @@ case ${1-} in
     *) echo "usage: ./dev package [--try]" >&2; exit 2 ;;
 esac
 scripts/doors/setup.sh
-scripts/build.sh release OrvoScreenCaptureOSX orvocap
+scripts/build.sh release OrvoScreenCaptureOSX orvocap orvocap_page_files
 
 rm -rf build/release/package
 (cd build/release && cpack -G DEB) >build/release/package.log 2>&1 || { cat build/release/package.log >&2; exit 1; }

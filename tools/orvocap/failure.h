@@ -13,6 +13,18 @@ enum ExitCode {
     exitNoTarget = 3,  // no display, or not the screen or window that was asked for
 };
 
+// What the user reads of them.
+struct ExitMeaning {
+    ExitCode code;
+    const char* text;
+};
+constexpr ExitMeaning exitMeanings[] = {
+    {exitSuccess, "done"},
+    {exitFailure, "capture or writing failed"},
+    {exitUsage, "wrong options"},
+    {exitNoTarget, "no such display, screen or window"},
+};
+
 // Ends the command with a message that says what is wrong and what to do.
 class Failure : public std::runtime_error {
   public:

@@ -1,23 +1,14 @@
 // orvocap: shows what Orvo Screen Capture can see and records it. Reads the options and runs the chosen command.
 #include <cstdio>
 
-#include "command.h"
+#include "application.h"
 
 namespace {
 
-constexpr void (*addCommands[])(CLI::App&, orvocap::Action&) = {
-    orvocap::addScreensCommand, orvocap::addWindowsCommand, orvocap::addPickerCommand,
-    orvocap::addRecordCommand,  orvocap::addWatchCommand,   orvocap::addLogCommand,
-};
-
 int run(int argc, char** argv) {
-    CLI::App app{"Lists what can be captured and records it."};
-    app.set_version_flag("--version", "orvocap " ORVOCAP_VERSION);
-    app.require_subcommand(1);
-    app.footer(
-        "Exit codes: 0 done, 1 capture or writing failed, 2 wrong options, 3 no such display, screen or window.");
+    CLI::App app;
     orvocap::Action action;
-    for (const auto add : addCommands) add(app, action);
+    orvocap::describe(app, action);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -153,7 +153,7 @@ void addRecordCommand(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand("record", "Record a screen, a part of it, or windows.");
     auto options = std::make_shared<RecordOptions>();
     options->target.addTo(*command);
-    command->add_option("--fps", options->output.framesPerSecond, "frames a second")
+    command->add_option("--fps", options->output.framesPerSecond, "frames a second, 5 to 30")
         ->check(CLI::Range(5, 30))
         ->capture_default_str();
     command->add_option("--seconds", options->output.seconds, "how long; without it until Ctrl-C")

@@ -1,0 +1,46 @@
+#!/bin/bash
+# orvocap's pages: the manual page is clean roff and knows every option of --help, the completions complete.
+# usage: pages_test.sh ORVOCAP FOLDER_OF_PAGES
+set -euo pipefail
+orvocap=$1 pages=$2
+failed=0
+expect() { # WHAT EXPECTED ACTUAL
+    [ "$2" = "$3" ] || { printf '%s: expected "%s", got "%s"\n' "$1" "$2" "$3" >&2; failed=1; }
+}
+
+manual=$(groff -man -Tascii -P-c -P-b -P-u -ww "$pages/orvocap.man" 2>&1)
+expect 'warnings of groff' 0 "$(grep -c 'warning\|error:' <<<"$manual" || true)"
+for command in screens windows picker record watch log; do
+    for option in $("$orvocap" "$command" --help | grep -oE -- '^ +(-[a-z],)?--[a-z0-9]+' | sed 's/.*--/--/'); do
+        [ "$option" = --help ] || sed -n "/^   orvocap $command\$/,/^   orvocap/p" <<<"$manual" |
+            grep -qE -- "^ +(-[a-z], )?$option( |\$)" || { echo "the manual lacks $command $option" >&2; failed=1; }
+    done
+done
+
+# shellcheck source=/dev/null
+source "$pages/orvocap.bash"
+complete_bash() { # WORDS...: prints what the last word becomes
+    COMP_WORDS=(orvocap "$@") COMP_CWORD=$#
+    _orvocap
+    echo "${COMPREPLY[*]}"
+}
+cd "$pages"
+expect 'a command' 'record' "$(complete_bash rec)"
+expect 'an option' '--follow' "$(complete_bash log --fo)"
+expect 'an option of a group' '--y4m' "$(complete_bash record --y)"
+expect 'a choice' 'fill' "$(complete_bash record --fit f)"
+expect 'a file' 'orvocap.man' "$(complete_bash record --y4m orvocap.m)"
+expect 'a file without an option' 'orvocap.man' "$(complete_bash log orvocap.m)"
+expect 'a number that cannot be known' '' "$(complete_bash record --fps '')"
+
+# zsh, with its own functions replaced by what tells their arguments.
+complete_zsh() { # WORDS...
+    zsh -f -c 'compdef() {}; _describe() { print -rl -- $commands; }
+        _arguments() { print -rl -- "$@"; }
+        words=(orvocap "${@:2}") CURRENT=$#; source "$1"' zsh "$pages/orvocap.zsh" "$@"
+}
+expect 'zsh: an option' '--fit[how the picture fills the size: letterbox unless given]:letterbox|fill|stretch:(letterbox fill stretch)' \
+    "$(complete_zsh record --f | grep -- '^--fit')"
+expect 'zsh: two names' 2 "$(complete_zsh log --f | grep -c -- '^(-f --follow)-')"
+expect 'zsh: an option of orvocap' 1 "$(complete_zsh '' | grep -c -- '^--version\[')"
+exit "$failed"

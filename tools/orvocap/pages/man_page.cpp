@@ -1,0 +1,82 @@
+// orvocap's manual page.
+#include "pages.h"
+#include "tools/orvocap/failure.h"
+
+namespace orvocap {
+
+namespace {
+
+// Text for roff: no character of it is an instruction. What stands between back quotes is set in bold.
+std::string escaped(const std::string& text) {
+    std::string result;
+    bool bold = false;
+    for (const char c : text) {
+        if (c == '`') {
+            bold = !bold;
+            result += bold ? "\\fB" : "\\fP";
+        } else if (c == '\\') {
+            result += "\\e";
+        } else if (c == '-') {
+            result += "\\-";
+        } else if (c == '\'') {
+            result += "\\(aq";
+        } else {
+            result += c;
+        }
+    }
+    return (result.empty() || result[0] == '.' ? "\\&" : "") + result;
+}
+
+std::string item(const OptionEntry& option) {
+    std::string names;
+    for (const auto& name : option.names)
+        names +=
+            (names.empty() ? "" : ", ") + std::string(option.isPositional ? "\\fI" : "\\fB") + escaped(name) + "\\fP";
+    if (!option.value.empty() && !option.isPositional) names += " \\fI" + escaped(option.value) + "\\fP";
+    return ".TP\n" + names + "\n" + escaped(option.text) + (option.isRequired ? " (required)" : "") + "\n";
+}
+
+std::string section(const CommandEntry& command) {
+    std::string text = ".SS orvocap " + escaped(command.name) + "\n" + escaped(command.text) + "\n";
+    for (const auto& option : command.options) {
+        if (option.names.back() != "--help") text += item(option);
+    }
+    return text;
+}
+
+constexpr char examples[] = R"(.SH EXAMPLES
+.TP
+What can be captured:
+.B orvocap windows
+.TP
+Two seconds of the main screen as a film:
+.B orvocap record \-\-screen main \-\-seconds 2 \-\-y4m film.y4m
+.TP
+The log of a running program, as plain text:
+.B orvocap log \-\-follow a.log b.log c.log
+)";
+
+}  // namespace
+
+std::string manPage(const std::vector<CommandEntry>& table) {
+    std::string text =
+        ".TH ORVOCAP 1 \"\" \"orvocap " ORVOCAP_VERSION
+        "\" \"User Commands\"\n"
+        ".SH NAME\norvocap \\- list and record screens and windows\n"
+        ".SH SYNOPSIS\n.B orvocap\n.I COMMAND\n[\\fIOPTIONS\\fP]\n.br\n.B orvocap\n\\fB\\-\\-help\\fP |\n"
+        "\\fB\\-\\-version\\fP\n.SH DESCRIPTION\n";
+    text +=
+        escaped(table[0].text) +
+        "\nEach command explains itself with \\fB\\-\\-help\\fP. Numbers of screens and windows are those of\n"
+        "\\fBorvocap screens\\fP and \\fBorvocap windows\\fP. Ctrl\\-C ends a command that goes on, and what it has\n"
+        "written until then is complete.\n.SH COMMANDS\n";
+    for (const auto& command : table) {
+        if (!command.name.empty()) text += section(command);
+    }
+    text += ".SH EXIT STATUS\n";
+    for (const auto& meaning : exitMeanings)
+        text += ".TP\n.B " + std::to_string(meaning.code) + "\n" + escaped(meaning.text) + "\n";
+    return text + ".SH ENVIRONMENT\n.TP\n.B DISPLAY\nThe X server, on Linux.\n" + examples;
+}
+
+}  // namespace orvocap
