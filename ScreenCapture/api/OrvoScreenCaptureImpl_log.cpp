@@ -77,8 +77,10 @@ bool OrvoScreenCaptureImpl::SetLogLevel(int level, const char* logFolder) {
         copyPath(g_strFullLogPath, paths[first]);
         copyPath(g_strFullLogPath1, paths[(first + 1) % kFiles]);
         copyPath(g_strFullLogPath2, paths[(first + 2) % kFiles]);
-        ORVO::ScreenCapture::init_log(g_strFullLogPath, g_strFullLogPath1, g_strFullLogPath2, kFileSizeLimit);
     }
+    // Outside the lock: this logs a line, and the host's hook may come back here.
+    ORVO::ScreenCapture::init_log(paths[first].c_str(), paths[(first + 1) % kFiles].c_str(),
+                                  paths[(first + 2) % kFiles].c_str(), kFileSizeLimit);
     ORVO::ScreenCapture::set_log_level(level);
     IMPL_LOG("%s, level: %d", "SetLogLevel", level);
     return true;

@@ -104,6 +104,7 @@ void verbose_output(const char* format, ...) {
 }
 
 void orvo_log_hook(int level, const char* /*module*/, int /*line*/, const char* text, int /*prefixLength*/) {
+    if (!text) return;
     if (g_LogLevel.load(std::memory_order_relaxed) >= level) echo(level, text);
     if (g_LogLevel.load(std::memory_order_relaxed) < level) return;
     try {

@@ -38,7 +38,7 @@ ORVO_API void remove_log_after_upload();
 // Prints a line with the local time and "[orvo]" to standard output, past all levels and files; at most 10,239 bytes.
 ORVO_API void verbose_output(const char* format, ...);
 
-// The hook that init_log() puts into the log core; see syslog_text_hook.
+// The hook that init_log() puts into the log core; see syslog_text_hook. A null text is nothing.
 ORVO_API void orvo_log_hook(int level, const char* module, int line, const char* text, int prefixLength);
 
 }  // namespace ORVO::ScreenCapture

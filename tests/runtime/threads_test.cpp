@@ -21,7 +21,7 @@ TEST(Thread, RunsAndReportsItsFlag) {
     struct Seen {
         orvoevent* go = orvoevent_create(0, 0);
         orvoevent* looked = orvoevent_create(0, 0);
-        int before = -1, after = -1, own_end = -1;
+        int before = -1, after = -1, own_wait = -1, own_end = -1;
         std::atomic<orvothread*> self{nullptr};
     } seen;
     auto body = [](void* argument) {
@@ -29,6 +29,7 @@ TEST(Thread, RunsAndReportsItsFlag) {
         s->before = orvothread_signaled();
         orvoevent_signal(s->looked);
         orvoevent_wait(s->go);
+        s->own_wait = orvothread_waitfor(s->self);
         s->own_end = orvothread_terminate(s->self, -1);
         s->after = orvothread_signaled();
     };
@@ -43,6 +44,7 @@ TEST(Thread, RunsAndReportsItsFlag) {
     EXPECT_EQ(orvothread_signaled2(seen.self), 1);
     EXPECT_EQ(orvothread_terminate(seen.self, -1), 0);
     EXPECT_EQ(seen.before, 0);
+    EXPECT_EQ(seen.own_wait, EDEADLK);
     EXPECT_EQ(seen.own_end, EDEADLK);
     EXPECT_EQ(seen.after, 1);
     orvoevent_destory(seen.go);

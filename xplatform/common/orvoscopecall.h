@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cstring>
-#include <type_traits>
 #include <utility>
 
 #include "xplatform/common/orvobase.h"
@@ -38,6 +37,12 @@ class CScopeHolder : public RefBase {
 // Memory: holder and argument are referenced as long as a copy of the call lives; target and result are not owned, and
 // have to live as long as the holder is valid. Threads: a call is used by one thread at a time; copies are independent.
 class CScopeCall {
+    // Keeps a parameter out of the deduction of its type.
+    template <class T>
+    struct plain {
+        using type = T;
+    };
+
   public:
     // What operator() answers without calling when the holder is not valid; a method does not return it for itself.
     static constexpr unsigned int kTargetGone = 9;
@@ -47,7 +52,7 @@ class CScopeCall {
     // derived from CRefCount, may be null. `result`, unless null, receives what the method returns.
     template <class Target, class Class, class Argument>
     CScopeCall(CRefCount* holder, Target* target, unsigned int (Class::*method)(Argument*),
-               std::type_identity_t<Argument>* argument, unsigned int* result = nullptr)
+               typename plain<Argument>::type* argument, unsigned int* result = nullptr)
         : holder_(holder), target_(static_cast<Class*>(target)), argument_(argument), result_(result) {
         using Method = decltype(method);
         static_assert(sizeof(Method) <= sizeof(method_));

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <memory>
+#include <mutex>
 #include <new>
 
 #include "xplatform/common/orvosys_thread.h"
@@ -15,7 +16,9 @@
 struct orvothread {
     pthread_t id{};
     std::atomic<unsigned char> signaled{0};
-    std::atomic<bool> joined{false};
+    std::atomic<int> users{1};  // the owner, and who waits for the end
+    std::mutex join_lock;
+    bool joined = false;  // under join_lock
     orvothread_function function = nullptr;
     void* argument = nullptr;
     ethread_priority priority = ETHREAD_PRIORITY_NORMAL;
@@ -54,10 +57,18 @@ int start(orvothread* thread) {
     return error;
 }
 
-// Result: 0, or why the thread could not be waited for.
+void release(orvothread* thread) {
+    if (thread->users.fetch_sub(1) == 1) delete thread;
+}
+
+// Whoever comes second waits as well. Result: 0, or why the thread could not be waited for.
 int join(orvothread* thread) {
-    if (thread->joined.exchange(true)) return kInvalidArgument;
-    return pthread_join(thread->id, nullptr);
+    if (orvothread_getspecific(orvo::kThreadHandleSlot) == thread) return EDEADLK;
+    std::lock_guard guard(thread->join_lock);
+    if (thread->joined) return kInvalidArgument;
+    const int error = pthread_join(thread->id, nullptr);
+    thread->joined = error == 0;
+    return error;
 }
 
 }  // namespace
@@ -84,9 +95,8 @@ orvothread* orvothread_create(orvothread_function function, void* argument, ethr
 int orvothread_terminate(orvothread* thread, int /*timeout*/) {
     if (!thread) return kInvalidArgument;
     thread->signaled = 1;
-    if (orvothread_getspecific(orvo::kThreadHandleSlot) == thread) return EDEADLK;
-    join(thread);
-    delete thread;
+    if (join(thread) == EDEADLK) return EDEADLK;
+    release(thread);
     return 0;
 }
 
@@ -99,7 +109,11 @@ int orvothread_signaled2(orvothread* thread) {
 }
 
 int orvothread_waitfor(orvothread* thread) {
-    return thread ? join(thread) : kInvalidArgument;
+    if (!thread) return kInvalidArgument;
+    ++thread->users;
+    const int result = join(thread);
+    release(thread);
+    return result;
 }
 
 ethread_priority orvothread_priority(const orvothread* thread) {

@@ -45,7 +45,8 @@ ORVO_API int orvothread_signaled(void);
 /* A thread's signalled flag: 0, or 1 once it was asked to end or its function has returned; 22 for NULL. */
 ORVO_API int orvothread_signaled2(orvothread* thread);
 
-/* Waits for the thread's end; the handle stays. Once for each thread: a second call gives 22, as NULL does. */
+/* Waits for the thread's end; the handle stays. Result: 0, once for each thread; 22 for a second call, which waits too,
+ * and for NULL; EDEADLK when a thread calls it for itself. */
 ORVO_API int orvothread_waitfor(orvothread* thread);
 
 /* The priority that the thread was created with; normal for NULL. */
