@@ -233,6 +233,7 @@ TEST_F(LogThread, WritesAndEchoesWhatPasses) {
     syslog_ex(1, 4, "SC", 2, "too detailed");
     orvo_syslog(3, "task", 3, "of the base library");
     verbose_output("%s", "direct");
+    orvo_log_hook(1, nullptr, 4, nullptr, 0);
     end();
     std::string out = read_file(folder_ + "/out"), file = plain(path(0));
     for (const char* text :

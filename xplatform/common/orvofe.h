@@ -6,7 +6,7 @@
  * Threads: a pump belongs to one thread, nothing in it is locked. Inside its callbacks every function may be called on
  * the same pump, except orvofe_loop, orvofe_loop_within and orvofe_free.
  * Errors: 0 is success, else 22 (bad argument), 17 (descriptor already there), 12 (table full), 2 (no such descriptor),
- * each with a log line of module "fevent".
+ * each with a log line of module "fevent", except from orvofe_unset.
  */
 #ifndef ORVO_FE_H
 #define ORVO_FE_H
