@@ -8,6 +8,7 @@ build_packages=(
 )
 test_packages=(libgtest-dev xvfb openbox x11-utils x11-xserver-utils x11-apps xdotool lld groff-base zsh)
 lint_packages=(clang-format clang-tidy clang shellcheck python3)
+fuzz_packages=(libclang-rt-dev) # and clang, as above
 bench_packages=(libbenchmark-dev)
 demo_packages=(xterm)
 packaging_packages=(dpkg-dev file)
@@ -16,7 +17,7 @@ packaging_packages=(dpkg-dev file)
 # shellcheck disable=SC2034 # used by the door setup
 brew_packages=(bash coreutils cmake ninja googletest libpng cli11 nlohmann-json)
 
-all_packages=("${build_packages[@]}" "${test_packages[@]}" "${lint_packages[@]}" "${bench_packages[@]}" "${demo_packages[@]}" "${packaging_packages[@]}")
+all_packages=("${build_packages[@]}" "${test_packages[@]}" "${lint_packages[@]}" "${fuzz_packages[@]}" "${bench_packages[@]}" "${demo_packages[@]}" "${packaging_packages[@]}")
 if [ "${BASH_SOURCE[0]}" = "$0" ]; then
     printf '%s\n' "${all_packages[@]}"
 fi
