@@ -26,7 +26,7 @@ TEST(Events, AreOneLineEach) {
              "bounds":{"x":0,"y":0,"width":0,"height":0}})"},
         {{.kind = Kind::error, .code = 3, .seconds = 12.0004},
          "   12.000 error     -          3 no-content  the target shows nothing any more, or is gone",
-         R"({"seconds":12.0004,"kind":"error","code":3,"name":"no-content"})"},
+         R"({"seconds":12.0,"kind":"error","code":3,"name":"no-content"})"},
         {{.kind = Kind::process, .window = 7, .code = 4, .title = "a\n\"b\"\xff"},
          "    0.000 process   7          4 new-window  \"a\\n\\\"b\\\"\xEF\xBF\xBD\"",
          R"({"seconds":0.0,"kind":"process","window":7,"code":4,"name":"new-window","title":"a\n\"b\"\ufffd"})"},

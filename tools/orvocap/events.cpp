@@ -1,6 +1,7 @@
 // Events as text: the names of their codes, one line each.
 #include "events.h"
 
+#include <cmath>
 #include <cstdio>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -88,7 +89,8 @@ std::string eventLine(const Event& event) {
 }
 
 std::string eventJson(const Event& event) {
-    nlohmann::ordered_json json = {{"seconds", event.seconds}, {"kind", kindName(event.kind)}};
+    nlohmann::ordered_json json = {{"seconds", std::round(event.seconds * 1000) / 1000},
+                                   {"kind", kindName(event.kind)}};
     if (event.window) json["window"] = event.window;
     if (event.kind != Event::Kind::moved) {
         json["code"] = event.code;

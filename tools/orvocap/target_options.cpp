@@ -34,7 +34,7 @@ void TargetOptions::addTo(CLI::App& command) {
         ->needs(window);
     target->add_option("--exclude", excluded_, "windows to leave out, from a screen or with --mode application")
         ->delimiter(',')
-        ->type_name("N...");
+        ->type_name("N");
     auto* rect = target
                      ->add_option_function<std::string>(
                          "--rect",

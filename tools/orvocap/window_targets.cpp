@@ -14,7 +14,7 @@ CLI::Option* WindowTargets::addTo(CLI::App& command) {
                        ->type_name("N");
     command.add_option("--extra", extra_, "more windows, each as a target of its own")
         ->delimiter(',')
-        ->type_name("N...")
+        ->type_name("N")
         ->needs(window);
     return window;
 }

@@ -1,0 +1,84 @@
+#!/bin/bash
+# orvocap on windows of a real server: records covered, fitted, composed and several windows, watches one until it goes.
+# usage, on a display of its own: orvocap_test.sh ORVOCAP
+set -euo pipefail
+orvocap=$1
+work=$(mktemp -d)
+trap 'kill $(jobs -p) 2>/dev/null || true; rm -rf "$work"' EXIT
+
+fail() { echo "orvocap_test: $*" >&2; exit 1; }
+
+# eventually COMMAND...: waits until it succeeds.
+eventually() {
+    for _ in $(seq 150); do ! "$@" >"$work/found" 2>/dev/null || return 0; sleep 0.1; done
+    xwininfo -root -tree >&2
+    fail "in vain: $*"
+}
+
+# open NAME COLOUR GEOMETRY: a window of one colour; its number is then in $number.
+open() {
+    xlogo -name "$1" -fg "$2" -bg "$2" -geometry "$3" &
+    eventually xdotool search --onlyvisible --classname "^$1\$"
+    number=$(tail -n 1 "$work/found")
+}
+
+record() { "$orvocap" record --seconds 0.5 --fps 10 --y4m "$work/film.y4m" "$@" >"$work/log" 2>&1 || fail "$(cat "$work/log")"; }
+
+# expect FILE WxH COLUMN,ROW=LUMA...: size and brightness of a film's first picture.
+expect() {
+    local file=$work/$1 size=$2 header pixel place luma found
+    IFS= read -r header <"$file"
+    [[ $header == *" W${size%x*} H${size#*x} "* ]] || fail "$file has another size: $header"
+    for pixel in "${@:3}"; do
+        place=${pixel%=*} luma=${pixel#*=}
+        found=$(od -An -tu1 -N1 -j $((${#header} + 7 + ${place#*,} * ${size%x*} + ${place%,*})) "$file")
+        ((found >= luma - 2 && found <= luma + 2)) || fail "$file at $place: $found, expected $luma"
+    done
+}
+
+# expect_exit CODE COMMAND...
+expect_exit() {
+    local status=0
+    "${@:2}" >"$work/log" 2>&1 || status=$?
+    [ "$status" = "$1" ] || fail "exit code $status: ${*:2}: $(cat "$work/log")"
+}
+
+black=16 red=82 green=145
+open below '#ff0000' 300x200+100+100
+below=$number
+open above '#00ff00' 100x100+200+150
+above=$number above_process=$!
+xdotool windowactivate --sync "$above"
+
+record --window "$below"
+expect film.y4m 300x200 5,5=$red 150,100=$red 299,199=$red
+record --window "$below" --mode area
+expect film.y4m 300x200 5,5=$red 150,100=$green
+record --window "$below" --size 200x200 --fit letterbox
+expect film.y4m 200x200 100,5=$black 100,100=$red 100,195=$black
+record --window "$below" --size 200x200 --fit fill --crop 0,0,50,40
+expect film.y4m 200x200 100,5=$red 100,195=$red
+record --screen main --exclude "$above"
+expect film.y4m 1280x800 250,220=$red 1000,700=$black
+record --window "$below" --extra "$above"
+expect "film-window-$below.y4m" 300x200 150,100=$red
+expect "film-window-$above.y4m" 100x100 50,50=$green
+
+expect_exit 3 "$orvocap" record --window 99 --png "$work"
+expect_exit 3 "$orvocap" watch --window 99
+expect_exit 2 "$orvocap" record --window "$below" --extra "$above" --y4m -
+
+"$orvocap" watch --window "$above" >"$work/events" 2>"$work/log" &
+watch=$!
+happened() { eventually grep -E "$1" "$work/events"; }
+happened " status +$above +0 normal"
+xdotool windowmove "$above" 400 300
+happened " moved +$above .* at 40[0-9],3"
+happened " status +$above +8 moved"
+xdotool windowminimize "$above"
+happened " status +$above +3 minimized  0x0 at 0,0"
+kill "$above_process"
+happened " status +$above +1 missing"
+happened " error .* 3 no-content"
+kill "$watch"
+expect_exit 1 wait "$watch"
