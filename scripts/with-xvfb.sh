@@ -26,11 +26,23 @@ if ! read -r -t 20 number <"$work/display"; then
 fi
 export DISPLAY=":$number"
 
-if [ -n "${ORVO_WINDOW_MANAGER-openbox}" ]; then
-    "${ORVO_WINDOW_MANAGER-openbox}" >"$work/manager.log" 2>&1 &
+# openbox loses windows that appear between its first sign of life and its readiness, of which it tells by a command.
+is_ready() {
+    if [ "$1" = openbox ]; then
+        [ -e "$work/ready" ]
+    else
+        xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id'
+    fi
+}
+
+name=${ORVO_WINDOW_MANAGER-openbox}
+if [ -n "$name" ]; then
+    arguments=()
+    [ "$name" != openbox ] || arguments=(--startup "touch '$work/ready'")
+    "$name" "${arguments[@]}" >"$work/manager.log" 2>&1 &
     manager=$!
     for _ in $(seq 100); do
-        ! xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' || break
+        ! is_ready "$name" || break
         sleep 0.05
     done
 fi
