@@ -6,18 +6,17 @@ build_packages=(
     libxcb-res0-dev libxcb-xinput-dev libxcb-shape0-dev libxcb-render0-dev
     libglib2.0-dev libgdk-pixbuf-2.0-dev libyuv-dev libpng-dev libcli11-dev nlohmann-json3-dev
 )
-test_packages=(libgtest-dev xvfb openbox x11-utils x11-xserver-utils x11-apps xdotool lld groff-base zsh)
-lint_packages=(clang-format clang-tidy clang shellcheck python3)
+test_packages=(libgtest-dev xvfb openbox x11-utils x11-xserver-utils x11-apps xdotool xterm lld groff-base zsh)
+lint_packages=(clang-format clang-tidy clang shellcheck python3 git)
 fuzz_packages=(libclang-rt-dev) # and clang, as above
 bench_packages=(libbenchmark-dev)
-demo_packages=(xterm)
 packaging_packages=(dpkg-dev file)
 
 # What a Mac needs from Homebrew beside Xcode. The doors want a newer bash than the system's, and nproc.
 # shellcheck disable=SC2034 # used by the door setup
 brew_packages=(bash coreutils cmake ninja googletest libpng cli11 nlohmann-json)
 
-all_packages=("${build_packages[@]}" "${test_packages[@]}" "${lint_packages[@]}" "${fuzz_packages[@]}" "${bench_packages[@]}" "${demo_packages[@]}" "${packaging_packages[@]}")
+all_packages=("${build_packages[@]}" "${test_packages[@]}" "${lint_packages[@]}" "${fuzz_packages[@]}" "${bench_packages[@]}" "${packaging_packages[@]}")
 if [ "${BASH_SOURCE[0]}" = "$0" ]; then
     printf '%s\n' "${all_packages[@]}"
 fi
