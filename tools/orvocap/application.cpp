@@ -6,7 +6,8 @@ namespace orvocap {
 namespace {
 
 constexpr void (*addCommands[])(CLI::App&, Action&) = {
-    addScreensCommand, addWindowsCommand, addPickerCommand, addRecordCommand, addWatchCommand, addLogCommand,
+    addScreensCommand, addWindowsCommand, addPickerCommand, addShotCommand,
+    addRecordCommand,  addWatchCommand,   addLogCommand,    addDoctorCommand,
 };
 
 std::string exitCodes() {

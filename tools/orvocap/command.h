@@ -15,8 +15,10 @@ using Action = std::function<ExitCode()>;
 void addScreensCommand(CLI::App& app, Action& action);
 void addWindowsCommand(CLI::App& app, Action& action);
 void addPickerCommand(CLI::App& app, Action& action);
+void addShotCommand(CLI::App& app, Action& action);
 void addRecordCommand(CLI::App& app, Action& action);
 void addWatchCommand(CLI::App& app, Action& action);
 void addLogCommand(CLI::App& app, Action& action);
+void addDoctorCommand(CLI::App& app, Action& action);
 
 }  // namespace orvocap

@@ -6,8 +6,6 @@
 
 namespace orvocap {
 
-namespace {
-
 void copyFrame(const FrameView& view, Frame& frame) {
     frame.width = view.format.width;
     frame.height = view.format.height;
@@ -18,8 +16,6 @@ void copyFrame(const FrameView& view, Frame& frame) {
                     view.data + static_cast<ptrdiff_t>(row) * view.format.strides[0], frame.bytesPerRow());
     }
 }
-
-}  // namespace
 
 FrameWriter::FrameWriter(FrameSink& sink, size_t capacity)
     : sink_(sink), capacity_(capacity), thread_([this] { run(); }) {}

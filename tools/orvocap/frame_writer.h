@@ -13,6 +13,9 @@
 
 namespace orvocap {
 
+// The pixels without padding; frame's memory is used again.
+void copyFrame(const FrameView& view, Frame& frame);
+
 // At most `capacity` frames wait; one that finds no room is dropped and counted by the caller.
 class FrameWriter {
   public:

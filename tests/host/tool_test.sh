@@ -1,0 +1,62 @@
+#!/bin/bash
+# orvocap shot shows the colours that are on the screen; orvocap doctor tells what a server lacks.
+# usage: tool_test.sh WITH_XVFB ORVOCAP PNG_PIXEL
+set -euo pipefail
+with_xvfb=$1 orvocap=$2 png_pixel=$3
+work=$(mktemp -d)
+trap 'rm -rf "$work"; kill $(jobs -p) 2>/dev/null || true' EXIT
+failed=0
+expect() { # WHAT EXPECTED ACTUAL
+    [ "$2" = "$3" ] || { printf '%s: expected "%s", got "%s"\n' "$1" "$2" "$3" >&2; failed=1; }
+}
+# What a command ends with; what it prints is in the file out.
+code_of() {
+    local code=0
+    "$@" >"$work/out" 2>"$work/err" || code=$?
+    echo "$code"
+}
+
+if [ "${4-}" = pictures ]; then # on the server
+    xsetroot -solid '#20c060'
+    xclock -bg '#c02060' -geometry 200x150+700+300 &
+    shot=("$orvocap" shot --out "$work/shot.png")
+    expect 'a shot of the screen' 0 "$(code_of "${shot[@]}" --screen main)"
+    expect 'the screen' '1280x800 #20c060' "$("$png_pixel" "$work/shot.png" 5 795)"
+    expect 'a shot of a rectangle' 0 "$(code_of "${shot[@]}" --screen main --rect 690,290,31,41)"
+    expect 'the rectangle' '31x41 #20c060' "$("$png_pixel" "$work/shot.png" 0 0)"
+    # The window manager may still be at work on the window: for a moment it is not on screen.
+    for _ in $(seq 20); do
+        window=$("$orvocap" windows --json 2>/dev/null | python3 -c \
+            'import json,sys; print(*[i["id"] for i in json.load(sys.stdin) if i["kind"] == "window"])')
+        code=$(code_of "${shot[@]}" --window "${window:-0}")
+        [ "$code" != 0 ] || break
+        sleep 0.1
+    done
+    expect 'a shot of a window' 0 "$code"
+    expect 'the window' '200x150 #c02060' "$("$png_pixel" "$work/shot.png" 1 1)"
+    expect 'a rectangle beside the screen' 2 "$(code_of "${shot[@]}" --screen main --rect 1270,0,30,30)"
+    expect 'a folder that is not there' 1 "$(code_of "$orvocap" shot --screen main --out "$work/none/shot.png")"
+    expect 'a healthy server' 0 "$(code_of "$orvocap" doctor)"
+    expect 'findings on it' '' "$(grep -v '^works' "$work/out" || true)"
+    xsetroot -solid black
+    kill %1
+    wait %1 2>/dev/null || true
+    expect 'a black screen' 0 "$(code_of "$orvocap" doctor)"
+    expect 'its finding' 1 "$(grep -c '^limited  picture' "$work/out" || true)"
+    exit "$failed"
+fi
+
+"$with_xvfb" "$0" "$1" "$2" "$3" pictures || failed=1
+expect 'no display' 1 "$(code_of env -u DISPLAY "$orvocap" doctor --json)"
+expect 'its findings' "['display']" "$(python3 -c \
+    'import json,sys; print([i["subject"] for i in json.load(sys.stdin) if i["state"] == "broken" and i["advice"]])' <"$work/out")"
+
+mkfifo "$work/display"
+Xvfb -displayfd 3 -nolisten tcp -extension Composite -extension MIT-SHM 3>"$work/display" 2>/dev/null &
+read -r -t 20 number <"$work/display"
+DISPLAY=":$number" xsetroot -solid "#20c060"
+expect 'a server that lacks things' 0 "$(code_of env DISPLAY=":$number" "$orvocap" doctor)"
+for lacking in 'extension MIT-SHM' 'extension Composite' 'window manager'; do
+    expect "$lacking" 1 "$(grep -c "^limited  $lacking: " "$work/out" || true)"
+done
+exit "$failed"
