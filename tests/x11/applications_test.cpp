@@ -101,6 +101,18 @@ TEST_F(Applications, ElementsTellOfWindowsAndTakeOrders) {
     EXPECT_FALSE(accessibility().bringToFront(1));
 }
 
+TEST_F(Applications, AnOpenMenuIsAWindowOfItsApplicationButNoneToCommand) {
+    const auto window = show({.area = {50, 60, 200, 100}});
+    const auto menu = windows_.make({.area = {80, 90, 60, 60}, .overrideRedirect = true});
+    const ElementRef element = elementOf(menu);
+    ASSERT_TRUE(element);
+    EXPECT_EQ(value<Point>(element, "AXPosition"), (Point{80, 90}));
+    EXPECT_EQ(value<std::string>(element, "AXSubrole"), "AXUnknown");
+    EXPECT_EQ(accessibility().windowNumber(value<ElementRef>(self(), "AXMainWindow")), window);
+    windows_.unmap(menu);
+    EXPECT_FALSE(elementOf(menu));
+}
+
 TEST_F(Applications, RunningOnesHideShowAndEnd) {
     const auto window = show({.area = {50, 60, 200, 100}, .className = "Mine"});
     server_.start({"xterm", "-title", "Other", "-e", "sleep", "60"});

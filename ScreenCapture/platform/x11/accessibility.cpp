@@ -50,6 +50,7 @@ const DesktopWindow* windowOf(const Desktop& desktop, const X11Element& element)
 }
 
 const char* subroleOf(const DesktopWindow& window) {
+    if (!window.managed) return "AXUnknown";
     switch (window.type) {
         case WindowType::normal:
             return "AXStandardWindow";
@@ -79,16 +80,17 @@ Attribute windowAttribute(const WindowList& windows, const DesktopWindow& window
 }
 
 Attribute applicationAttribute(const WindowList& windows, int32_t pid, std::string_view name) {
+    if (name == "AXWindows") {
+        // A picture of the application's windows has its open menus in it.
+        std::vector<ElementRef> elements;
+        for (const DesktopWindow* window : windowsOfProcess(windows, pid, true)) elements.push_back(elementOf(*window));
+        return elements.empty() ? failure(kInvalidElement) : Attribute{0, std::move(elements), kListKind};
+    }
     const std::vector<const DesktopWindow*> list = windowsOfProcess(windows, pid);
     if (list.empty()) return failure(kInvalidElement);
     if (name == "AXTitle") return text(applicationName(*list.front()));
     if (name == "AXRole") return text("AXApplication");
     if (name == "AXHidden") return flag(isHiddenApplication(windows, pid));
-    if (name == "AXWindows") {
-        std::vector<ElementRef> elements;
-        for (const DesktopWindow* window : list) elements.push_back(elementOf(*window));
-        return {0, std::move(elements), kListKind};
-    }
     if (name == "AXMainWindow" || name == "AXFocusedWindow") {
         const auto active = std::find_if(list.begin(), list.end(),
                                          [&](const DesktopWindow* window) { return window->number == windows.active; });

@@ -151,10 +151,10 @@ std::string applicationName(const DesktopWindow& window) {
     return processName(window.pid);
 }
 
-std::vector<const DesktopWindow*> windowsOfProcess(const WindowList& windows, int32_t pid) {
+std::vector<const DesktopWindow*> windowsOfProcess(const WindowList& windows, int32_t pid, bool withPopups) {
     std::vector<const DesktopWindow*> found;
     for (const DesktopWindow& window : windows.all) {
-        const bool shown = window.managed && (window.onScreen || window.iconic);
+        const bool shown = (window.managed || withPopups) && (window.onScreen || window.iconic);
         if (shown && window.pid == pid && pid > 0 && window.type != WindowType::desktop &&
             window.type != WindowType::dock)
             found.push_back(&window);

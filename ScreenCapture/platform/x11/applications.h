@@ -30,6 +30,7 @@ std::shared_ptr<const DesktopEntry> entryByPath(const std::string& path);
 std::string applicationName(const DesktopWindow& window);
 
 // The windows that a process shows its user, iconic ones included, front to back; valid while the list lives.
-std::vector<const DesktopWindow*> windowsOfProcess(const WindowList& windows, int32_t pid);
+// withPopups: also those that no manager places, such as its menus.
+std::vector<const DesktopWindow*> windowsOfProcess(const WindowList& windows, int32_t pid, bool withPopups = false);
 
 }  // namespace orvo::platform::x11
