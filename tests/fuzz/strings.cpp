@@ -160,9 +160,10 @@ void formatAnew(Input& input, Texts& it, const std::string& other) {
 
 void step(Input& input, Texts& it) {
     const int kind = input.ConsumeIntegralInRange(0, 9);
-    const std::string other = input.ConsumeRandomLengthString(64).c_str();
-    if (kind == 0 && it.model.size() < kLongest) it.text += other.c_str(), it.model += other;
-    if (kind == 1) it.text = other.c_str(), it.model = other;
+    const std::string raw = input.ConsumeRandomLengthString(64);
+    const std::string other = raw.c_str();
+    if (kind == 0 && it.model.size() < kLongest) it.text.append(raw.data(), raw.size()), it.model += raw;
+    if (kind == 1) it.text.assign(raw.data(), raw.size()), it.model = raw;
     if (kind == 2) search(input, it, other);
     if (kind == 3 && it.model.size() < kLongest) replace(input, it, other);
     if (kind == 4) useItself(input, it);

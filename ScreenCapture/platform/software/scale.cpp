@@ -14,6 +14,13 @@
 namespace orvo::platform::software {
 namespace {
 
+// A placement's edges count as this far away when they are farther: lengths and four times them still fit.
+constexpr double kFarthest = 1 << 27;  // pixels
+
+int nearestPixel(double place) {
+    return truncated<int>(std::clamp(std::floor(place + 0.5), -kFarthest, kFarthest));
+}
+
 // One axis of a placement: which source pixels are seen at all, and which target pixels all of those would cover.
 struct Axis {
     int sourceFrom = 0;
@@ -32,8 +39,8 @@ Axis mapAxis(int sourceLength, int targetLength, double origin, double length) {
     axis.sourceTo =
         std::clamp(truncated<int>(std::ceil((targetLength - origin) / scale)), axis.sourceFrom + 1, sourceLength);
     const double low = origin + axis.sourceFrom * scale;
-    axis.targetFrom = truncated<int>(std::floor(low + 0.5));
-    axis.targetTo = truncated<int>(std::floor(origin + axis.sourceTo * scale + 0.5));
+    axis.targetFrom = nearestPixel(low);
+    axis.targetTo = nearestPixel(origin + axis.sourceTo * scale);
     if (axis.targetTo <= std::max(axis.targetFrom, 0) || axis.targetFrom >= targetLength) {
         axis.targetFrom = std::clamp(truncated<int>(std::floor(low)), 0, targetLength - 1);
         axis.targetTo = axis.targetFrom + 1;
