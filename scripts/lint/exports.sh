@@ -1,5 +1,6 @@
 #!/bin/bash
-# Compares what the built library exports with the list of exports, both ways; a list line may be a pattern.
+# Compares what the built library exports with the list of exports, both ways; a list line may be a pattern. Finds
+# public records whose layout is not held fast.
 set -euo pipefail
 list=ScreenCapture/api/exports.list
 library=$1/libOrvoScreenCaptureOSX.so
@@ -24,4 +25,9 @@ for pattern in "${wanted[@]}"; do
     done
     [ -n "$known" ] || { echo "$list names $pattern, which $library does not export" && status=1; }
 done
+
+layout=tests/host/layout.c
+while read -r record; do
+    grep -q "^SIZE($record," "$layout" || { echo "$layout does not hold the layout of $record" && status=1; }
+done < <(sed -n 's/^typedef struct \(.*\) {$/\1/p' include/orvo/*.h)
 exit "$status"
