@@ -22,11 +22,11 @@ export seconds
 one() {
     local corpus=build/fuzz/learnt/$1 log=build/fuzz/$1.log
     mkdir -p "$corpus"
-    if build/fuzz/fuzz_"$1" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=2048 -verbosity=1 \
+    if build/fuzz/fuzz_"$1" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=2048 \
         -artifact_prefix="build/fuzz/found/$1-" "$corpus" "tests/fuzz/corpus/$1" >"$log" 2>&1; then
         echo "fuzz: $1: $(tail -n 1 "$log")"
     else
-        tail -n 60 "$log" >&2
+        grep -v '^#' "$log" | tail -n 40 >&2
         echo "fuzz: $1 FAILED; run build/fuzz/fuzz_$1 with the input in build/fuzz/found" >&2
         return 1
     fi
