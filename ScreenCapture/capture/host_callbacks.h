@@ -17,36 +17,21 @@ enum HostCallbackKind {
     kProcessWindow = 8,
 };
 
+template <typename Signature>
+struct CalledAs {
+    using Function = Signature;
+};
 template <HostCallbackKind Kind>
 struct HostCallback;
-template <>
-struct HostCallback<kCaptureError> {
-    using Function = orvo_capture_error_callback;
-};
-template <>
-struct HostCallback<kWindowMoved> {
-    using Function = orvo_window_moved_callback;
-};
-template <>
-struct HostCallback<kFrame> {
-    using Function = orvo_frame_callback;
-};
-template <>
-struct HostCallback<kWindowFrame> {
-    using Function = orvo_window_frame_callback;
-};
-template <>
-struct HostCallback<kThumbnail> {
-    using Function = orvo_thumbnail_callback;
-};
-template <>
-struct HostCallback<kWindowStatus> {
-    using Function = orvo_window_status_callback;
-};
-template <>
-struct HostCallback<kProcessWindow> {
-    using Function = orvo_process_window_callback;
-};
+// clang-format off
+template <> struct HostCallback<kCaptureError> : CalledAs<orvo_capture_error_callback> {};
+template <> struct HostCallback<kWindowMoved> : CalledAs<orvo_window_moved_callback> {};
+template <> struct HostCallback<kFrame> : CalledAs<orvo_frame_callback> {};
+template <> struct HostCallback<kWindowFrame> : CalledAs<orvo_window_frame_callback> {};
+template <> struct HostCallback<kThumbnail> : CalledAs<orvo_thumbnail_callback> {};
+template <> struct HostCallback<kWindowStatus> : CalledAs<orvo_window_status_callback> {};
+template <> struct HostCallback<kProcessWindow> : CalledAs<orvo_process_window_callback> {};
+// clang-format on
 
 inline bool isRegistered(const OrvoCaptureSettings& settings, HostCallbackKind kind) {
     return settings.getCallback(kind).first != nullptr;

@@ -1,7 +1,6 @@
 // The window capture session: life, timer, settings and lists.
 #include "ScreenCapture/window/OrvoWindowCaptureSession.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "ScreenCapture/window/target_guard.h"
@@ -18,10 +17,6 @@ constexpr int kDefaultFps = 15;
 
 void log(int line, const char* text) {
     syslog_ex(1, 3, "unnamed", line, text);
-}
-
-bool contains(const std::vector<uint32_t>& numbers, uint32_t number) {
-    return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
 }
 
 }  // namespace

@@ -1,6 +1,4 @@
 // One tick of the window capture session: for every target a picture, the cursor, crop, scale, delivery.
-#include <algorithm>
-
 #include "ScreenCapture/window/OrvoWindowCaptureSession.h"
 #include "ScreenCapture/window/target_guard.h"
 
@@ -79,9 +77,6 @@ Shot OrvoWindowCaptureSession::getExcludeWindowsImageWithOrvoWindow(TargetFrame&
                                                                     const Tick& tick) {
     Numbers appWindows;
     if (tick.options->mode == kModeApplication) appWindows = m_windowManager->getAllWindowWithWindowID(item.windowID);
-    const auto contains = [](const Numbers& numbers, uint32_t number) {
-        return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
-    };
     Numbers windows = platform().windowServer().onScreenNumbers();
     std::erase_if(windows, [&](uint32_t number) {
         return contains(*tick.excludeWindows, number) || (!appWindows.empty() && !contains(appWindows, number));
