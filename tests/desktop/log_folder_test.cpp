@@ -2,13 +2,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <fstream>
 #include <future>
 
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
 #include "ScreenCapture/log/orvo_log.h"
 #include "support/desktop/host.h"
+#include "support/temporary_folder.h"
 #include "xplatform/common/orvosyslog.h"
 
 namespace orvo::test {
@@ -19,20 +19,9 @@ constexpr long missing = -1;
 
 class LogFolder : public DesktopTest {
   protected:
-    void SetUp() override {
-        DesktopTest::SetUp();
-        char name[] = "/tmp/orvolog-XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        base = name;
-    }
     void TearDown() override {
         ORVO::ScreenCapture::close_log();
         waitForLogThread();
-        for (const auto& folder : folders) {
-            for (int i = 1; i <= 3; ++i) unlink(file(folder, i).c_str());
-            rmdir(folder.c_str());
-        }
-        rmdir(base.c_str());
         DesktopTest::TearDown();
     }
     static std::string file(const std::string& folder, int number) {
@@ -48,8 +37,8 @@ class LogFolder : public DesktopTest {
         ran.get_future().wait();
     }
 
-    std::string base;
-    std::vector<std::string> folders;
+    const testing::TemporaryFolder temporary;
+    int folders = 0;
 };
 
 TEST_F(LogFolder, TheFirstFileWithRoomIsContinued) {
@@ -69,8 +58,7 @@ TEST_F(LogFolder, TheFirstFileWithRoomIsContinued) {
     };
     g_pScreenCaptureImpl->StartThreadIfNeeded();
     for (const auto& c : cases) {
-        const std::string folder = base + "/" + std::to_string(folders.size());
-        folders.push_back(folder);
+        const std::string folder = temporary.path() + "/" + std::to_string(folders++);
         ASSERT_TRUE(!c.folderExists || mkdir(folder.c_str(), 0700) == 0);
         for (int i = 1; i <= 3; ++i) {
             if (c.before[i - 1] == missing) continue;

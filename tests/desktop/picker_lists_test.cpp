@@ -6,21 +6,13 @@
 #include "ScreenCapture/thumbnail/bitmap_item.h"
 #include "orvo/screencapture_additions.h"
 #include "support/desktop/host.h"
+#include "support/found_windows.h"
 
 namespace orvo::test {
 namespace {
 
-struct FreeWindows {
-    int count = 0;
-    void operator()(OrvoThumbnailWindowInfo* list) const { orvo_windowthumbnail_free_windows(list, count); }
-};
-using WindowsPtr = std::unique_ptr<OrvoThumbnailWindowInfo[], FreeWindows>;
-
-WindowsPtr findWindows() {
-    int count = -1;
-    auto* const list = orvo_windowthumbnail_find_windows(&count);
-    return {list, {count}};
-}
+using testing::findWindows;
+using testing::WindowsPtr;
 
 class PickerListsTest : public DesktopTest {
   protected:

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "support/runtime/log_lines.h"
+#include "support/temporary_folder.h"
 #include "xplatform/common/orvoio.h"
 
 using orvo::strutf16;
@@ -27,20 +28,15 @@ using Messages = std::vector<std::string>;
 
 class Files : public testing::Test {
   protected:
-    void SetUp() override {
-        support::capture_log();
-        char name[] = "/tmp/orvo_files_XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        folder_ = name;
-    }
-    void TearDown() override { EXPECT_EQ(std::system(("rm -rf " + folder_).c_str()), 0); }
+    void SetUp() override { support::capture_log(); }
     std::string path(const std::string& name) const { return folder_ + "/" + name; }
     std::string content(const std::string& name) const {
         std::stringstream text;
         text << std::ifstream(path(name)).rdbuf();
         return text.str();
     }
-    std::string folder_;
+    const orvo::testing::TemporaryFolder temporary_;
+    const std::string folder_ = temporary_.path();
 };
 
 TEST_F(Files, OpensOnceAndOnlyWhatThereIs) {

@@ -15,6 +15,7 @@
 
 #include "ScreenCapture/log/orvo_log_files.h"
 #include "support/runtime/log_lines.h"
+#include "support/temporary_folder.h"
 #include "xplatform/common/orvosyslog.h"
 #include "xplatform/common/orvotask_io.h"
 
@@ -48,15 +49,12 @@ std::string plain(const std::string& path) {
 class LogFolder : public testing::Test {
   protected:
     void SetUp() override {
-        char name[] = "/tmp/orvo_log_test_XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        folder_ = name;
         for (int i = 0; i < 3; ++i) paths_[i] = (folder_ + "/" + std::to_string(i)).c_str();
     }
-    void TearDown() override { EXPECT_EQ(system(("rm -rf " + folder_).c_str()), 0); }
     std::string path(int i) const { return paths_[i].c_str(); }
 
-    std::string folder_;
+    const orvo::testing::TemporaryFolder temporary_;
+    const std::string folder_ = temporary_.path();
     orvo::strutf8 paths_[3];
 };
 

@@ -6,24 +6,13 @@
 #include <memory>
 
 #include "orvo/screencapture_additions.h"
+#include "support/found_windows.h"
 #include "support/x11/capture_recorder.h"
 #include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
 
 namespace orvo::testing {
 namespace {
-
-struct FreeWindows {
-    int count = 0;
-    void operator()(OrvoThumbnailWindowInfo* list) const { orvo_windowthumbnail_free_windows(list, count); }
-};
-using WindowsPtr = std::unique_ptr<OrvoThumbnailWindowInfo[], FreeWindows>;
-
-WindowsPtr findWindows() {
-    int count = 0;
-    auto* const list = orvo_windowthumbnail_find_windows(&count);
-    return {list, {count}};
-}
 
 // 0xAARRGGBB in the middle of a picture.
 uint32_t middle(const OrvoThumbnailBitmapItem* item) {

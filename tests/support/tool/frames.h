@@ -1,9 +1,7 @@
 // Frames and folders for the tests of orvocap.
 #pragma once
 
-#include <cstdlib>
-#include <string>
-
+#include "support/temporary_folder.h"
 #include "tools/orvocap/frame_sink.h"
 
 namespace orvocap {
@@ -29,23 +27,6 @@ inline Frame solidFrame(int width, int height, Pixel pixel, unsigned long long t
     return frame;
 }
 
-// Gone with everything in it at the end of the test.
-class TemporaryFolder {
-  public:
-    TemporaryFolder() {
-        char name[] = "/tmp/orvocap-test-XXXXXX";
-        path_ = mkdtemp(name);
-    }
-    ~TemporaryFolder() {
-        if (std::system(("rm -rf " + path_).c_str()) != 0) std::abort();
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    const std::string& path() const { return path_; }
-
-  private:
-    std::string path_;
-};
+using orvo::testing::TemporaryFolder;
 
 }  // namespace orvocap
