@@ -64,6 +64,27 @@ record --window "$below" --extra "$above"
 expect "film-window-$below.y4m" 300x200 150,100=$red
 expect "film-window-$above.y4m" 100x100 50,50=$green
 
+# A pipe gets the pixels and nothing else, as many as its reader takes.
+"$orvocap" record --window "$below" --seconds 0.5 --fps 10 --raw - 2>"$work/log" >"$work/raw"
+[ "$(($(stat -c %s "$work/raw") % (300 * 200 * 4)))" = 0 ] || fail "raw bytes: $(stat -c %s "$work/raw")"
+[ "$(od -An -tx1 -j $(((100 * 300 + 150) * 4)) -N4 "$work/raw")" = ' 00 00 ff ff' ] || fail 'a raw pixel'
+for format in --raw --y4m; do
+    "$orvocap" record --window "$below" --fps 10 $format - 2>"$work/log" | head -c 250000 >"$work/raw" || fail "$(cat "$work/log")"
+    grep -q 'the program that reads has ended' "$work/log" || fail "$format: $(cat "$work/log")"
+done
+"$orvocap" record --window "$below" --png "$work/pictures" --json >"$work/summary" 2>"$work/log" &
+recording=$!
+eventually test -s "$work/pictures/frame-000003.png"
+kill -INT "$recording"
+wait "$recording" || fail "interrupted: $(cat "$work/log")"
+python3 - "$work" <<'END' || fail 'the summary of an interrupted recording'
+import json, os, sys
+target, = json.load(open(sys.argv[1] + "/summary"))["targets"]
+files = [os.path.join(sys.argv[1], "pictures", name) for name in os.listdir(sys.argv[1] + "/pictures")]
+assert (target["frames"], target["bytes"]) == (len(files), sum(map(os.path.getsize, files))), target
+assert (target["width"], target["height"]) == (300, 200), target
+END
+
 expect_exit 3 "$orvocap" record --window 99 --png "$work"
 expect_exit 3 "$orvocap" watch --window 99
 expect_exit 2 "$orvocap" record --window "$below" --extra "$above" --y4m -

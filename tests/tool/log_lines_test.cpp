@@ -6,6 +6,7 @@
 #include <string>
 
 #include "ScreenCapture/log/sym_encrypt.h"
+#include "tools/orvocap/log_json.h"
 
 namespace {
 
@@ -72,6 +73,15 @@ TEST(LogLines, PassesOnWhatIsNoLog) {
     EXPECT_GE(decoded(bytes, 100).size(), bytes.size());
     EXPECT_EQ(decoded("", 1), "");
     EXPECT_EQ(decoded("\n\n", 1), "\n\n");
+}
+
+TEST(LogLines, BecomeJson) {
+    EXPECT_EQ(orvocap::logJson("[2021-03-04 05:06:07][1][notice ][unnamed thread:4711][SC:12]: first [x]: y\n"),
+              R"({"time":"2021-03-04 05:06:07","level":"notice","thread":"unnamed thread:4711","source":"SC:12",)"
+              R"("text":"first [x]: y"})"
+              "\n");
+    EXPECT_EQ(orvocap::logJson("[2021-03-04 05:06:07][1][notice\n*** \"\xFF\n"),
+              "{\"text\":\"[2021-03-04 05:06:07][1][notice\"}\n{\"text\":\"*** \\\"\xEF\xBF\xBD\"}\n");
 }
 
 }  // namespace

@@ -58,6 +58,16 @@ TEST(TargetOptions, RefusesWhatMakesNoSense) {
     }
 }
 
+TEST(Seconds, AreAboveZeroAndEnd) {
+    for (const char* text : {"0", "-1", "nan", "inf", "1e999", "x", ""}) {
+        CLI::App app;
+        double seconds = 7;
+        addSeconds(app, seconds, "how long");
+        EXPECT_THROW(app.parse(std::vector<std::string>{std::string("--seconds=") + text}), CLI::ParseError) << text;
+        EXPECT_EQ(seconds, 7) << text;
+    }
+}
+
 TEST(TargetOptions, KnowWhereTheirFramesComeFrom) {
     struct Case {
         const char* line;

@@ -3,12 +3,14 @@
 
 #include <gtest/gtest.h>
 #include <png.h>
+#include <unistd.h>
 
 #include <cstring>
 
 #include "support/tool/frames.h"
 #include "tools/orvocap/png_file.h"
 #include "tools/orvocap/png_sink.h"
+#include "tools/orvocap/progress.h"
 
 namespace orvocap {
 namespace {
@@ -26,6 +28,7 @@ class GatedSink : public FrameSink {
     }
     void finish() override { finished = true; }
     std::string summary() const override { return {}; }
+    uint64_t bytes() const override { return 0; }
 
     void setOpen(bool open) {
         const std::lock_guard lock(mutex_);
@@ -131,6 +134,14 @@ TEST(Recording, TakesTheFramesOfItsTime) {
     }
 }
 
+TEST(Progress, FillsItsBarAndKeepsToTheLine) {
+    EXPECT_EQ(progressLine(0.5, "text", 80), "[########........] text");
+    EXPECT_EQ(progressLine(7, "text", 80), "[################] text");
+    EXPECT_EQ(progressLine(-1, "text", 80), "text");
+    EXPECT_EQ(progressLine(0, "text", 22), "[................] te");
+    EXPECT_EQ(progressLine(0, "text", 0), "");
+}
+
 TEST(PngSink, WritesPicturesThatReadBackTheSameAndShowEmptyPixelsBlack) {
     TemporaryFolder folder;
     PngSink sink(folder.path() + "/new/deep");
@@ -146,6 +157,8 @@ TEST(PngSink, WritesPicturesThatReadBackTheSameAndShowEmptyPixelsBlack) {
     ASSERT_TRUE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr));
     setPixel(frame, 2, 1, {0, 0, 0, 255});
     EXPECT_EQ(pixels, frame.pixels);
+    EXPECT_THROW(writePng("/dev/full", frame), std::runtime_error);
+    EXPECT_EQ(access("/dev/full", F_OK), 0);
     EXPECT_THROW(PngSink("/dev/null/folder"), std::runtime_error);
     EXPECT_THROW(writePng(folder.path() + "/none/x.png", frame), std::runtime_error);
 }

@@ -1,12 +1,12 @@
 // orvocap doctor: what works here and what does not, and what to do about it.
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "command.h"
 #include "findings.h"
 #include "orvo/screencapture_additions.h"
 #include "quiet_console.h"
 #include "screen_list.h"
+#include "standard_output.h"
 #include "still.h"
 #include "stop_request.h"
 
@@ -104,21 +104,21 @@ void printText(const Findings& findings) {
     }
 }
 
-void printJson(const Findings& findings) {
-    auto list = nlohmann::json::array();
+void printFindings(const Findings& findings) {
+    auto list = Json::array();
     for (const auto& finding : findings) {
         list.push_back({{"subject", finding.subject},
                         {"state", name(finding.state)},
                         {"text", finding.text},
                         {"advice", finding.advice}});
     }
-    std::printf("%s\n", list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    printJson(list);
 }
 
 ExitCode diagnose(bool asJson) {
     listenForStop();
     const Findings findings = examine();
-    (asJson ? printJson : printText)(findings);
+    (asJson ? printFindings : printText)(findings);
     for (const auto& finding : findings) {
         if (finding.state == State::broken) return exitFailure;
     }

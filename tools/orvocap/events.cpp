@@ -4,9 +4,9 @@
 #include <cmath>
 #include <cstdio>
 #include <iterator>
-#include <nlohmann/json.hpp>
 
 #include "capture.h"
+#include "standard_output.h"
 
 namespace orvocap {
 
@@ -56,7 +56,7 @@ std::string boundsText(const OrvoScreenCaptureRect& rect) {
 
 // A title is whatever a program has set; it must not break the line.
 std::string quoted(const std::string& title) {
-    return nlohmann::json(title).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return Json(title).dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 std::string valuesText(const Event& event) {
@@ -89,8 +89,7 @@ std::string eventLine(const Event& event) {
 }
 
 std::string eventJson(const Event& event) {
-    nlohmann::ordered_json json = {{"seconds", std::round(event.seconds * 1000) / 1000},
-                                   {"kind", kindName(event.kind)}};
+    Json json = {{"seconds", std::round(event.seconds * 1000) / 1000}, {"kind", kindName(event.kind)}};
     if (event.window) json["window"] = event.window;
     if (event.kind != Event::Kind::moved) {
         json["code"] = event.code;
@@ -103,7 +102,7 @@ std::string eventJson(const Event& event) {
                           {"height", event.rect.bottom - event.rect.top}};
     }
     if (!event.title.empty()) json["title"] = event.title;
-    return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return jsonLine(json);
 }
 
 bool News::isNew(const Event& event) {

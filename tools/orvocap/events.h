@@ -28,7 +28,7 @@ struct Event {
 // One line without its end, such as "    1.204 status    6291466  8 moved  200x200 at 300,120".
 std::string eventLine(const Event& event);
 
-// The same as one JSON object.
+// The same as one JSON object and the end of its line.
 std::string eventJson(const Event& event);
 
 // Some events come again with every tick: tells which of them bring news of their window.

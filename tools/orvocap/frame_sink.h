@@ -24,6 +24,15 @@ class FrameSink {
     virtual void write(const Frame& frame) = 0;
     virtual void finish() = 0;                              // all frames are written; reports what is still unsaid
     [[nodiscard]] virtual std::string summary() const = 0;  // what was written, for the user
+
+    // From any thread: how much was written, and whether nobody reads on, so that more frames would be lost.
+    [[nodiscard]] virtual uint64_t bytes() const = 0;
+    [[nodiscard]] virtual bool isClosed() const { return false; }
 };
+
+// Empty places become black, as a video shows them.
+inline void makeOpaque(std::vector<uint8_t>& pixels) {
+    for (size_t i = 3; i < pixels.size(); i += 4) pixels[i] = 255;
+}
 
 }  // namespace orvocap

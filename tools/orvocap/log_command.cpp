@@ -14,7 +14,9 @@
 #include <thread>
 
 #include "command.h"
+#include "log_json.h"
 #include "log_lines.h"
+#include "standard_output.h"
 #include "stop_request.h"
 
 namespace orvocap {
@@ -24,20 +26,10 @@ namespace {
 constexpr auto kPause = std::chrono::milliseconds(200);
 constexpr size_t kChunk = 64 * 1024;
 
-void print(const std::string& text) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
-        throw Failure(exitFailure, std::string("cannot write: ") + std::strerror(errno));
-    }
-}
-
-void flush() {
-    if (std::fflush(stdout) != 0) throw Failure(exitFailure, std::string("cannot write: ") + std::strerror(errno));
-}
-
 // One file, or standard input, read as far as it goes and then further.
 class Source {
   public:
-    explicit Source(std::string name) : name_(std::move(name)), lines_(print) {}
+    Source(std::string name, const LogLines::Output& output) : name_(std::move(name)), lines_(output) {}
     Source(const Source&) = delete;
     Source& operator=(const Source&) = delete;
     ~Source() { close(); }
@@ -103,29 +95,30 @@ void followSources(const std::vector<std::unique_ptr<Source>>& sources) {
     while (!stopRequested()) {
         for (const auto& source : sources) source->notice_replacement();
         for (const auto& source : sources) source->drain();
-        flush();
+        flushOutput();
         std::this_thread::sleep_for(kPause);
     }
 }
 
 }  // namespace
 
-ExitCode printLogs(const std::vector<std::string>& files, bool follow) {
+ExitCode printLogs(const std::vector<std::string>& files, bool follow, bool asJson) {
+    const auto output = [asJson](const std::string& plain) { print(asJson ? logJson(plain) : plain); };
     std::vector<std::unique_ptr<Source>> sources;
-    for (const auto& file : files) sources.push_back(std::make_unique<Source>(file));
-    if (sources.empty()) sources.push_back(std::make_unique<Source>("-"));
+    for (const auto& file : files) sources.push_back(std::make_unique<Source>(file, output));
+    if (sources.empty()) sources.push_back(std::make_unique<Source>("-", output));
     bool good = true;
     for (const auto& source : sources) {
         good = source->drain() && good;
         if (!follow) source->finish();
-        flush();
+        flushOutput();
     }
     const bool only_input = std::all_of(files.begin(), files.end(), [](const auto& file) { return file == "-"; });
     if (!follow) return good ? exitSuccess : exitFailure;
     // Standard input ends with its writer; a file never does.
     if (!only_input) followSources(sources);
     for (const auto& source : sources) source->finish();
-    flush();
+    flushOutput();
     return exitSuccess;
 }
 
@@ -135,10 +128,13 @@ void addLogCommand(CLI::App& app, Action& action) {
     auto follow = std::make_shared<bool>(false);
     command->add_option("FILE", *files, "log files; - or none for standard input");
     command->add_flag("-f,--follow", *follow, "go on with what is added; give all three files to follow a running log");
-    command->callback([files, follow, &action] {
-        action = [files, follow] {
+    auto asJson = std::make_shared<bool>(false);
+    command->add_flag("--json", *asJson, "print a JSON object a line");
+    command->footer("  orvocap log host.log\n  orvocap log --follow a.log b.log c.log\n");
+    command->callback([=, &action] {
+        action = [=] {
             if (*follow) listenForStop();
-            return printLogs(*files, *follow);
+            return printLogs(*files, *follow, *asJson);
         };
     });
 }

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "application.h"
+#include "standard_output.h"
 
 namespace {
 
@@ -14,6 +15,10 @@ int run(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? orvocap::exitSuccess : orvocap::exitUsage;
     }
+    if (!action) {
+        std::fputs(app.help().c_str(), stderr);
+        return orvocap::exitUsage;
+    }
     return action();
 }
 
@@ -21,7 +26,10 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
-        return run(argc, argv);
+        orvocap::keepStandardStreams();
+        const int code = run(argc, argv);
+        orvocap::flushOutput();
+        return code;
     } catch (const orvocap::Failure& failure) {
         std::fprintf(stderr, "orvocap: %s\n", failure.what());
         return failure.code();

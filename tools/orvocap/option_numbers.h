@@ -1,6 +1,7 @@
 // Option values that are several numbers in one word, such as 640x480.
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <array>
 #include <charconv>
 #include <string>
@@ -28,5 +29,8 @@ struct Area {
     static Area read(const std::string& option, const std::string& text);
     [[nodiscard]] bool isEmpty() const { return width == 0; }
 };
+
+// Adds --seconds. seconds: keeps its value unless the option is given; then it is above 0 and finite.
+void addSeconds(CLI::App& command, double& seconds, const std::string& text);
 
 }  // namespace orvocap

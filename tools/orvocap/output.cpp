@@ -3,7 +3,7 @@
 
 #include "failure.h"
 #include "png_sink.h"
-#include "y4m_sink.h"
+#include "video_sink.h"
 
 namespace orvocap {
 
@@ -27,7 +27,10 @@ std::unique_ptr<FrameSink> OutputOptions::makeSink(unsigned int window) const {
     }
     if (window && onStandardOutput())
         throw Failure(exitUsage, "standard output takes one target; give a file, and each window has its own");
-    return std::make_unique<Y4mSink>(window ? withWindow(y4mFile, window) : y4mFile, framesPerSecond);
+    const bool isRaw = !rawFile.empty();
+    const std::string& file = isRaw ? rawFile : y4mFile;
+    return std::make_unique<VideoSink>(window ? withWindow(file, window) : file, isRaw ? rawFormat : y4mFormat,
+                                       framesPerSecond);
 }
 
 Output::Output(const OutputOptions& options, unsigned int frameTarget, bool only)

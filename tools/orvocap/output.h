@@ -13,10 +13,11 @@ namespace orvocap {
 struct OutputOptions {
     std::string pngFolder;
     std::string y4mFile;
+    std::string rawFile;
     int framesPerSecond = 15;
     double seconds = 0;  // 0 records until somebody stops it
 
-    [[nodiscard]] bool onStandardOutput() const { return y4mFile == "-"; }
+    [[nodiscard]] bool onStandardOutput() const { return y4mFile == "-" || rawFile == "-"; }
 
     // window: 0 for a target that has the whole output to itself.
     [[nodiscard]] std::unique_ptr<FrameSink> makeSink(unsigned int window) const;

@@ -8,21 +8,9 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "output_stream.h"
+
 namespace orvocap {
-
-namespace {
-
-png_image describe(const Frame& frame) {
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    image.width = static_cast<png_uint_32>(frame.width);
-    image.height = static_cast<png_uint_32>(frame.height);
-    image.format = PNG_FORMAT_BGRA;
-    image.flags = PNG_IMAGE_FLAG_FAST;
-    return image;
-}
-
-}  // namespace
 
 void makeFolder(const std::string& path) {
     // Each prefix that ends before a slash, then the whole path.
@@ -35,17 +23,13 @@ void makeFolder(const std::string& path) {
     }
 }
 
-void writePng(const std::string& path, const Frame& frame) {
-    png_image image = describe(frame);
-    errno = 0;
-    if (!png_image_write_to_file(&image, path.c_str(), 0, frame.pixels.data(),
-                                 static_cast<png_int_32>(frame.bytesPerRow()), nullptr)) {
-        throw std::runtime_error("cannot write " + path + ": " + (errno ? std::strerror(errno) : image.message));
-    }
-}
-
 std::vector<uint8_t> encodePng(const Frame& frame) {
-    png_image image = describe(frame);
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = static_cast<png_uint_32>(frame.width);
+    image.height = static_cast<png_uint_32>(frame.height);
+    image.format = PNG_FORMAT_BGRA;
+    image.flags = PNG_IMAGE_FLAG_FAST;
     const auto rowBytes = static_cast<png_int_32>(frame.bytesPerRow());
     png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
     std::vector<uint8_t> bytes(size);
@@ -54,6 +38,13 @@ std::vector<uint8_t> encodePng(const Frame& frame) {
     }
     bytes.resize(size);
     return bytes;
+}
+
+// Not by libpng, which removes what it cannot write, a device included.
+size_t writePng(const std::string& path, const Frame& frame) {
+    const auto bytes = encodePng(frame);
+    writeFile(path, bytes.data(), bytes.size());
+    return bytes.size();
 }
 
 }  // namespace orvocap

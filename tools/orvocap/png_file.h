@@ -12,10 +12,10 @@ namespace orvocap {
 // Makes a folder with its parents; one that exists is fine. Throws when it cannot be made.
 void makeFolder(const std::string& path);
 
-// Writes one picture. Throws when the file cannot be written.
-void writePng(const std::string& path, const Frame& frame);
-
 // One picture as the bytes of a PNG file. Throws when it cannot be made.
 std::vector<uint8_t> encodePng(const Frame& frame);
+
+// Writes one picture, to standard output for "-". Throws when it cannot be written. Result: its size in bytes.
+size_t writePng(const std::string& path, const Frame& frame);
 
 }  // namespace orvocap

@@ -16,8 +16,8 @@ void PngSink::write(const Frame& frame) {
     char name[32];
     std::snprintf(name, sizeof name, "/frame-%06u.png", count_ + 1);
     opaque_ = frame;
-    for (size_t i = 3; i < opaque_.pixels.size(); i += 4) opaque_.pixels[i] = 255;
-    writePng(folder_ + name, opaque_);
+    makeOpaque(opaque_.pixels);
+    bytes_ += writePng(folder_ + name, opaque_);
     ++count_;
 }
 

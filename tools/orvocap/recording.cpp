@@ -20,6 +20,13 @@ std::string RecordingFigures::text() const {
     return line;
 }
 
+std::string RecordingFigures::progressText(uint64_t bytes) const {
+    char line[160];
+    std::snprintf(line, sizeof line, "%u frames, %.1f/s, %.1f MB, %u dropped, gap %llu ms", frames, rate(),
+                  static_cast<double>(bytes) / 1e6, dropped, longestGap);
+    return line;
+}
+
 Recording::Recording(FrameWriter& writer, double seconds, int framesPerSecond)
     : writer_(writer), seconds_(seconds), halfTick_(500.0 / framesPerSecond) {}
 

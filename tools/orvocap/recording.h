@@ -24,8 +24,9 @@ struct RecordingFigures {
     }
     [[nodiscard]] double seconds() const {
         return rate() > 0 ? frames / rate() : 0;
-    }  // the last frame's share included
-    [[nodiscard]] std::string text() const;
+    }                                                              // the last frame's share included
+    [[nodiscard]] std::string text() const;                        // all of them
+    [[nodiscard]] std::string progressText(uint64_t bytes) const;  // the same in short, for one line of a terminal
 };
 
 class Recording {

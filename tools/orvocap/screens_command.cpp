@@ -1,9 +1,9 @@
 // orvocap screens: the screens that can be captured, as text or as JSON.
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "command.h"
 #include "screen_list.h"
+#include "standard_output.h"
 
 namespace orvocap {
 
@@ -12,10 +12,10 @@ namespace {
 ExitCode printScreens(bool asJson) {
     const auto screens = requireScreens();
     if (asJson) {
-        auto list = nlohmann::json::array();
+        auto list = Json::array();
         for (const auto& screen : screens)
             list.push_back({{"id", screen.screenID}, {"primary", screen.isPrimary != 0}});
-        std::printf("%s\n", list.dump(2).c_str());
+        printJson(list);
     } else {
         for (const auto& screen : screens) {
             std::printf("screen %u%s\n", screen.screenID, screen.isPrimary ? " (main)" : "");

@@ -4,6 +4,7 @@
 #include "command.h"
 #include "png_file.h"
 #include "quiet_console.h"
+#include "standard_output.h"
 #include "still.h"
 #include "stop_request.h"
 #include "target_options.h"
@@ -15,13 +16,8 @@ namespace {
 struct ShotOptions {
     TargetOptions target;
     std::string file;
+    bool asJson = false;
 };
-
-void writeToStandardOutput(const Frame& frame) {
-    const auto bytes = encodePng(frame);
-    if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size() || std::fflush(stdout) != 0)
-        throw Failure(exitFailure, "cannot write the picture to standard output");
-}
 
 ExitCode shoot(ShotOptions& options) {
     options.target.resolve();
@@ -39,12 +35,13 @@ ExitCode shoot(ShotOptions& options) {
     }
     if (!options.target.matches(frame->width, frame->height))
         throw Failure(exitUsage, options.target.mismatch(frame->width, frame->height));
-    if (options.file == "-") {
-        writeToStandardOutput(*frame);
-    } else {
-        writePng(options.file, *frame);
+    const size_t bytes = writePng(options.file, *frame);
+    std::FILE* const stream = options.file == "-" ? stderr : stdout;
+    if (options.asJson)
+        printJson({{"output", options.file}, {"width", frame->width}, {"height", frame->height}, {"bytes", bytes}},
+                  stream);
+    else if (options.file != "-")
         std::printf("wrote %s, %dx%d\n", options.file.c_str(), frame->width, frame->height);
-    }
     return exitSuccess;
 }
 
@@ -55,6 +52,12 @@ void addShotCommand(CLI::App& app, Action& action) {
     auto options = std::make_shared<ShotOptions>();
     options->target.addTo(*command);
     command->add_option("--out", options->file, "the PNG file; - is standard output")->type_name("FILE")->required();
+    command->add_flag("--json", options->asJson,
+                      "print the result as JSON; on standard error when the picture is on standard output");
+    command->footer(
+        "  orvocap shot --screen main --out screen.png\n"
+        "  orvocap shot --screen main --rect 40,40,640,400 --out part.png\n"
+        "  orvocap shot --window 8388620 --out - | display\n");
     command->callback([options, &action] { action = [options] { return shoot(*options); }; });
 }
 

@@ -1,16 +1,16 @@
 // orvocap watch: captures windows and prints what happens to them, a line for each event.
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 
 #include "capture.h"
 #include "command.h"
 #include "events.h"
 #include "main_queue.h"
+#include "option_numbers.h"
 #include "quiet_console.h"
+#include "standard_output.h"
 #include "stop_request.h"
 #include "window_targets.h"
 
@@ -105,13 +105,12 @@ void Watch::listen() {
 }
 
 // Prints what has come, at once also into a pipe.
-void print(const std::vector<Event>& events, const WatchOptions& options, News& news) {
+void printNews(const std::vector<Event>& events, const WatchOptions& options, News& news) {
     for (const Event& event : events) {
         if (!options.all && !news.isNew(event)) continue;
-        std::puts((options.asJson ? eventJson(event) : eventLine(event)).c_str());
+        print(options.asJson ? eventJson(event) : eventLine(event) + "\n");
     }
-    if (std::fflush(stdout) != 0 || std::ferror(stdout))
-        throw Failure(exitFailure, std::string("cannot write: ") + std::strerror(errno));
+    flushOutput();
 }
 
 ExitCode watch(const WatchOptions& options) {
@@ -123,7 +122,7 @@ ExitCode watch(const WatchOptions& options) {
     watched.start(options.windows);
     while (!stopRequested() && (options.seconds <= 0 || watched.seconds() < options.seconds)) {
         runMainQueue(sliceMilliseconds);
-        print(watched.take(), options, news);
+        printNews(watched.take(), options, news);
         if (watched.error() == ORVO_CAPTURE_ERROR_INTERRUPTED) break;
     }
     if (const int code = watched.error())
@@ -137,9 +136,10 @@ void addWatchCommand(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand("watch", "Capture windows and print what happens to them, as it happens.");
     auto options = std::make_shared<WatchOptions>();
     options->windows.addTo(*command)->required();
-    command->add_option("--seconds", options->seconds, "how long; without it until Ctrl-C")->check(CLI::PositiveNumber);
+    addSeconds(*command, options->seconds, "how long; without it until Ctrl-C");
     command->add_flag("--all", options->all, "print also what is told again with every tick");
     command->add_flag("--json", options->asJson, "print a JSON object a line");
+    command->footer("  orvocap watch --window 8388620\n  orvocap watch --window 8388620 --json --seconds 10\n");
     command->callback([options, &action] { action = [options] { return watch(*options); }; });
 }
 

@@ -8,6 +8,7 @@
 #include "orvo/screencapture_additions.h"
 #include "quiet_console.h"
 #include "screen_list.h"
+#include "standard_output.h"
 
 namespace orvocap {
 
@@ -73,11 +74,6 @@ ListedItem itemOf(const OrvoThumbnailWindowInfo& info) {
 
 }  // namespace
 
-std::string noWindowText(uint32_t number) {
-    return "no window " + std::to_string(number) +
-           " is on screen; it may be minimised or closed: `orvocap windows` lists what can be captured";
-}
-
 std::vector<ListedItem> listItems(bool withPictures) {
     requireScreens();
     const QuietConsole quiet;
@@ -90,6 +86,19 @@ std::vector<ListedItem> listItems(bool withPictures) {
     items.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i) items.push_back(itemOf(list[static_cast<size_t>(i)]));
     return items;
+}
+
+std::string noWindowText(uint32_t number) {
+    constexpr size_t most = 8;
+    std::string known;
+    size_t count = 0;
+    for (const ListedItem& item : listItems(false)) {
+        if (item.isScreen || count++ >= most) continue;
+        known += (known.empty() ? "" : ", ") + std::to_string(item.number) + " (" + printable(item.title) + ")";
+    }
+    if (count > most) known += " and " + std::to_string(count - most) + " more";
+    return "no window " + std::to_string(number) + " can be captured now; it may be minimised or closed; " +
+           (known.empty() ? "there is no window" : "there is: " + known);
 }
 
 }  // namespace orvocap

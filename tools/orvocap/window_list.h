@@ -24,7 +24,7 @@ struct ListedItem {
     std::optional<Frame> picture;
 };
 
-// What to tell a user who named a window that is not there.
+// What to tell a user who named a window that is not there: which ones are.
 std::string noWindowText(uint32_t number);
 
 // Throws a Failure that says what to do when there is no screen.

@@ -1,9 +1,9 @@
 // orvocap windows: screens and windows as a picker lists them, as text or as JSON, with icons and pictures as files.
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "command.h"
 #include "png_file.h"
+#include "standard_output.h"
 #include "window_list.h"
 
 namespace orvocap {
@@ -16,10 +16,10 @@ struct WindowsOptions {
     std::string pictureFolder;
 };
 
-void printJson(const std::vector<ListedItem>& items) {
-    auto list = nlohmann::json::array();
+void printItems(const std::vector<ListedItem>& items) {
+    auto list = Json::array();
     for (const auto& item : items) {
-        nlohmann::json entry = {
+        Json entry = {
             {"id", item.number},
             {"kind", item.isScreen ? "screen" : "window"},
             {"title", item.title},
@@ -32,15 +32,14 @@ void printJson(const std::vector<ListedItem>& items) {
         }
         list.push_back(std::move(entry));
     }
-    // Titles are whatever a program has set.
-    std::printf("%s\n", list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    printJson(list);
 }
 
 void printText(const std::vector<ListedItem>& items) {
     for (const auto& item : items) {
         std::printf("%-6s %-10u %5dx%-5d at %5d,%-5d %s", item.isScreen ? "screen" : "window", item.number, item.width,
-                    item.height, item.left, item.top, item.title.c_str());
-        if (!item.isScreen) std::printf("  [%s, process %d]", item.owner.c_str(), item.processID);
+                    item.height, item.left, item.top, printable(item.title).c_str());
+        if (!item.isScreen) std::printf("  [%s, process %d]", printable(item.owner).c_str(), item.processID);
         std::printf("\n");
     }
 }
@@ -61,7 +60,7 @@ ExitCode listWindows(const WindowsOptions& options) {
     writePictures(items, options.iconFolder, "icon", &ListedItem::icon);
     writePictures(items, options.pictureFolder, "picture", &ListedItem::picture);
     if (options.asJson) {
-        printJson(items);
+        printItems(items);
     } else {
         printText(items);
     }
@@ -77,6 +76,7 @@ void addWindowsCommand(CLI::App& app, Action& action) {
     command->add_option("--icons", options->iconFolder, "write each application's icon as a PNG file")
         ->type_name("DIR");
     command->add_option("--pictures", options->pictureFolder, "write each picture as a PNG file")->type_name("DIR");
+    command->footer("  orvocap windows\n  orvocap windows --json --pictures pictures --icons icons\n");
     command->callback([options, &action] { action = [options] { return listWindows(*options); }; });
 }
 

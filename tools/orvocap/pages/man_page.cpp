@@ -1,4 +1,6 @@
 // orvocap's manual page.
+#include <sstream>
+
 #include "pages.h"
 #include "tools/orvocap/failure.h"
 
@@ -27,6 +29,14 @@ std::string escaped(const std::string& text) {
     return (result.empty() || result[0] == '.' ? "\\&" : "") + result;
 }
 
+// Whole lines as they stand.
+std::string verbatim(const std::string& lines) {
+    std::istringstream stream(lines);
+    std::string result;
+    for (std::string line; std::getline(stream, line);) result += escaped(line) + "\n";
+    return result;
+}
+
 std::string item(const OptionEntry& option) {
     std::string names;
     for (const auto& name : option.names)
@@ -41,20 +51,9 @@ std::string section(const CommandEntry& command) {
     for (const auto& option : command.options) {
         if (option.names.back() != "--help") text += item(option);
     }
+    if (!command.examples.empty()) text += ".PP\n.EX\n" + verbatim(command.examples) + ".EE\n";
     return text;
 }
-
-constexpr char examples[] = R"(.SH EXAMPLES
-.TP
-What can be captured:
-.B orvocap windows
-.TP
-Two seconds of the main screen as a film:
-.B orvocap record \-\-screen main \-\-seconds 2 \-\-y4m film.y4m
-.TP
-The log of a running program, as plain text:
-.B orvocap log \-\-follow a.log b.log c.log
-)";
 
 }  // namespace
 
@@ -76,7 +75,8 @@ std::string manPage(const std::vector<CommandEntry>& table) {
     text += ".SH EXIT STATUS\n";
     for (const auto& meaning : exitMeanings)
         text += ".TP\n.B " + std::to_string(meaning.code) + "\n" + escaped(meaning.text) + "\n";
-    return text + ".SH ENVIRONMENT\n.TP\n.B DISPLAY\nThe X server, on Linux.\n" + examples;
+    return text + ".SH ENVIRONMENT\n.TP\n.B DISPLAY\nThe X server, on Linux.\n.SH EXAMPLES\n.EX\n" +
+           verbatim(table[0].examples) + ".EE\n";
 }
 
 }  // namespace orvocap

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "option_table.h"
+#include "tools/orvocap/option_table.h"
 
 namespace orvocap {
 

@@ -1,4 +1,4 @@
-// orvocap's options as its pages tell them, read from the options themselves.
+// orvocap's options as its help and its pages tell them, read from the options themselves.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -25,9 +25,12 @@ struct CommandEntry {
     std::string name;  // empty for orvocap itself
     std::string text;
     std::vector<OptionEntry> options;
+    std::string examples{};  // whole lines, indented
 };
 
 // orvocap itself first, then its commands in their order.
 std::vector<CommandEntry> optionTable(const CLI::App& app);
+
+CommandEntry commandEntry(const CLI::App& command);
 
 }  // namespace orvocap

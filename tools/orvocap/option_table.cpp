@@ -1,4 +1,4 @@
-// orvocap's options as its pages tell them.
+// The table that help, manual page and completions are made from.
 #include "option_table.h"
 
 #include <algorithm>
@@ -26,15 +26,17 @@ OptionEntry entry(const CLI::Option& option) {
     return result;
 }
 
-// A group is a command without a name to the parser, and repeats the help option.
+// What to capture and where to put it stands in groups, and comes first; the help option, which each group repeats,
+// comes last.
 void addOptions(const CLI::App& app, std::vector<OptionEntry>& options) {
-    for (const CLI::Option* option : app.get_options()) {
-        if (option == app.get_help_ptr() && app.get_name().empty() && app.get_parent()) continue;
-        options.push_back(entry(*option));
-    }
     for (const CLI::App* group : app.get_subcommands({})) {
         if (group->get_name().empty()) addOptions(*group, options);
     }
+    for (const CLI::Option* option : app.get_options()) {
+        if (option != app.get_help_ptr()) options.push_back(entry(*option));
+    }
+    const bool isGroup = app.get_name().empty() && app.get_parent();
+    if (!isGroup) options.push_back(entry(*app.get_help_ptr()));
 }
 
 }  // namespace
@@ -50,13 +52,17 @@ std::vector<std::string> OptionEntry::choices() const {
     return words;
 }
 
+CommandEntry commandEntry(const CLI::App& command) {
+    CommandEntry result{command.get_name(), command.get_description(), {}, command.get_footer()};
+    addOptions(command, result.options);
+    return result;
+}
+
 std::vector<CommandEntry> optionTable(const CLI::App& app) {
-    std::vector<CommandEntry> table{{"", app.get_description(), {}}};
-    addOptions(app, table[0].options);
+    std::vector<CommandEntry> table{commandEntry(app)};
+    table[0].name.clear();
     for (const CLI::App* command : app.get_subcommands({})) {
-        if (command->get_name().empty()) continue;
-        table.push_back({command->get_name(), command->get_description(), {}});
-        addOptions(*command, table.back().options);
+        if (!command->get_name().empty()) table.push_back(commandEntry(*command));
     }
     return table;
 }

@@ -1,4 +1,4 @@
-// The Y4M file: colours, odd sizes, constant rate, failures.
+// Films: colours, odd sizes, constant rate, failures.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -6,7 +6,7 @@
 #include <iterator>
 
 #include "support/tool/frames.h"
-#include "tools/orvocap/y4m_sink.h"
+#include "tools/orvocap/video_sink.h"
 
 namespace orvocap {
 namespace {
@@ -15,7 +15,7 @@ class Y4mTest : public testing::Test {
   protected:
     // Everything after the header's line.
     std::string recordAndRead(const std::vector<Frame>& frames) {
-        Y4mSink sink(file_, 25);
+        VideoSink sink(file_, y4mFormat, 25);
         for (const Frame& frame : frames) sink.write(frame);
         sink.finish();
         std::ifstream stream(file_, std::ios::binary);
@@ -76,12 +76,23 @@ TEST_F(Y4mTest, RepeatsAPictureWhereFramesAreMissing) {
     EXPECT_TRUE(luma[0] < luma[1] && luma[1] < luma[5]);
 }
 
+TEST_F(Y4mTest, WritesRawPicturesOpaqueAndWithoutAHeader) {
+    VideoSink sink(file_, rawFormat, 25);
+    sink.write(solidFrame(2, 1, {1, 2, 3, 4}, 1000));
+    sink.write(solidFrame(2, 1, {5, 6, 7, 0}, 1080));  // one is missing before it
+    sink.finish();
+    std::ifstream stream(file_, std::ios::binary);
+    const std::string data{std::istreambuf_iterator<char>(stream), {}};
+    EXPECT_EQ(data, "\1\2\3\xFF\1\2\3\xFF\1\2\3\xFF\1\2\3\xFF\5\6\7\xFF\5\6\7\xFF");
+    EXPECT_EQ(sink.bytes(), data.size());
+}
+
 TEST_F(Y4mTest, FailsWithAReason) {
-    Y4mSink sink(file_, 25);
+    VideoSink sink(file_, y4mFormat, 25);
     sink.write(solidFrame(4, 4, {}, 0));
     EXPECT_THROW(sink.write(solidFrame(4, 6, {}, 40)), std::runtime_error);
-    EXPECT_THROW(Y4mSink(folder_.path() + "/not/there.y4m", 25), std::runtime_error);
-    Y4mSink full("/dev/full", 25);
+    EXPECT_THROW(VideoSink(folder_.path() + "/not/there.y4m", y4mFormat, 25), std::runtime_error);
+    VideoSink full("/dev/full", y4mFormat, 25);
     full.write(solidFrame(2, 2, {}, 0));
     EXPECT_THROW(full.finish(), std::runtime_error);
 }
