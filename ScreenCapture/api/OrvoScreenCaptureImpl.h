@@ -3,6 +3,7 @@
 // from.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -19,6 +20,10 @@ class OrvoScreenCaptureImpl {
     ~OrvoScreenCaptureImpl();
     OrvoScreenCaptureImpl(const OrvoScreenCaptureImpl&) = delete;
     OrvoScreenCaptureImpl& operator=(const OrvoScreenCaptureImpl&) = delete;
+
+    // Whether any export has reached the facade.
+    void noteUse() { m_used.store(true, std::memory_order_relaxed); }
+    bool isUsed() const { return m_used.load(std::memory_order_relaxed); }
 
     void Init();
     void UnInit();
@@ -75,6 +80,7 @@ class OrvoScreenCaptureImpl {
     std::shared_ptr<OrvoCaptureSession> existingSession() const;
     size_t excludedWindows() const;
 
+    std::atomic<bool> m_used{false};
     CORVOTaskIO* const m_logTask;  // one reference of it
     const std::unique_ptr<ORVO::BASE::COrvoQueueRunner> m_queueRunner;
 
@@ -83,5 +89,5 @@ class OrvoScreenCaptureImpl {
     std::shared_ptr<OrvoCaptureSettings> m_settings;
 };
 
-// Made when the library is loaded; nobody deletes it.
+// Made when the library is loaded; nobody deletes it. Null in a child that is forked after the first call.
 extern "C" ORVO_API OrvoScreenCaptureImpl* g_pScreenCaptureImpl;

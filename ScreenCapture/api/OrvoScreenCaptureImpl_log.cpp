@@ -6,6 +6,7 @@
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
 #include "ScreenCapture/api/impl_log.h"
 #include "ScreenCapture/log/orvo_log.h"
+#include "common/utils/orvo_signal_block.h"
 #include "xplatform/common/orvoio.h"
 
 namespace {
@@ -61,6 +62,7 @@ OrvoScreenCaptureImpl::~OrvoScreenCaptureImpl() {
 }
 
 bool OrvoScreenCaptureImpl::StartThreadIfNeeded() {
+    const ORVO::BASE::SignalBlock block;
     if (!m_logTask->IsStarted()) m_logTask->Start();
     return m_logTask->IsStarted();
 }

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstring>
+#include <new>
 
 #include "ScreenCapture/api/facade_call.h"
 #include "ScreenCapture/thumbnail/window_info.h"
@@ -29,9 +30,10 @@ OrvoThumbnailWindowInfo* enumWindows(int* count, bool skipImages, bool includeIc
     });
 }
 
+// Null when there is no memory.
 OrvoScreenCaptureWindowItem* plainItems(const OrvoThumbnailWindowInfo* infos, int count) {
-    auto* const items = new OrvoScreenCaptureWindowItem[static_cast<size_t>(count)]();
-    for (int i = 0; i < count; ++i) {
+    auto* const items = new (std::nothrow) OrvoScreenCaptureWindowItem[static_cast<size_t>(count)]();
+    for (int i = 0; items && i < count; ++i) {
         items[i].windowID = infos[i].windowID;
         static_assert(sizeof items->title == sizeof infos->title);
         std::memcpy(items[i].title, infos[i].title, sizeof items->title);
@@ -64,7 +66,7 @@ OrvoScreenCaptureWindowItem* orvo_screencapture_enum_window_list(int isIncludeIc
         auto* const infos = facade.EnumWindowList(found, true, true, iconic);
         auto* const items = plainItems(infos, found);
         orvo::thumbnail::freeWindowInfos(infos, found);  // no line of the log tells of it
-        if (count) *count = static_cast<unsigned int>(found);
+        if (count && items) *count = static_cast<unsigned int>(found);
         return items;
     });
     return list ? list : plainItems(nullptr, 0);

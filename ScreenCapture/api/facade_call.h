@@ -1,9 +1,8 @@
 // How every export reaches the facade: without one, or when the call fails, it gives its neutral answer.
 #pragma once
 
-#include <exception>
-
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
+#include "ScreenCapture/platform/contained.h"
 #include "xplatform/common/orvosyslog.h"
 
 #define EXPORT_LOG(module, ...) syslog_ex(1, 3, module, __LINE__, __VA_ARGS__)
@@ -14,13 +13,11 @@ namespace orvo::api {
 template <typename Answer, typename Call>
 Answer ask(Answer neutral, Call&& call) noexcept {
     if (!g_pScreenCaptureImpl) return neutral;
-    try {
-        return call(*g_pScreenCaptureImpl);
-    } catch (const orvo::platform::PlatformException& error) {
-        syslog_ex(1, 1, "SC", __LINE__, "call failed: %s: %s", error.name.c_str(), error.reason.c_str());
-    } catch (const std::exception& error) {
-        syslog_ex(1, 1, "SC", __LINE__, "call failed: %s", error.what());
-    }
+    g_pScreenCaptureImpl->noteUse();
+    orvo::platform::contained([&] { neutral = call(*g_pScreenCaptureImpl); },
+                              [](const char* name, const char* reason) {
+                                  syslog_ex(1, 1, "SC", __LINE__, "call failed: %s: %s", name, reason);
+                              });
     return neutral;
 }
 

@@ -1,11 +1,11 @@
 // The screen capture session: life, start and stop, plain parameters. Method names in log lines are literals.
 #include "ScreenCapture/capture/OrvoCaptureSession.h"
 
-#include <exception>
 #include <utility>
 
 #include "ScreenCapture/capture/capture_log.h"
 #include "ScreenCapture/capture/host_callbacks.h"
+#include "ScreenCapture/platform/contained.h"
 
 using namespace orvo::platform;
 using orvo::capture::fire;
@@ -17,13 +17,8 @@ constexpr int kDefaultFps = 15;
 // A platform call that fails ends its step; nothing leaves the queue.
 template <typename Work>
 void guarded(Work&& work) {
-    try {
-        work();
-    } catch (const PlatformException& error) {
-        CS_LOG("error name:%s   error reason:%s", error.name.c_str(), error.reason.c_str());
-    } catch (const std::exception& error) {
-        CS_LOG("error name:%s   error reason:%s", "exception", error.what());
-    }
+    contained(work,
+              [](const char* name, const char* reason) { CS_LOG("error name:%s   error reason:%s", name, reason); });
 }
 
 }  // namespace

@@ -10,9 +10,12 @@
 #include <ctime>
 #include <functional>
 #include <new>
+#include <string>
 #include <utility>
 
+#include "ScreenCapture/log/leave_log.h"
 #include "ScreenCapture/log/orvo_log_files.h"
+#include "ScreenCapture/log/sym_encrypt.h"
 #include "xplatform/common/orvosyslog.h"
 #include "xplatform/common/orvosyslog_line.h"
 
@@ -37,10 +40,20 @@ LogFiles& files() {
     return instance;
 }
 
+struct ReadLock {
+    ReadLock() { pthread_rwlock_rdlock(&runner_lock); }
+    ~ReadLock() { pthread_rwlock_unlock(&runner_lock); }
+    ReadLock(const ReadLock&) = delete;
+    ReadLock& operator=(const ReadLock&) = delete;
+};
+
+// Set in a forked child.
+constinit std::atomic<bool> left{false};
+
 void post(std::function<void()>&& job) {
-    pthread_rwlock_rdlock(&runner_lock);
+    if (left) return;
+    const ReadLock lock;
     if (runner && task) runner->AsyncRun(std::move(job), task);
-    pthread_rwlock_unlock(&runner_lock);
 }
 
 void echo(int level, const char* text) {
@@ -64,9 +77,13 @@ void run_log_on(BASE::COrvoQueueRunner* new_runner, CORVOTaskBase* new_task) {
     pthread_rwlock_unlock(&runner_lock);
 }
 
+void leave_log() {
+    left = true;
+}
+
 void init_log(const char* path0, const char* path1, const char* path2, unsigned long long maxSize) {
     struct Paths {
-        orvo::strutf8 each[3];
+        std::string each[3];
     };
     post([paths = Paths{{path0, path1, path2}}, maxSize] { files().init(paths.each, maxSize); });
     syslog_hook_ex(1, orvo_log_hook);
@@ -108,7 +125,9 @@ void orvo_log_hook(int level, const char* /*module*/, int /*line*/, const char* 
     if (g_LogLevel.load(std::memory_order_relaxed) >= level) echo(level, text);
     if (g_LogLevel.load(std::memory_order_relaxed) < level) return;
     try {
-        post([line = sym_encrypt(orvo::strutf8(text))] {
+        std::string scrambled(text);
+        sym_encrypt(scrambled.data());
+        post([line = std::move(scrambled)] {
             files().write(line, g_LogLevel.load(std::memory_order_relaxed) == ESYSLOG_DEBUG);
         });
     } catch (const std::bad_alloc&) {

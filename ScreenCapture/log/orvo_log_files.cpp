@@ -36,7 +36,7 @@ uint64_t size_of(const char* path) {
 
 }  // namespace
 
-void LogFiles::init(const orvo::strutf8 paths[3], uint64_t max_size) {
+void LogFiles::init(const std::string (&paths)[3], uint64_t max_size) {
     for (int i = 0; i < 3; ++i) {
         strncpy(strLogPath_[i], paths[i].c_str(), kPathSize - 1);
     }
@@ -64,7 +64,7 @@ bool LogFiles::is_deleted() const {
     return g_fd_ && fstat(fileno(g_fd_), &status) == 0 && status.st_nlink == 0;
 }
 
-void LogFiles::write(const orvo::strutf8& line, bool flush_each) {
+void LogFiles::write(std::string_view line, bool flush_each) {
     if (!g_fd_) return;
     currentFileSize_ += line.length() + 1;
     // Intended: the line that causes the rotation goes into the new file without being counted there.
@@ -90,9 +90,7 @@ void LogFiles::rotate() {
     if (g_fd_) return put_header();
     g_fd_ = open_for_appending(strLogPath_[0]);
     if (!g_fd_) return;
-    orvo::strutf8 error(kOpenError);
-    error.append(path ? path : "").append("\n");
-    put_scrambled(error.c_str());
+    put_scrambled(std::string(kOpenError) + (path ? path : "") + "\n");
 }
 
 const char* LogFiles::next_path() {
@@ -114,18 +112,19 @@ void LogFiles::put_header() {
     put_scrambled(kHeader);
 }
 
-void LogFiles::put_scrambled(const char* text) {
-    put(sym_encrypt(orvo::strutf8(text)));
+void LogFiles::put_scrambled(std::string text) {
+    sym_encrypt(text.data());
+    put(text);
     flush();
 }
 
 // After a failure (a full disk) the file may end in the middle of a line; the next line begins a new one.
-void LogFiles::put(const orvo::strutf8& text) {
+void LogFiles::put(std::string_view text) {
     if (torn_) {
         clearerr(g_fd_);
         torn_ = putc('\n', g_fd_) == EOF;
     }
-    if (text.length() != fwrite(text.c_str(), 1, text.length(), g_fd_)) torn_ = true;
+    if (text.length() != fwrite(text.data(), 1, text.length(), g_fd_)) torn_ = true;
 }
 
 }  // namespace ORVO::ScreenCapture

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 #include <cstdio>
-
-#include "xplatform/common/orvostream.h"
+#include <string>
+#include <string_view>
 
 namespace ORVO::ScreenCapture {
 
@@ -16,13 +16,13 @@ class LogFiles {
     ~LogFiles() { close(); }
 
     // Sets the paths, cut to 511 bytes, and the limit in bytes, and begins again with the first file. Opens nothing.
-    void init(const orvo::strutf8 paths[3], uint64_t max_size);
+    void init(const std::string (&paths)[3], uint64_t max_size);
     // Continues the first file, unless one is open.
     void open();
     void close();
     // Writes a scrambled line and its line feed, in the next file when the line does not fit; without an open file the
     // line is lost. `flush_each` flushes now, otherwise every fourth line does.
-    void write(const orvo::strutf8& line, bool flush_each);
+    void write(std::string_view line, bool flush_each);
     // Deletes the three files and begins the first one.
     void reset();
 
@@ -31,8 +31,8 @@ class LogFiles {
 
     void rotate();
     const char* next_path();
-    void put(const orvo::strutf8& text);
-    void put_scrambled(const char* text);
+    void put(std::string_view text);
+    void put_scrambled(std::string text);
     void put_header();
     void flush();
     bool is_deleted() const;

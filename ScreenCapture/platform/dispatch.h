@@ -9,7 +9,8 @@ namespace orvo::platform {
 
 using Job = std::function<void()>;
 
-// Runs its jobs one at a time, in the order queued. Releasing a queue never waits: jobs already queued still run.
+// Runs its jobs one at a time, in the order queued; one that throws ends in the log. Releasing a queue never waits:
+// jobs already queued still run.
 class SerialQueue {
   public:
     virtual ~SerialQueue() = default;
@@ -33,7 +34,7 @@ class Dispatch {
     virtual std::shared_ptr<SerialQueue> makeSerialQueue(const char* label) = 0;
 
     // First tick now, then every interval on an absolute grid without leeway. Firings that are missed while a tick
-    // runs merge into one. The timer keeps its queue alive. Exceptions must not leave the tick.
+    // runs merge into one. The timer keeps its queue alive. A tick that throws ends in the log.
     virtual std::shared_ptr<Timer> makeTimer(const std::shared_ptr<SerialQueue>& queue, uint64_t intervalNanoseconds,
                                              Job tick) = 0;
 };

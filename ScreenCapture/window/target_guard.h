@@ -2,18 +2,13 @@
 #pragma once
 
 #include <cstdint>
-#include <exception>
 
-#include "ScreenCapture/platform/system.h"
+#include "ScreenCapture/platform/contained.h"
 #include "xplatform/common/orvosyslog.h"
 
 template <typename Work>
 void guardTarget(uint32_t windowID, Work&& work) {
-    try {
-        work();
-    } catch (const orvo::platform::PlatformException& error) {
-        syslog_ex(1, 1, "unnamed", __LINE__, "target %u: %s: %s", windowID, error.name.c_str(), error.reason.c_str());
-    } catch (const std::exception& error) {
-        syslog_ex(1, 1, "unnamed", __LINE__, "target %u: %s", windowID, error.what());
-    }
+    orvo::platform::contained(work, [windowID](const char* name, const char* reason) {
+        syslog_ex(1, 1, "unnamed", __LINE__, "target %u: %s: %s", windowID, name, reason);
+    });
 }

@@ -1,6 +1,4 @@
 // Frames of the display path on their way to the host, and the registry of its callbacks.
-#include <stdexcept>
-
 #include "orvo/screencapture_additions.h"
 #include "support/desktop/host.h"
 
@@ -84,7 +82,6 @@ TEST_F(Delivery, DisplaySizeAndPlanesFollowTheirRules) {
     frame->planes = {&planes[0], &planes[1], &planes[2]};
     frame->shown = {15.9, 2.5};
     orvo_screencapture_set_capture_video_pixel_format(4);
-    host.duringFrame = nullptr;
     desk.device().produce(frame, {1, 1});
     // The host must not read planar bytes as rows: look at the arguments only.
     orvo_screencapture_reg_captured_frame_available_notify(
@@ -131,32 +128,6 @@ TEST_F(Delivery, CallbacksAreReplacedSilencedAndLost) {
     orvo_screencapture_init();  // an empty registry
     orvo_screencapture_start_capture();
     EXPECT_TRUE(second.take() == Lines{"frame"} && host.take().empty());
-}
-
-TEST_F(Delivery, ACallbackMayRegisterStopAndUninit) {
-    start();
-    host.duringFrame = [](Host& self) {
-        self.listen();
-        orvo_screencapture_stop_capture();
-        orvo_screencapture_uninit();
-        self.note("back");
-    };
-    DesktopTest::deliver();
-    EXPECT_EQ(host.take(), (Lines{"frame", "back"}));
-    desk.stepper.settle();
-    EXPECT_FALSE(desk.device().running);
-}
-
-TEST_F(Delivery, AnExceptionOfTheHostEndsInTheLogOnce) {
-    start();
-    host.duringFrame = [](Host&) { throw std::runtime_error("host"); };
-    takeLog();
-    for (int i = 0; i < 2; ++i) {
-        auto frame = deliver(platform::makeCounted<FrameBuffer>(pattern(1, 4, 1)));
-        EXPECT_EQ(frame->unlocks, 1);
-    }
-    EXPECT_EQ(takeLog(), Lines{"1 CS a host callback of kind 3 threw an exception"});
-    EXPECT_TRUE(orvo_screencapture_is_capturing());
 }
 
 TEST_F(Delivery, StatisticsTellWhatBecameOfTheTicks) {

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <future>
 
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
 #include "ScreenCapture/log/orvo_log.h"
@@ -30,11 +29,6 @@ class LogFolder : public DesktopTest {
     static long size(const std::string& path) {
         struct stat status {};
         return stat(path.c_str(), &status) == 0 ? static_cast<long>(status.st_size) : missing;
-    }
-    static void waitForLogThread() {
-        std::promise<void> ran;
-        g_pScreenCaptureImpl->QueueRunner()->AsyncRun([&ran] { ran.set_value(); }, g_pScreenCaptureImpl->LogTask());
-        ran.get_future().wait();
     }
 
     const testing::TemporaryFolder temporary;

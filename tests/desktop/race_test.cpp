@@ -2,6 +2,7 @@
 #include <atomic>
 #include <thread>
 
+#include "support/desktop/every_export.h"
 #include "support/desktop/host.h"
 #include "support/desktop/threads.h"
 
@@ -125,39 +126,15 @@ TEST_F(Races, AFrameCallbackMayUninitOnItsOwnThread) {
 }
 
 TEST_F(Races, EverythingMayBeCalledFromEveryThread) {
-    static unsigned int ids[] = {7, 8};
-    void (*const calls[])() = {
-        orvo_screencapture_start_capture,
-        [] { orvo_screencapture_set_target_window(7); },
-        orvo_screencapture_stop_capture,
-        [] { orvo_screencapture_set_target_rect(1, 0, 0, 10, 10); },
-        [] { orvo_screencapture_set_extra_target_windows(ids, 2, true); },
-        orvo_screencapture_start_capture,
-        [] { orvo_screencapture_set_target_screen(2); },
-        [] { orvo_screencapture_set_excluded_windows(ids, 2, true); },
-        [] { orvo_screencapture_is_capturing(); },
-        [] { orvo_screencapture_set_target_window_mode(5); },
-        [] { orvo_screencapture_set_resolution(16, 12); },
-        [] { orvo_screencapture_set_cursor_visible(1); },
-        [] { orvo_screencapture_set_excluded_windows(ids, 2, false); },
-        [] { orvo_screencapture_set_fps(30); },
-        [] { orvo_screencapture_set_target_window_rect(0, 0, 5, 5); },
-        [] { orvo_windowthumbnail_window_checkStatus(8); },
-        [] { orvo_screencapture_set_capture_video_pixel_format(4); },
-        [] { orvo_windowthumbnail_register(7); },
-        [] { orvo_screencapture_set_timestamp_offset(3); },
-        orvo_screencapture_uninit,
-        orvo_screencapture_init,
-    };
-    constexpr size_t count = std::size(calls);
+    constexpr size_t count = std::size(everyExport);
     std::atomic<bool> done{false};
     std::thread motion([&] { stir(done); });
     orvo_screencapture_init();
     std::vector<std::thread> hosts;
-    for (size_t stride : {1, 4, 8}) {
+    for (size_t stride : {1, 7, 11}) {
         hosts.emplace_back([&, stride] {
             for (size_t i = 0; i < 300; ++i) {
-                calls[i * stride % count]();
+                everyExport[i * stride % count].call();
                 if (i % 10 == 0) witness.listen();
             }
         });

@@ -49,13 +49,13 @@ std::string plain(const std::string& path) {
 class LogFolder : public testing::Test {
   protected:
     void SetUp() override {
-        for (int i = 0; i < 3; ++i) paths_[i] = (folder_ + "/" + std::to_string(i)).c_str();
+        for (int i = 0; i < 3; ++i) paths_[i] = folder_ + "/" + std::to_string(i);
     }
-    std::string path(int i) const { return paths_[i].c_str(); }
+    const std::string& path(int i) const { return paths_[i]; }
 
     const orvo::testing::TemporaryFolder temporary_;
     const std::string folder_ = temporary_.path();
-    orvo::strutf8 paths_[3];
+    std::string paths_[3];
 };
 
 using LogFile = LogFolder;
@@ -87,10 +87,12 @@ TEST(SymEncrypt, UndoesItself) {
 TEST_F(LogFile, RotatesThroughTheThree) {
     LogFiles files;
     files.init(paths_, 100);
-    files.write(orvo::strutf8("lost: nothing is open"), true);
+    files.write("lost: nothing is open", true);
     files.open();
     auto line = [](int n) {
-        return sym_encrypt(orvo::strutf8((std::string(46, '.') + std::to_string(100 + n)).c_str()));
+        std::string text = std::string(46, '.') + std::to_string(100 + n);
+        sym_encrypt(text.data());
+        return text;
     };
     std::string text[10];
     for (int n = 0; n < 10; ++n) {
@@ -117,10 +119,10 @@ TEST_F(LogFile, ContinuesAFileAndCountsWhatItHolds) {
     LogFiles files;
     files.init(paths_, 100);
     files.open();
-    files.write(orvo::strutf8(std::string(38, 'a').c_str()), true);
+    files.write(std::string(38, 'a'), true);
     EXPECT_EQ(read_file(path(0)), std::string(60, 'x') + "\n" + std::string(38, 'a') + "\n");
     files.init(paths_, 100);  // the open file stays, its size is counted anew
-    files.write(orvo::strutf8("b"), true);
+    files.write("b", true);
     EXPECT_TRUE(exists(path(1)));
 }
 
@@ -129,12 +131,12 @@ TEST_F(LogFile, FlushesEveryFourthLine) {
     files.init(paths_, 1000);
     files.open();
     for (int n = 0; n < 10; ++n) {
-        files.write(orvo::strutf8("x"), false);
+        files.write("x", false);
         EXPECT_EQ(read_file(path(0)).size(), static_cast<size_t>(n / 4 * 8 + 2)) << n;
     }
-    files.write(orvo::strutf8("x"), true);
+    files.write("x", true);
     EXPECT_EQ(read_file(path(0)).size(), 22u);
-    files.write(orvo::strutf8("x"), false);
+    files.write("x", false);
     files.close();
     EXPECT_EQ(read_file(path(0)).size(), 24u);
 }
@@ -145,11 +147,11 @@ TEST_F(LogFile, FallsBackToTheFirstFile) {
     LogFiles files;
     files.init(paths_, 5);
     files.open();
-    files.write(orvo::strutf8("aaaa"), true);
-    files.write(orvo::strutf8("b"), true);
+    files.write("aaaa", true);
+    files.write("b", true);
     std::string error = sym_encrypt(orvo::strutf8(("*** open log file error:" + path(1) + "\n").c_str())).c_str();
     EXPECT_EQ(read_file(path(0)), "aaaa\n" + error + "b\n");
-    for (int i = 0; i < 3; ++i) files.write(orvo::strutf8("cc"), true);
+    for (int i = 0; i < 3; ++i) files.write("cc", true);
     struct stat status {};
     ASSERT_EQ(lstat(path(2).c_str(), &status), 0);
     EXPECT_TRUE(S_ISREG(status.st_mode)) << "a link is replaced, not followed";
@@ -160,15 +162,15 @@ TEST_F(LogFile, SurvivesARemovedFolderAndComesBack) {
     files.init(paths_, 10);
     files.open();
     EXPECT_EQ(system(("rm -rf " + folder_).c_str()), 0);
-    files.write(orvo::strutf8("into nowhere"), true);  // a rotation that finds no folder
-    files.write(orvo::strutf8("nothing is open"), true);
+    files.write("into nowhere", true);  // a rotation that finds no folder
+    files.write("nothing is open", true);
     ASSERT_EQ(mkdir(folder_.c_str(), 0700), 0);
     files.open();
-    files.write(orvo::strutf8("back"), true);
+    files.write("back", true);
     EXPECT_EQ(read_file(path(0)), "back\n");
     unlink(path(0).c_str());
     files.open();
-    files.write(orvo::strutf8("on"), true);
+    files.write("on", true);
     EXPECT_EQ(read_file(path(0)), "on\n") << "a deleted file counts as closed";
 }
 
@@ -177,14 +179,14 @@ TEST_F(LogFile, RefusesWhatIsNoPlainFile) {
     LogFiles files;
     files.init(paths_, 10);
     files.open();
-    files.write(orvo::strutf8("x"), true);
+    files.write("x", true);
     files.close();
     unlink(path(0).c_str());
     std::string elsewhere = folder_ + "/elsewhere";
     std::ofstream{elsewhere};
     ASSERT_EQ(symlink(elsewhere.c_str(), path(0).c_str()), 0);
     files.open();
-    files.write(orvo::strutf8("x"), true);
+    files.write("x", true);
     EXPECT_EQ(read_file(elsewhere), "");
 }
 

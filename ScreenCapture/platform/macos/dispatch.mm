@@ -1,6 +1,7 @@
 // Queues and timers: Grand Central Dispatch.
 #include <dispatch/dispatch.h>
 
+#include "ScreenCapture/platform/contained.h"
 #include "ScreenCapture/platform/macos/services.h"
 
 namespace orvo::platform::macos {
@@ -10,7 +11,7 @@ namespace {
 dispatch_block_t pooled(Job job) {
     return ^{
         @autoreleasepool {
-            job();
+            runJob(job);
         }
     };
 }

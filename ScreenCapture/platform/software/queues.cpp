@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "ScreenCapture/platform/contained.h"
 #include "ScreenCapture/platform/software/threads.h"
 
 namespace orvo::platform::software {
@@ -73,11 +74,11 @@ class QueueState {
             } else if (!waiting_.empty()) {
                 std::swap(waiting_, running_);
                 lock.unlock();
-                for (Job& job : running_) std::exchange(job, nullptr)();
+                for (Job& job : running_) runJob(std::exchange(job, nullptr));
                 running_.clear();
             } else if (const auto timer = due()) {
                 lock.unlock();
-                if (!timer->cancelled) timer->tick();
+                if (!timer->cancelled) runJob(timer->tick);
             } else if (closed_) {
                 return;
             } else {

@@ -130,7 +130,12 @@ std::unique_ptr<Connection> Connection::open() {
     if (!connectTurn().take(until)) return nullptr;
     const PipeGuard guard;
     const auto attempt = std::make_shared<Attempt>();
-    connectOnThread(attempt, display);
+    try {
+        connectOnThread(attempt, display);
+    } catch (...) {
+        connectTurn().give();
+        throw;
+    }
     if (!attempt->finishes(until)) return nullptr;
     std::unique_ptr<Connection> connection(new Connection(attempt->connection, attempt->screen));
     return connection->lost() ? nullptr : std::move(connection);

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <utility>
 
+#include "ScreenCapture/platform/contained.h"
 #include "ScreenCapture/platform/software/threads.h"
 #include "ScreenCapture/platform/x11/pointer.h"
 
@@ -39,8 +40,8 @@ class DesktopModel {
         while (true) {
             if (state_ == State::idle) {
                 if (!std::exchange(mayConnect, false)) return nullptr;
-                state_ = State::busy;
                 software::startThread("orvo desktop", [this] { run(); });
+                state_ = State::busy;
             }
             // A refresh begun after this call finds all that was there at its time, however fast news come in.
             const bool settled = state_ == State::waiting && !newsWaiting();
@@ -70,11 +71,13 @@ class DesktopModel {
     }
 
     void run() {
-        const auto connection = Connection::open();
-        if (connection) {
+        std::unique_ptr<Connection> connection;
+        runJob([&] {
+            connection = Connection::open();
+            if (!connection) return;
             attach(*connection);
             serve(*connection);
-        }
+        });
         setState(State::idle);  // before the connection closes: readers look at its descriptor
     }
 

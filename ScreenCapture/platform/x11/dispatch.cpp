@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "ScreenCapture/platform/contained.h"
 #include "ScreenCapture/platform/linux_main_queue.h"
 #include "ScreenCapture/platform/software/queues.h"
 #include "xplatform/common/orvosyslog.h"
@@ -120,7 +121,7 @@ class MainQueue {
         }
         drained_ = true;
         for (Job& job : running_) {
-            std::exchange(job, nullptr)();
+            runJob(std::exchange(job, nullptr));
             ran_++;
         }
         running_.clear();

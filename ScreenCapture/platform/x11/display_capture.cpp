@@ -7,6 +7,7 @@
 #include <optional>
 #include <utility>
 
+#include "ScreenCapture/platform/contained.h"
 #include "ScreenCapture/platform/software/queues.h"
 #include "ScreenCapture/platform/x11/capture_run.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
@@ -68,25 +69,21 @@ class CaptureEngine : public std::enable_shared_from_this<CaptureEngine> {
         queue_->async([self = shared_from_this()] { self->pace(); });
     }
 
+    // Posted first and under the lock: a job that cannot be posted leaves everything as it was.
     void start() {
-        uint64_t run = 0;
-        {
-            std::lock_guard lock(mutex_);
-            if (run_ != 0) return;
-            run = run_ = ++lastRun_;
-            output_->setRun(run);
-        }
-        queue_->async([self = shared_from_this(), run] { self->begin(run); });
+        std::lock_guard lock(mutex_);
+        if (run_ != 0) return;
+        queue_->async([self = shared_from_this(), run = lastRun_ + 1] { self->begin(run); });
+        run_ = ++lastRun_;
+        output_->setRun(run_);
     }
 
     void stop() {
-        {
-            std::lock_guard lock(mutex_);
-            if (run_ == 0) return;
-            run_ = 0;
-            output_->setRun(0);
-        }
+        std::lock_guard lock(mutex_);
+        if (run_ == 0) return;
         queue_->async([self = shared_from_this()] { self->end(); });
+        run_ = 0;
+        output_->setRun(0);
     }
 
     bool running() {
@@ -108,11 +105,14 @@ class CaptureEngine : public std::enable_shared_from_this<CaptureEngine> {
     void begin(uint64_t run) {
         if (!isCurrent(run)) return;  // stopped meanwhile
         activeRun_ = run;
-        auto connection = Connection::open();
-        if (!connection) return fail(&DisplayCaptureDelegate::onRuntimeError, "the X server cannot be reached");
-        session_.emplace(std::move(connection));
         toldOfDrops_ = false;
-        pace();
+        const bool done = runJob([this] {
+            auto connection = Connection::open();
+            if (!connection) return;
+            session_.emplace(std::move(connection));
+            pace();
+        });
+        if (!done || !session_) fail(&DisplayCaptureDelegate::onRuntimeError, "the X server cannot be reached");
     }
 
     void end() {

@@ -33,7 +33,14 @@ void SampleOutput::offer(uint64_t run, const Ref<software::Frame>& frame, const 
     if (!mustPost) return noteMainQueueDelay();
     // A plain pointer fits into the job itself, so that posting allocates nothing.
     auto* self = Ref<SampleOutput>::retain(this).leak();
-    postToMainQueue([self] { Ref<SampleOutput>::adopt(self)->deliver(); });
+    try {
+        postToMainQueue([self] { Ref<SampleOutput>::adopt(self)->deliver(); });
+    } catch (...) {
+        const auto returned = Ref<SampleOutput>::adopt(self);
+        std::lock_guard lock(mutex_);
+        posted_ = false;
+        throw;
+    }
 }
 
 void SampleOutput::noteDrop(NoImage why) {

@@ -36,7 +36,7 @@ class Gate {
         auto lock = hold();
         toFail_ = n;
         counted_ = 0;
-        lastFailed_.clear();
+        lastFailed_ = "";
     }
     // Fails every call of a kind; an empty name ends that.
     void failEvery(const char* call) {
@@ -49,7 +49,7 @@ class Gate {
         return found == counts_.end() ? 0 : found->second;
     }
     // The call that failed last; empty when none did since failCall().
-    std::string lastFailed() {
+    const char* lastFailed() {
         auto lock = hold();
         return lastFailed_;
     }
@@ -58,7 +58,7 @@ class Gate {
         counts_.clear();
         toFail_ = counted_ = 0;
         nameToFail_.clear();
-        lastFailed_.clear();
+        lastFailed_ = "";
     }
 
   private:
@@ -67,7 +67,7 @@ class Gate {
     size_t toFail_ = 0;
     size_t counted_ = 0;
     std::string nameToFail_;
-    std::string lastFailed_;
+    const char* lastFailed_ = "";
 };
 
 }  // namespace orvo::test

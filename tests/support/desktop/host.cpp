@@ -2,11 +2,14 @@
 #include "support/desktop/host.h"
 
 #include <cstring>
+#include <future>
 #include <sstream>
 #include <thread>
 
+#include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
 #include "ScreenCapture/capture/host_callbacks.h"
 #include "ScreenCapture/thumbnail/window_info.h"
+#include "support/desktop/allocations.h"
 #include "xplatform/common/orvosyslog.h"
 
 namespace orvo::test {
@@ -28,6 +31,7 @@ Log& logged() {
 }
 
 void onLine(int level, const char* module, int /*line*/, const char* text, int prefixLength) {
+    const OwnWork own;
     const std::string prefix = level == 3 ? "" : std::to_string(level) + " ";
     std::lock_guard lock(logged().mutex);
     logged().lines.push_back({std::this_thread::get_id(), prefix + module + " " + (text + prefixLength)});
@@ -45,44 +49,52 @@ ReceivedFrame received(const char* data, unsigned int length, const OrvoScreenCa
 }
 
 void onError(int code, void* user) {
+    const OwnWork own;
     hostOf(user).note("error " + std::to_string(code));
 }
 
 void onFrame(const char* data, unsigned int length, const OrvoScreenCaptureFrameFormat* format, unsigned long long time,
              unsigned int timeScale, void* user) {
+    const OwnWork own;
     Host& host = hostOf(user);
-    host.note("frame");
     host.keep(host.frames, received(data, length, format, time, timeScale));
-    if (host.duringFrame) host.duringFrame(host);
+    host.note("frame");
 }
 
 void onWindowFrame(const char* data, unsigned int length, const OrvoScreenCaptureFrameFormat* format,
                    unsigned long long time, unsigned int timeScale, unsigned int window, void* user) {
+    const OwnWork own;
     auto frame = received(data, length, format, time, timeScale);
     frame.window = window;
-    hostOf(user).note("window frame " + std::to_string(window));
     hostOf(user).keep(hostOf(user).windowFrames, std::move(frame));
+    hostOf(user).note("window frame " + std::to_string(window));
 }
 
 void onMoved(unsigned int window, int left, int top, int width, int height, void* user) {
+    const OwnWork own;
     std::ostringstream text;
     text << "moved " << window << " " << left << "," << top << " " << width << "x" << height;
     hostOf(user).note(text.str());
 }
 
 void onStatus(int status, unsigned int window, OrvoScreenCaptureRect r, void* user) {
+    const OwnWork own;
     std::ostringstream text;
     text << "status " << status << " " << window << " " << r.left << "," << r.top << "," << r.right << "," << r.bottom;
     hostOf(user).note(text.str());
 }
 
 void onThumbnail(int status, OrvoThumbnailWindowInfo* info, void* user) {
-    hostOf(user).note("thumbnail " + std::to_string(status) + " " + std::to_string(info->windowID) + " " + info->title +
-                      (info->imageThumbnail ? " picture" : "") + (info->iconThumbnail ? " icon" : ""));
+    const OwnWork own;
+    const std::string event = "thumbnail " + std::to_string(status) + " " + std::to_string(info->windowID) + " " +
+                              info->title + (info->imageThumbnail ? " picture" : "") +
+                              (info->iconThumbnail ? " icon" : "");
     thumbnail::freeWindowInfos(info, 1);
+    hostOf(user).note(event);
 }
 
 void onProcessWindow(int change, OrvoScreenCaptureProcessWindow window, void* user) {
+    const OwnWork own;
     hostOf(user).note("process " + std::to_string(change) + " " + std::to_string(window.windowID) + " " + window.title);
 }
 
@@ -128,8 +140,11 @@ size_t Host::count(const std::string& event) {
 }
 
 void Host::note(const std::string& event) {
-    std::lock_guard lock(mutex_);
-    events_.push_back(event);
+    {
+        std::lock_guard lock(mutex_);
+        events_.push_back(event);
+    }
+    if (during) during(event);
 }
 
 void Host::keep(std::vector<ReceivedFrame>& list, ReceivedFrame frame) {
@@ -144,6 +159,12 @@ std::vector<std::string> takeLog() {
         if (line.thread == std::this_thread::get_id()) mine.push_back(std::move(line.text));
     }
     return mine;
+}
+
+void waitForLogThread() {
+    std::promise<void> ran;
+    g_pScreenCaptureImpl->QueueRunner()->AsyncRun([&ran] { ran.set_value(); }, g_pScreenCaptureImpl->LogTask());
+    ran.get_future().wait();
 }
 
 void DesktopTest::SetUp() {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -37,9 +38,9 @@ class Host {
     std::vector<std::string> take();
     size_t count(const std::string& event);
 
-    std::vector<ReceivedFrame> frames;        // kind 3
-    std::vector<ReceivedFrame> windowFrames;  // kind 4
-    void (*duringFrame)(Host& host) = nullptr;
+    std::vector<ReceivedFrame> frames;                     // kind 3
+    std::vector<ReceivedFrame> windowFrames;               // kind 4
+    std::function<void(const std::string& event)> during;  // called in every callback
 
     void note(const std::string& event);
     void keep(std::vector<ReceivedFrame>& list, ReceivedFrame frame);
@@ -52,6 +53,9 @@ class Host {
 // Lines of channel 1 since the last call, those of the calling thread only, as "module message". A level other than
 // 3 goes in front: "1 module message".
 std::vector<std::string> takeLog();
+
+// Waits until the log thread, which has to run, has done what it was given.
+void waitForLogThread();
 
 // A desk with one display, number 1, of 1920x1080 points at scale 1, and nothing initialised. Ends uninitialised.
 class DesktopTest : public ::testing::Test {

@@ -5,6 +5,9 @@
 #include <cmath>
 #include <utility>
 
+#include "ScreenCapture/platform/contained.h"
+#include "support/desktop/allocations.h"
+
 namespace orvo::test {
 namespace {
 
@@ -58,9 +61,10 @@ std::shared_ptr<platform::Timer> Stepper::makeTimer(const std::shared_ptr<platfo
     beat->interval = std::max<uint64_t>(intervalNanoseconds, 1);
     beat->due = now_;
     beat->tick = std::move(tick);
-    beats_.push_back(beat);
+    auto timer = std::make_shared<SteppedTimer>(*this, beat);
+    beats_.push_back(std::move(beat));
     queueDueTicks();
-    return std::make_shared<SteppedTimer>(*this, beat);
+    return timer;
 }
 
 double Stepper::absoluteSeconds() {
@@ -72,13 +76,13 @@ double Stepper::secondsSince1970() {
     return absoluteSeconds() + from1970To2001;
 }
 
-size_t Stepper::run(const std::string& label) {
+size_t Stepper::run(std::string_view label) {
     size_t count = 0;
     for (const auto& lane : lanes(label)) count += runAll(lane);
     return count;
 }
 
-bool Stepper::runOne(const std::string& label) {
+bool Stepper::runOne(std::string_view label) {
     const auto all = lanes(label);
     return std::any_of(all.begin(), all.end(), [this](const auto& lane) { return runOneOf(lane); });
 }
@@ -93,7 +97,7 @@ void Stepper::settle() {
     }
 }
 
-size_t Stepper::pending(const std::string& label) {
+size_t Stepper::pending(std::string_view label) {
     std::lock_guard lock(mutex_);
     size_t count = 0;
     for (const auto& lane : lanes(label)) count += lane->jobs.size();
@@ -103,7 +107,10 @@ size_t Stepper::pending(const std::string& label) {
 void Stepper::advance(double seconds) {
     std::unique_lock lock(mutex_);
     const uint64_t end = now_ + nanoseconds(seconds);
-    const auto running = beats_;
+    const auto running = [this] {
+        const OwnWork own;
+        return beats_;
+    }();
     lock.unlock();
     for (const auto& beat : running) runAll(beat->lane);  // what was due before
     lock.lock();
@@ -140,10 +147,12 @@ void Stepper::reset() {
     auto beats = std::move(beats_);
     beats_.clear();
     now_ = 0;
-    for (const auto& lane : lanes_) lane->jobs.clear();
+    lanes_.resize(1);
+    lanes_[0]->jobs = {};
 }
 
 void Stepper::queueDueTicks() {
+    const OwnWork own;
     for (const auto& beat : beats_) {
         if (beat->due > now_) continue;
         beat->due += ((now_ - beat->due) / beat->interval + 1) * beat->interval;
@@ -174,7 +183,7 @@ bool Stepper::runOneOf(const std::shared_ptr<Lane>& lane) {
         job = std::move(lane->jobs.front());
         lane->jobs.pop_front();
     }
-    job();
+    platform::runJob(job);
     return true;
 }
 
@@ -184,7 +193,8 @@ size_t Stepper::runAll(const std::shared_ptr<Lane>& lane) {
     return count;
 }
 
-std::vector<std::shared_ptr<Stepper::Lane>> Stepper::lanes(const std::string& label) {
+std::vector<std::shared_ptr<Stepper::Lane>> Stepper::lanes(std::string_view label) {
+    const OwnWork own;
     std::lock_guard lock(mutex_);
     std::vector<std::shared_ptr<Lane>> found;
     for (const auto& lane : lanes_) {

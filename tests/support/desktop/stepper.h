@@ -4,6 +4,7 @@
 #include <deque>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ScreenCapture/platform/dispatch.h"
@@ -29,12 +30,12 @@ class Stepper final : public platform::Dispatch, public platform::Clock {
 
     // Run the jobs of the queues with a label, those that jobs add too, queue by queue in the order made. Result: how
     // many ran.
-    size_t run(const std::string& label);
+    size_t run(std::string_view label);
     // One job of the first such queue that has one. Result: whether there was one.
-    bool runOne(const std::string& label);
+    bool runOne(std::string_view label);
     // Every queue until none has a job; the main queue last, for a stop that was lost shows then only.
     void settle();
-    size_t pending(const std::string& label);
+    size_t pending(std::string_view label);
 
     // Time passes while the queues of timers run: each firing on its own grid point.
     void advance(double seconds);
@@ -68,7 +69,7 @@ class Stepper final : public platform::Dispatch, public platform::Clock {
     void push(const std::shared_ptr<Lane>& lane, platform::Job job);
     bool runOneOf(const std::shared_ptr<Lane>& lane);
     size_t runAll(const std::shared_ptr<Lane>& lane);
-    std::vector<std::shared_ptr<Lane>> lanes(const std::string& label);
+    std::vector<std::shared_ptr<Lane>> lanes(std::string_view label);
 
     std::recursive_mutex mutex_;
     uint64_t now_ = 0;  // nanoseconds since the start
