@@ -1,0 +1,27 @@
+#!/bin/bash
+# Churns every feature for MINUTES (30) and plots what it costs; fails when memory, descriptors or server objects grow.
+set -euo pipefail
+minutes=${1:-30}
+case $minutes in
+    '' | *[!0-9.]*)
+        echo "usage: ./dev soak [MINUTES]" >&2
+        exit 2
+        ;;
+esac
+scripts/doors/setup.sh
+scripts/build.sh release soak
+out=build/soak
+rm -rf "$out"
+mkdir -p "$out/log"
+status=0
+build/release/soak "$minutes" "$out/soak.csv" "$out/log" | tee "$out/soak.txt" || status=1
+[ "$status" -eq 0 ] || echo "soak: FAILED" >&2
+
+# The picture wants a package that nothing else does.
+if /usr/bin/python3 -c 'import matplotlib' 2>/dev/null; then
+    /usr/bin/python3 tests/soak/plot.py "$out/soak.csv" "$out/soak.png"
+    echo "soak: $out/soak.csv, $out/soak.png"
+else
+    echo "soak: $out/soak.csv; install python3-matplotlib for a picture"
+fi
+exit "$status"

@@ -1,0 +1,231 @@
+// A host that does what it is told: a command a line on standard input, an answer a line on standard output. Its main
+// thread runs the main queue, commands run on another, as calls of a host do. What happens to the process is the test.
+#include "told_host.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <iostream>
+#include <sstream>
+#include <thread>
+
+Seen seen;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+std::atomic<int> blockFor{0};  // milliseconds that the main thread is to do nothing
+std::atomic<bool> finished{false};
+std::vector<int> spareFiles;
+
+void onFrame(const char* data, unsigned int, const OrvoScreenCaptureFrameFormat* format, unsigned long long,
+             unsigned int, void*) {
+    seen.width = format->width;
+    seen.height = format->height;
+    if (format->pixelFormat == ORVO_PIXEL_FORMAT_BUFFER && !seen.kept)
+        seen.kept = orvo_pixelbuffer_retain(reinterpret_cast<OrvoPixelBufferRef>(const_cast<char*>(data)));
+    ++seen.frames;
+}
+
+void onWindowFrame(const char*, unsigned int, const OrvoScreenCaptureFrameFormat*, unsigned long long, unsigned int,
+                   unsigned int, void*) {
+    ++seen.windowFrames;
+}
+
+void onError(int code, void*) {
+    seen.lastError = code;
+    ++seen.errors;
+}
+
+void onThumbnail(int, OrvoThumbnailWindowInfo* info, void*) {
+    orvo_windowthumbnail_free_windows(info, 1);
+}
+
+void onMoved(unsigned int, int, int, int, int, void*) {}
+void onStatus(int, unsigned int, OrvoScreenCaptureRect, void*) {}
+void onProcess(int, OrvoScreenCaptureProcessWindow, void*) {}
+
+template <typename Condition>
+bool await(int limit, Condition condition) {
+    const auto end = Clock::now() + milliseconds(limit);
+    while (!condition()) {
+        if (Clock::now() > end) return false;
+        std::this_thread::sleep_for(milliseconds(2));
+    }
+    return true;
+}
+
+std::vector<unsigned int> numbers(std::istringstream& words) {
+    std::vector<unsigned int> all;
+    for (unsigned int number = 0; words >> number;) all.push_back(number);
+    return all;
+}
+
+void setTarget(std::istringstream& words) {
+    std::string kind;
+    words >> kind;
+    std::vector<unsigned int> list = numbers(words);
+    list.resize(std::max<size_t>(list.size(), 5));
+    if (kind == "display") orvo_screencapture_set_target_screen(list[0]);
+    if (kind == "rect") orvo_screencapture_set_target_rect(list[0], 8, 8, 100, 80);
+    if (kind == "window") orvo_screencapture_set_target_window(list[0]);
+    if (kind == "extra") orvo_screencapture_set_extra_target_windows(&list[1], static_cast<int>(list[0]), true);
+    if (kind == "drop") orvo_screencapture_set_extra_target_windows(&list[1], static_cast<int>(list[0]), false);
+    if (kind == "exclude") orvo_screencapture_set_excluded_windows(&list[1], static_cast<int>(list[0]), true);
+    if (kind == "include") orvo_screencapture_set_excluded_windows(&list[1], static_cast<int>(list[0]), false);
+    if (kind == "mode") orvo_screencapture_set_target_window_mode(static_cast<int>(list[0]));
+    if (kind == "size") orvo_screencapture_set_resolution(static_cast<int>(list[0]), static_cast<int>(list[1]));
+    if (kind == "format") orvo_screencapture_set_capture_video_pixel_format(static_cast<int>(list[0]));
+    if (kind == "fps") orvo_screencapture_set_fps(static_cast<int>(list[0]));
+    if (kind == "cursor") orvo_screencapture_set_cursor_visible(static_cast<int>(list[0]));
+}
+
+// Every file descriptor that the process may have, so that none is left; 0 gives them back.
+void useUpFiles(bool all) {
+    for (const int file : spareFiles) close(file);
+    spareFiles.clear();
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = all ? std::min<rlim_t>(256, limit.rlim_max) : limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+    for (int file = 0; all && (file = open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;) spareFiles.push_back(file);
+}
+
+std::string lists() {
+    std::ostringstream answer;
+    unsigned int screens = 0;
+    OrvoScreenCaptureScreenItem* items = orvo_screencapture_enum_screen_list(&screens);
+    const unsigned int first = screens > 0 ? items[0].screenID : 0;
+    orvo_screencapture_free_screen_list(items);
+    int windows = 0;
+    int pictures = 0;
+    OrvoThumbnailWindowInfo* infos = orvo_windowthumbnail_find_windows(&windows);
+    for (int i = 0; i < windows; ++i) pictures += infos[i].imageThumbnail != nullptr;
+    orvo_windowthumbnail_free_windows(infos, windows);
+    answer << screens << ' ' << windows << ' ' << pictures << ' ' << first;
+    return answer.str();
+}
+
+std::string state() {
+    OrvoScreenCaptureStatistics figures{};
+    orvo_screencapture_get_statistics(&figures);
+    std::ostringstream answer;
+    answer << seen.frames << ' ' << seen.errors << ' ' << seen.lastError << ' ' << orvo_screencapture_is_capturing()
+           << ' ' << seen.width << ' ' << seen.height << ' ' << figures.longestGapMilliseconds << ' '
+           << seen.windowFrames << ' ' << figures.lastErrorReason;
+    return answer.str();
+}
+
+// frames COUNT LIMIT: waits for that many new ones.
+std::string awaitFrames(std::istringstream& words) {
+    int count = 0;
+    int limit = 0;
+    words >> count >> limit;
+    const int before = seen.frames;
+    return await(limit, [&] { return seen.frames - before >= count; }) ? "came" : "late";
+}
+
+std::string awaitError(std::istringstream& words) {
+    int limit = 0;
+    words >> limit;
+    const int before = seen.errors;
+    return await(limit, [&] { return seen.errors > before; }) ? std::to_string(seen.lastError) : "late";
+}
+
+std::string obey(const std::string& line) {
+    std::istringstream words(line);
+    std::string command;
+    words >> command;
+    int number = 0;
+    if (command == "init") {
+        orvo_screencapture_init();
+        for (const Call& each : registrations()) each.call();
+    } else if (command == "uninit") {
+        orvo_screencapture_uninit();
+    } else if (command == "log") {
+        std::string folder;
+        words >> folder;
+        orvo_screencapture_set_log_level(4, folder.c_str());
+    } else if (command == "start") {
+        orvo_screencapture_start_capture();
+    } else if (command == "stop") {
+        orvo_screencapture_stop_capture();
+    } else if (command == "target") {
+        setTarget(words);
+    } else if (command == "frames") {
+        return awaitFrames(words);
+    } else if (command == "error") {
+        return awaitError(words);
+    } else if (command == "state") {
+        return state();
+    } else if (command == "lists") {
+        return lists();
+    } else if (command == "block") {
+        words >> number;
+        blockFor = number;
+        await(10000, [] { return blockFor == 0; });
+    } else if (command == "files") {
+        words >> number;
+        useUpFiles(number == 0);
+    } else if (command == "largest") {  // file, and so piece of shared memory, in bytes
+        words >> number;
+        rlimit limit{};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        limit.rlim_cur = number == 0 ? limit.rlim_max : static_cast<rlim_t>(number);
+        setrlimit(RLIMIT_FSIZE, &limit);
+    } else if (command == "every") {
+        const std::vector<unsigned int> list = numbers(words);
+        return list.size() == 2 ? callEveryExport(list[0], list[1]) : "two numbers";
+    } else {
+        return "unknown command";
+    }
+    return "done";
+}
+
+}  // namespace
+
+std::vector<Call> registrations() {
+    return {
+        {"orvo_screencapture_reg_captured_frame_available_notify",
+         [] { orvo_screencapture_reg_captured_frame_available_notify(onFrame, nullptr); }},
+        {"orvo_screencapture_reg_mutiple_captured_frame_available_notify",
+         [] { orvo_screencapture_reg_mutiple_captured_frame_available_notify(onWindowFrame, nullptr); }},
+        {"orvo_screencapture_reg_capture_error_notify",
+         [] { orvo_screencapture_reg_capture_error_notify(onError, nullptr); }},
+        {"_Z51orvo_screencapture_reg_captured_window_moved_notifyPFvjiiiiPvES_",
+         [] { orvo_screencapture_reg_captured_window_moved_notify(onMoved, nullptr); }},
+        {"orvo_screencapture_reg_captured_window_status_change_notify",
+         [] { orvo_screencapture_reg_captured_window_status_change_notify(onStatus, nullptr); }},
+        {"orvo_screencapture_reg_capture_process_window_change_notify",
+         [] { orvo_screencapture_reg_capture_process_window_change_notify(onProcess, nullptr); }},
+        {"orvo_windowthumbnail_reg_window_status_change_notify",
+         [] { orvo_windowthumbnail_reg_window_status_change_notify(onThumbnail, nullptr); }},
+    };
+}
+
+int main() {
+    // The library writes its log to standard output.
+    const int answers = dup(STDOUT_FILENO);
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    std::thread commands([answers] {
+        for (std::string line; std::getline(std::cin, line);) {
+            const std::string answer = obey(line) + "\n";
+            if (write(answers, answer.data(), answer.size()) < 0) break;
+        }
+        finished = true;
+    });
+    while (!finished) {
+        orvo_screencapture_run_main_queue(10);
+        if (blockFor > 0) {
+            std::this_thread::sleep_for(milliseconds(blockFor));
+            blockFor = 0;
+        }
+    }
+    commands.join();
+    return 0;
+}

@@ -1,0 +1,91 @@
+// A host in a process of its own that is told what to do, so that its crash or hang is seen.
+#include "support/x11/host_process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+namespace orvo::testing {
+
+using Clock = std::chrono::steady_clock;
+
+HostProcess::HostProcess(const std::string& path, const std::string& output) {
+    int commands[2];
+    int answers[2];
+    if (pipe2(commands, O_CLOEXEC) != 0 || pipe2(answers, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    pid_ = fork();
+    if (pid_ == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        sigset_t none;
+        sigemptyset(&none);
+        pthread_sigmask(SIG_SETMASK, &none, nullptr);
+        signal(SIGPIPE, SIG_DFL);
+        dup2(commands[0], STDIN_FILENO);
+        dup2(answers[1], STDOUT_FILENO);
+        dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), STDERR_FILENO);
+        execl(path.c_str(), path.c_str(), nullptr);
+        _exit(127);
+    }
+    close(commands[0]);
+    close(answers[1]);
+    commands_ = commands[1];
+    answers_ = answers[0];
+    signal(SIGPIPE, SIG_IGN);
+}
+
+HostProcess::~HostProcess() {
+    if (commands_ >= 0) close(commands_);
+    close(answers_);
+    if (pid_ < 0) return;
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+}
+
+std::string HostProcess::tell(const std::string& command, Milliseconds limit) {
+    order(command);
+    return answer(limit);
+}
+
+void HostProcess::order(const std::string& command) {
+    const std::string line = command + "\n";
+    // The answer tells of a host that has gone.
+    [[maybe_unused]] const ssize_t written = write(commands_, line.data(), line.size());
+}
+
+std::string HostProcess::answer(Milliseconds limit) {
+    const auto until = Clock::now() + limit;
+    while (true) {
+        if (const size_t end = rest_.find('\n'); end != std::string::npos) {
+            const std::string line = rest_.substr(0, end);
+            rest_.erase(0, end + 1);
+            return line;
+        }
+        const auto left = std::chrono::ceil<Milliseconds>(until - Clock::now()).count();
+        pollfd wait{answers_, POLLIN, 0};
+        if (left <= 0 || poll(&wait, 1, static_cast<int>(left)) == 0) return "hangs";
+        char bytes[4096];
+        const ssize_t count = read(answers_, bytes, sizeof bytes);
+        if (count > 0) {
+            rest_.append(bytes, static_cast<size_t>(count));
+            continue;
+        }
+        int status = 0;
+        waitpid(pid_, &status, 0);
+        pid_ = -1;
+        return WIFSIGNALED(status) ? "ended: signal " + std::to_string(WTERMSIG(status))
+                                   : "ended: " + std::to_string(WEXITSTATUS(status));
+    }
+}
+
+bool HostProcess::finish() {
+    close(commands_);
+    commands_ = -1;
+    return pid_ > 0 && answer() == "ended: 0";
+}
+
+}  // namespace orvo::testing
