@@ -18,4 +18,8 @@ set(CPACK_DEBIAN_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+# Loaded by name, so that their need cannot be read: the main queue has none without GLib; names and icons of
+# applications are looked up with the others.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS libglib2.0-0)
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS libgdk-pixbuf-2.0-0)
 include(CPack)

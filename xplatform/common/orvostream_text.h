@@ -44,9 +44,8 @@ void find_borders(Needle needle, std::size_t length, Fold fold, unsigned int* bo
 }
 
 // Knuth-Morris-Pratt over random-access iterators: the offset of the first match, or text_length when there is none.
-// skip(from, to) may leave out units of the text that cannot begin a match.
-template <typename Text, typename Needle, typename Fold, typename Skip>
-std::size_t first_match(Text text, std::size_t text_length, Needle needle, std::size_t length, Fold fold, Skip skip) {
+template <typename Text, typename Needle, typename Fold>
+std::size_t first_match(Text text, std::size_t text_length, Needle needle, std::size_t length, Fold fold) {
     constexpr std::size_t kOnStack = 51;
     unsigned int on_stack[kOnStack];
     std::unique_ptr<unsigned int[]> on_heap;
@@ -55,7 +54,6 @@ std::size_t first_match(Text text, std::size_t text_length, Needle needle, std::
     if (length == 0) return 0;
     std::size_t matched = 0;
     for (std::size_t i = 0;;) {
-        if (matched == 0) i = skip(i, text_length);
         if (text_length - i < length - matched) return text_length;
         if (fold(text[i]) == fold(needle[matched])) {
             ++i;

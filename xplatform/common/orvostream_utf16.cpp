@@ -69,9 +69,7 @@ unsigned int strutf16::find(const char16_t* needle, unsigned int start) const {
     if (needle == nullptr || start >= length_) return npos;
     const std::size_t length = measured(needle, 0), rest = length_ - start;
     if (length > rest) return npos;
-    const std::size_t at = first_match(
-        data_ + start, rest, needle, length, [](char16_t c) { return c; },
-        [](std::size_t i, std::size_t) { return i; });
+    const std::size_t at = first_match(data_ + start, rest, needle, length, [](char16_t c) { return c; });
     return at == rest ? npos : static_cast<unsigned int>(start + at);
 }
 

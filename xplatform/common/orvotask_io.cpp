@@ -13,7 +13,8 @@ CORVOTaskIO::~CORVOTaskIO() {
 
 bool CORVOTaskIO::Eachloop() {
     bool worked = CORVOTaskBase::Eachloop();
-    // Neither an empty pump nor a far deadline holds up the calls: the pump waits no longer than an idle task sleeps.
+    if (orvofe_fdsize(pump_) == 0) return worked;  // polling nothing would be one more wake-up a pass
+    // No far deadline holds up the calls: the pump waits no longer than an idle task sleeps.
     auto longest = static_cast<unsigned int>(IdleTime() / 1000000);
     return orvofe_loop_within(pump_, longest) > 0 || worked;
 }

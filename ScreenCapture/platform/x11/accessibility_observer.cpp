@@ -1,8 +1,6 @@
 // Watches the windows of one process: compares what is there with what was there whenever the server tells of news.
 #include "ScreenCapture/platform/x11/accessibility_observer.h"
 
-#include <glib-unix.h>
-
 #include <atomic>
 #include <cstring>
 #include <map>
@@ -13,6 +11,7 @@
 #include "ScreenCapture/platform/x11/connection.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
 #include "ScreenCapture/platform/x11/hidden_applications.h"
+#include "ScreenCapture/platform/x11/late_glib.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -163,19 +162,19 @@ class X11Observer final : public ElementObserver {
         if (element && notification) watch_->remove(element, notification);
     }
     void addToCurrentRunLoop() override {
-        if (source_) return;
+        if (source_ || !glib().found) return;
         const auto condition = static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR);
-        source_ = g_unix_fd_source_new(watch_->descriptor(), condition);
-        g_source_set_callback(source_, reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(deliver)),
-                              new std::shared_ptr<Watch>(watch_), forget);
-        GMainContext* context = g_main_context_ref_thread_default();
-        g_source_attach(source_, context);
-        g_main_context_unref(context);
+        source_ = glib().g_unix_fd_source_new(watch_->descriptor(), condition);
+        glib().g_source_set_callback(source_, reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(deliver)),
+                                     new std::shared_ptr<Watch>(watch_), forget);
+        GMainContext* context = glib().g_main_context_ref_thread_default();
+        glib().g_source_attach(source_, context);
+        glib().g_main_context_unref(context);
     }
     void removeFromCurrentRunLoop() override {
         if (!source_) return;
-        g_source_destroy(source_);
-        g_source_unref(source_);
+        glib().g_source_destroy(source_);
+        glib().g_source_unref(source_);
         source_ = nullptr;
     }
 

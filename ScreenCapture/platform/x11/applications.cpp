@@ -1,7 +1,6 @@
 // Applications by their desktop entries, read once and again when one of the folders changes.
 #include "ScreenCapture/platform/x11/applications.h"
 
-#include <gio/gdesktopappinfo.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -10,6 +9,8 @@
 #include <mutex>
 #include <unordered_map>
 #include <vector>
+
+#include "ScreenCapture/platform/x11/late_glib.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -75,6 +76,7 @@ class Entries {
     }
 
     void refresh() {
+        if (!gio().found) return;
         const auto now = std::chrono::steady_clock::now();
         if (!entries_.empty() && now - looked_ < kFoldersAreTrusted) return;
         looked_ = now;
@@ -83,10 +85,12 @@ class Entries {
         stamps_ = stamps;
         entries_.clear();
         byClass_.clear();
-        GList* all = g_app_info_get_all();
+        const GType kind = gio().g_desktop_app_info_get_type();
+        GList* all = gio().g_app_info_get_all();
         for (GList* each = all; each; each = each->next)
-            if (G_IS_DESKTOP_APP_INFO(each->data)) entries_.push_back(read(G_DESKTOP_APP_INFO(each->data)));
-        g_list_free_full(all, g_object_unref);
+            if (gio().g_type_check_instance_is_a(static_cast<GTypeInstance*>(each->data), kind))
+                entries_.push_back(read(static_cast<GAppInfo*>(each->data)));
+        gio().g_list_free_full(all, gio().g_object_unref);
     }
 
     static std::vector<int64_t> folderStamps() {
@@ -97,20 +101,21 @@ class Entries {
             stamps.push_back(there ? status.st_mtim.tv_sec : 0);
             stamps.push_back(there ? status.st_mtim.tv_nsec : 0);
         };
-        add(g_get_user_data_dir());
-        for (const char* const* folder = g_get_system_data_dirs(); *folder; ++folder) add(*folder);
+        add(gio().g_get_user_data_dir());
+        for (const char* const* folder = gio().g_get_system_data_dirs(); *folder; ++folder) add(*folder);
         return stamps;
     }
 
-    static EntryRef read(GDesktopAppInfo* info) {
+    static EntryRef read(GAppInfo* app) {
+        auto* info = reinterpret_cast<GDesktopAppInfo*>(app);
         DesktopEntry entry;
-        entry.id = text(g_app_info_get_id(G_APP_INFO(info)));
-        entry.path = text(g_desktop_app_info_get_filename(info));
-        entry.name = text(g_app_info_get_name(G_APP_INFO(info)));
-        entry.windowClass = text(g_desktop_app_info_get_startup_wm_class(info));
-        if (gchar* icon = g_desktop_app_info_get_string(info, "Icon")) {
+        entry.id = text(gio().g_app_info_get_id(app));
+        entry.path = text(gio().g_desktop_app_info_get_filename(info));
+        entry.name = text(gio().g_app_info_get_name(app));
+        entry.windowClass = text(gio().g_desktop_app_info_get_startup_wm_class(info));
+        if (gchar* icon = gio().g_desktop_app_info_get_string(info, "Icon")) {
             entry.icon = icon;
-            g_free(icon);
+            gio().g_free(icon);
         }
         return std::make_shared<const DesktopEntry>(std::move(entry));
     }

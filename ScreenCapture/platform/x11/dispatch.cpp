@@ -1,8 +1,6 @@
 // The main queue: one persistent GLib source over a job list.
 #include "ScreenCapture/platform/x11/dispatch.h"
 
-#include <glib.h>
-
 #include <algorithm>
 #include <atomic>
 #include <climits>
@@ -13,6 +11,7 @@
 #include "ScreenCapture/platform/contained.h"
 #include "ScreenCapture/platform/linux_main_queue.h"
 #include "ScreenCapture/platform/software/queues.h"
+#include "ScreenCapture/platform/x11/late_glib.h"
 #include "xplatform/common/orvosyslog.h"
 
 namespace orvo::platform::x11 {
@@ -29,12 +28,13 @@ class MainQueue {
     }
 
     void post(Job job) {
+        if (!glib().found) return;
         {
             std::lock_guard lock(mutex_);
-            if (waiting_.empty()) waitingSince_ = g_get_monotonic_time();
+            if (waiting_.empty()) waitingSince_ = glib().g_get_monotonic_time();
             waiting_.push_back(std::move(job));
         }
-        g_main_context_wakeup(nullptr);
+        glib().g_main_context_wakeup(nullptr);
         noteDelay();
     }
 
@@ -42,7 +42,7 @@ class MainQueue {
         if (drained_.load(std::memory_order_relaxed) || told_.load(std::memory_order_relaxed)) return;
         {
             std::lock_guard lock(mutex_);
-            if (waiting_.empty() || g_get_monotonic_time() - waitingSince_ < kUndrainedMicroseconds) return;
+            if (waiting_.empty() || glib().g_get_monotonic_time() - waitingSince_ < kUndrainedMicroseconds) return;
         }
         if (!told_.exchange(true))
             syslog_ex(1, ESYSLOG_WARN, "X11", __LINE__,
@@ -51,20 +51,21 @@ class MainQueue {
     }
 
     int run(int milliseconds) {
-        if (!g_main_context_acquire(nullptr)) return 0;
+        if (!glib().found || !glib().g_main_context_acquire(nullptr)) return 0;
         const uint64_t before = ran_;
         const int64_t outerEnd = runEnd_;
-        const int64_t end = g_get_monotonic_time() + static_cast<int64_t>(milliseconds) * 1000;
+        const int64_t end = glib().g_get_monotonic_time() + static_cast<int64_t>(milliseconds) * 1000;
         if (milliseconds == 0) {
             // Another source may be more urgent than ours and take a round of its own.
             for (int round = 0; round < kMostRounds && ran_ == before; ++round)
-                if (!g_main_context_iteration(nullptr, FALSE)) break;
+                if (!glib().g_main_context_iteration(nullptr, FALSE)) break;
         } else {
             wakeAt(milliseconds < 0 ? -1 : end);
-            while (milliseconds < 0 || g_get_monotonic_time() < end) g_main_context_iteration(nullptr, TRUE);
+            while (milliseconds < 0 || glib().g_get_monotonic_time() < end)
+                glib().g_main_context_iteration(nullptr, TRUE);
             wakeAt(outerEnd);
         }
-        g_main_context_release(nullptr);
+        glib().g_main_context_release(nullptr);
         return static_cast<int>(std::min<uint64_t>(ran_ - before, INT_MAX));
     }
 
@@ -75,27 +76,28 @@ class MainQueue {
     };
 
     MainQueue() {
+        if (!glib().found) return;
         static GSourceFuncs jobFuncs = {prepare, check, dispatch, nullptr, nullptr, nullptr};
-        GSource* jobs = g_source_new(&jobFuncs, sizeof(Source));
+        GSource* jobs = glib().g_source_new(&jobFuncs, sizeof(Source));
         reinterpret_cast<Source*>(jobs)->queue = this;
-        g_source_set_name(jobs, "orvo main queue");
-        g_source_attach(jobs, nullptr);
-        g_source_unref(jobs);  // the context keeps it
+        glib().g_source_set_name(jobs, "orvo main queue");
+        glib().g_source_attach(jobs, nullptr);
+        glib().g_source_unref(jobs);  // the context keeps it
 
         static GSourceFuncs alarmFuncs = {nullptr, nullptr, ring, nullptr, nullptr, nullptr};
-        alarm_ = g_source_new(&alarmFuncs, sizeof(GSource));
-        g_source_set_can_recurse(alarm_, TRUE);
-        g_source_attach(alarm_, nullptr);
+        alarm_ = glib().g_source_new(&alarmFuncs, sizeof(GSource));
+        glib().g_source_set_can_recurse(alarm_, TRUE);
+        glib().g_source_attach(alarm_, nullptr);
     }
 
     // Has the context wake up at a time, so that run() ends then; below 0 never.
     void wakeAt(int64_t when) {
         runEnd_ = when;
-        g_source_set_ready_time(alarm_, when);
+        glib().g_source_set_ready_time(alarm_, when);
     }
 
     static gboolean ring(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
-        g_source_set_ready_time(source, -1);
+        glib().g_source_set_ready_time(source, -1);
         return G_SOURCE_CONTINUE;
     }
 

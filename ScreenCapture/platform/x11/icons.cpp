@@ -1,8 +1,6 @@
 // Icons: what a window carries, and what a desktop entry names.
 #include "ScreenCapture/platform/x11/icons.h"
 
-#include <gdk-pixbuf/gdk-pixbuf.h>
-#include <glib.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -10,6 +8,7 @@
 
 #include "ScreenCapture/platform/software/bitmap.h"
 #include "ScreenCapture/platform/x11/asking.h"
+#include "ScreenCapture/platform/x11/late_glib.h"
 #include "ScreenCapture/platform/x11/properties.h"
 
 namespace orvo::platform::x11 {
@@ -37,15 +36,15 @@ Ref<Image> bitmapOf(const IconBitmap& icon) {
 }
 
 Ref<Image> bitmapOf(const GdkPixbuf* pixels) {
-    const int width = gdk_pixbuf_get_width(pixels);
-    const int height = gdk_pixbuf_get_height(pixels);
-    const int channels = gdk_pixbuf_get_n_channels(pixels);
+    const int width = pixbuf().gdk_pixbuf_get_width(pixels);
+    const int height = pixbuf().gdk_pixbuf_get_height(pixels);
+    const int channels = pixbuf().gdk_pixbuf_get_n_channels(pixels);
     const auto bitmap = software::MemoryBitmap::make(width, height, static_cast<size_t>(width) * 4);
     if (!bitmap || channels < 3) return nullptr;
     uint8_t* out = bitmap->data();
     for (int y = 0; y < height; ++y) {
-        const guint8* in = gdk_pixbuf_read_pixels(pixels) +
-                           static_cast<size_t>(y) * static_cast<size_t>(gdk_pixbuf_get_rowstride(pixels));
+        const guint8* in = pixbuf().gdk_pixbuf_read_pixels(pixels) +
+                           static_cast<size_t>(y) * static_cast<size_t>(pixbuf().gdk_pixbuf_get_rowstride(pixels));
         for (int x = 0; x < width; ++x, in += channels, out += 4) {
             const uint32_t value = multiplied(channels > 3 ? in[3] : 255, in[0], in[1], in[2]);
             std::memcpy(out, &value, 4);
@@ -69,26 +68,27 @@ Picture pictureOf(const std::vector<Ref<Image>>& bitmaps) {
 std::optional<Picture> iconOfFile(const std::string& path) {
     int width = 0;
     int height = 0;
-    if (!gdk_pixbuf_get_file_info(path.c_str(), &width, &height)) return std::nullopt;
+    if (!pixbuf().found || !pixbuf().gdk_pixbuf_get_file_info(path.c_str(), &width, &height)) return std::nullopt;
     const bool drawn = path.size() > 4 && path.compare(path.size() - 4, 4, ".svg") == 0;
     GdkPixbuf* pixels = nullptr;
     if (drawn || width > kLargestFile || height > kLargestFile) {
         const int size = drawn ? kDrawnSize : kLargestFile;
-        pixels = gdk_pixbuf_new_from_file_at_scale(path.c_str(), size, size, TRUE, nullptr);
+        pixels = pixbuf().gdk_pixbuf_new_from_file_at_scale(path.c_str(), size, size, TRUE, nullptr);
     } else {
-        pixels = gdk_pixbuf_new_from_file(path.c_str(), nullptr);
+        pixels = pixbuf().gdk_pixbuf_new_from_file(path.c_str(), nullptr);
     }
     if (!pixels) return std::nullopt;
     const Ref<Image> bitmap = bitmapOf(pixels);
-    g_object_unref(pixels);
+    pixbuf().g_object_unref(pixels);
     if (!bitmap) return std::nullopt;
     return pictureOf({bitmap});
 }
 
 // From good to poor for a picture of 100 pixels.
 std::vector<std::string> candidates(const std::string& name) {
-    std::vector<std::string> folders = {std::string(g_get_user_data_dir())};
-    for (const char* const* folder = g_get_system_data_dirs(); *folder; ++folder) folders.emplace_back(*folder);
+    if (!gio().found) return {};
+    std::vector<std::string> folders = {std::string(gio().g_get_user_data_dir())};
+    for (const char* const* folder = gio().g_get_system_data_dirs(); *folder; ++folder) folders.emplace_back(*folder);
     std::vector<std::string> paths;
     for (const char* size : {"128x128", "256x256", "192x192", "512x512", "scalable", "96x96", "64x64", "48x48", "32x32",
                              "24x24", "22x22", "16x16"})

@@ -1,0 +1,71 @@
+// GLib and what builds on it, loaded when first needed.
+#include "ScreenCapture/platform/x11/late_glib.h"
+
+#include <dlfcn.h>
+
+#include "xplatform/common/orvosyslog.h"
+
+namespace orvo::platform::x11 {
+namespace {
+
+// Looks functions up in one library and in those that it is linked with. Never closed: GLib cannot be unloaded.
+class LateLibrary {
+  public:
+    explicit LateLibrary(const char* name) : handle_(dlopen(name, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE)) {}
+
+    template <typename Function>
+    void find(Function& function, const char* name) {
+        if (handle_) function = reinterpret_cast<Function>(dlsym(handle_, name));
+        if (!function) whole_ = false;
+    }
+    // Whether every function was found. lost: what there is not without them.
+    bool whole(const char* lost) const {
+        if (whole_) return true;
+        const char* why = dlerror();
+        syslog_ex(1, ESYSLOG_ERROR, "X11", __LINE__, "there are no %s: %s", lost, why ? why : "a function is missing");
+        return false;
+    }
+
+  private:
+    void* const handle_;
+    bool whole_ = true;
+};
+
+}  // namespace
+
+#define ORVO_FIND(name) library.find(calls.name, #name);
+
+const GlibCalls& glib() {
+    static const GlibCalls found = [] {
+        GlibCalls calls;
+        LateLibrary library("libglib-2.0.so.0");
+        ORVO_GLIB_CALLS(ORVO_FIND)
+        calls.found = library.whole("main queue and observers");
+        return calls;
+    }();
+    return found;
+}
+
+const GioCalls& gio() {
+    static const GioCalls found = [] {
+        GioCalls calls;
+        LateLibrary library("libgio-2.0.so.0");
+        ORVO_GIO_CALLS(ORVO_FIND)
+        calls.found = library.whole("names and icons of desktop entries");
+        return calls;
+    }();
+    return found;
+}
+
+const PixbufCalls& pixbuf() {
+    static const PixbufCalls found = [] {
+        PixbufCalls calls;
+        LateLibrary library("libgdk_pixbuf-2.0.so.0");
+        ORVO_PIXBUF_CALLS(ORVO_FIND)
+        calls.found = library.whole("icons from files");
+        return calls;
+    }();
+    return found;
+}
+
+}  // namespace orvo::platform::x11
