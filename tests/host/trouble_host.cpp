@@ -1,0 +1,287 @@
+// Hosts that get into trouble, and those that make it: each kind in a process of its own, which has to end by itself.
+// usage: trouble_host LIBRARY [TROUBLE NUMBER FOLDER]
+#include <dlfcn.h>
+#include <pthread.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+#include "check.h"
+#include "orvo/screencapture_linux.h"
+
+extern char** environ;
+
+namespace {
+
+constexpr int kUntouched = 77;  // exit code: there was no such thread to fail
+constinit std::atomic<int> threadToFail{0};
+constinit std::atomic<bool> threadFailed{false};
+
+}  // namespace
+
+// The library's threads come this way; the n-th is refused.
+extern "C" int pthread_create(pthread_t* id, const pthread_attr_t* attributes, void* (*start)(void*), void* argument) {
+    static const auto next = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    if (threadToFail > 0 && --threadToFail == 0) {
+        threadFailed = true;
+        return EAGAIN;
+    }
+    return next(id, attributes, start, argument);
+}
+
+namespace {
+
+// One loaded library.
+class Library {
+  public:
+    explicit Library(const std::string& path) : handle(dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL)) {
+        if (handle) return;
+        fprintf(stderr, "%s\n", dlerror());
+        _exit(EXIT_FAILURE);
+    }
+    template <typename Function>
+    Function* find(const char* name) const {
+        return reinterpret_cast<Function*>(dlsym(handle, name));
+    }
+#define CALL(name) find<decltype(name)>(#name)
+
+    // Captures the first display; as a window target its frames come on the capture queue.
+    void start(bool onQueue = false) {
+        CALL(orvo_screencapture_init)();
+        const auto counts = [](const char*, unsigned int, const OrvoScreenCaptureFrameFormat*, unsigned long long,
+                               unsigned int, void* user) {
+            auto& self = *static_cast<Library*>(user);
+            ++self.frames;
+            if (self.during) self.during();
+        };
+        CALL(orvo_screencapture_reg_captured_frame_available_notify)(counts, this);
+        const unsigned int screen = firstScreen();
+        if (onQueue)
+            CALL(orvo_screencapture_set_target_window)(screen);
+        else
+            CALL(orvo_screencapture_set_target_screen)(screen);
+        CALL(orvo_screencapture_start_capture)();
+    }
+    unsigned int firstScreen() const {
+        unsigned int count = 0;
+        auto* const list = CALL(orvo_screencapture_enum_screen_list)(&count);
+        const unsigned int first = count ? list[0].screenID : 0;
+        CALL(orvo_screencapture_free_screen_list)(list);
+        return first;
+    }
+    void run() const {
+        CALL(orvo_screencapture_run_main_queue)(10);
+    }
+    bool framesCome() const {
+        const int before = frames;
+        for (int i = 0; i < 500 && frames < before + 2; ++i) run();
+        return frames >= before + 2;
+    }
+    void end() const {
+        CALL(orvo_screencapture_stop_capture)();
+        CALL(orvo_screencapture_uninit)();
+    }
+
+    void* const handle;
+    std::atomic<int> frames{0};
+    void (*during)() = nullptr;  // called in the frame callback
+};
+
+// A capture whose n-th thread is refused does without, and the next one works.
+void refusedThread(Library& library, int number) {
+    threadToFail = number;
+    library.start();
+    for (int i = 0; i < 500 && library.frames == 0 && !threadFailed; ++i) library.run();
+    const bool untouched = !threadFailed;
+    threadToFail = 0;
+    library.end();
+    sigset_t blocked;
+    pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+    CHECK(sigismember(&blocked, SIGTERM) == 0);
+    library.start();
+    CHECK(library.framesCome());
+    library.end();
+    if (untouched && failures == 0) _exit(kUntouched);
+}
+
+// The child's exports answer nothing; it may exit, and run another program. The parent goes on.
+void forkedChild(Library& library, int) {
+    library.start();
+    for (int round = 0; round < 12; ++round) {
+        CHECK(library.framesCome());
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(10);
+            unsigned int count = 0;
+            CHECK(!library.CALL(orvo_screencapture_enum_screen_list)(&count) && count == 0);
+            CHECK(!library.CALL(orvo_screencapture_is_capturing)());
+            CHECK(library.CALL(orvo_screencapture_run_main_queue)(-1) == 0);
+            library.CALL(orvo_screencapture_set_log_level)(4, "/dev/null");
+            library.start();
+            library.end();
+            if (failures) _exit(EXIT_FAILURE);
+            if (round % 2) execl("/bin/true", "true", nullptr);
+            exit(EXIT_SUCCESS);
+        }
+        int status = -1;
+        CHECK(waitpid(child, &status, 0) == child && status == 0);
+    }
+    CHECK(library.framesCome());
+    library.end();
+}
+
+// A host that becomes a daemon before it calls anything keeps the library.
+void daemonised(Library& library, int) {
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(10);
+        library.start();
+        CHECK(library.framesCome());
+        library.end();
+        _exit(failures ? EXIT_FAILURE : EXIT_SUCCESS);
+    }
+    int status = -1;
+    CHECK(waitpid(child, &status, 0) == child && status == 0);
+}
+
+std::string gFolder;   // for files
+std::string gLibrary;  // path
+
+// Two copies work side by side, though their symbols have the same names.
+void twoCopies(Library& library, int) {
+    const std::string copy = gFolder + "/libOther.so";
+    std::ofstream(copy, std::ios::binary) << std::ifstream(gLibrary, std::ios::binary).rdbuf();
+    Library other(copy);
+    CHECK(other.handle != library.handle);
+    CHECK(*library.find<void*>("g_pScreenCaptureImpl") != *other.find<void*>("g_pScreenCaptureImpl"));
+    library.start();
+    CHECK(!other.CALL(orvo_screencapture_is_capturing)());
+    other.start();
+    CHECK(library.framesCome() && other.framesCome());
+    library.end();
+    CHECK(other.framesCome() && !library.CALL(orvo_screencapture_is_capturing)());
+    other.end();
+}
+
+// The library stays mapped: closed while idle or in the middle of a capture it goes on.
+void closed(Library& library, int) {
+    dlclose(library.handle);
+    library.start();
+    dlclose(library.handle);
+    CHECK(library.framesCome());
+    CHECK(dlopen(gLibrary.c_str(), RTLD_NOW | RTLD_NOLOAD) != nullptr);
+    library.end();
+}
+
+// exit() while frames come: in main, in a callback on the main queue, in one on the capture queue; and a host whose
+// own last words are calls.
+void exits(Library& library, int number) {
+    static Library* last = nullptr;
+    last = &library;
+    if (number == 3) atexit([] { last->end(); });
+    if (number == 1 || number == 2) library.during = [] { exit(EXIT_SUCCESS); };
+    library.start(number == 2);
+    for (int i = 0; i < 500 && library.frames < 2; ++i) library.run();
+    exit(library.frames < 2 || number == 1 || number == 2);
+}
+
+void logLines(Library& library, int count) {
+    for (int i = 0; i < count; ++i) library.CALL(orvo_screencapture_is_capturing)();
+    library.start();  // the log thread has to run
+    CHECK(library.framesCome());
+    library.end();
+}
+
+// A limit on the size of files stands for a full disk; its signal would end the process on a thread that takes it.
+void fullDisk(Library& library, int) {
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = 2000;
+    setrlimit(RLIMIT_FSIZE, &limit);
+    library.CALL(orvo_screencapture_set_log_level)(4, gFolder.c_str());
+    logLines(library, 100);
+}
+
+// A folder that may not be written, that is a file, that was removed: no files, and everything else works.
+void noLogFolder(Library& library, int) {
+    const std::string file = gFolder + "/file";
+    const std::string locked = gFolder + "/locked";
+    std::ofstream{file} << "mine";
+    mkdir(locked.c_str(), 0555);
+    if (geteuid() == 0) CHECK(setresuid(65534, 65534, 65534) == 0);  // root may write everywhere
+    for (const std::string& folder : {file, locked, locked + "/deep/er", gFolder + "/\xff", std::string(600, 'x')})
+        library.CALL(orvo_screencapture_set_log_level)(4, folder.c_str());
+    logLines(library, 20);
+    CHECK(rmdir((locked + "/deep").c_str()) != 0 && errno == ENOENT);
+    std::string left;
+    std::ifstream{file} >> left;
+    CHECK(left == "mine");
+}
+
+const struct {
+    const char* name;
+    void (*make)(Library& library, int number);
+    int first, last;  // numbers
+} troubles[] = {
+    {"refused thread", refusedThread, 1, 40},
+    {"forked child", forkedChild, 0, 0},
+    {"daemonised", daemonised, 0, 0},
+    {"two copies", twoCopies, 0, 0},
+    {"closed", closed, 0, 0},
+    {"exit", exits, 0, 3},
+    {"full disk", fullDisk, 0, 0},
+    {"no log folder", noLogFolder, 0, 0},
+};
+
+// Exit code of the trouble in a process and a folder of its own; a signal ends it when it hangs.
+int inOwnProcess(char* self, const char* name, int number) {
+    char folder[] = "/tmp/orvo-trouble-XXXXXX";
+    if (!mkdtemp(folder) || chmod(folder, 0755) != 0) return -1;
+    std::string arguments[] = {self, gLibrary, name, std::to_string(number), folder};
+    char* argv[6] = {};
+    for (int i = 0; i < 5; ++i) argv[i] = arguments[i].data();
+    pid_t process = 0;
+    if (posix_spawn(&process, "/proc/self/exe", nullptr, nullptr, argv, environ) != 0) return -1;
+    int status = -1;
+    waitpid(process, &status, 0);
+    if (system(("rm -r " + arguments[4]).c_str()) != 0) return -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + status;
+}
+
+int makeTrouble(const char* name, int number) {
+    alarm(30);
+    Library& library = *new Library(gLibrary);  // for callbacks and last words of any time
+    for (const auto& each : troubles)
+        if (strcmp(each.name, name) == 0) each.make(library, number);
+    return failures ? EXIT_FAILURE : EXIT_SUCCESS;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) return 2;
+    gLibrary = argv[1];
+    if (argc == 5) {
+        gFolder = argv[4];
+        return makeTrouble(argv[2], atoi(argv[3]));
+    }
+    for (const auto& each : troubles) {
+        for (int number = each.first; number <= each.last; ++number) {
+            const int code = inOwnProcess(argv[0], each.name, number);
+            if (code == kUntouched) break;
+            if (code != 0) fprintf(stderr, "%s %d: %d\n", each.name, number, code);
+            CHECK(code == 0);
+        }
+    }
+    return failures ? EXIT_FAILURE : EXIT_SUCCESS;
+}
