@@ -1,0 +1,71 @@
+// Scaling and composition in memory, beside libyuv's own time and a copy of the source. Looks inside the library.
+#include <benchmark/benchmark.h>
+#include <libyuv/scale_argb.h>
+
+#include <cstring>
+
+#include "ScreenCapture/platform/software/bitmap.h"
+#include "ScreenCapture/platform/software/compose.h"
+#include "ScreenCapture/platform/software/scale.h"
+
+namespace {
+
+using namespace orvo::platform;
+using software::MemoryBitmap;
+using software::Pixels;
+
+Ref<MemoryBitmap> filled(int width, int height, int seed) {
+    auto bitmap = MemoryBitmap::make(width, height, static_cast<size_t>(width) * 4);
+    for (int i = 0; i < width * height * 4; ++i) bitmap->data()[i] = static_cast<uint8_t>(i * 31 + seed);
+    return bitmap;
+}
+Pixels pixelsOf(const Ref<MemoryBitmap>& bitmap) {
+    return {bitmap->data(), bitmap->width(), bitmap->height(), bitmap->bytesPerRow()};
+}
+
+enum Way { kOurs, kBox, kBilinear, kCopy };
+
+void scale(Way way, const Pixels& from, const Pixels& to) {
+    if (way == kOurs) {
+        const Rect whole = {0, 0, static_cast<double>(to.width), static_cast<double>(to.height)};
+        software::drawScaled(from, to, whole);
+    } else if (way == kCopy) {
+        memcpy(to.bytes, from.bytes, from.bytesPerRow * static_cast<size_t>(from.height));
+    } else {
+        libyuv::ARGBScale(from.bytes, static_cast<int>(from.bytesPerRow), from.width, from.height, to.bytes,
+                          static_cast<int>(to.bytesPerRow), to.width, to.height,
+                          way == kBox ? libyuv::kFilterBox : libyuv::kFilterBilinear);
+    }
+}
+
+// Arguments: way, source width, target width; both are 16 to 9.
+void BM_scale(benchmark::State& state) {
+    const auto way = static_cast<Way>(state.range(0));
+    const auto width = static_cast<int>(state.range(1)), target = static_cast<int>(state.range(2));
+    const auto source = filled(width, width * 9 / 16, 1);
+    const auto result = way == kCopy ? filled(width, width * 9 / 16, 2) : filled(target, target * 9 / 16, 2);
+    for (auto _ : state) {
+        scale(way, pixelsOf(source), pixelsOf(result));
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(BM_scale)
+    ->Name("scale")
+    ->ArgNames({"way", "from", "to"})
+    ->ArgsProduct({{kOurs, kBox, kBilinear, kCopy}, {1920}, {1280, 640, 384}})
+    ->ArgsProduct({{kOurs, kBox, kBilinear, kCopy}, {1280}, {640}})
+    ->Unit(benchmark::kMicrosecond);
+
+// 1920x1080 out of a number of overlapping windows.
+void BM_compose(benchmark::State& state) {
+    std::vector<software::Layer> layers;
+    const PixelRect bounds = {0, 0, 1920, 1080};
+    for (int i = 0; i < state.range(0); ++i)
+        layers.push_back({{i * 61 % 1400, i * 37 % 600, 640, 480}, {}, filled(640, 480, i)});
+    for (auto _ : state) benchmark::DoNotOptimize(software::compose(bounds, layers));
+}
+BENCHMARK(BM_compose)->Name("compose/windows")->Arg(1)->Arg(8)->Arg(20)->Arg(50)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
