@@ -22,13 +22,13 @@ struct Options {
     bool cursor = false, idle = false, check = false;
     const char* logFolder = nullptr;
     std::vector<unsigned int> windows, excluded;
-    bench::Area rectangle, hole;  // empty: none
-    int width = 0, height = 0;    // 0: as the source
+    bench::Area rectangle;      // empty: none
+    int width = 0, height = 0;  // 0: as the source
 };
 
 const char kUsage[] =
     "usage: capture_orvo [--fps N] [--cursor] [--window N]... [--without N]... [--rect X Y W H] [--size W H]\n"
-    "       [--log FOLDER] [--idle] [--check] [--hole X Y W H] [--stamp X Y BLOCK]...\n";
+    "       [--log FOLDER] [--idle] [--check] [--stamp X Y BLOCK]...\n";
 
 class Words {
   public:
@@ -68,8 +68,6 @@ Options parse(int argc, char** argv) {
             options.excluded.push_back(static_cast<unsigned int>(words.number()));
         else if (word == "--rect")
             options.rectangle = words.area();
-        else if (word == "--hole")
-            options.hole = words.area();
         else if (word == "--size")
             options.width = words.number(), options.height = words.number();
         else if (word == "--log")
@@ -171,8 +169,9 @@ int main(int argc, char** argv) {
 
     Receiver receiver{log, nullptr};
     if (options.check)
-        receiver.equality = std::make_unique<bench::Equality>(options.windows.empty() ? 0 : options.windows[0],
-                                                              options.rectangle, options.hole);
+        receiver.equality = std::make_unique<bench::Equality>(
+            bench::Equality::Frames{options.windows.empty() ? 0 : options.windows[0], options.rectangle,
+                                    options.excluded.empty() ? 0 : options.excluded[0], options.cursor});
     if (options.logFolder) orvo_screencapture_set_log_level(3, options.logFolder);
     orvo_screencapture_init();
     orvo_screencapture_reg_captured_frame_available_notify(onFrame, &receiver);

@@ -12,8 +12,14 @@ namespace bench {
 // right. Where nothing covers a composed frame it is four zero bytes a pixel; those are counted, not compared.
 class Equality {
   public:
-    // What the frames show: an area of the root or of a window. hole: what they leave out, of the same area.
-    Equality(xcb_window_t window, const Area& area, const Area& hole);
+    // What frames show.
+    struct Frames {
+        xcb_window_t window = 0;   // 0: the root
+        Area area = {};            // of it; empty: all
+        xcb_window_t without = 0;  // what stands there is not compared
+        bool cursor = false;       // whole displays only
+    };
+    explicit Equality(const Frames& frames);
 
     // Called for each frame, from its callback.
     void check(const uint8_t* pixels, size_t bytesPerRow, int width, int height);
@@ -24,14 +30,14 @@ class Equality {
     char first[80] = {};    // the first wrong pixel
 
   private:
+    bool grab(SharedPicture& picture);
+    void blendCursor(SharedPicture& picture);
     void compare(const uint8_t* pixels, size_t bytesPerRow);
-    bool inHole(int x, int y) const {
-        return x >= hole_.x && y >= hole_.y && x < hole_.x + hole_.width && y < hole_.y + hole_.height;
-    }
 
     Client client_;
     xcb_drawable_t from_;
-    Area area_, hole_;
+    Area area_, hole_ = {}, pointer_ = {};
+    bool cursor_;
     std::unique_ptr<SharedPicture> grabs_[3];  // of the last three callbacks
     uint64_t count_ = 0;
 };

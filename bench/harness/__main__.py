@@ -1,0 +1,100 @@
+"""Measures the library beside its limits and its peers, and writes the page about it; --quick in two minutes."""
+from __future__ import annotations
+
+import argparse
+import json
+import platform
+import subprocess
+import time
+from pathlib import Path
+from typing import Any
+
+import costs
+import page
+from machine import PROGRAMS, Server
+from measure import check_equality, run_scene
+from work import QUICK, SCENES, Scene, works_of
+
+CHECKED = ("library, display, cursor", "library, display, no cursor", "library, rectangle 1280x720", "library, window",
+           "library, display less a window")
+
+
+def processor() -> str:
+    for line in Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines():
+        if line.startswith("model name"):
+            return line.split(":", 1)[1].strip()
+    return platform.processor()
+
+
+def machine() -> dict[str, Any]:
+    cores = int(subprocess.run(["nproc"], check=True, capture_output=True, text=True).stdout)
+    commit = subprocess.run(["git", "rev-parse", "--short", "HEAD"], capture_output=True, text=True, check=False).stdout
+    return {"date": time.strftime("%Y-%m-%d"), "processor": processor(), "cores": cores,
+            "kernel": platform.release(), "commit": commit.strip(), "load": Path("/proc/loadavg").read_text().split()[0]}
+
+
+class Clock:
+    """Tells how far a run is."""
+
+    def __init__(self) -> None:
+        self.start = time.monotonic()
+
+    def tell(self, text: str) -> None:
+        print(f"bench: {time.monotonic() - self.start:5.0f} s  {text}", flush=True)
+
+
+def equality(server: Server, scenes: list[Scene], seconds: float) -> list[dict[str, Any]]:
+    return [check_equality(server, scene, work, seconds)
+            for scene in scenes for work in works_of(scene) if work.name in CHECKED]
+
+
+def measure(quick: bool, clock: Clock) -> dict[str, Any]:
+    data: dict[str, Any] = {"machine": machine(), "quick": quick, "runs": []}
+    scenes, rounds, seconds = (QUICK, 1, 1.25) if quick else (SCENES, 3, 2.5)
+    with Server() as server:
+        for number in range(rounds):
+            for scene in scenes:
+                clock.tell(f"round {number + 1}: {scene.title}")
+                data["runs"] += [run | {"round": number} for run in run_scene(server, scene, seconds)]
+        clock.tell("equality with full grabs")
+        data["equality"] = equality(server, scenes, 1.5 if quick else 3)
+        clock.tell("pacing and idling")
+        data["waiting"] = costs.pacing_and_idling(server, 5 if quick else 60)
+        clock.tell("memory, loading, lists")
+        data["memory"] = costs.memory(server)
+        data["load"] = costs.load_time(5 if quick else 25)
+        data["lists"] = costs.lists(server, 5 if quick else 21)
+        if not quick:
+            clock.tell("growth")
+            data["growth"] = costs.growth(server, 2, 1.25)
+    clock.tell("small benchmarks")
+    time_limit = "--benchmark_min_time=0.02" if quick else "--benchmark_min_time=0.2"
+    data["pictures"] = costs.small_benchmarks("picture_bench", time_limit)
+    data["log"] = costs.small_benchmarks("runtime_bench", "--benchmark_filter=^line/|^spdlog/")
+    clock.tell("done")
+    return data
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(prog="./dev bench", description=__doc__)
+    parser.add_argument("--quick", action="store_true", help="two minutes; writes no page")
+    parser.add_argument("--page", metavar="JSON", help="write the page from an earlier run's figures only")
+    parser.add_argument("--out", metavar="JSON", default=str(PROGRAMS / "figures.json"), help="where the figures go")
+    options = parser.parse_args()
+    if options.page:
+        data = json.loads(Path(options.page).read_text(encoding="utf-8"))
+    else:
+        data = measure(options.quick, Clock())
+        Path(options.out).write_text(json.dumps(data, indent=1), encoding="utf-8")
+    tables = page.tables(data)
+    print(page.as_text(tables))
+    if not data["quick"]:
+        page.write(data, tables)
+    wrong = sum(each["wrong"] for each in data["equality"])
+    if wrong:
+        print(f"bench: {wrong} wrong pixels")
+    return 1 if wrong else 0
+
+
+if __name__ == "__main__":
+    raise SystemExit(main())
