@@ -11,6 +11,9 @@ lint_packages=(clang-format clang-tidy clang shellcheck python3 git)
 fuzz_packages=(libclang-rt-dev) # and clang, as above
 bench_packages=(libbenchmark-dev)
 packaging_packages=(dpkg-dev file)
+# What only the door bench installs: peers to compare with, and what draws its charts.
+# shellcheck disable=SC2034 # used by the door bench
+peer_packages=(ffmpeg gstreamer1.0-plugins-good libgstreamer1.0-dev libtgowt-dev libspdlog-dev python3-matplotlib)
 
 # What a Mac needs from Homebrew beside Xcode. The doors want a newer bash than the system's, and nproc.
 # shellcheck disable=SC2034 # used by the door setup

@@ -5,6 +5,7 @@ import json
 import os
 import signal
 import subprocess
+import tempfile
 import time
 from pathlib import Path
 from typing import Any
@@ -49,8 +50,10 @@ class Process:
     def __init__(self, command: list[str], display: str | None = None):
         environment = dict(os.environ, **({"DISPLAY": display} if display else {}))
         self.command = command
+        # A pipe that nobody reads would stop a talkative program.
+        self.errors = tempfile.TemporaryFile("w+")
         self.child = subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                      stderr=subprocess.PIPE, text=True)
+                                      stderr=self.errors, text=True)
 
     @property
     def pid(self) -> int:
@@ -68,18 +71,18 @@ class Process:
         """Ends the program and returns the rest of its output."""
         self.child.send_signal(number)
         try:
-            output, errors = self.child.communicate(timeout=10)
+            output = self.child.communicate(timeout=10)[0]
         except subprocess.TimeoutExpired:
             self.child.kill()
             self.child.communicate()
             raise Failure(f"{' '.join(self.command)} did not end") from None
         if self.child.returncode not in (0, -number, 255):
-            raise Failure(f"{' '.join(self.command)} ended with {self.child.returncode}: {errors[-300:]}")
-        return output
+            raise Failure(f"{' '.join(self.command)} ended with {self.child.returncode}: {self._errors()}")
+        return output or ""
 
     def _errors(self) -> str:
-        self.child.kill()
-        return self.child.communicate()[1][-300:]
+        self.errors.seek(0)
+        return self.errors.read()[-300:]
 
     def __enter__(self) -> Process:
         return self
@@ -88,6 +91,7 @@ class Process:
         if self.child.poll() is None:
             self.child.kill()
             self.child.communicate()
+        self.errors.close()
 
 
 class Server(Process):
@@ -99,8 +103,9 @@ class Server(Process):
         os.set_inheritable(writing, True)
         self.command = ["Xvfb", "-displayfd", str(writing), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp",
                         "-noreset"]
+        self.errors = tempfile.TemporaryFile("w+")
         self.child = subprocess.Popen(self.command, pass_fds=[writing], stdin=subprocess.DEVNULL,
-                                      stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+                                      stdout=subprocess.DEVNULL, stderr=self.errors, text=True)
         os.close(writing)
         with os.fdopen(reading) as pipe:
             number = pipe.readline().strip()
