@@ -3,6 +3,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -172,6 +174,26 @@ TEST_F(LogFile, SurvivesARemovedFolderAndComesBack) {
     files.open();
     files.write("on", true);
     EXPECT_EQ(read_file(path(0)), "on\n") << "a deleted file counts as closed";
+}
+
+TEST_F(LogFile, BeginsALineOfItsOwnAfterAFullDisk) {
+    LogFiles files;
+    files.init(paths_, 1000);
+    files.open();
+    files.write("before", true);
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit whole{};
+    getrlimit(RLIMIT_FSIZE, &whole);
+    rlimit small = whole;
+    small.rlim_cur = 10;
+    setrlimit(RLIMIT_FSIZE, &small);
+    files.write("torn apart", true);
+    files.write("lost", true);
+    setrlimit(RLIMIT_FSIZE, &whole);
+    files.write("after", true);
+    const std::string file = read_file(path(0));
+    EXPECT_EQ(file.find("before\ntor"), 0u) << file;
+    EXPECT_EQ(file.substr(file.size() - 7), "\nafter\n");
 }
 
 TEST_F(LogFile, RefusesWhatIsNoPlainFile) {

@@ -89,7 +89,7 @@ class Entries {
         GList* all = gio().g_app_info_get_all();
         for (GList* each = all; each; each = each->next)
             if (gio().g_type_check_instance_is_a(static_cast<GTypeInstance*>(each->data), kind))
-                entries_.push_back(read(static_cast<GAppInfo*>(each->data)));
+                entries_.push_back(std::make_shared<const DesktopEntry>(readEntry(static_cast<GAppInfo*>(each->data))));
         gio().g_list_free_full(all, gio().g_object_unref);
     }
 
@@ -104,20 +104,6 @@ class Entries {
         add(gio().g_get_user_data_dir());
         for (const char* const* folder = gio().g_get_system_data_dirs(); *folder; ++folder) add(*folder);
         return stamps;
-    }
-
-    static EntryRef read(GAppInfo* app) {
-        auto* info = reinterpret_cast<GDesktopAppInfo*>(app);
-        DesktopEntry entry;
-        entry.id = text(gio().g_app_info_get_id(app));
-        entry.path = text(gio().g_desktop_app_info_get_filename(info));
-        entry.name = text(gio().g_app_info_get_name(app));
-        entry.windowClass = text(gio().g_desktop_app_info_get_startup_wm_class(info));
-        if (gchar* icon = gio().g_desktop_app_info_get_string(info, "Icon")) {
-            entry.icon = icon;
-            gio().g_free(icon);
-        }
-        return std::make_shared<const DesktopEntry>(std::move(entry));
     }
 
     std::mutex mutex_;
@@ -136,6 +122,20 @@ std::string processName(int32_t pid) {
 }
 
 }  // namespace
+
+DesktopEntry readEntry(GAppInfo* application) {
+    auto* info = reinterpret_cast<GDesktopAppInfo*>(application);
+    DesktopEntry entry;
+    entry.id = text(gio().g_app_info_get_id(application));
+    entry.path = text(gio().g_desktop_app_info_get_filename(info));
+    entry.name = text(gio().g_app_info_get_name(application));
+    entry.windowClass = text(gio().g_desktop_app_info_get_startup_wm_class(info));
+    if (gchar* icon = gio().g_desktop_app_info_get_string(info, "Icon")) {
+        entry.icon = icon;
+        gio().g_free(icon);
+    }
+    return entry;
+}
 
 EntryRef entryOfWindow(const DesktopWindow& window) {
     return Entries::instance().ofClass(window.instance, window.className);

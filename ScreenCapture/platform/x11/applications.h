@@ -9,6 +9,8 @@
 
 #include "ScreenCapture/platform/x11/windows.h"
 
+using GAppInfo = struct _GAppInfo;
+
 namespace orvo::platform::x11 {
 
 struct DesktopEntry {
@@ -18,6 +20,9 @@ struct DesktopEntry {
     std::string windowClass;  // StartupWMClass; empty without
     std::string icon;         // a file's path or a theme's name; empty without
 };
+
+// What an entry's file says; missing texts are empty.
+DesktopEntry readEntry(GAppInfo* application);
 
 // The entry of the application that a window belongs to; null when there is none.
 std::shared_ptr<const DesktopEntry> entryOfWindow(const DesktopWindow& window);

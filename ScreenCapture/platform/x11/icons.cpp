@@ -1,6 +1,7 @@
 // Icons: what a window carries, and what a desktop entry names.
 #include "ScreenCapture/platform/x11/icons.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -16,6 +17,7 @@ namespace {
 
 constexpr uint32_t kLargestProperty = 1U << 20;  // in units of 4 bytes
 constexpr int kLargestFile = 1024;               // pixels on a side; larger files are scaled while they are read
+constexpr int kLargestClaim = 4096;              // files that claim more are not read: that is their memory
 constexpr int kDrawnSize = 256;                  // of icons without pixels
 
 uint32_t multiplied(uint32_t alpha, uint32_t red, uint32_t green, uint32_t blue) {
@@ -65,10 +67,18 @@ Picture pictureOf(const std::vector<Ref<Image>>& bitmaps) {
     return picture;
 }
 
+// Whether opening it cannot wait for somebody, as for a pipe.
+bool isFile(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 std::optional<Picture> iconOfFile(const std::string& path) {
     int width = 0;
     int height = 0;
+    if (!isFile(path)) return std::nullopt;
     if (!pixbuf().found || !pixbuf().gdk_pixbuf_get_file_info(path.c_str(), &width, &height)) return std::nullopt;
+    if (width > kLargestClaim || height > kLargestClaim) return std::nullopt;
     const bool drawn = path.size() > 4 && path.compare(path.size() - 4, 4, ".svg") == 0;
     GdkPixbuf* pixels = nullptr;
     if (drawn || width > kLargestFile || height > kLargestFile) {
