@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace orvo::platform::software {
@@ -53,7 +54,9 @@ Ref<MemoryBitmap> MemoryBitmap::make(int width, int height, size_t bytesPerRow, 
     if (width <= 0 || height <= 0 || bytesPerRow > SIZE_MAX / 4 / (static_cast<size_t>(height) + 1)) return nullptr;
     const Block block = takeBlock(blockSize(height, bytesPerRow));
     if (!block.bytes) return nullptr;
-    return Ref<MemoryBitmap>::adopt(new MemoryBitmap(width, height, bytesPerRow, bitsPerPixel, block.bytes));
+    auto* bitmap = new (std::nothrow) MemoryBitmap(width, height, bytesPerRow, bitsPerPixel, block.bytes);
+    if (!bitmap) giveBlock(block);
+    return Ref<MemoryBitmap>::adopt(bitmap);
 }
 
 MemoryBitmap::~MemoryBitmap() {
