@@ -1,7 +1,7 @@
 // The mouse cursor. Callable from any thread.
 #pragma once
 
-#include <optional>
+#include <memory>
 
 #include "ScreenCapture/platform/image.h"
 #include "ScreenCapture/platform/values.h"
@@ -16,8 +16,8 @@ struct Cursor {
 class Pointer {
   public:
     virtual ~Pointer() = default;
-    virtual std::optional<Cursor> currentCursor() = 0;  // none when the system shows none
-    virtual Point location() = 0;                       // points, origin at the main display's bottom-left corner
+    virtual std::shared_ptr<const Cursor> currentCursor() = 0;  // null when the system shows none
+    virtual Point location() = 0;  // points, origin at the main display's bottom-left corner
 };
 
 }  // namespace orvo::platform

@@ -35,8 +35,8 @@ void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, co
     const Shot shot = getImageWithOrvowindow(frame, *item, tick);
     if (!checkImageIsValidWithCGImage(shot)) return;
 
-    const bool painted = tick.options->bVisible && windowCursor.appendMouseCursor(*shot.image, item);
-    notifySuccessWithCGImage(frame.cropAndScale(shot.image, *tick.options, painted), item->windowID);
+    const CursorMark cursor = tick.options->bVisible ? windowCursor.appendMouseCursor(*shot.image, item) : CursorMark();
+    notifySuccessWithCGImage(frame.cropAndScale(shot.image, *tick.options, cursor), item->windowID);
 }
 
 // Asks after the target and tells the host what changed. A display that is gone ends the capture; a window that is not

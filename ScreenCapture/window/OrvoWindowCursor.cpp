@@ -69,10 +69,10 @@ void log(int line, const char* text) {
 
 }  // namespace
 
-bool OrvoWindowCursor::appendMouseCursor(Image& image, const OrvoWindow* item) const {
+CursorMark OrvoWindowCursor::appendMouseCursor(Image& image, const OrvoWindow* item) const {
     const Size size{static_cast<double>(image.width()), static_cast<double>(image.height())};
     const auto cursor = platform().pointer().currentCursor();
-    if (!cursor) return false;
+    if (!cursor) return {};
     const Point location = platform().pointer().location();
     const PointerState pointer{truncated<int32_t>(cursor->picture.size.width),
                                truncated<int32_t>(cursor->picture.size.height), truncated<int32_t>(location.x),
@@ -82,9 +82,10 @@ bool OrvoWindowCursor::appendMouseCursor(Image& image, const OrvoWindow* item) c
     const Ref<Image>& bitmap = chooseBitmap(cursor->picture, place);
     const Rect covered{static_cast<double>(place.x), static_cast<double>(place.y), static_cast<double>(place.w),
                        static_cast<double>(place.h)};
-    if (!isImageRefNormal(bitmap.get()) || !isCursorInsideSourceImageRect({0, 0, size.width, size.height}, covered))
-        return false;
-    return fixCursor(&image, place.x, place.y, place.w, place.h, bitmap.get());
+    if (!isImageRefNormal(bitmap.get()) || !isCursorInsideSourceImageRect({0, 0, size.width, size.height}, covered) ||
+        !fixCursor(&image, place.x, place.y, place.w, place.h, bitmap.get()))
+        return {};
+    return {bitmap, place.x, place.y, place.w, place.h};
 }
 
 bool OrvoWindowCursor::isImageRefNormal(const Image* image) {

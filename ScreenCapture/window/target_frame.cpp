@@ -8,9 +8,8 @@ using namespace orvo::platform;
 TargetFrame::TargetFrame(uint32_t number, bool isScreen)
     : isScreen_(isScreen), grabber_(platform().windowServer().grabber(number, isScreen)) {}
 
-Ref<Image> TargetFrame::cropAndScale(const Ref<Image>& image, const CaptureOptions& options, bool painted) {
-    const Source source{painted ? 0 : image->version(), options.cropRect, options.resolutionSize,
-                        options.resolutionMode};
+Ref<Image> TargetFrame::cropAndScale(const Ref<Image>& image, const CaptureOptions& options, const CursorMark& cursor) {
+    const Source source{image->version(), cursor, options.cropRect, options.resolutionSize, options.resolutionMode};
     if (result_ && source.version != 0 && source == source_) return result_;
     result_ = nullptr;
     Ref<Image> result = getResoulutionImage(getCropWithCGImage(image, options), options);

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "ScreenCapture/platform/platform.h"
+#include "ScreenCapture/window/OrvoWindowCursor.h"
 #include "ScreenCapture/window/capture_options.h"
 
 // Belongs to the capture queue.
@@ -17,13 +18,14 @@ class TargetFrame {
     orvo::platform::Grabber& grabber() { return *grabber_; }
 
     // Crops and scales a picture as the options say; the result of the tick before serves again when neither the
-    // picture nor the options have changed. painted: the picture carries a cursor that its version does not tell of.
+    // picture nor the options have changed. cursor: what was painted into the picture, which its version does not tell.
     orvo::platform::Ref<orvo::platform::Image> cropAndScale(const orvo::platform::Ref<orvo::platform::Image>& image,
-                                                            const CaptureOptions& options, bool painted);
+                                                            const CaptureOptions& options, const CursorMark& cursor);
 
   private:
     struct Source {
         uint64_t version = 0;
+        CursorMark cursor;
         orvo::platform::Rect cropRect;
         orvo::platform::Size resolutionSize;
         uint32_t resolutionMode = 0;

@@ -41,7 +41,7 @@ class CursorOverlay : public DesktopTest {
     std::string painted(const OrvoWindow* item, int width, int height, platform::Point pointer) {
         desk.pointer = pointer;
         auto image = platform::makeCounted<Bitmap>(width, height);
-        const bool told = OrvoWindowCursor().appendMouseCursor(*image, item);
+        const bool told{OrvoWindowCursor().appendMouseCursor(*image, item)};
         const PixelRect where = inked(*image);
         EXPECT_EQ(told, where != PixelRect{});
         return words(where);

@@ -10,11 +10,11 @@ namespace {
 
 class MacPointer final : public Pointer {
   public:
-    std::optional<Cursor> currentCursor() override {
+    std::shared_ptr<const Cursor> currentCursor() override {
         @autoreleasepool {
             NSCursor* cursor = systemCursor();
-            if (!cursor) return std::nullopt;
-            return Cursor{pictureOf(cursor.image), pointFrom(cursor.hotSpot)};
+            if (!cursor) return nullptr;
+            return std::make_shared<const Cursor>(Cursor{pictureOf(cursor.image), pointFrom(cursor.hotSpot)});
         }
     }
 

@@ -44,10 +44,9 @@ class CursorPart final : public ModelPart {
 
 }  // namespace
 
-std::optional<Cursor> X11Pointer::currentCursor() {
+std::shared_ptr<const Cursor> X11Pointer::currentCursor() {
     const auto desktop = currentDesktop();
-    if (!desktop || !desktop->cursor) return std::nullopt;
-    return *desktop->cursor;
+    return desktop ? desktop->cursor : nullptr;
 }
 
 Point X11Pointer::location() {
@@ -56,7 +55,7 @@ Point X11Pointer::location() {
     const Asking asking;
     if (!asking || !main) return {};
     const auto pointer =
-        asking->await<xcb_query_pointer_reply_t>(xcb_query_pointer(asking->raw(), asking->root()).sequence);
+        asking->await<xcb_query_pointer_reply_t>(xcb_query_pointer_unchecked(asking->raw(), asking->root()).sequence);
     if (!pointer) return {};
     return {static_cast<double>(pointer->root_x), static_cast<double>(main->area.height - pointer->root_y)};
 }

@@ -12,7 +12,7 @@ class ModelPart;
 // The cursor as XFixes has it: one representation of its own size, BGRA with colours multiplied by alpha.
 class X11Pointer final : public Pointer {
   public:
-    std::optional<Cursor> currentCursor() override;
+    std::shared_ptr<const Cursor> currentCursor() override;
     Point location() override;
 };
 

@@ -59,7 +59,7 @@ void PointerTracker::locate(bool wantsCursor, bool wantsClicks) {
     watchButtons(wantsClicks);
     now_ = {};
     if (!wantsCursor && !wantsClicks) return;
-    const auto cookie = xcb_query_pointer(x_.raw(), x_.root());
+    const auto cookie = xcb_query_pointer_unchecked(x_.raw(), x_.root());  // so xcb allocates less
     const auto pointer = x_.await<xcb_query_pointer_reply_t>(cookie.sequence);
     if (!pointer || !pointer->same_screen) return;
     now_.x = pointer->root_x;

@@ -49,9 +49,9 @@ class ScriptedDisplays final : public Displays {
 class ScriptedPointer final : public Pointer {
   public:
     explicit ScriptedPointer(Desktop& desktop) : desktop_(desktop) {}
-    std::optional<Cursor> currentCursor() override {
+    std::shared_ptr<const Cursor> currentCursor() override {
         auto pass = desktop_.gate.enter("currentCursor");
-        return pass ? desktop_.cursor : std::nullopt;
+        return pass && desktop_.cursor ? std::make_shared<const Cursor>(*desktop_.cursor) : nullptr;
     }
     Point location() override {
         auto pass = desktop_.gate.enter("pointerLocation");
