@@ -4,6 +4,8 @@
 #include <cstring>
 #include <random>
 
+#include "ScreenCapture/platform/platform.h"
+#include "ScreenCapture/platform/x11/capture_run.h"
 #include "ScreenCapture/platform/x11/display_grabber.h"
 #include "support/x11/x_server.h"
 
@@ -15,8 +17,11 @@ using platform::NoImage;
 using platform::PixelRect;
 using platform::Ref;
 using platform::software::Frame;
+using platform::x11::CapturePlan;
+using platform::x11::CaptureRun;
 using platform::x11::Connection;
 using platform::x11::DisplayGrabber;
+using platform::x11::TickResult;
 
 // A grabber that knows all that was drawn before it is asked.
 struct Grabbing {
@@ -47,42 +52,70 @@ std::vector<uint8_t> copyOf(const Frame& frame) {
     return {frame.bytes(), frame.bytes() + frame.bytesPerRow() * static_cast<size_t>(frame.height())};
 }
 
-// Draws, moves, stacks and destroys at random.
+// Draws, scrolls, shapes, moves, drags, stacks and destroys at random, sometimes while it has the server to itself.
 class Scribbler {
   public:
-    explicit Scribbler(const XServer& server) : painter_(server) {}
+    // paintsRoot: also beside the windows.
+    explicit Scribbler(const XServer& server, bool paintsRoot = true) : painter_(server), paintsRoot_(paintsRoot) {}
 
     void step() {
-        const Area place{number(-40, 300), number(-40, 220), number(1, 120), number(1, 120)};
-        const uint32_t colour = static_cast<uint32_t>(random_()) & 0xFFFFFF;
-        const int kind = number(0, 5);
+        const bool alone = number(0, 9) == 0;
+        if (alone) xcb_grab_server(painter_.raw());
+        draw({number(-40, 300), number(-40, 220), number(1, 120), number(1, 120)},
+             static_cast<uint32_t>(random_()) & 0xFFFFFF);
+        if (alone) xcb_ungrab_server(painter_.raw());
+        painter_.sync();
+    }
+    void draw(const Area& place, uint32_t colour) {
+        const int kind = number(0, 9);
         if (kind == 0 && windows_.size() < 8) {
-            windows_.push_back(painter_.window(place, colour));
-            if (number(0, 1) == 0) painter_.redirect(windows_.back());
+            windows_.push_back(number(0, 3) == 0 ? painter_.translucentWindow(place, colour | 0x80000000U)
+                                                 : painter_.window(place, colour));
+            if (number(0, 1) == 0 && canRedirect) painter_.redirect(windows_.back());
             return;
         }
-        if (kind == 1 || windows_.empty()) return painter_.fill(painter_.root(), place, colour);
+        if (kind <= 1 || windows_.empty()) {
+            if (!paintsRoot_) return;
+            if (number(0, 5) == 0) return painter_.setRootBackground(colour);
+            return painter_.fill(painter_.root(), place, colour);
+        }
         const size_t which = random_() % windows_.size();
-        if (kind == 2) return painter_.move(windows_[which], place.x, place.y);
-        if (kind == 3) return painter_.raise(windows_[which]);
-        if (kind == 4) return painter_.fill(windows_[which], {0, 0, place.width / 2, place.height}, colour);
-        painter_.destroy(windows_[which]);
+        const xcb_window_t window = windows_[which];
+        const int size = place.width / 2 + 1;
+        if (kind == 2) return painter_.move(window, place.x, place.y);
+        if (kind == 3) return painter_.raise(window);
+        if (kind == 4) return painter_.clear(window, {0, 0, size, place.height});
+        if (kind == 5) return painter_.scroll(window, {0, number(1, 9), size, place.height});
+        if (kind == 6) return painter_.shape(window, {number(0, 9), 0, size, place.height});
+        if (kind == 7) {
+            for (int i = 0; i < 9; i++) painter_.move(window, place.x + 3 * i, place.y + i);
+            return;
+        }
+        if (kind == 8) return painter_.clear(windows_.front(), {0, 0, 90, 90});  // under the others, again and again
+        painter_.destroy(window);
         windows_.erase(windows_.begin() + static_cast<ptrdiff_t>(which));
     }
+    bool canRedirect = true;
     int number(int from, int to) { return from + static_cast<int>(random_() % static_cast<unsigned>(to - from + 1)); }
     Painter& painter() { return painter_; }
 
   private:
     Painter painter_;
+    const bool paintsRoot_;
     std::mt19937 random_{20240517};
     std::vector<xcb_window_t> windows_;
 };
 
-class GrabberOn : public ::testing::TestWithParam<std::vector<std::string>> {};
+// On a server with everything, and on servers that lack one extension each.
+class GrabberOn : public ::testing::TestWithParam<std::vector<std::string>> {
+  protected:
+    static bool lacks(const char* extension) { return !GetParam().empty() && GetParam().back() == extension; }
+};
 
 TEST_P(GrabberOn, EqualsAFullGrabWhateverIsDrawnPaintedAndHeld) {
     const XServer server("317x241x24", GetParam());
     Scribbler scribbler(server);
+    scribbler.canRedirect = !lacks("Composite");
     const PixelRect areas[] = {{0, 0, 317, 241}, {33, 21, 150, 99}};
     Grabbing grabbings[] = {Grabbing(areas[0]), Grabbing(areas[1])};
     std::vector<std::pair<Ref<Frame>, std::vector<uint8_t>>> held;
@@ -113,7 +146,60 @@ TEST_P(GrabberOn, EqualsAFullGrabWhateverIsDrawnPaintedAndHeld) {
 INSTANTIATE_TEST_SUITE_P(Servers, GrabberOn,
                          ::testing::Values(std::vector<std::string>{}, std::vector<std::string>{"-extension", "RENDER"},
                                            std::vector<std::string>{"-extension", "DAMAGE"},
-                                           std::vector<std::string>{"-extension", "MIT-SHM"}));
+                                           std::vector<std::string>{"-extension", "MIT-SHM"},
+                                           std::vector<std::string>{"-extension", "XFIXES"},
+                                           std::vector<std::string>{"-extension", "Composite"}));
+
+// A capture that goes on for long shows what one that has just begun shows, the cursor included.
+TEST_P(GrabberOn, ARunGoesOnAsItWouldBegin) {
+    if (lacks("XFIXES")) GTEST_SKIP() << "Xvfb without XFixes does not survive clients that leave";
+    const XServer server("317x241x24", GetParam());
+    Scribbler scribbler(server);
+    scribbler.canRedirect = !lacks("Composite");
+    CapturePlan plan;
+    plan.display = platform::platform().displays().mainDisplay();
+    CaptureRun run(Connection::open());
+    for (int round = 0; round < 60; round++) {
+        for (int steps = scribbler.number(0, 3); steps > 0; steps--) scribbler.step();
+        scribbler.painter().warpPointer(scribbler.number(0, 316), scribbler.number(0, 240));
+        scribbler.painter().sync();
+        CaptureRun fresh(Connection::open());
+        ASSERT_EQ(run.tick(plan), TickResult::frame);
+        ASSERT_EQ(fresh.tick(plan), TickResult::frame);
+        ASSERT_EQ(copyOf(*run.frame()), copyOf(*fresh.frame())) << "round " << round;
+    }
+}
+
+// The windows of the screen put together again are the screen; beside them there is nothing.
+TEST_P(GrabberOn, AllWindowsTogetherAreTheScreen) {
+    if (lacks("Composite")) GTEST_SKIP() << "no window has a picture of its own";
+    const XServer server("317x241x24", GetParam());
+    Scribbler scribbler(server, false);
+    constexpr uint32_t kGround = 0x010203;
+    scribbler.painter().fill(scribbler.painter().root(), {0, 0, 317, 241}, kGround);
+    scribbler.painter().setRootBackground(kGround);
+    auto& windowServer = platform::platform().windowServer();
+    const auto grabber = windowServer.grabber(platform::platform().displays().mainDisplay(), true);
+    for (int round = 0; round < 60; round++) {
+        for (int steps = scribbler.number(0, 3); steps > 0; steps--) scribbler.step();
+        scribbler.painter().sync();
+        const auto shot = grabber->composed({0, 0, 317, 241}, windowServer.onScreenNumbers());
+        ASSERT_TRUE(shot.image);
+        scribbler.painter().sync();
+        const std::vector<uint8_t> root = scribbler.painter().read({0, 0, 317, 241});
+        int wrong = 0;
+        for (int i = 0; i < 317 * 241; i++) {
+            uint32_t composed = 0, seen = 0;
+            std::memcpy(&composed,
+                        shot.image->bytes() + static_cast<size_t>(i / 317) * shot.image->bytesPerRow() + i % 317 * 4,
+                        4);
+            std::memcpy(&seen, root.data() + i * 4, 4);
+            seen &= 0xFFFFFF;
+            wrong += composed != (seen | 0xFF000000U) && !(composed == 0 && seen == kGround);
+        }
+        ASSERT_EQ(wrong, 0) << "round " << round;
+    }
+}
 
 TEST(Grabber, AnUnchangedSceneAsksNothingAndAChangedOneWaitsOnce) {
     const XServer server("320x240x24");

@@ -94,7 +94,8 @@ Shot WindowGrabber::window() {
     const DesktopWindow* window = desktop->windows->find(target_);
     if (!window || !window->onScreen) return NoImage::notOnScreen;
     readShape();
-    Shot shot = scene_->take(boundsOfClient(*window), {layerOfClient(*window, shape_)}, *desktop->windows);
+    layers_.assign(1, layerOfClient(*window, shape_));
+    Shot shot = scene_->take(boundsOfClient(*window), layers_, *desktop->windows);
     if (shot.image && !scene_->anyPicture()) shot = NoImage::notOnScreen;
     return checked(std::move(shot));
 }
@@ -104,7 +105,8 @@ Shot WindowGrabber::area(const Rect& area) {
     if (!connect()) return NoImage::noServer;
     const auto desktop = currentDesktop();
     if (!desktop) return NoImage::noServer;
-    return scene_->take(pixelsOf(area), layersOfArea(*desktop->windows), *desktop->windows);
+    setLayersOfArea(layers_, *desktop->windows);
+    return scene_->take(pixelsOf(area), layers_, *desktop->windows);
 }
 
 Shot WindowGrabber::composed(const Rect& bounds, const std::vector<uint32_t>& windows) {
@@ -113,7 +115,8 @@ Shot WindowGrabber::composed(const Rect& bounds, const std::vector<uint32_t>& wi
     const auto desktop = currentDesktop();
     if (!desktop) return NoImage::noServer;
     const PixelRect root{0, 0, x_->screen()->width_in_pixels, x_->screen()->height_in_pixels};
-    return scene_->take(pixelsOf(bounds), layersOfList(*desktop->windows, windows, isScreen_, root), *desktop->windows);
+    setLayersOfList(layers_, *desktop->windows, windows, isScreen_, root);
+    return scene_->take(pixelsOf(bounds), layers_, *desktop->windows);
 }
 
 Shot WindowGrabber::display() {

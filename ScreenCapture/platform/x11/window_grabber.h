@@ -39,7 +39,8 @@ class WindowGrabber final : public Grabber {
     std::unique_ptr<Connection> x_;  // outlives what is made on it
     std::unique_ptr<SceneGrabber> scene_;
     std::unique_ptr<DisplayGrabber> display_;
-    std::vector<PixelRect> shape_;  // of the target, relative to its border's corner; empty: all
+    std::vector<SceneLayer> layers_;  // of the picture that is taken
+    std::vector<PixelRect> shape_;    // of the target, relative to its border's corner; empty: all
     bool shapeIsStale_ = true;
     bool connected_ = false;  // there was a server
     bool gone_ = false;

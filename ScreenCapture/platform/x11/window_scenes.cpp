@@ -2,7 +2,6 @@
 #include "ScreenCapture/platform/x11/window_scenes.h"
 
 #include <algorithm>
-#include <unordered_map>
 
 namespace orvo::platform::x11 {
 namespace {
@@ -27,23 +26,20 @@ SceneLayer layerOfClient(const DesktopWindow& window, const std::vector<PixelRec
     return {window.number, 0, outer, inner, shape};
 }
 
-std::vector<SceneLayer> layersOfArea(const WindowList& windows) {
-    std::vector<SceneLayer> layers;
+void setLayersOfArea(std::vector<SceneLayer>& layers, const WindowList& windows) {
+    layers.clear();
     for (const DesktopWindow& window : windows.all)
         if (window.onScreen && window.type != WindowType::desktop) addFrame(layers, window);
-    return layers;
 }
 
-std::vector<SceneLayer> layersOfList(const WindowList& windows, const std::vector<uint32_t>& numbers,
-                                     bool withBackground, const PixelRect& root) {
-    std::unordered_map<uint32_t, const DesktopWindow*> byNumber;
-    for (const DesktopWindow& window : windows.all)
-        if (window.onScreen) byNumber.emplace(window.number, &window);
-    std::vector<SceneLayer> layers;
-    for (const uint32_t number : numbers)
-        if (const auto found = byNumber.find(number); found != byNumber.end()) addFrame(layers, *found->second);
+void setLayersOfList(std::vector<SceneLayer>& layers, const WindowList& windows, const std::vector<uint32_t>& numbers,
+                     bool withBackground, const PixelRect& root) {
+    layers.clear();
+    for (const uint32_t number : numbers) {
+        const DesktopWindow* window = windows.find(number);
+        if (window && window->onScreen) addFrame(layers, *window);
+    }
     if (withBackground && windows.background != 0) layers.push_back({0, windows.background, root, root, {}});
-    return layers;
 }
 
 }  // namespace orvo::platform::x11

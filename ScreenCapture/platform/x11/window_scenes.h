@@ -13,12 +13,14 @@ namespace orvo::platform::x11 {
 PixelRect boundsOfClient(const DesktopWindow& window);
 SceneLayer layerOfClient(const DesktopWindow& window, const std::vector<PixelRect>& shape);
 
+// The next two write over the layers given, whose memory serves again.
+
 // Everything on screen but desktop windows and the background, with frames, front to back.
-std::vector<SceneLayer> layersOfArea(const WindowList& windows);
+void setLayersOfArea(std::vector<SceneLayer>& layers, const WindowList& windows);
 
 // The windows of the list, each with its frame, in the order given; numbers that are not on screen are left out.
 // withBackground: what the root shows lies behind them.
-std::vector<SceneLayer> layersOfList(const WindowList& windows, const std::vector<uint32_t>& numbers,
-                                     bool withBackground, const PixelRect& root);
+void setLayersOfList(std::vector<SceneLayer>& layers, const WindowList& windows, const std::vector<uint32_t>& numbers,
+                     bool withBackground, const PixelRect& root);
 
 }  // namespace orvo::platform::x11

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 #include <xcb/composite.h>
+#include <xcb/shape.h>
 
 #include <cstdlib>
 #include <memory>
@@ -120,6 +121,56 @@ xcb_window_t Painter::window(const Area& area, uint32_t colour) {
     xcb_map_window(connection_, window);
     sync();
     return window;
+}
+
+xcb_window_t Painter::translucentWindow(const Area& area, uint32_t colour) {
+    xcb_visualid_t visual = 0;
+    const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
+    for (auto depths = xcb_screen_allowed_depths_iterator(screen); depths.rem > 0; xcb_depth_next(&depths))
+        if (depths.data->depth == 32) visual = xcb_depth_visuals_iterator(depths.data).data->visual_id;
+    if (visual == 0) return window(area, colour & 0xFFFFFF);
+    const xcb_colormap_t colours = xcb_generate_id(connection_);
+    xcb_create_colormap(connection_, XCB_COLORMAP_ALLOC_NONE, colours, root_, visual);
+    const xcb_window_t window = xcb_generate_id(connection_);
+    const uint32_t values[] = {colour, 0, 1, colours};
+    xcb_create_window(connection_, 32, window, root_, static_cast<int16_t>(area.x), static_cast<int16_t>(area.y),
+                      static_cast<uint16_t>(area.width), static_cast<uint16_t>(area.height), 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
+                      XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP, values);
+    xcb_map_window(connection_, window);
+    sync();
+    return window;
+}
+
+void Painter::clear(xcb_window_t window, const Area& area) {
+    const auto colour = ++colour_ * 0x10305U & 0xFFFFFF;
+    xcb_change_window_attributes(connection_, window, XCB_CW_BACK_PIXEL, &colour);
+    xcb_clear_area(connection_, 0, window, static_cast<int16_t>(area.x), static_cast<int16_t>(area.y),
+                   static_cast<uint16_t>(area.width), static_cast<uint16_t>(area.height));
+    sync();
+}
+
+void Painter::scroll(xcb_window_t window, const Area& area) {
+    const xcb_gcontext_t context = xcb_generate_id(connection_);
+    const uint32_t noExposures = 0;
+    xcb_create_gc(connection_, context, window, XCB_GC_GRAPHICS_EXPOSURES, &noExposures);
+    xcb_copy_area(connection_, window, window, context, static_cast<int16_t>(area.x), static_cast<int16_t>(area.y), 0,
+                  0, static_cast<uint16_t>(area.width), static_cast<uint16_t>(area.height));
+    xcb_free_gc(connection_, context);
+    sync();
+}
+
+void Painter::shape(xcb_window_t window, const Area& area) {
+    const xcb_rectangle_t part = {static_cast<int16_t>(area.x), static_cast<int16_t>(area.y),
+                                  static_cast<uint16_t>(area.width), static_cast<uint16_t>(area.height)};
+    xcb_shape_rectangles(connection_, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, 0, window, 0, 0, 1, &part);
+    sync();
+}
+
+void Painter::setRootBackground(uint32_t colour) {
+    xcb_change_window_attributes(connection_, root_, XCB_CW_BACK_PIXEL, &colour);
+    xcb_clear_area(connection_, 0, root_, 0, 0, 0, 0);
+    sync();
 }
 
 void Painter::fill(xcb_drawable_t target, const Area& area, uint32_t colour) {

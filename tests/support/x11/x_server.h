@@ -53,7 +53,13 @@ class Painter {
 
     // An override-redirect window, mapped, painted in a colour (0xRRGGBB) that also is its background.
     xcb_window_t window(const Area& area, uint32_t colour);
+    // The same with 32 bits a pixel; colour: 0xAARRGGBB.
+    xcb_window_t translucentWindow(const Area& area, uint32_t colour);
     void fill(xcb_drawable_t target, const Area& area, uint32_t colour);
+    void clear(xcb_window_t window, const Area& area);   // to a new background
+    void scroll(xcb_window_t window, const Area& area);  // copies the part to the window's top
+    void shape(xcb_window_t window, const Area& area);   // leaves only that of it
+    void setRootBackground(uint32_t colour);             // and shows it everywhere
     void move(xcb_window_t window, int x, int y);
     void raise(xcb_window_t window);
     void destroy(xcb_window_t window);
@@ -67,6 +73,7 @@ class Painter {
     xcb_connection_t* connection_;
     xcb_window_t root_ = 0;
     xcb_gcontext_t context_ = 0;
+    uint32_t colour_ = 0;  // that was cleared to last
 };
 
 }  // namespace orvo::testing

@@ -1,0 +1,121 @@
+// What a tick may cost: requests, waits for the server, allocations, for each kind of scene.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "ScreenCapture/platform/platform.h"
+#include "ScreenCapture/platform/x11/capture_run.h"
+#include "ScreenCapture/window/OrvoWindowCursor.h"
+#include "ScreenCapture/window/target_frame.h"
+#include "support/x11/traffic.h"
+#include "support/x11/x_server.h"
+
+namespace orvo::testing {
+namespace {
+
+using platform::Image;
+using platform::Rect;
+using platform::Ref;
+using platform::Shot;
+
+// The desktop of all scenes: a window, another over its corner, and a small one at the side. The lists have them front
+// to back.
+struct Scene {
+    const XServer server{"640x480x24"};
+    Painter painter{server};
+    const xcb_window_t target = painter.window({40, 30, 320, 240}, 0x204060);
+    const xcb_window_t cover = painter.window({300, 200, 200, 150}, 0x806040);
+    const xcb_window_t side = painter.window({560, 20, 60, 60}, 0x111111);
+    const uint32_t display = platform::platform().displays().mainDisplay();
+    const Rect all{0, 0, 640, 480};
+    const std::vector<uint32_t> list{side, target};
+    CaptureOptions half;
+    std::unique_ptr<platform::x11::CaptureRun> run;
+    std::vector<TargetFrame> frames;
+
+    Scene() {
+        half.resolutionSize = {160, 120};
+        painter.warpPointer(100, 100);
+    }
+
+    // A tick of the device path.
+    const Image* runDisplay(bool cursor) {
+        if (!run) run = std::make_unique<platform::x11::CaptureRun>(platform::x11::Connection::open());
+        platform::x11::CapturePlan plan;
+        plan.display = display;
+        plan.settings.cursor = cursor;
+        if (run->tick(plan) != platform::x11::TickResult::frame) return nullptr;
+        return run->frame().get();
+    }
+    TargetFrame& frame(size_t i, uint32_t number, bool isScreen) {
+        if (frames.size() == i) frames.emplace_back(number, isScreen);
+        return frames[i];
+    }
+    const Image* window(bool scaled, bool cursor) {
+        TargetFrame& f = frame(0, target, false);
+        const Shot shot = f.grabber().window();
+        if (!shot.image) return nullptr;
+        OrvoWindow item;
+        item.windowBounds = {40, 30, 320, 240};
+        const CursorMark mark = cursor ? OrvoWindowCursor().appendMouseCursor(*shot.image, &item) : CursorMark();
+        EXPECT_EQ(static_cast<bool>(mark), cursor);
+        return f.cropAndScale(shot.image, scaled ? half : CaptureOptions(), mark).get();
+    }
+    const Image* composed() { return frame(0, display, true).grabber().composed(all, list).image.get(); }
+    const Image* threeWindows() {
+        frame(0, target, false), frame(1, cover, false), frame(2, side, false);
+        const Image* last = nullptr;
+        for (TargetFrame& each : frames) last = each.grabber().window().image.get();
+        return last;
+    }
+};
+
+struct Case {
+    const char* name;
+    const Image* (*tick)(Scene&);
+    Traffic still;    // nothing has changed
+    Traffic changed;  // part of the target was painted
+};
+
+class Budget : public ::testing::TestWithParam<Case> {};
+
+TEST_P(Budget, IsKept) {
+    Scene scene;
+    const Case& c = GetParam();
+    for (int i = 0; i < 4; ++i) ASSERT_TRUE(c.tick(scene));
+    const Image* before = nullptr;
+    for (int i = 0; i < 5; ++i) {
+        const Image* image = nullptr;
+        const Traffic still = trafficOf([&] { image = c.tick(scene); });
+        EXPECT_TRUE(still.within(c.still))
+            << still.requests << " requests, " << still.roundTrips << " waits, " << still.allocations << " allocations";
+        if (i > 0) {
+            EXPECT_EQ(image, before);  // the same memory again
+        }
+        before = image;
+    }
+    for (uint32_t i = 0; i < 5; ++i) {
+        scene.painter.fill(scene.target, {10, 10, 50, 50}, 0x10 * i);
+        scene.painter.sync();  // its news are written before this answer
+        const Traffic changed = trafficOf([&] { c.tick(scene); });
+        EXPECT_TRUE(changed.within(c.changed)) << changed.requests << " requests, " << changed.roundTrips << " waits, "
+                                               << changed.allocations << " allocations";
+        EXPECT_GT(changed.requests, c.still.requests);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Scenes, Budget,
+    ::testing::Values(Case{"display", [](Scene& s) { return s.runDisplay(false); }, {0, 0, 0}, {8, 1, 0}},
+                      Case{"display_cursor", [](Scene& s) { return s.runDisplay(true); }, {1, 1, 0}, {9, 2, 0}},
+                      Case{"window", [](Scene& s) { return s.window(false, false); }, {0, 0, 0}, {11, 1, 0}},
+                      Case{"window_cursor", [](Scene& s) { return s.window(false, true); }, {1, 1, 0}, {12, 2, 0}},
+                      Case{"window_scaled", [](Scene& s) { return s.window(true, false); }, {0, 0, 0}, {11, 1, 1}},
+                      Case{
+                          "window_scaled_cursor", [](Scene& s) { return s.window(true, true); }, {1, 1, 0}, {12, 2, 1}},
+                      Case{"composed_display", [](Scene& s) { return s.composed(); }, {0, 0, 0}, {11, 1, 0}},
+                      Case{"three_windows", [](Scene& s) { return s.threeWindows(); }, {0, 0, 0}, {11, 1, 0}}),
+    [](const auto& each) { return std::string(each.param.name); });
+
+}  // namespace
+}  // namespace orvo::testing
