@@ -10,7 +10,7 @@ expect() { # WHAT EXPECTED ACTUAL
 
 manual=$(groff -man -Tascii -P-c -P-b -P-u -ww "$pages/orvocap.man" 2>&1)
 expect 'warnings of groff' 0 "$(grep -c 'warning\|error:' <<<"$manual" || true)"
-for command in screens windows picker shot record watch log doctor; do
+for command in screens windows picker shot record watch log doctor bench; do
     for option in $("$orvocap" "$command" --help | grep -oE -- '^ +(-[a-z], )?--[a-z0-9]+' | sed 's/.*--/--/'); do
         [ "$option" = --help ] || sed -n "/^   orvocap $command\$/,/^   orvocap/p" <<<"$manual" |
             grep -qE -- "^ +(-[a-z], )?$option( |\$)" || { echo "the manual lacks $command $option" >&2; failed=1; }

@@ -38,6 +38,9 @@ if [ "${4-}" = pictures ]; then # on the server
     expect 'a folder that is not there' 1 "$(code_of "$orvocap" shot --screen main --out "$work/none/shot.png")"
     expect 'a healthy server' 0 "$(code_of "$orvocap" doctor)"
     expect 'findings on it' '' "$(grep -v '^works' "$work/out" || true)"
+    expect 'what capture costs' 0 "$(code_of "$orvocap" bench --screen main --seconds 0.5 --json)"
+    expect 'its figures' '1280 True True True' "$(python3 -c 'import json,sys; c = json.load(sys.stdin)
+print(c["width"], c["frames"] > 0, c["serverMillisecondsPerFrame"] is not None, c["copyMillisecondsPerFrame"] > 0)' <"$work/out")"
     xsetroot -solid black
     kill %1
     wait %1 2>/dev/null || true
@@ -51,12 +54,20 @@ expect 'no display' 1 "$(code_of env -u DISPLAY "$orvocap" doctor --json)"
 expect 'its findings' "['display']" "$(python3 -c \
     'import json,sys; print([i["subject"] for i in json.load(sys.stdin) if i["state"] == "broken" and i["advice"]])' <"$work/out")"
 
+expect 'a dead display' 1 "$(code_of env DISPLAY=:65000 "$orvocap" doctor)"
+expect 'its finding' 1 "$(grep -c '^broken   display: no screen on display :65000' "$work/out" || true)"
+
+# Each lack is told, with what to do, and capture goes on without it.
 mkfifo "$work/display"
-Xvfb -displayfd 3 -nolisten tcp -extension Composite -extension MIT-SHM 3>"$work/display" 2>/dev/null &
-read -r -t 20 number <"$work/display"
-DISPLAY=":$number" xsetroot -solid "#20c060"
-expect 'a server that lacks things' 0 "$(code_of env DISPLAY=":$number" "$orvocap" doctor)"
-for lacking in 'extension MIT-SHM' 'extension Composite' 'window manager'; do
-    expect "$lacking" 1 "$(grep -c "^limited  $lacking: " "$work/out" || true)"
+for lacking in MIT-SHM Composite RANDR DAMAGE; do
+    Xvfb -displayfd 3 -nolisten tcp -noreset -extension "$lacking" 3>"$work/display" 2>/dev/null &
+    server=$!
+    read -r -t 20 number <"$work/display"
+    DISPLAY=":$number" xsetroot -solid "#20c060"
+    expect "a server without $lacking" 0 "$(code_of env DISPLAY=":$number" "$orvocap" doctor)"
+    expect "findings without $lacking" "extension $lacking,window manager" \
+        "$(sed -n 's/^limited  \([^:]*\):.*/\1/p' "$work/out" | paste -sd,)"
+    expect "advice without $lacking" 2 "$(grep -c '^         -> ' "$work/out" || true)"
+    kill "$server"
 done
 exit "$failed"

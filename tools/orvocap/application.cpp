@@ -8,8 +8,8 @@ namespace orvocap {
 namespace {
 
 constexpr void (*addCommands[])(CLI::App&, Action&) = {
-    addScreensCommand, addWindowsCommand, addPickerCommand, addShotCommand,
-    addRecordCommand,  addWatchCommand,   addLogCommand,    addDoctorCommand,
+    addScreensCommand, addWindowsCommand, addPickerCommand, addShotCommand,  addRecordCommand,
+    addWatchCommand,   addLogCommand,     addDoctorCommand, addBenchCommand,
 };
 
 std::string help(const CLI::App* app, const std::string&, CLI::AppFormatMode) {

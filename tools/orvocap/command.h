@@ -19,6 +19,7 @@ void addShotCommand(CLI::App& app, Action& action);
 void addRecordCommand(CLI::App& app, Action& action);
 void addWatchCommand(CLI::App& app, Action& action);
 void addLogCommand(CLI::App& app, Action& action);
+void addBenchCommand(CLI::App& app, Action& action);
 void addDoctorCommand(CLI::App& app, Action& action);
 
 }  // namespace orvocap

@@ -202,7 +202,7 @@ ExitCode record(RecordOptions& options) {
         printSummaryAsJson(outputs, failure ? failure->what() : "", stream);
     else
         printSummary(outputs, stream);
-    if (failure) throw *failure;
+    if (failure) throw Failure(*failure);
     return exitSuccess;
 }
 

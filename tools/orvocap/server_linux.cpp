@@ -26,7 +26,7 @@ constexpr struct {
     {"MIT-SHM", "every picture goes through the connection, which is slow"},
     {"RANDR", "all monitors together are one screen"},
     {"XFIXES", "pictures have no cursor"},
-    {"Composite", "a window that is covered cannot be shown alone"},
+    {"Composite", "windows cannot be captured alone; screens, and a window's area with --mode area, can"},
     {"DAMAGE", "what has not changed is copied again"},
     {"RENDER", "pictures take a slower way"},
     {"SHAPE", "windows that are not rectangles are shown as if they were"},
