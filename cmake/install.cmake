@@ -53,6 +53,9 @@ if(TARGET orvocap)
         RENAME _orvocap)
 endif()
 
+# Where Debian's Python looks below /usr, of whatever version it is.
+install(DIRECTORY bindings/python/orvo DESTINATION lib/python3/dist-packages PATTERN __pycache__ EXCLUDE)
+
 set(ORVO_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/orvo-screencapture)
 install(FILES README.md CHANGELOG.md DESTINATION ${ORVO_DOC_DIR})
 install(DIRECTORY docs examples DESTINATION ${ORVO_DOC_DIR})
