@@ -6,8 +6,9 @@ build_packages=(
     libxcb-res0-dev libxcb-xinput-dev libxcb-shape0-dev libxcb-render0-dev
     libglib2.0-dev libgdk-pixbuf-2.0-dev libyuv-dev libpng-dev libcli11-dev nlohmann-json3-dev
 )
-test_packages=(libgtest-dev xvfb openbox x11-utils x11-xserver-utils x11-apps xdotool xterm lld groff-base zsh)
-lint_packages=(clang-format clang-tidy clang shellcheck python3 git)
+test_packages=(libgtest-dev xvfb openbox x11-utils x11-xserver-utils x11-apps xdotool xterm lld groff-base zsh
+    python3-numpy python3-pil)
+lint_packages=(clang-format clang-tidy clang shellcheck python3 mypy git)
 fuzz_packages=(libclang-rt-dev) # and clang, as above
 bench_packages=(libbenchmark-dev)
 packaging_packages=(dpkg-dev file)

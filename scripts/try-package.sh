@@ -44,6 +44,12 @@ read -ra options <<<"$(pkg-config --cflags --libs orvo-screencapture)"
     -Wl,-rpath,"$prefix/lib" -o "$work/consumer"
 expect_version 'pkg-config and C' "$work/consumer"
 
+# The Python module finds the library of its own prefix. Python cannot load one with a sanitizer.
+if [ ${#flags[@]} -eq 0 ]; then
+    [ "$(PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$prefix/lib/python3/dist-packages python3 -c 'import orvo; print(orvo.version())')" = "$version" ] ||
+        fail 'the Python module does not find the library'
+fi
+
 # Every installed header compiles alone: as C++ of a host that is older than the library, the C parts as C11 as well.
 mapfile -t headers < <(find "$prefix/include" -name '*.h')
 mapfile -t c_headers < <(grep -lF __cplusplus "${headers[@]}")

@@ -16,6 +16,7 @@ check format scripts/lint/format.sh
 check shell scripts/lint/shell.sh
 check floors python3 scripts/lint/floors.py
 check text python3 scripts/lint/text.py
+check types mypy --strict bindings/python/orvo examples/python
 check exports scripts/lint/exports.sh build/release
 check faults scripts/lint/reliability.sh build/release
 [ -n "$quick" ] || check tidy scripts/lint/tidy.sh build/release

@@ -117,9 +117,10 @@ class Desktop(unittest.TestCase):
                 self.assertEqual((frame.window_id, frame.pixel(250, 220)), (self.screen.id, RED))
 
             capture.target_windows(below)
-            for _ in capture.frames(count=3):
-                pass
             capture.start()
+            for target, expected in (self.screen, None), (below, below.id):  # changed while it runs
+                (capture.target_windows if target is below else capture.target_screen)(target)
+                self.assertEqual(capture.frame().window_id, expected)
             subprocess.run(["xdotool", "windowmove", str(below.id), "400", "300"], check=True)
             for _ in range(100):
                 capture.run(0.05)

@@ -23,6 +23,8 @@ Area = tuple[int, int, int, int]  # left, top, width, height
 
 # How long one wait for the main queue lasts: what other threads have to say is heard between two.
 _SLICE = 0.005
+# How long a capture may take to stop.
+_STOPPING = 2.0
 # Frames that wait for a slow loop; with more, the oldest is dropped.
 _WAITING = 2
 
@@ -61,6 +63,7 @@ class Capture:
         self._failures: deque[BaseException] = deque(maxlen=1)
         self._arrived = threading.Condition()
         self._waiting: deque[Frame] | None = None  # while a loop over frames runs
+        self._of_windows: bool | None = None  # which path was chosen last
         self._targets: list[int] = []  # of the window path
         self._excluded: list[int] = []
         self._cropped: set[int] = set()  # screens that a rectangle was chosen of
@@ -126,12 +129,15 @@ class Capture:
             if min(left, top) < 0 or min(width, height) < 1 or left + width > bounds.width or top + height > bounds.height:
                 raise NoSuchTarget(f"{tuple(rect)} is not within the screen's {bounds.width}x{bounds.height} points")
         excluded = [number_of(window) for window in exclude]
+        restart = self._leave_path(of_windows=bool(excluded))
         if excluded:
             self._on_window_path([number], WindowMode.WINDOW, excluded, rect)
         else:
             self._on_display_path(number, rect, bounds)
         self._library.orvo_screencapture_set_cursor_visible(self._cursor)  # a newly chosen screen begins with its own
         self._library.orvo_screencapture_enable_click_animation(self._clicks)
+        if restart:
+            self.start()
 
     def target_windows(
         self,
@@ -151,10 +157,24 @@ class Capture:
         for number in numbers:
             if owner_of(number) is None:
                 raise NoSuchTarget(f"no window {number} is on screen; it may be minimised or closed")
+        restart = self._leave_path(of_windows=True)
         self._on_window_path(numbers, mode, [number_of(window) for window in exclude], crop)
         self._library.orvo_screencapture_set_resolution(*(size or (0, 0)))
         self._library.orvo_screencapture_set_resolution_mode(fit)
         self._library.orvo_screencapture_set_cursor_visible(self._cursor)
+        if restart:
+            self.start()
+
+    def _leave_path(self, *, of_windows: bool) -> bool:
+        """Screens and windows are captured on two paths; the one has ended before the other is chosen. Whether it ran."""
+        if of_windows == self._of_windows:
+            return False
+        self._of_windows = of_windows
+        started, end = self._started, time.monotonic() + _STOPPING
+        self.stop()
+        while self.capturing and time.monotonic() < end:
+            self._wait(_SLICE)
+        return started
 
     def _on_display_path(self, number: int, rect: Area | None, bounds: Rect) -> None:
         events.register_frames(of_windows=False)
