@@ -36,6 +36,7 @@ set(ORVO_EXPORTS ${PROJECT_SOURCE_DIR}/ScreenCapture/api/exports.list ${PROJECT_
 file(GLOB ORVO_SYSTEM_EXPORTS CONFIGURE_DEPENDS ScreenCapture/api/exports_${ORVO_SYSTEM}.cpp)
 add_library(OrvoScreenCaptureOSX SHARED ${ORVO_SYSTEM_EXPORTS}
     $<TARGET_OBJECTS:orvo_runtime> $<TARGET_OBJECTS:orvo_log> $<TARGET_OBJECTS:orvo_logic> $<TARGET_OBJECTS:orvo_adapter>)
+add_library(Orvo::ScreenCapture ALIAS OrvoScreenCaptureOSX)
 target_link_libraries(OrvoScreenCaptureOSX PRIVATE orvo_options)
 target_include_directories(OrvoScreenCaptureOSX INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)

@@ -8,6 +8,7 @@ build_packages=(
 )
 test_packages=(libgtest-dev xvfb openbox x11-utils x11-xserver-utils x11-apps xdotool xterm lld groff-base zsh
     python3-numpy python3-pil)
+example_packages=(libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-{base,good,bad,ugly})
 lint_packages=(clang-format clang-tidy clang shellcheck python3 mypy git)
 fuzz_packages=(libclang-rt-dev) # and clang, as above
 bench_packages=(libbenchmark-dev)
@@ -20,7 +21,7 @@ peer_packages=(ffmpeg gstreamer1.0-plugins-good libgstreamer1.0-dev libtgowt-dev
 # shellcheck disable=SC2034 # used by the door setup
 brew_packages=(bash coreutils cmake ninja googletest libpng cli11 nlohmann-json)
 
-all_packages=("${build_packages[@]}" "${test_packages[@]}" "${lint_packages[@]}" "${fuzz_packages[@]}" "${bench_packages[@]}" "${packaging_packages[@]}")
+all_packages=("${build_packages[@]}" "${test_packages[@]}" "${lint_packages[@]}" "${fuzz_packages[@]}" "${bench_packages[@]}" "${example_packages[@]}" "${packaging_packages[@]}")
 if [ "${BASH_SOURCE[0]}" = "$0" ]; then
     printf '%s\n' "${all_packages[@]}"
 fi
