@@ -44,6 +44,15 @@ read -ra options <<<"$(pkg-config --cflags --libs orvo-screencapture)"
     -Wl,-rpath,"$prefix/lib" -o "$work/consumer"
 expect_version 'pkg-config and C' "$work/consumer"
 
+# The sample that publishes, as a host developer copies it.
+if pkg-config --exists gstreamer-app-1.0 gstreamer-video-1.0; then
+    if ! { cmake -S "$root/examples/publish" -B "$work/publish" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_COMPILER="$cc" \
+        -DCMAKE_C_FLAGS="${flags[*]}" && cmake --build "$work/publish"; } >"$work/cmake.log" 2>&1; then
+        cat "$work/cmake.log" >&2
+        fail 'the sample publish does not build'
+    fi
+fi
+
 # The Python module finds the library of its own prefix. Python cannot load one with a sanitizer.
 if [ ${#flags[@]} -eq 0 ]; then
     [ "$(PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$prefix/lib/python3/dist-packages python3 -c 'import orvo; print(orvo.version())')" = "$version" ] ||

@@ -91,6 +91,19 @@ def main(folder):
     sender.send_signal(signal.SIGINT)
     expect("an end by a signal", 0, sender.wait(10))
 
+    # A change by a signal to a window, which is then closed: the file is whole all the same.
+    film = str(folder / "film.mkv")
+    sender = start(publish, "--other", f"window:{window}", "-o", film)
+    time.sleep(1)
+    sender.send_signal(signal.SIGUSR1)
+    time.sleep(1)
+    started[0].kill()
+    expect("a target that is gone", 1, sender.wait(20))
+    decoded = decode(folder, "filesrc", f"location={film}", "!", "decodebin")
+    decoded.check_times("a film until its target is gone", 15)
+    decoded.shows("its begin", 0, (5, 5, GREEN), (250, 250, RED))
+    decoded.shows("its end", -1, (640, 5, RED), (640, 795, RED))
+
 
 try:
     with tempfile.TemporaryDirectory() as name:
