@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <string_view>
 #include <vector>
 
 #include "ScreenCapture/platform/software/bitmap.h"
@@ -73,12 +74,22 @@ bool isFile(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
+// What icons are made of. Other readers take a file at its word about the memory that it needs.
+bool isIconFormat(GdkPixbufFormat* format) {
+    gchar* const name = pixbuf().gdk_pixbuf_format_get_name(format);
+    const std::string_view known = name ? name : "";
+    const bool is = known == "png" || known == "svg" || known == "xpm";
+    pixbuf().g_free(name);
+    return is;
+}
+
 std::optional<Picture> iconOfFile(const std::string& path) {
     int width = 0;
     int height = 0;
     if (!isFile(path)) return std::nullopt;
-    if (!pixbuf().found || !pixbuf().gdk_pixbuf_get_file_info(path.c_str(), &width, &height)) return std::nullopt;
-    if (width > kLargestClaim || height > kLargestClaim) return std::nullopt;
+    if (!pixbuf().found) return std::nullopt;
+    GdkPixbufFormat* const format = pixbuf().gdk_pixbuf_get_file_info(path.c_str(), &width, &height);
+    if (!format || !isIconFormat(format) || width > kLargestClaim || height > kLargestClaim) return std::nullopt;
     const bool drawn = path.size() > 4 && path.compare(path.size() - 4, 4, ".svg") == 0;
     GdkPixbuf* pixels = nullptr;
     if (drawn || width > kLargestFile || height > kLargestFile) {

@@ -35,14 +35,15 @@ namespace orvo::platform::x11 {
     CALL(g_get_system_data_dirs)                  \
     CALL(g_get_user_data_dir)                     \
     CALL(g_list_free_full) CALL(g_object_unref) CALL(g_type_check_instance_is_a)
-#define ORVO_PIXBUF_CALLS(CALL)     \
-    CALL(gdk_pixbuf_get_file_info)  \
-    CALL(gdk_pixbuf_get_height)     \
-    CALL(gdk_pixbuf_get_n_channels) \
-    CALL(gdk_pixbuf_get_rowstride)  \
-    CALL(gdk_pixbuf_get_width)      \
-    CALL(gdk_pixbuf_new_from_file)  \
-    CALL(gdk_pixbuf_new_from_file_at_scale) CALL(gdk_pixbuf_read_pixels) CALL(g_object_unref)
+#define ORVO_PIXBUF_CALLS(CALL)      \
+    CALL(gdk_pixbuf_format_get_name) \
+    CALL(gdk_pixbuf_get_file_info)   \
+    CALL(gdk_pixbuf_get_height)      \
+    CALL(gdk_pixbuf_get_n_channels)  \
+    CALL(gdk_pixbuf_get_rowstride)   \
+    CALL(gdk_pixbuf_get_width)       \
+    CALL(gdk_pixbuf_new_from_file)   \
+    CALL(gdk_pixbuf_new_from_file_at_scale) CALL(gdk_pixbuf_read_pixels) CALL(g_free) CALL(g_object_unref)
 
 // A library's functions as members of their names: all of them, or none when the library is not there.
 #define ORVO_MEMBER(name) decltype(&::name) name = nullptr;
