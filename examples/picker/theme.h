@@ -1,0 +1,6 @@
+// Colours, light or dark.
+#pragma once
+
+class QApplication;
+
+void applyTheme(QApplication& application, bool isDark);
