@@ -14,8 +14,8 @@
 #include <functional>
 #include <memory>
 
-#include "main_window.h"
-#include "theme.h"
+#include "examples/picker/main_window.h"
+#include "examples/picker/theme.h"
 
 namespace {
 
