@@ -12,7 +12,8 @@ target_include_directories(OrvoScreenCaptureOSX INTERFACE
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}> $<INSTALL_INTERFACE:${ORVO_HEADER_DIR}>)
 install(TARGETS OrvoScreenCaptureOSX EXPORT OrvoScreenCapture LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
-install(FILES include/orvo/screencapture.h include/orvo/screencapture_additions.h DESTINATION ${ORVO_HEADER_DIR})
+install(FILES include/orvo/screencapture.h include/orvo/screencapture_additions.h include/orvo/screencapture_lists.h
+    include/orvo/screencapture_types.h DESTINATION ${ORVO_HEADER_DIR})
 if(NOT APPLE)
     install(FILES include/orvo/screencapture_linux.h DESTINATION ${ORVO_HEADER_DIR})
 endif()
@@ -58,4 +59,5 @@ install(DIRECTORY bindings/python/orvo DESTINATION lib/python3/dist-packages PAT
 
 set(ORVO_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/orvo-screencapture)
 install(FILES README.md CHANGELOG.md DESTINATION ${ORVO_DOC_DIR})
-install(DIRECTORY docs examples DESTINATION ${ORVO_DOC_DIR})
+install(DIRECTORY docs examples DESTINATION ${ORVO_DOC_DIR} PATTERN doxygen EXCLUDE PATTERN __pycache__ EXCLUDE)
+install(FILES cmake/copyright DESTINATION ${ORVO_DOC_DIR})

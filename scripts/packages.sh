@@ -10,7 +10,7 @@ test_packages=(libgtest-dev xvfb openbox x11-utils x11-xserver-utils x11-apps xd
     python3-numpy python3-pil)
 example_packages=(libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-{base,good,bad,ugly}
     qt6-base-dev fonts-dejavu-core)
-lint_packages=(clang-format clang-tidy clang shellcheck python3 mypy git)
+lint_packages=(clang-format clang-tidy clang shellcheck python3 mypy git doxygen)
 fuzz_packages=(libclang-rt-dev) # and clang, as above
 bench_packages=(libbenchmark-dev)
 packaging_packages=(dpkg-dev file)

@@ -6,6 +6,9 @@ prefix=$1 version=$2 cc=$3 cxx=$4
 flags=("${@:5}")
 root=$(cd "$(dirname "$0")/.." && pwd)
 consumers=$root/tests/host/consumers
+# A Debian package keeps its libraries in the folder of the processor.
+libraries=$prefix/lib/$(cc -print-multiarch)
+[ -e "$libraries/libOrvoScreenCaptureOSX.so" ] || libraries=$prefix/lib
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -20,11 +23,12 @@ expect_version() { # WHAT PROGRAM
 }
 
 [ "$("$prefix/bin/orvocap" --version)" = "orvocap $version" ] || fail 'orvocap does not run'
-[ "$(readlink "$prefix/lib/libOrvoScreenCaptureOSX.so.2")" = "libOrvoScreenCaptureOSX.so.$version" ] ||
+[ "$(readlink "$libraries/libOrvoScreenCaptureOSX.so.2")" = "libOrvoScreenCaptureOSX.so.$version" ] ||
     fail 'the link of the soname does not lead to the library'
-readelf -d "$prefix/lib/libOrvoScreenCaptureOSX.so" | grep -q 'SONAME.*\[libOrvoScreenCaptureOSX.so.2\]' ||
+readelf -d "$libraries/libOrvoScreenCaptureOSX.so" | grep -q 'SONAME.*\[libOrvoScreenCaptureOSX.so.2\]' ||
     fail 'the library has another soname'
-for page in man/man1/orvocap.1 bash-completion/completions/orvocap; do
+for page in man/man1/orvocap.1 bash-completion/completions/orvocap doc/orvo-screencapture/{README.md,copyright} \
+    doc/orvo-screencapture/{docs/quick-start.md,examples/minimal.c}; do
     [ -s "$prefix/share/$page" ] || fail "there is no $page"
 done
 [ -s "$prefix/share/zsh/site-functions/_orvocap" ] || [ -s "$prefix/share/zsh/vendor-completions/_orvocap" ] ||
@@ -37,11 +41,11 @@ if ! { cmake -S "$consumers/cmake" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix
 fi
 expect_version 'CMake and C++' "$work/cmake/consumer"
 
-export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
+export PKG_CONFIG_PATH=$libraries/pkgconfig
 [ "$(pkg-config --modversion orvo-screencapture)" = "$version" ] || fail 'pkg-config answers another version'
 read -ra options <<<"$(pkg-config --cflags --libs orvo-screencapture)"
 "$cc" "${flags[@]}" -std=c11 -Wall -Wextra -Wpedantic -Werror "$consumers/pkgconfig/consumer.c" "${options[@]}" \
-    -Wl,-rpath,"$prefix/lib" -o "$work/consumer"
+    -Wl,-rpath,"$libraries" -o "$work/consumer"
 expect_version 'pkg-config and C' "$work/consumer"
 
 # The sample that publishes, as a host developer copies it.

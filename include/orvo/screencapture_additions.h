@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * What Orvo Screen Capture offers beside its capture interface, on every system: its version, the permissions that it
  * needs, the owner of a window, the statistics of the capture. Nothing here changes how capturing works.
  *
@@ -15,58 +16,94 @@ extern "C" {
 #endif
 
 /* The version of these headers; orvo_screencapture_version tells that of the library. */
-#define ORVO_SCREENCAPTURE_VERSION_MAJOR 2
-#define ORVO_SCREENCAPTURE_VERSION_MINOR 9
-#define ORVO_SCREENCAPTURE_VERSION_PATCH 193
-#define ORVO_SCREENCAPTURE_VERSION "2.9.193"
+#define ORVO_SCREENCAPTURE_VERSION_MAJOR 2   /**< a part of ORVO_SCREENCAPTURE_VERSION */
+#define ORVO_SCREENCAPTURE_VERSION_MINOR 9   /**< a part of ORVO_SCREENCAPTURE_VERSION */
+#define ORVO_SCREENCAPTURE_VERSION_PATCH 193 /**< a part of ORVO_SCREENCAPTURE_VERSION */
+#define ORVO_SCREENCAPTURE_VERSION "2.9.193" /**< the version of these headers */
 
-/* Result: the library's version, such as "2.9.193". Memory: lives as long as the process. */
+/**
+ * Asks for the version of the library that runs.
+ * @return such as "2.9.193"
+ * @threads any
+ * @memory the result lives as long as the process
+ * @errors none
+ */
 ORVO_API const char* orvo_screencapture_version(void);
 
-/* What the user has to allow. On X11 both are always granted. */
+/** What the user has to allow. On X11 both are always granted. */
 typedef int32_t OrvoScreenCapturePermission;
+/** Values of OrvoScreenCapturePermission. */
 enum {
-    ORVO_PERMISSION_SCREEN_RECORDING = 1, /* pictures of the screen and the titles of other applications' windows */
-    ORVO_PERMISSION_ACCESSIBILITY = 2,    /* following windows and bringing them to the front */
+    ORVO_PERMISSION_SCREEN_RECORDING = 1, /**< pictures of the screen and the titles of other applications' windows */
+    ORVO_PERMISSION_ACCESSIBILITY = 2,    /**< following windows and bringing them to the front */
 };
 
+/** Where a permission stands. */
 typedef int32_t OrvoScreenCapturePermissionState;
+/** Values of OrvoScreenCapturePermissionState. */
 enum {
-    ORVO_PERMISSION_NEVER_ASKED = 0,    /* not granted, and this process has not asked */
-    ORVO_PERMISSION_DENIED = 1,         /* asked, and not granted */
-    ORVO_PERMISSION_GRANTED = 2,        /* granted and in force */
-    ORVO_PERMISSION_RESTART_NEEDED = 3, /* granted, in force when the host is started again */
+    ORVO_PERMISSION_NEVER_ASKED = 0,    /**< not granted, and this process has not asked */
+    ORVO_PERMISSION_DENIED = 1,         /**< asked, and not granted */
+    ORVO_PERMISSION_GRANTED = 2,        /**< granted and in force */
+    ORVO_PERMISSION_RESTART_NEEDED = 3, /**< granted, in force when the host is started again */
 };
 
-/* Result: the state now; ORVO_PERMISSION_DENIED for an unknown permission. Never shows anything to the user. */
+/**
+ * Asks where a permission stands. Never shows anything to the user. Needs no orvo_screencapture_init.
+ * @param permission one of ORVO_PERMISSION_SCREEN_RECORDING, ORVO_PERMISSION_ACCESSIBILITY
+ * @return the state now
+ * @threads any
+ * @memory none
+ * @errors ORVO_PERMISSION_DENIED for an unknown permission
+ */
 ORVO_API OrvoScreenCapturePermissionState orvo_screencapture_get_permission(OrvoScreenCapturePermission permission);
 
-/* Asks the user, where the system lets a process ask. Result: the state right after asking; the user's answer comes
- * later, so ask again with orvo_screencapture_get_permission. */
+/**
+ * Asks the user, where the system lets a process ask. The user's answer comes later: ask again with
+ * orvo_screencapture_get_permission. Needs no orvo_screencapture_init.
+ * @param permission one of ORVO_PERMISSION_SCREEN_RECORDING, ORVO_PERMISSION_ACCESSIBILITY
+ * @return the state right after asking
+ * @threads any
+ * @memory none
+ * @errors ORVO_PERMISSION_DENIED for an unknown permission
+ */
 ORVO_API OrvoScreenCapturePermissionState orvo_screencapture_request_permission(OrvoScreenCapturePermission permission);
 
-/* The application that a window belongs to. */
+/** The application that a window belongs to. */
 typedef struct OrvoScreenCaptureWindowOwner {
-    int32_t processID;
-    char name[256]; /* UTF-8, zero-terminated */
+    int32_t processID; /**< 0: unknown */
+    char name[256];    /**< UTF-8, zero-terminated */
 } OrvoScreenCaptureWindowOwner;
 
-/* Asks whose window a number is. Needs no orvo_screencapture_init. owner: receives the answer, all zero when there is
- * none. Result: whether a window of that number is on screen; a display has no owner. */
+/**
+ * Asks whose window a number is. Needs no orvo_screencapture_init.
+ * @param windowID the window
+ * @param owner receives the answer, all zero when there is none
+ * @return whether a window of that number is on screen; a display has no owner
+ * @threads any; asks the system
+ * @memory none
+ * @errors false for NULL
+ */
 ORVO_API bool orvo_screencapture_get_window_owner(unsigned int windowID, OrvoScreenCaptureWindowOwner* owner);
 
-/* What has happened since orvo_screencapture_init. */
+/** What has happened since orvo_screencapture_init. */
 typedef struct OrvoScreenCaptureStatistics {
-    uint64_t framesDelivered;        /* frames that a frame callback was called with */
-    uint64_t ticksMerged;            /* ticks that gave no frame of their own because one before took too long */
-    uint64_t framesDropped;          /* ticks that gave no usable picture, and pictures that no buffer was free for */
-    uint32_t longestGapMilliseconds; /* between two frames of one target while the capture ran */
-    int32_t lastErrorCode;           /* the last ORVO_CAPTURE_ERROR_* that was told; 0: none */
-    char lastErrorReason[120];       /* why there was an error or no picture, in words; UTF-8, zero-terminated */
+    uint64_t framesDelivered;        /**< frames that a frame callback was called with */
+    uint64_t ticksMerged;            /**< ticks that gave no frame of their own because one before took too long */
+    uint64_t framesDropped;          /**< ticks that gave no usable picture, and pictures that no buffer was free for */
+    uint32_t longestGapMilliseconds; /**< between two frames of one target while the capture ran */
+    int32_t lastErrorCode;           /**< the last ORVO_CAPTURE_ERROR_* that was told; 0: none */
+    char lastErrorReason[120];       /**< why there was an error or no picture, in words; UTF-8, zero-terminated */
 } OrvoScreenCaptureStatistics;
 
-/* statistics: receives the figures; all zero before orvo_screencapture_init. Result: false for NULL, and before
- * orvo_screencapture_init. */
+/**
+ * Asks what has become of the ticks.
+ * @param statistics receives the figures; all zero before orvo_screencapture_init
+ * @return whether there are figures
+ * @threads any
+ * @memory none
+ * @errors false for NULL, and before orvo_screencapture_init
+ */
 ORVO_API bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics);
 
 #ifdef __cplusplus

@@ -9,6 +9,9 @@ case ${1-} in
 esac
 scripts/doors/setup.sh
 scripts/build.sh release OrvoScreenCaptureOSX orvocap orvocap_page_files
+# The system's own folder of libraries, for the package alone: what is built stays as it is.
+cmake -DCMAKE_INSTALL_LIBDIR="lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)" build/release >build/release/configure.log
+trap 'cmake -DCMAKE_INSTALL_LIBDIR=lib build/release >build/release/configure.log' EXIT
 
 rm -rf build/release/package
 (cd build/release && cpack -G DEB) >build/release/package.log 2>&1 || { cat build/release/package.log >&2; exit 1; }
@@ -17,10 +20,12 @@ package=${packages[0]}
 version=$(dpkg-deb -f "$package" Version)
 echo "package: $package ($(($(stat -c %s "$package") / 1024)) KiB)"
 echo "package: needs $(dpkg-deb -f "$package" Depends)"
+dpkg-deb --ctrl-tarfile "$package" | tar -xO ./triggers | grep -q '^activate-noawait ldconfig$' ||
+    { echo 'package: ldconfig is not told of the library' >&2; exit 1; }
 
 if [ -z "$in_system" ]; then
     work=$(mktemp -d)
-    trap 'rm -rf "$work"' EXIT
+    trap 'rm -rf "$work"; cmake -DCMAKE_INSTALL_LIBDIR=lib build/release >build/release/configure.log' EXIT
     dpkg-deb -x "$package" "$work"
     scripts/try-package.sh "$work/usr" "$version" cc c++
     echo 'package: unpacked and tried'
@@ -31,9 +36,14 @@ dpkg -i "$package"
 status=0
 { scripts/try-package.sh /usr "$version" cc c++ && ldconfig -p | grep -q 'libOrvoScreenCaptureOSX\.so\.2 '; } || status=1
 dpkg -P orvo-screencapture
-left=$(dpkg-deb --fsys-tarfile "$package" | tar -t | while read -r file; do
-    case $file in */orvo* | */libOrvo* | */Orvo*) [ ! -e "/$file" ] || echo "$file" ;; esac
-done)
+# Nothing of it is left: no record of dpkg's, no file, no folder of its own, no word of the loader's.
+left=$(
+    dpkg-query -W -f '${Status} ${Package}\n' orvo-screencapture 2>/dev/null | grep -v not-installed || true
+    dpkg-deb --fsys-tarfile "$package" | tar -t | while read -r file; do
+        case $file in */orvo* | */_orvo* | */libOrvo* | */Orvo*) [ ! -e "/$file" ] || echo "$file" ;; esac
+    done
+    ldconfig -p | grep libOrvo || true
+)
 [ -z "$left" ] || { printf 'package: the removal left:\n%s\n' "$left" >&2; exit 1; }
 [ "$status" -ne 0 ] || echo 'package: installed, tried and removed'
 exit "$status"

@@ -1,0 +1,252 @@
+/**
+ * @file
+ * The values, records and callbacks of orvo/screencapture.h, which includes this.
+ */
+#ifndef ORVO_SCREENCAPTURE_TYPES_H
+#define ORVO_SCREENCAPTURE_TYPES_H
+
+#include <stdbool.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(_WIN32)
+#error "Orvo Screen Capture runs on macOS and on Linux"
+#endif
+
+/** Marks what the library exports. */
+#define ORVO_API __attribute__((visibility("default")))
+
+/** The name of a symbol as the assembler spells it: C hosts reach the exports with C++ linkage through it. */
+#if defined(__APPLE__)
+#define ORVO_SYMBOL(name) __asm__("_" name)
+#else
+#define ORVO_SYMBOL(name) __asm__(name)
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Values that cross the boundary: always 32 bits wide ---- */
+
+/** What a window target's picture contains. Any other value works like ORVO_WINDOW_MODE_WINDOW. */
+typedef int32_t OrvoScreenCaptureWindowMode;
+/** Values of OrvoScreenCaptureWindowMode. */
+enum {
+    ORVO_WINDOW_MODE_WINDOW = 1,      /**< the window alone, whatever covers it (the default) */
+    ORVO_WINDOW_MODE_AREA = 3,        /**< the screen area under the window, with every window there */
+    ORVO_WINDOW_MODE_APPLICATION = 5, /**< its rectangle with its application's windows, less the excluded */
+};
+
+/** How a window target's picture is placed in the size of orvo_screencapture_set_resolution.
+ *  Any other value stretches. */
+typedef int32_t OrvoScreenCaptureResolutionMode;
+/** Values of OrvoScreenCaptureResolutionMode. */
+enum {
+    ORVO_RESOLUTION_MODE_FIT = 0,     /**< scaled by the smaller ratio, centred, bars left empty (the default) */
+    ORVO_RESOLUTION_MODE_FILL = 1,    /**< scaled by the larger ratio, centred, what overflows is cut off */
+    ORVO_RESOLUTION_MODE_STRETCH = 2, /**< stretched to the size */
+};
+
+/** What the frame callbacks receive as `data`. Any other value works, and is reported, as ORVO_PIXEL_FORMAT_BGRA. */
+typedef int32_t OrvoScreenCaptureVideoPixelFormat;
+/** Values of OrvoScreenCaptureVideoPixelFormat. */
+enum {
+    ORVO_PIXEL_FORMAT_BGRA = 4,     /**< the first byte of packed 32-bit BGRA pixels (the default) */
+    ORVO_PIXEL_FORMAT_BUFFER = 100, /**< the system's own buffer: CVPixelBufferRef, on Linux OrvoPixelBufferRef */
+};
+
+/** What orvo_windowthumbnail_show_source_window does. Any other value does nothing. */
+typedef int32_t OrvoThumbnailShowWindowCmd;
+/** Values of OrvoThumbnailShowWindowCmd. */
+enum {
+    ORVO_SHOW_WINDOW_FRONT = 1, /**< bring the window forward and activate its application */
+    ORVO_SHOW_WINDOW_HIDE = 2,  /**< hide the window's application */
+};
+
+/** Codes of orvo_capture_error_callback. */
+enum {
+    ORVO_CAPTURE_ERROR_NO_SOURCE = 2,  /**< capture was started with no target chosen */
+    ORVO_CAPTURE_ERROR_NO_CONTENT = 3, /**< the target gave no usable picture for more than three seconds, or is gone */
+    ORVO_CAPTURE_ERROR_INTERRUPTED = 4, /**< the capture device failed or was interrupted; start again */
+};
+
+/** Values of `status` of orvo_window_status_callback. */
+enum {
+    ORVO_WINDOW_STATUS_NORMAL = 0,    /**< found, not minimised, in its place; sent on every tick */
+    ORVO_WINDOW_STATUS_MISSING = 1,   /**< the window or its application is gone; at most once in three seconds */
+    ORVO_WINDOW_STATUS_MINIMIZED = 3, /**< minimised; sent on every tick */
+    ORVO_WINDOW_STATUS_ACTIVE = 4,    /**< its application became active */
+    ORVO_WINDOW_STATUS_INACTIVE = 5,  /**< its application became inactive */
+    ORVO_WINDOW_STATUS_SHOWN = 6,     /**< its application was shown again */
+    ORVO_WINDOW_STATUS_HIDDEN = 7,    /**< its application was hidden */
+    ORVO_WINDOW_STATUS_MOVED = 8,     /**< it moved or changed its size */
+};
+
+/** Values of `status` of orvo_thumbnail_callback. */
+enum {
+    ORVO_THUMBNAIL_HIDDEN_OR_GONE = 2, /**< the owning application is hidden or cannot be found; no pictures */
+    ORVO_THUMBNAIL_PICTURE = 5,        /**< the picture asked for with orvo_windowthumbnail_register */
+};
+
+/* ---- Records ---- */
+
+/** Describes one frame. It lives for the duration of the callback only. */
+typedef struct OrvoScreenCaptureFrameFormat {
+    int32_t width;       /**< pixels */
+    int32_t height;      /**< pixels */
+    int32_t strides[4];  /**< strides[0]: bytes from one row to the next, at least 4 * width; the others are 0 */
+    int32_t reserved;    /**< always 0 */
+    int32_t pixelFormat; /**< 100 when the host asked for the system's buffer, else 4 */
+} OrvoScreenCaptureFrameFormat;
+
+/** Four edges in points of the global display space, origin at the main display's top-left corner, y downwards. */
+typedef struct OrvoScreenCaptureRect {
+    int32_t left;   /**< points */
+    int32_t top;    /**< points */
+    int32_t right;  /**< points */
+    int32_t bottom; /**< points */
+} OrvoScreenCaptureRect;
+
+/** One display. */
+typedef struct OrvoScreenCaptureScreenItem {
+    uint32_t screenID;  /**< the display's number, a target for orvo_screencapture_set_target_screen */
+    uint32_t isPrimary; /**< 1 for the main display, else 0 */
+} OrvoScreenCaptureScreenItem;
+
+/** One window of the plain list. */
+typedef struct OrvoScreenCaptureWindowItem {
+    uint32_t windowID; /**< a target for orvo_screencapture_set_target_window */
+    char title[256];   /**< UTF-8, zero-terminated */
+    char appName[256]; /**< always all zero */
+} OrvoScreenCaptureWindowItem;
+
+/** A picture of 32-bit pixels, the top row first. Owned by the list or item that it hangs on. */
+typedef struct OrvoThumbnailBitmapItem {
+    uint32_t width;        /**< pixels */
+    uint32_t height;       /**< pixels */
+    uint32_t bitsPerPixel; /**< always 32 */
+    uint32_t length;       /**< bytes at data: width * height * 4 */
+    unsigned char* data;   /**< the first byte of the top row */
+    uint32_t stride;       /**< bytes per row of the picture that data was taken from */
+    uint8_t reserved[12];  /**< not written */
+} OrvoThumbnailBitmapItem;
+
+/** One display or window of the picker's list. */
+typedef struct OrvoThumbnailWindowInfo {
+    uint32_t itemID;                         /**< window number, or display number for a display */
+    uint32_t windowID;                       /**< the same number again */
+    char title[256];                         /**< UTF-8, zero-terminated; "desk 1", "desk 2", ... for displays */
+    OrvoThumbnailBitmapItem* iconThumbnail;  /**< the owning application's icon, 100 pixels wide, or NULL */
+    OrvoThumbnailBitmapItem* imageThumbnail; /**< a picture 400 pixels wide, or NULL */
+    uint8_t isScreen;                        /**< 1 for a display, 0 for a window */
+    uint8_t padding[7];                      /**< not written */
+} OrvoThumbnailWindowInfo;
+
+/** A new window of the captured process, passed by value. */
+typedef struct OrvoScreenCaptureProcessWindow {
+    char reserved[256]; /**< zeros */
+    char title[256];    /**< UTF-8, zero-terminated */
+    uint32_t windowID;  /**< the new window */
+} OrvoScreenCaptureProcessWindow;
+
+/* ---- Callbacks ---- */
+/**
+ * @defgroup callbacks Callbacks
+ *
+ * One callback of each kind; registering again replaces it, registering NULL silences the kind. A callback that is
+ * replaced may still be called once more by a thread that has just fetched it: keep it and its user data valid until
+ * the capture has stopped. No lock of the library is held during a callback. A callback must not block, and no
+ * exception may leave it. "Main queue" is the dispatch main queue on macOS and GLib's default main context on Linux;
+ * a Linux host without a GLib loop calls orvo_screencapture_run_main_queue (orvo/screencapture_linux.h).
+ * @{
+ */
+
+/**
+ * A capture error.
+ * @param errorCode one of ORVO_CAPTURE_ERROR_*
+ * @param userData the pointer of the registration
+ * @threads the starting thread (2), the capture queue (3), the main queue (3 and 4)
+ * @memory none
+ */
+typedef void (*orvo_capture_error_callback)(int errorCode, void* userData);
+
+/**
+ * A captured window moved or changed its size: its bounds in points, origin top-left. All zero while it is minimised.
+ * @param windowID the window
+ * @param left,top its top-left corner
+ * @param width,height its size
+ * @param userData the pointer of the registration
+ * @threads the main queue
+ * @memory none
+ */
+typedef void (*orvo_window_moved_callback)(unsigned int windowID, int left, int top, int width, int height,
+                                           void* userData);
+
+/**
+ * One frame.
+ * @param data the first pixel, or the buffer object (see OrvoScreenCaptureVideoPixelFormat)
+ * @param length bytes of the picture: strides[0] * height
+ * @param format size, row bytes and pixel format
+ * @param referenceTime the frame's time, counted in referenceTimeScale: the monotonic capture clock for displays, the
+ *        wall clock since 1970 plus the offset of orvo_screencapture_set_timestamp_offset for windows
+ * @param referenceTimeScale counts to the second, always 1000
+ * @param userData the pointer of the registration
+ * @threads the main queue for displays, the capture queue for windows
+ * @memory data and format are the library's and valid during the call only
+ */
+typedef void (*orvo_frame_callback)(const char* data, unsigned int length, const OrvoScreenCaptureFrameFormat* format,
+                                    unsigned long long referenceTime, unsigned int referenceTimeScale, void* userData);
+
+/**
+ * The same frame of a window target, with the number of the window (or display) that it shows. Called after
+ * orvo_frame_callback, for window targets only.
+ * @param data,length,format,referenceTime,referenceTimeScale as for orvo_frame_callback
+ * @param windowID the window, or the display that is captured on the window path
+ * @param userData the pointer of the registration
+ * @threads the capture queue
+ * @memory as for orvo_frame_callback
+ */
+typedef void (*orvo_window_frame_callback)(const char* data, unsigned int length,
+                                           const OrvoScreenCaptureFrameFormat* format, unsigned long long referenceTime,
+                                           unsigned int referenceTimeScale, unsigned int windowID, void* userData);
+
+/**
+ * News of a picker entry.
+ * @param status one of ORVO_THUMBNAIL_*
+ * @param info the entry
+ * @param userData the pointer of the registration
+ * @threads the main queue
+ * @memory info and its pictures pass to the host, which frees them with orvo_windowthumbnail_free_windows(info, 1)
+ */
+typedef void (*orvo_thumbnail_callback)(int status, OrvoThumbnailWindowInfo* info, void* userData);
+
+/**
+ * The state of a captured window.
+ * @param status one of ORVO_WINDOW_STATUS_*
+ * @param windowID the window
+ * @param rect its bounds
+ * @param userData the pointer of the registration
+ * @threads the main queue
+ * @memory none
+ */
+typedef void (*orvo_window_status_callback)(int status, unsigned int windowID, OrvoScreenCaptureRect rect,
+                                            void* userData);
+
+/**
+ * The captured process shows a new window to follow, such as a slide show.
+ * @param change always 4
+ * @param window the new window
+ * @param userData the pointer of the registration
+ * @threads the main queue
+ * @memory none: window is a copy
+ */
+typedef void (*orvo_process_window_callback)(int change, OrvoScreenCaptureProcessWindow window, void* userData);
+
+/** @} */
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif
+
+#endif /* ORVO_SCREENCAPTURE_TYPES_H */
