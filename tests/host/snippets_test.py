@@ -23,7 +23,6 @@ work = pathlib.Path(tempfile.mkdtemp())
 tree = work / "tree"
 environment = dict(os.environ, HOME=str(work), CC=compilers["cc"], CXX=compilers["c++"], CFLAGS=" ".join(flags),
                    CXXFLAGS=" ".join(flags), LD_LIBRARY_PATH=f"{work}/orvo/lib", PYTHONPATH=f"{work}/orvo/lib/python3/dist-packages",
-                   PIP_TARGET=f"{work}/site", PIP_NO_INDEX="1", PIP_BREAK_SYSTEM_PACKAGES="1",
                    PATH=f"{work}/bin:{work}/orvo/bin:{os.environ['PATH']}")
 failures = []
 
@@ -37,8 +36,6 @@ def script(path: pathlib.Path, text: str) -> None:
 def prepare() -> None:
     (tree / "build").mkdir(parents=True)
     (tree / "build/release").symlink_to(build)
-    if (source / "bindings").exists():
-        shutil.copytree(source / "bindings", tree / "bindings")  # pip writes there
     for name in ("docs", "examples", "include", "scripts"):
         if (source / name).exists():
             (tree / name).symlink_to(source / name)
