@@ -47,8 +47,8 @@ def prepare() -> None:
 
 def windows() -> tuple[list, list]:
     """Two windows, whose numbers stand in for those that the pages print."""
-    programs = [subprocess.Popen(["xlogo", "-name", name, "-geometry", "300x200+%d+50" % left])
-                for name, left in (("snippet1", 50), ("snippet2", 450))]
+    programs = [subprocess.Popen(["xlogo", "-name", name, "-geometry", "420x400+%d+50" % left])
+                for name, left in (("snippet1", 50), ("snippet2", 500))]
     numbers = []
     for name in ("snippet1", "snippet2"):
         command = ["xdotool", "search", "--sync", "--onlyvisible", "--classname", f"^{name}$"]
@@ -87,7 +87,7 @@ def run_block(language: str, text: str, here: bool) -> None:
         (tree / "CMakeLists.txt").write_text(text)
     elif language == "python":
         if not flags:  # a sanitizer wants to be loaded before everything else
-            run("python3", "-", text=text)
+            run("/usr/bin/python3", "-", text=text)
     else:
         raise RuntimeError(f'a block of "{language}": nobody runs that; name it text if nobody should')
 

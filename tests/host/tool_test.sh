@@ -37,6 +37,7 @@ if [ "${4-}" = pictures ]; then # on the server
     expect 'a rectangle beside the screen' 2 "$(code_of "${shot[@]}" --screen main --rect 1270,0,30,30)"
     expect 'a folder that is not there' 1 "$(code_of "$orvocap" shot --screen main --out "$work/none/shot.png")"
     expect 'a healthy server' 0 "$(code_of "$orvocap" doctor)"
+    expect 'its windows' 'works    windows: 1 on screen' "$(grep ' windows: ' "$work/out")"
     expect 'findings on it' '' "$(grep -v '^works' "$work/out" || true)"
     expect 'what capture costs' 0 "$(code_of "$orvocap" bench --screen main --seconds 0.5 --json)"
     expect 'its figures' '1280 True True True' "$(python3 -c 'import json,sys; c = json.load(sys.stdin)

@@ -87,7 +87,9 @@ Findings examine() {
     findings.push_back({"display", State::works, std::to_string(screens.size()) + " to capture", ""});
     examineServer(findings);
     unsigned int windows = 0;
+    orvo_screencapture_init();  // before it there are none
     orvo_screencapture_free_window_list(orvo_screencapture_enum_window_list(0, &windows));
+    orvo_screencapture_uninit();
     findings.push_back({"windows", State::works, std::to_string(windows) + " on screen", ""});
     examinePicture(screens.front().screenID, findings);
     return findings;
