@@ -17,6 +17,13 @@ unsigned int lowHalf(const void* address) {
     return static_cast<unsigned int>(reinterpret_cast<uintptr_t>(address));
 }
 
+std::vector<uint32_t> windowNumbers(const std::vector<OrvoWindowRef>& records) {
+    std::vector<uint32_t> numbers;
+    for (const OrvoWindowRef& record : records)
+        if (!record->isScreen) numbers.push_back(record->windowID);
+    return numbers;
+}
+
 }  // namespace
 
 OrvoScreenCaptureScreenItem* OrvoScreenCaptureImpl::EnumScreenList(unsigned int& count) {
@@ -51,6 +58,7 @@ OrvoThumbnailWindowInfo* OrvoScreenCaptureImpl::EnumWindowList(int& count, bool 
     const size_t room = std::max<size_t>(records.size(), 1);
     std::unique_ptr<OrvoThumbnailWindowInfo[], decltype(freeAll)> list(new OrvoThumbnailWindowInfo[room](), freeAll);
     const double begin = platform().clock().absoluteSeconds();
+    const auto expected = skipImages ? nullptr : platform().windowServer().expectPictures(windowNumbers(records));
     for (size_t i = 0; i < records.size(); ++i) {
         const OrvoWindow& record = *records[i];
         OrvoThumbnailWindowInfo& item = list[i];

@@ -52,6 +52,9 @@ class WindowServer {
     // One-off pictures for the picker: a window alone, with its frame and shadow where the system has them; a display.
     virtual Shot windowPicture(uint32_t window) = 0;
     virtual Shot displayPicture(uint32_t display) = 0;
+    // Pictures of these windows will be asked for while the answer is held: what takes time is done for all of them at
+    // once. May wait, and may answer null.
+    virtual std::shared_ptr<void> expectPictures(const std::vector<uint32_t>& /*windows*/) { return nullptr; }
 
     virtual std::unique_ptr<Grabber> grabber(uint32_t target, bool isScreen) = 0;
 };

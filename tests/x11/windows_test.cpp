@@ -175,6 +175,28 @@ TEST(Windows, ATargetThatIsGoneNeverShowsAgain) {
     EXPECT_EQ(windowServer().grabber(0x7FFFFFF, false)->window().why, NoImage::gone);
 }
 
+TEST(Windows, ExpectedPicturesAreAsGoodAsOthers) {
+    const XServer server("640x480x24");
+    Windows windows(server);
+    const auto left = windows.make({.area = {10, 10, 200, 150}});
+    const auto right = windows.make({.area = {300, 10, 90, 70}});
+    const auto covered = windows.make({.area = {310, 200, 90, 70}, .background = 0x123456});
+    const auto cover = windows.make({.area = {300, 190, 200, 150}});
+    windows.paintPattern(left, 200, 150);
+    windows.paintPattern(right, 90, 70);
+    const auto expected = windowServer().expectPictures({left, right, covered, 0x7FFFFFF});
+    EXPECT_TRUE(expected);
+    EXPECT_EQ(wrongPixels(windowServer().windowPicture(left), 200, 150), 0);
+    EXPECT_EQ(wrongPixels(windowServer().windowPicture(right), 90, 70), 0);
+    EXPECT_EQ(pixel(windowServer().windowPicture(covered), 40, 40), 0xFF123456U);
+    EXPECT_EQ(pixel(windowServer().windowPicture(cover), 5, 5), 0xFF303030U);  // not expected, and taken all the same
+    windows.paintPattern(covered, 90, 70);
+    EXPECT_EQ(wrongPixels(windowServer().windowPicture(covered), 90, 70), 0);
+    windows.painter().destroy(right);
+    EXPECT_EQ(windowServer().windowPicture(right).why, NoImage::gone);
+    EXPECT_EQ(windowServer().windowPicture(0x7FFFFFF).why, NoImage::gone);
+}
+
 TEST(Windows, AnAreaHoldsEveryWindowButTheDesktop) {
     const XServer server("640x480x24");
     Windows windows(server);

@@ -74,23 +74,36 @@ Shot SceneGrabber::take(const PixelRect& bounds, const std::vector<SceneLayer>& 
 // True when the scene has other windows than the last time.
 bool SceneGrabber::updateSources(const std::vector<SceneLayer>& layers, const WindowList& windows) {
     const auto wanted = [&](xcb_window_t window) {
-        return window == pinnedWindow_ || std::any_of(layers.begin(), layers.end(),
-                                                      [=](const SceneLayer& layer) { return layer.window == window; });
+        if (window == pinnedWindow_ || std::find(expected_.begin(), expected_.end(), window) != expected_.end())
+            return true;
+        return std::any_of(layers.begin(), layers.end(),
+                           [=](const SceneLayer& layer) { return layer.window == window; });
     };
     bool changed = std::erase_if(sources_, [&](const auto& each) {
                        return !wanted(each.first) || (each.second->gone() && each.first != pinnedWindow_);
                    }) > 0;
+    std::vector<xcb_window_t> added;
+    for (const SceneLayer& layer : layers)
+        if (layer.window != 0 && !sources_.count(layer.window)) added.push_back(layer.window);
+    changed |= addSources(added, windows);
+    if (changed) laidOut_ = false;
+    return changed;
+}
+
+bool SceneGrabber::addSources(const std::vector<xcb_window_t>& added, const WindowList& windows) {
     const PixelRect root{0, 0, x_.screen()->width_in_pixels, x_.screen()->height_in_pixels};
     std::vector<xcb_window_t> covered;
-    for (const SceneLayer& layer : layers) {
-        if (layer.window == 0 || sources_.count(layer.window)) continue;
-        changed = true;
-        sources_.emplace(layer.window, std::make_unique<SceneSource>(x_, layer.window));
-        if (!windows.isSeenWhole(layer.window, root)) covered.push_back(layer.window);
+    for (const xcb_window_t window : added) {
+        sources_.emplace(window, std::make_unique<SceneSource>(x_, window));
+        if (!windows.isSeenWhole(window, root)) covered.push_back(window);
     }
-    if (changed) laidOut_ = false;
     if (!covered.empty()) waitForRepaint(covered);
-    return changed;
+    return !added.empty();
+}
+
+void SceneGrabber::expect(const std::vector<xcb_window_t>& expected, const WindowList& windows) {
+    expected_ = expected;
+    addSources(expected, windows);
 }
 
 void SceneGrabber::waitForRepaint(const std::vector<xcb_window_t>& covered) {

@@ -36,6 +36,9 @@ class SceneGrabber {
     void pin(xcb_window_t window);
     bool pinnedGone() const { return pinned_ && pinned_->gone(); }
 
+    // Redirects all of them for later pictures, and waits once for those to repaint that were covered.
+    void expect(const std::vector<xcb_window_t>& expected, const WindowList& windows);
+
     void handle(const xcb_generic_event_t& event);
 
     // The layers (front to back) over the bounds. Pixels of windows are opaque; what no layer covers
@@ -62,6 +65,7 @@ class SceneGrabber {
     };
 
     bool updateSources(const std::vector<SceneLayer>& layers, const WindowList& windows);
+    bool addSources(const std::vector<xcb_window_t>& added, const WindowList& windows);
     void waitForRepaint(const std::vector<xcb_window_t>& covered);
     bool namePictures();
     void layOut(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
@@ -80,6 +84,7 @@ class SceneGrabber {
     std::map<xcb_window_t, std::unique_ptr<SceneSource>> sources_;
     SceneSource* pinned_ = nullptr;
     xcb_window_t pinnedWindow_ = 0;
+    std::vector<xcb_window_t> expected_;
 
     PixelRect bounds_;
     std::vector<SceneLayer> layers_;

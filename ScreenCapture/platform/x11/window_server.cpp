@@ -1,6 +1,8 @@
 // The windows on screen and their pictures.
 #include "ScreenCapture/platform/x11/window_server.h"
 
+#include <algorithm>
+
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/asking.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
@@ -40,20 +42,77 @@ std::vector<uint32_t> X11WindowServer::onScreenNumbers() {
     return numbers;
 }
 
+// Windows whose pictures will be asked for, redirected on a connection of their own.
+class X11WindowServer::Expected {
+  public:
+    Expected(std::unique_ptr<Connection> connection, const std::vector<uint32_t>& windows, const WindowList& list)
+        : x_(std::move(connection)), scene_(std::make_unique<SceneGrabber>(*x_)), windows_(windows) {
+        scene_->expect(windows_, list);
+    }
+    ~Expected() {
+        const PipeGuard guard;
+        scene_.reset();
+        x_.reset();
+    }
+    Expected(const Expected&) = delete;
+    Expected& operator=(const Expected&) = delete;
+
+    bool contains(uint32_t window) const {
+        return std::find(windows_.begin(), windows_.end(), window) != windows_.end();
+    }
+    Shot take(const DesktopWindow& window, const WindowList& list) {
+        std::lock_guard lock(mutex_);
+        const PipeGuard guard;
+        while (const Event event = x_->nextEvent()) scene_->handle(*event);
+        return pictureOf(*x_, *scene_, window, list);
+    }
+
+    static Shot pictureOf(Connection& x, SceneGrabber& scene, const DesktopWindow& window, const WindowList& list) {
+        Shot shot = scene.take(boundsOfClient(window), {layerOfClient(window, queryShape(x, window.number))}, list);
+        if (shot.image && !scene.anyPicture()) return NoImage::notOnScreen;
+        return shot;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::unique_ptr<Connection> x_;  // outlives what is made on it
+    std::unique_ptr<SceneGrabber> scene_;
+    const std::vector<uint32_t> windows_;
+};
+
+std::shared_ptr<void> X11WindowServer::expectPictures(const std::vector<uint32_t>& windows) {
+    const auto desktop = currentDesktop();
+    const PipeGuard guard;
+    auto connection = desktop && windows.size() > 1 ? Connection::open() : nullptr;
+    if (!connection || !connection->extensions().composite) return nullptr;
+    std::vector<uint32_t> seen;
+    for (const uint32_t number : windows) {
+        const DesktopWindow* window = desktop->windows->find(number);
+        if (window && window->onScreen) seen.push_back(number);
+    }
+    auto expected = std::make_shared<Expected>(std::move(connection), seen, *desktop->windows);
+    std::lock_guard lock(mutex_);
+    expected_ = expected;
+    return expected;
+}
+
 Shot X11WindowServer::windowPicture(uint32_t window) {
     const auto desktop = currentDesktop();
     if (!desktop) return NoImage::noServer;
     const DesktopWindow* found = desktop->windows->find(window);
     if (!found) return NoImage::gone;
     if (!found->onScreen) return NoImage::notOnScreen;
+    std::shared_ptr<Expected> expected;
+    {
+        std::lock_guard lock(mutex_);
+        expected = expected_.lock();
+    }
+    if (expected && expected->contains(window)) return expected->take(*found, *desktop->windows);
     const Asking asking(Line::pictures);
     if (!asking) return NoImage::noServer;
     if (!asking->extensions().composite) return NoImage::failed;
     SceneGrabber scene(*asking);
-    Shot shot =
-        scene.take(boundsOfClient(*found), {layerOfClient(*found, queryShape(*asking, window))}, *desktop->windows);
-    if (shot.image && !scene.anyPicture()) return NoImage::notOnScreen;
-    return shot;
+    return Expected::pictureOf(*asking, scene, *found, *desktop->windows);
 }
 
 Shot X11WindowServer::displayPicture(uint32_t display) {

@@ -1,6 +1,8 @@
 // The windows on screen and their pictures.
 #pragma once
 
+#include <mutex>
+
 #include "ScreenCapture/platform/window_server.h"
 
 namespace orvo::platform::x11 {
@@ -10,8 +12,15 @@ class X11WindowServer final : public WindowServer {
     std::vector<WindowInfo> onScreenWindows() override;
     std::vector<uint32_t> onScreenNumbers() override;
     Shot windowPicture(uint32_t window) override;
+    std::shared_ptr<void> expectPictures(const std::vector<uint32_t>& windows) override;
     Shot displayPicture(uint32_t display) override;
     std::unique_ptr<Grabber> grabber(uint32_t target, bool isScreen) override;
+
+  private:
+    class Expected;
+
+    std::mutex mutex_;
+    std::weak_ptr<Expected> expected_;  // the latest
 };
 
 }  // namespace orvo::platform::x11
