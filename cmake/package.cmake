@@ -22,4 +22,6 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 # applications are looked up with the others.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS libglib2.0-0)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS libgdk-pixbuf-2.0-0)
+# The loader learns of the library, and of its end.
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/triggers)
 include(CPack)

@@ -64,7 +64,7 @@ if [ ${#flags[@]} -eq 0 ]; then
 fi
 
 # Every installed header compiles alone: as C++ of a host that is older than the library, the C parts as C11 as well.
-mapfile -t headers < <(find "$prefix/include" -name '*.h')
+mapfile -t headers < <(find "$prefix/include/orvo" -name '*.h')
 mapfile -t c_headers < <(grep -lF __cplusplus "${headers[@]}")
 check=("${flags[@]}" -Wall -Wextra -Wpedantic -Werror -fsyntax-only "${options[@]}")
 "$cxx" "${check[@]}" -std=c++17 -x c++ "${headers[@]}"

@@ -9,9 +9,14 @@ case ${1-} in
 esac
 scripts/doors/setup.sh
 scripts/build.sh release OrvoScreenCaptureOSX orvocap orvocap_page_files
-# The system's own folder of libraries, for the package alone: what is built stays as it is.
-cmake -DCMAKE_INSTALL_LIBDIR="lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)" build/release >build/release/configure.log
-trap 'cmake -DCMAKE_INSTALL_LIBDIR=lib build/release >build/release/configure.log' EXIT
+# The system's own folder of libraries, for the package alone; only what names the folder is linked again.
+libraries_in() {
+    cmake -DCMAKE_INSTALL_LIBDIR="$1" build/release >build/release/configure.log
+    cmake --build build/release --target OrvoScreenCaptureOSX orvocap orvocap_page_files >>build/release/configure.log
+}
+work=$(mktemp -d)
+trap 'rm -rf "$work"; libraries_in lib' EXIT
+libraries_in "lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)"
 
 rm -rf build/release/package
 (cd build/release && cpack -G DEB) >build/release/package.log 2>&1 || { cat build/release/package.log >&2; exit 1; }
@@ -24,8 +29,6 @@ dpkg-deb --ctrl-tarfile "$package" | tar -xO ./triggers | grep -q '^activate-noa
     { echo 'package: ldconfig is not told of the library' >&2; exit 1; }
 
 if [ -z "$in_system" ]; then
-    work=$(mktemp -d)
-    trap 'rm -rf "$work"; cmake -DCMAKE_INSTALL_LIBDIR=lib build/release >build/release/configure.log' EXIT
     dpkg-deb -x "$package" "$work"
     scripts/try-package.sh "$work/usr" "$version" cc c++
     echo 'package: unpacked and tried'
