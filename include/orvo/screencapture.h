@@ -16,6 +16,7 @@
  * - Memory, "none": nothing changes its owner; what an argument points to is read or written during the call only.
  * - Errors, "neutral before init": before orvo_screencapture_init the call answers false, 0, NULL or an all-zero
  *   record, and mostly writes a log line. So it does when the system fails in a way that was not foreseen.
+ * - In a child process that is forked after the first call every function answers like that.
  */
 #ifndef ORVO_SCREENCAPTURE_H
 #define ORVO_SCREENCAPTURE_H

@@ -39,9 +39,10 @@ class Entries {
     EntryRef ofClass(const std::string& instance, const std::string& className) {
         std::lock_guard lock(mutex_);
         refresh();
-        auto [found, isNew] = byClass_.try_emplace(instance + '\0' + className);
-        if (isNew) found->second = searchClass(instance, className);
-        return found->second;
+        const std::string key = instance + '\0' + className;
+        const auto known = byClass_.find(key);
+        if (known != byClass_.end()) return known->second;
+        return byClass_.emplace(key, searchClass(instance, className)).first->second;
     }
     EntryRef byName(const std::string& name) {
         std::lock_guard lock(mutex_);
@@ -82,7 +83,7 @@ class Entries {
         looked_ = now;
         const std::vector<int64_t> stamps = folderStamps();
         if (stamps == stamps_) return;
-        stamps_ = stamps;
+        stamps_.clear();  // until everything is read
         entries_.clear();
         byClass_.clear();
         const GType kind = gio().g_desktop_app_info_get_type();
@@ -91,6 +92,7 @@ class Entries {
             if (gio().g_type_check_instance_is_a(static_cast<GTypeInstance*>(each->data), kind))
                 entries_.push_back(std::make_shared<const DesktopEntry>(readEntry(static_cast<GAppInfo*>(each->data))));
         gio().g_list_free_full(all, gio().g_object_unref);
+        stamps_ = stamps;
     }
 
     static std::vector<int64_t> folderStamps() {
