@@ -1,4 +1,4 @@
-// The owned strings and the byte stream, and the conversions between character sets. Searching, slicing, trimming and
+// The owned strings and the byte stream, and the conversions between character sets. Searching, slicing and
 // replacing are held against std::string by the fuzzer of strings.
 #include <gtest/gtest.h>
 
@@ -111,6 +111,30 @@ TEST(Utf8, FormatsUpToItsLastBuffer) {
         s.resize(c.before);
         EXPECT_EQ(s.format("%s", text.c_str()), c.fits);
         EXPECT_EQ(text_of(s), c.fits ? text : "") << c.length;
+    }
+}
+
+TEST(Utf8, Trims) {
+    const struct {
+        const char *text, *both, *right, *left;
+    } cases[] = {{"\tx \r\n", "x", "\tx", "x \r\n"},
+                 {" \v ", "\v", " \v", "\v "},
+                 {" a b ", "a b", " a b", "a b "},
+                 {" \t\r\n", "", "", ""}};
+    for (const auto& c : cases) {
+        strutf8 both(c.text), right(c.text), left(c.text), none(c.text);
+        both.trim(true, true);
+        right.trim(true, false);
+        left.trim(false, true);
+        none.trim(false, false);
+        EXPECT_EQ(text_of(both), c.both);
+        EXPECT_EQ(text_of(right), c.right);
+        EXPECT_EQ(text_of(left), c.left);
+        EXPECT_EQ(text_of(none), c.text);
+        EXPECT_EQ(both.data() == nullptr, both.empty());
+        strutf16 wide(c.text);
+        wide.trim();
+        EXPECT_EQ(text_of(strutf8(wide)), c.both);
     }
 }
 
