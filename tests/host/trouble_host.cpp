@@ -166,6 +166,7 @@ void twoCopies(Library& library, int) {
     CHECK(*library.find<void*>("g_pScreenCaptureImpl") != *other.find<void*>("g_pScreenCaptureImpl"));
     library.start();
     CHECK(!other.CALL(orvo_screencapture_is_capturing)());
+    CHECK(library.framesCome());  // connected: how xcb reads the server's password is not safe for two at once
     other.start();
     CHECK(library.framesCome() && other.framesCome());
     library.end();
@@ -204,6 +205,7 @@ void logLines(Library& library, int count) {
 
 // A limit on the size of files stands for a full disk; its signal would end the process on a thread that takes it.
 void fullDisk(Library& library, int) {
+    CHECK(freopen("/dev/null", "w", stdout) != nullptr);  // where the lines go too
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
     limit.rlim_cur = 2000;
