@@ -1,14 +1,14 @@
 // The log's hook, its level, and the jobs that it posts to the log thread.
 #include "ScreenCapture/log/orvo_log.h"
 
-#include <pthread.h>
-
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <new>
 #include <string>
 #include <utility>
@@ -29,31 +29,78 @@ constexpr int kLastFramedLevel = ESYSLOG_WARN;
 
 constinit std::atomic<int> g_LogLevel{ESYSLOG_DEBUG};
 
-// Who runs the jobs. Posting holds the lock for reading, so that who takes the two away knows that nobody uses them.
-constinit pthread_rwlock_t runner_lock = PTHREAD_RWLOCK_INITIALIZER;
-constinit BASE::COrvoQueueRunner* runner = nullptr;
-constinit CORVOTaskBase* task = nullptr;
-
 // On the log thread only. Never destroyed: that thread may still write while the process ends.
 LogFiles& files() {
     static LogFiles& instance = *new LogFiles;
     return instance;
 }
 
-struct ReadLock {
-    ReadLock() { pthread_rwlock_rdlock(&runner_lock); }
-    ~ReadLock() { pthread_rwlock_unlock(&runner_lock); }
-    ReadLock(const ReadLock&) = delete;
-    ReadLock& operator=(const ReadLock&) = delete;
+// What waits for the log thread, in order. Lines that come while a batch of them waits join it, so that a burst costs
+// each caller little more than a copy.
+class Waiting {
+  public:
+    void run_on(BASE::COrvoQueueRunner* runner, CORVOTaskBase* task) {
+        const std::lock_guard lock(mutex_);
+        runner_ = runner;
+        task_ = task;
+        batch_.reset();
+    }
+    void post(std::function<void()>&& job) {
+        const std::lock_guard lock(mutex_);
+        batch_.reset();  // later lines stay behind the job
+        if (runner_ && task_) runner_->AsyncRun(std::move(job), task_);
+    }
+    void add(const char* text, size_t length) {
+        const std::lock_guard lock(mutex_);
+        if (!runner_ || !task_) return;
+        if (batch_) {
+            batch_->append(text, length + 1);
+            return;
+        }
+        const auto batch = std::make_shared<std::string>(text, length + 1);
+        batch_ = batch;
+        if (!push(batch)) batch_.reset();
+    }
+
+  private:
+    bool push(const std::shared_ptr<std::string>& batch) {
+        try {
+            return runner_->AsyncRun([this, batch] { write(batch); }, task_) != 0;
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+    }
+    // On the log thread: the lines stand one after the other, each with its terminating zero.
+    void write(const std::shared_ptr<std::string>& batch) {
+        {
+            const std::lock_guard lock(mutex_);
+            if (batch_ == batch) batch_.reset();
+        }
+        char* const end = batch->data() + batch->size();
+        for (char* line = batch->data(); line < end;) {
+            const size_t length = strlen(line);
+            sym_encrypt(line);
+            files().write({line, length}, g_LogLevel.load(std::memory_order_relaxed) == ESYSLOG_DEBUG);
+            line += length + 1;
+        }
+    }
+
+    std::recursive_mutex mutex_;  // a push that fails writes a line itself
+    BASE::COrvoQueueRunner* runner_ = nullptr;
+    CORVOTaskBase* task_ = nullptr;
+    std::shared_ptr<std::string> batch_;
 };
+
+Waiting& waiting() {
+    static Waiting& instance = *new Waiting;
+    return instance;
+}
 
 // Set in a forked child.
 constinit std::atomic<bool> left{false};
 
 void post(std::function<void()>&& job) {
-    if (left) return;
-    const ReadLock lock;
-    if (runner && task) runner->AsyncRun(std::move(job), task);
+    if (!left) waiting().post(std::move(job));
 }
 
 void echo(int level, const char* text) {
@@ -63,7 +110,7 @@ void echo(int level, const char* text) {
     flockfile(stdout);  // so that the lines of two threads do not mix
     if (framed) puts("++");
     fwrite(text, 1, length, stdout);
-    putc('\n', stdout);
+    putc_unlocked('\n', stdout);
     if (framed) puts(kRule);
     funlockfile(stdout);
 }
@@ -71,10 +118,7 @@ void echo(int level, const char* text) {
 }  // namespace
 
 void run_log_on(BASE::COrvoQueueRunner* new_runner, CORVOTaskBase* new_task) {
-    pthread_rwlock_wrlock(&runner_lock);
-    runner = new_runner;
-    task = new_task;
-    pthread_rwlock_unlock(&runner_lock);
+    waiting().run_on(new_runner, new_task);
 }
 
 void leave_log() {
@@ -124,12 +168,9 @@ void orvo_log_hook(int level, const char* /*module*/, int /*line*/, const char* 
     if (!text) return;
     if (g_LogLevel.load(std::memory_order_relaxed) >= level) echo(level, text);
     if (g_LogLevel.load(std::memory_order_relaxed) < level) return;
+    if (left) return;
     try {
-        std::string scrambled(text);
-        sym_encrypt(scrambled.data());
-        post([line = std::move(scrambled)] {
-            files().write(line, g_LogLevel.load(std::memory_order_relaxed) == ESYSLOG_DEBUG);
-        });
+        waiting().add(text, strlen(text));
     } catch (const std::bad_alloc&) {
         // No memory for the line: the echo has to do.
     }
