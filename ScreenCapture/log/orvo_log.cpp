@@ -103,8 +103,7 @@ void post(std::function<void()>&& job) {
     if (!left) waiting().post(std::move(job));
 }
 
-void echo(int level, const char* text) {
-    size_t length = strlen(text);
+void echo(int level, const char* text, size_t length) {
     while (length > 1 && (text[length - 1] == '\n' || text[length - 1] == '\r')) --length;
     bool framed = level >= ESYSLOG_IMPORT && level <= kLastFramedLevel;
     flockfile(stdout);  // so that the lines of two threads do not mix
@@ -166,11 +165,11 @@ void verbose_output(const char* format, ...) {
 
 void orvo_log_hook(int level, const char* /*module*/, int /*line*/, const char* text, int /*prefixLength*/) {
     if (!text) return;
-    if (g_LogLevel.load(std::memory_order_relaxed) >= level) echo(level, text);
-    if (g_LogLevel.load(std::memory_order_relaxed) < level) return;
-    if (left) return;
+    const size_t length = strlen(text);
+    if (g_LogLevel.load(std::memory_order_relaxed) >= level) echo(level, text, length);
+    if (left || g_LogLevel.load(std::memory_order_relaxed) < level) return;
     try {
-        waiting().add(text, strlen(text));
+        waiting().add(text, length);
     } catch (const std::bad_alloc&) {
         // No memory for the line: the echo has to do.
     }

@@ -11,11 +11,18 @@ namespace {
 constexpr char kKey[] = "qbt";
 constexpr size_t kKeyLength = sizeof(kKey) - 1;
 
+constexpr bool is_kept(char c) {
+    return c == '\0' || c == '\n';
+}
+
 void scramble(char* text, size_t length) {
+    size_t key = 0;
     for (size_t i = 0; i < length; ++i) {
-        char changed = static_cast<char>(text[i] ^ kKey[i % kKeyLength]);
-        // What would turn into a forbidden byte stays as it is; undone, it would again, and stays again.
-        if (should_encrypt(text[i]) && should_encrypt(changed)) text[i] = changed;
+        const char c = text[i];
+        const char changed = static_cast<char>(c ^ kKey[key]);
+        // What would turn into a kept byte stays as it is; undone, it would again, and stays again.
+        text[i] = is_kept(c) || is_kept(changed) ? c : changed;
+        key = key + 1 == kKeyLength ? 0 : key + 1;
     }
 }
 
@@ -24,7 +31,7 @@ void scramble(char* text, size_t length) {
 constinit const char* const kOrvoLogPass = kKey;
 
 bool should_encrypt(char c) {
-    return c != '\0' && c != '\n';
+    return !is_kept(c);
 }
 
 void sym_encrypt(char* text) {
