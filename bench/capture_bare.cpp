@@ -1,5 +1,6 @@
 // The limits that capturers are measured against: capture_bare full|damage FPS [WINDOW], and capture_bare timer FPS,
 // which captures nothing and tells how late it woke.
+#include <libyuv/scale_argb.h>
 #include <unistd.h>
 #include <xcb/composite.h>
 #include <xcb/damage.h>
@@ -7,7 +8,7 @@
 
 #include <cstdio>
 #include <cstring>
-#include <memory>
+#include <vector>
 
 #include "frame_log.h"
 #include "x11_client.h"
@@ -88,12 +89,22 @@ class DamageCapture {
         picture_.grab(target.drawable(), target.size);
         target.release();
     }
-    void run(double rate, bench::FrameLog& log) {
+    // width, height: of the frames; 0: as the target.
+    void run(double rate, bench::FrameLog& log, int width, int height) {
+        std::vector<uint8_t> scaled(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
         bench::Grid grid(rate);
         uint64_t late = 0;
-        while (grid.next(late)) {
-            if (changed()) fetch();
-            log.frame(picture_.bytes(), picture_.bytesPerRow(), picture_.width, picture_.height);
+        for (bool first = true; grid.next(late); first = false) {
+            const bool isNew = changed() || first;
+            if (isNew) fetch();
+            if (isNew && width > 0)
+                libyuv::ARGBScale(picture_.bytes(), picture_.width * 4, picture_.width, picture_.height, scaled.data(),
+                                  width * 4, width, height, libyuv::kFilterBox);
+            if (width > 0) {
+                log.frame(scaled.data(), static_cast<size_t>(width) * 4, width, height);
+            } else {
+                log.frame(picture_.bytes(), picture_.bytesPerRow(), picture_.width, picture_.height);
+            }
         }
     }
 
@@ -151,7 +162,7 @@ int main(int argc, char** argv) {
     bench::FrameLog log(argc, argv);
     const double rate = argc > 2 ? atof(argv[2]) : 0;
     if (rate <= 0) {
-        fprintf(stderr, "usage: capture_bare full|damage|timer FPS [WINDOW]\n");
+        fprintf(stderr, "usage: capture_bare full|damage|timer FPS [WINDOW [WIDTH HEIGHT]]\n");
         return 2;
     }
     if (strcmp(argv[1], "timer") == 0) {
@@ -161,7 +172,7 @@ int main(int argc, char** argv) {
     Client client;
     Target target(client, argc > 3 ? static_cast<xcb_window_t>(atoi(argv[3])) : 0);
     if (strcmp(argv[1], "damage") == 0) {
-        DamageCapture(client, target).run(rate, log);
+        DamageCapture(client, target).run(rate, log, argc > 5 ? atoi(argv[4]) : 0, argc > 5 ? atoi(argv[5]) : 0);
     } else {
         captureFull(client, target, rate, log);
     }

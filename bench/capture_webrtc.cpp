@@ -1,4 +1,5 @@
 // WebRTC's capturers for comparison: capture_webrtc DAMAGE(0|1) FPS [WINDOW], until it is told to end.
+#include <malloc.h>
 #include <modules/desktop_capture/desktop_capture_options.h>
 #include <modules/desktop_capture/desktop_capturer.h>
 #include <modules/desktop_capture/desktop_frame.h>
@@ -50,6 +51,9 @@ int main(int argc, char** argv) {
         fprintf(stderr, "usage: capture_webrtc DAMAGE(0|1) FPS [WINDOW]\n");
         return 2;
     }
+    // Frames of the window capturer are new memory each; let them come from memory that is there already.
+    mallopt(M_MMAP_THRESHOLD, 64 << 20);
+    mallopt(M_TRIM_THRESHOLD, 256 << 20);
     auto options = webrtc::DesktopCaptureOptions::CreateDefault();
     options.set_use_update_notifications(atoi(argv[1]) != 0);
     options.set_detect_updated_region(false);

@@ -12,7 +12,7 @@ namespace {
 
 // A little slower than captures: within 1.25 seconds every distance between a step and the capture after it is seen
 // once.
-constexpr double kInterval = 1e6 / 30 * 1.0267;
+constexpr double kInterval = 1e6 / 29.2;
 
 void tell(const bench::SceneFacts& facts) {
     printf("{\"windows\": [");

@@ -12,6 +12,7 @@ from machine import PROGRAMS, Failure, Painter, Process, Server, cpu_ms
 from work import Scene, Work, works_of
 
 WARM_UP = 0.6  # seconds until a capturer has settled
+AFTER = 0.1  # seconds in which the last step of a span can still come
 INTERVAL = 1e6 / 30  # microseconds between frames
 
 
@@ -54,6 +55,7 @@ def run_work(server: Server, painter: Painter, work: Work, seconds: float, alone
     with Process(work.command(server, painter) + work.stamps(painter), server.display) as capturer:
         time.sleep(WARM_UP)
         span = Span([capturer.pid, server.pid], seconds)
+        time.sleep(AFTER)
         output = capturer.end()
     own, served = span.spent[0], span.spent[1] - alone * span.seconds
     result: dict[str, Any] = {"work": work.name, "per_second": (own + served) / span.seconds}
@@ -61,11 +63,11 @@ def run_work(server: Server, painter: Painter, work: Work, seconds: float, alone
         frames: float = ffmpeg_frames(output, span)
     else:
         told = json.loads(output)
-        shown = [frame for frame in told["frames"] if span.start <= frame[0] < span.end]
-        frames = len(shown)
-        result |= {"shown": shown, "span": (span.start, span.end)}
+        counted = [frame for frame in told["frames"] if span.start <= frame[0] < span.end]
+        frames = len(counted)
+        result |= {"shown": [frame for frame in told["frames"] if frame[0] >= span.start], "span": (span.start, span.end)}
         if frames > 2:
-            result["counts"] = [(shown[-1][i] - shown[0][i]) / (frames - 1) for i in (3, 4, 5)]
+            result["counts"] = [(counted[-1][i] - counted[0][i]) / (frames - 1) for i in (3, 4, 5)]
         if told.get("errors") or told.get("dropped"):
             result["faults"] = {"errors": told["errors"], "dropped": told["dropped"]}
     if frames < 1:
@@ -88,7 +90,7 @@ def judge_frames(result: dict[str, Any], steps: list[int], stalls: list[list[int
     result["back"] = sum(1 for a, b in zip(stamps, stamps[1:]) if b and b < a)
     latencies, late, judged = [], 0, 0
     at = 0
-    for step in steps[bisect_left(steps, start):bisect_left(steps, end - 100_000)]:
+    for step in steps[bisect_left(steps, start):bisect_left(steps, end)]:
         while at < len(shown) and shown[at][1] < step:
             at += 1
         if at == len(shown):

@@ -43,6 +43,10 @@ def on_window(name: str, *arguments: str) -> Command:
     return lambda server, painter: [str(PROGRAMS / name), *arguments, str(painter.windows[0])]
 
 
+def bare_scaled(server: Server, painter: Painter) -> list[str]:
+    return [*on_window("capture_bare", "damage", "30")(server, painter), "640", "360"]
+
+
 def ffmpeg(server: Server, painter: Painter) -> list[str]:
     return ["ffmpeg", "-nostdin", "-hide_banner", "-loglevel", "error", "-progress", "pipe:1", "-stats_period", "60", "-f", "x11grab",
             "-draw_mouse", "1", "-framerate", "30", "-video_size", f"{server.width}x{server.height}", "-i",
@@ -55,12 +59,14 @@ def without_last(server: Server, painter: Painter) -> list[str]:
 
 LIMIT = "bare, what was damaged"
 WINDOW_LIMIT = "bare window, what was damaged"
+SCALED_LIMIT = "bare window, what was damaged, libyuv to 640x360"
 DISPLAY = "library, display, cursor"
 WORKS = [
     Work("bare, everything", program("capture_bare", "full", "30"), "capture_bare"),
     Work(LIMIT, program("capture_bare", "damage", "30"), "capture_bare"),
     Work("bare window, everything", on_window("capture_bare", "full", "30"), "capture_bare", window=True),
     Work(WINDOW_LIMIT, on_window("capture_bare", "damage", "30"), "capture_bare", window=True),
+    Work(SCALED_LIMIT, bare_scaled, "capture_bare", window=True, scale=0.5),
     Work(DISPLAY, program("capture_orvo", "--cursor"), "capture_orvo"),
     Work("library, display, no cursor", program("capture_orvo"), "capture_orvo"),
     Work("library, rectangle 1280x720", program("capture_orvo", "--rect", "320", "180", "1280", "720"), "capture_orvo",
