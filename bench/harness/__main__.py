@@ -57,7 +57,7 @@ def measure(quick: bool, clock: Clock) -> dict[str, Any]:
                 clock.tell(f"round {number + 1}: {scene.title}")
                 data["runs"] += [run | {"round": number} for run in run_scene(server, scene, seconds)]
         clock.tell("equality with full grabs")
-        data["equality"] = equality(server, scenes, 1.5 if quick else 3)
+        data["equality"] = equality(server, scenes, 1.5 if quick else 2)
         clock.tell("pacing and idling")
         data["waiting"] = costs.pacing_and_idling(server, 5 if quick else 60)
         clock.tell("memory, loading, lists")

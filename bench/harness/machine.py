@@ -8,7 +8,7 @@ import subprocess
 import tempfile
 import time
 from pathlib import Path
-from typing import Any
+from typing import Any, TypeVar
 
 PROGRAMS = Path("build/release/bench")
 
@@ -38,6 +38,9 @@ def thread_ms(pid: int) -> dict[str, float]:
         spent = int((task / "schedstat").read_text(encoding="utf-8").split()[0]) / 1e6
         result[name] = result.get(name, 0) + spent
     return result
+
+
+Self = TypeVar("Self", bound="Process")
 
 
 class Failure(Exception):
@@ -84,7 +87,7 @@ class Process:
         self.errors.seek(0)
         return self.errors.read()[-300:]
 
-    def __enter__(self) -> Process:
+    def __enter__(self: Self) -> Self:
         return self
 
     def __exit__(self, *_: object) -> None:
@@ -125,4 +128,5 @@ class Painter(Process):
 
     def steps(self) -> list[int]:
         """Ends it; the times of its steps in microseconds."""
-        return json.loads(self.end())["steps"]
+        steps: list[int] = json.loads(self.end())["steps"]
+        return steps
