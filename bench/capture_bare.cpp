@@ -26,8 +26,6 @@ class Target {
         const Area area = client.windowArea(window_);
         size = {0, 0, area.width, area.height};
         if (window) {
-            const auto version = xcb_composite_query_version(client.connection, 0, 4);
-            bench::Reply(xcb_composite_query_version_reply(client.connection, version, nullptr));
             xcb_composite_redirect_window(client.connection, window, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
             client.sync();
         }
@@ -67,18 +65,13 @@ void captureFull(Client& client, Target& target, double rate, bench::FrameLog& l
 class DamageCapture {
   public:
     DamageCapture(Client& client, Target& target)
-        : client_(client),
-          connection_(client.connection),
+        : connection_(client.connection),
           target_(target),
           picture_(client, target.size.width, target.size.height),
           pixmap_(xcb_generate_id(connection_)),
           context_(xcb_generate_id(connection_)),
           region_(xcb_generate_id(connection_)),
           damage_(xcb_generate_id(connection_)) {
-        const auto damage = xcb_damage_query_version(connection_, 1, 1);
-        const auto fixes = xcb_xfixes_query_version(connection_, 5, 0);
-        bench::Reply(xcb_damage_query_version_reply(connection_, damage, nullptr));
-        bench::Reply(xcb_xfixes_query_version_reply(connection_, fixes, nullptr));
         event_ = xcb_get_extension_data(connection_, &xcb_damage_id)->first_event;
         xcb_shm_create_pixmap(connection_, pixmap_, target.window(), static_cast<uint16_t>(target.size.width),
                               static_cast<uint16_t>(target.size.height), 24, picture_.segment, 0);
@@ -127,7 +120,6 @@ class DamageCapture {
         bench::Reply(xcb_xfixes_fetch_region_reply(connection_, cookie, nullptr));
     }
 
-    Client& client_;
     xcb_connection_t* connection_;
     Target& target_;
     SharedPicture picture_;

@@ -33,12 +33,10 @@ Equality::Equality(const Frames& frames) : from_(client_.root), area_(frames.are
     }
     if (frames.without) hole_ = client_.windowArea(frames.without);
     if (frames.window) {
-        Reply(xcb_composite_query_version_reply(connection, xcb_composite_query_version(connection, 0, 4), nullptr));
         xcb_composite_redirect_window(connection, frames.window, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
         from_ = xcb_generate_id(connection);
         xcb_composite_name_window_pixmap(connection, frames.window, from_);
     }
-    Reply(xcb_xfixes_query_version_reply(connection, xcb_xfixes_query_version(connection, 5, 0), nullptr));
     for (auto& picture : grabs_) picture = std::make_unique<SharedPicture>(client_, area_.width, area_.height);
 }
 

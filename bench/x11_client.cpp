@@ -3,6 +3,9 @@
 
 #include <sys/ipc.h>
 #include <sys/shm.h>
+#include <xcb/composite.h>
+#include <xcb/damage.h>
+#include <xcb/xfixes.h>
 
 #include <cstdio>
 
@@ -25,6 +28,15 @@ T narrow(int value) {
 Client::Client() : connection(xcb_connect(nullptr, nullptr)) {
     if (xcb_connection_has_error(connection)) fail("no X server");
     if (!xcb_get_extension_data(connection, &xcb_shm_id)->present) fail("the X server shares no memory");
+    const auto composite = xcb_composite_query_version(connection, 0, 4);
+    const auto fixes = xcb_xfixes_query_version(connection, 5, 0);
+    const auto damage = xcb_damage_query_version(connection, 1, 1);
+    const Reply<void> replies[] = {Reply<void>(xcb_composite_query_version_reply(connection, composite, nullptr)),
+                                   Reply<void>(xcb_xfixes_query_version_reply(connection, fixes, nullptr)),
+                                   Reply<void>(xcb_damage_query_version_reply(connection, damage, nullptr))};
+    for (const auto& reply : replies) {
+        if (!reply) fail("the X server lacks composite, fixes or damage");
+    }
     screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
     root = screen->root;
 }

@@ -29,7 +29,8 @@ class Reply {
     T* reply_;
 };
 
-// The program ends with a message when there is no server, or none with shared memory.
+// Has agreed with the server on composite, fixes and damage. The program ends with a message when there is no server,
+// or none with these and shared memory.
 class Client {
   public:
     Client();
