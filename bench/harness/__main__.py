@@ -68,7 +68,7 @@ def measure(quick: bool, clock: Clock) -> dict[str, Any]:
             clock.tell("growth")
             data["growth"] = costs.growth(server, 2, 1.25)
     clock.tell("small benchmarks")
-    time_limit = "--benchmark_min_time=0.02" if quick else "--benchmark_min_time=0.2"
+    time_limit = "--benchmark_min_time=0.02" if quick else "--benchmark_min_time=0.1"
     data["pictures"] = costs.small_benchmarks("picture_bench", time_limit)
     data["log"] = costs.small_benchmarks("runtime_bench", "--benchmark_filter=^line/|^spdlog/")
     clock.tell("done")
