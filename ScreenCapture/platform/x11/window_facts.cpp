@@ -34,6 +34,11 @@ WindowType typeOf(const Atoms& atoms, const std::vector<uint32_t>& types) {
     return types.empty() ? WindowType::none : WindowType::other;
 }
 
+// Icons are large; that there is one is enough here.
+uint32_t longest(const Atoms& atoms, xcb_atom_t name) {
+    return name == atoms.NET_WM_ICON ? 0 : kLongestProperty;
+}
+
 bool contains(const std::vector<uint32_t>& numbers, xcb_atom_t atom) {
     return atom != XCB_ATOM_NONE && std::find(numbers.begin(), numbers.end(), atom) != numbers.end();
 }
@@ -76,9 +81,10 @@ void WindowFacts::readGeometry(Connection& x) {
 
 // In the order in which readProperties() takes them.
 std::array<xcb_atom_t, WindowFacts::kProperties> WindowFacts::interesting(const Atoms& atoms) {
-    return {atoms.NET_WM_NAME,    XCB_ATOM_WM_NAME,         XCB_ATOM_WM_CLASS,           atoms.NET_WM_WINDOW_TYPE,
-            atoms.NET_WM_STATE,   atoms.WM_STATE,           atoms.NET_WM_WINDOW_OPACITY, atoms.NET_WM_PID,
-            atoms.WM_WINDOW_ROLE, XCB_ATOM_WM_TRANSIENT_FOR};
+    return {atoms.NET_WM_NAME,           XCB_ATOM_WM_NAME,   XCB_ATOM_WM_CLASS,
+            atoms.NET_WM_WINDOW_TYPE,    atoms.NET_WM_STATE, atoms.WM_STATE,
+            atoms.NET_WM_WINDOW_OPACITY, atoms.NET_WM_PID,   atoms.WM_WINDOW_ROLE,
+            XCB_ATOM_WM_TRANSIENT_FOR,   atoms.NET_WM_ICON};
 }
 
 void WindowFacts::askProperties(Connection& x, const Atoms& atoms, xcb_window_t window) {
@@ -89,7 +95,8 @@ void WindowFacts::askProperties(Connection& x, const Atoms& atoms, xcb_window_t 
     }
     const auto names = interesting(atoms);
     for (size_t i = 0; i < kProperties; ++i)
-        properties_[i] = xcb_get_property(x.raw(), 0, window, names[i], XCB_ATOM_ANY, 0, kLongestProperty).sequence;
+        properties_[i] =
+            xcb_get_property(x.raw(), 0, window, names[i], XCB_ATOM_ANY, 0, longest(atoms, names[i])).sequence;
     awaitsProperties_ = true;
 }
 
@@ -115,6 +122,7 @@ void WindowFacts::readProperties(Connection& x, const Atoms& atoms) {
     claimedPid_ = static_cast<int32_t>(decodeNumber(read[7], 0));
     role_ = decodeText(read[8]);
     transient_ = decodeNumber(read[9], 0) != 0;
+    hasIcon_ = replies[10] && replies[10]->type != XCB_ATOM_NONE;
 }
 
 bool WindowFacts::propertyChanged(const Atoms& atoms, xcb_atom_t atom) {
@@ -163,6 +171,7 @@ void WindowFacts::fill(DesktopWindow& window) const {
     window.iconic = state_ == static_cast<int32_t>(kIconicState) || hidden_;
     window.fullScreen = fullScreen_;
     window.transient = transient_;
+    window.hasIcon = hasIcon_;
     window.pidIsCertain = serverPid > 0;
     window.pid = serverPid > 0 ? serverPid : std::max(claimedPid_, 0);
 }

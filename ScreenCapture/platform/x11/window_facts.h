@@ -51,7 +51,7 @@ class WindowFacts {
     bool pidAsked = false;
 
   private:
-    static constexpr size_t kProperties = 10;
+    static constexpr size_t kProperties = 11;
     static std::array<xcb_atom_t, kProperties> interesting(const Atoms& atoms);
 
     bool selected_ = false;
@@ -71,7 +71,7 @@ class WindowFacts {
     int32_t state_ = -1;  // WM_STATE; -1 without
     int32_t claimedPid_ = 0;
     double alpha_ = 1;
-    bool hidden_ = false, above_ = false, fullScreen_ = false, transient_ = false;
+    bool hidden_ = false, above_ = false, fullScreen_ = false, transient_ = false, hasIcon_ = false;
 };
 
 // The bounding shape of a window, relative to its border's corner; empty: all of it, or the window has gone.

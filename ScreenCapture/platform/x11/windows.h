@@ -29,6 +29,7 @@ struct DesktopWindow {
     bool iconic = false;
     bool transient = false;
     bool fullScreen = false;
+    bool hasIcon = false;  // of its own, _NET_WM_ICON
     WindowType type = WindowType::none;
     int32_t pid = 0;            // 0 when it cannot be told
     bool pidIsCertain = false;  // the server says so, not the client

@@ -34,8 +34,10 @@ class Application final : public RunningApplication {
     }
     std::optional<Picture> icon() override {
         const Windows windows(pid_);
-        for (const DesktopWindow* window : windows.list)
+        for (const DesktopWindow* window : windows.list) {
+            if (!window->hasIcon) continue;
             if (auto icon = iconOfWindow(window->number)) return icon;
+        }
         return std::nullopt;
     }
 
