@@ -95,7 +95,7 @@ std::vector<Call> everyCall(Lists& l, unsigned int display, unsigned int window)
         {"orvo_screencapture_stop_capture", [] { orvo_screencapture_stop_capture(); }},
         {"orvo_screencapture_uninit", [] { orvo_screencapture_uninit(); }},
         {"orvo_screencapture_init", [] { orvo_screencapture_init(); }},
-        {"orvo_screencapture_set_log_level", [] { orvo_screencapture_set_log_level(1, nullptr); }},
+        {"orvo_screencapture_set_log_level", [] { orvo_screencapture_set_log_level(1, "/dev/null"); }},
         {"orvo_screencapture_run_main_queue", [] { orvo_screencapture_run_main_queue(1); }},
     };
 }
