@@ -19,6 +19,7 @@ HostProcess::HostProcess(const std::string& path, const std::string& output) {
     int answers[2];
     if (pipe2(commands, O_CLOEXEC) != 0 || pipe2(answers, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
     pid_ = fork();
+    if (pid_ < 0) throw std::runtime_error("cannot fork");
     if (pid_ == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         sigset_t none;

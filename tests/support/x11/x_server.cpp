@@ -22,6 +22,7 @@ int spawn(const std::vector<std::string>& command, int keepDescriptor = -1) {
     for (const auto& word : command) words.push_back(const_cast<char*>(word.c_str()));
     words.push_back(nullptr);
     const int pid = fork();
+    if (pid < 0) throw std::runtime_error("cannot fork");
     if (pid == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         sigset_t none;
@@ -36,6 +37,12 @@ int spawn(const std::vector<std::string>& command, int keepDescriptor = -1) {
     return pid;
 }
 
+// Never to a number that stands for no process of ours: -1 would reach every process there is.
+void send(int pid, int number) {
+    if (pid <= 0) throw std::logic_error("there is no such process");
+    ::kill(pid, number);
+}
+
 int waitFor(int pid) {
     int status = 0;
     waitpid(pid, &status, 0);
@@ -44,12 +51,19 @@ int waitFor(int pid) {
 
 }  // namespace
 
-XServer::XServer(const std::string& screen, const std::vector<std::string>& arguments) {
+XServer::XServer(const std::string& screen, const std::vector<std::string>& arguments)
+    : arguments_{"-screen", "0", screen, "-nolisten", "tcp", "-noreset"} {
+    arguments_.insert(arguments_.end(), arguments.begin(), arguments.end());
+    launch("");
+}
+
+// number: ":N", or nothing for the first that is free.
+void XServer::launch(const std::string& number) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-    std::vector<std::string> command = {
-        "Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", screen, "-nolisten", "tcp", "-noreset"};
-    command.insert(command.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> command = {"Xvfb", "-displayfd", std::to_string(ends[1])};
+    if (!number.empty()) command.push_back(number);
+    command.insert(command.end(), arguments_.begin(), arguments_.end());
     pid_ = spawn(command, ends[1]);
     close(ends[1]);
     // The server closes the pipe when it has written its number, or has failed.
@@ -65,17 +79,20 @@ XServer::XServer(const std::string& screen, const std::vector<std::string>& argu
     setenv("DISPLAY", display_.c_str(), 1);
 }
 
+void XServer::restart() {
+    send(pid_, SIGKILL);
+    waitFor(pid_);
+    launch(display_);
+}
+
 XServer::~XServer() {
     kill();
-    for (int client : clients_) {
-        ::kill(client, SIGKILL);
-        waitFor(client);
-    }
+    while (!clients_.empty()) end(clients_.back());
 }
 
 void XServer::kill() {
     if (pid_ < 0) return;
-    ::kill(pid_, SIGKILL);
+    send(pid_, SIGKILL);
     waitFor(pid_);
     pid_ = -1;
     // A test beside this one may start a server of the same number now; it is not to be found here.
@@ -87,13 +104,19 @@ void XServer::kill() {
 }
 
 void XServer::suspend() {
-    ::kill(pid_, SIGSTOP);
+    send(pid_, SIGSTOP);
 }
 void XServer::resume() {
-    ::kill(pid_, SIGCONT);
+    send(pid_, SIGCONT);
 }
-void XServer::start(const std::vector<std::string>& command) {
+int XServer::start(const std::vector<std::string>& command) {
     clients_.push_back(spawn(command));
+    return clients_.back();
+}
+void XServer::end(int client) {
+    std::erase(clients_, client);
+    send(client, SIGKILL);
+    waitFor(client);
 }
 int XServer::run(const std::vector<std::string>& command) {
     return waitFor(spawn(command));

@@ -19,11 +19,13 @@ class XServer {
     XServer& operator=(const XServer&) = delete;
 
     void kill();     // ends it at once
+    void restart();  // ends it and starts it anew, without its windows, under the same number
     void suspend();  // it stops answering
     void resume();
 
-    // Starts a program on this server; it ends with the object.
-    void start(const std::vector<std::string>& command);
+    // Starts a program on this server; it ends with the object, or before. Answers its number.
+    int start(const std::vector<std::string>& command);
+    void end(int client);
     // Runs a program on this server to its end; answers its exit code.
     int run(const std::vector<std::string>& command);
 
@@ -31,7 +33,10 @@ class XServer {
     const std::string& display() const { return display_; }
 
   private:
+    void launch(const std::string& number);
+
     int pid_ = -1;
+    std::vector<std::string> arguments_;
     std::string display_;
     std::vector<int> clients_;
 };

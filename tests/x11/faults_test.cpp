@@ -1,0 +1,362 @@
+// What a host sees when the server under it dies, stops answering, lacks something or changes. Hosts are processes of
+// their own: what each test proves first is that they neither end nor hang.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/x11/host_process.h"
+#include "support/x11/x_server.h"
+#include "support/x11/x_windows.h"
+
+namespace orvo::testing {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr long kCallLimit = 2500;  // milliseconds that one call may take, whatever the server does
+
+bool full() {
+    return std::getenv("ORVO_TEST_FULL") != nullptr;
+}
+
+// What a host answers to "lists" and "state".
+struct Lists {
+    int screens = -1, windows = -1, pictures = -1;
+    unsigned int first = 0;
+};
+struct State {
+    long frames = 0, errors = 0, lastError = 0, capturing = 0, width = 0, height = 0;
+};
+
+// A host on the server that DISPLAY names, initialised.
+class Host : public HostProcess {
+  public:
+    Host() : HostProcess(TOLD_HOST) { tell("init"); }
+
+    Lists lists() {
+        Lists l;
+        std::istringstream(tell("lists")) >> l.screens >> l.windows >> l.pictures >> l.first;
+        return l;
+    }
+    State state() {
+        State s;
+        std::istringstream(tell("state")) >> s.frames >> s.errors >> s.lastError >> s.capturing >> s.width >> s.height;
+        return s;
+    }
+    // Commands, one a line.
+    void tellAll(const std::string& commands) {
+        std::istringstream lines(commands);
+        for (std::string line; std::getline(lines, line);) EXPECT_EQ(tell(line), "done") << line;
+    }
+    bool framesCome(int count = 3) { return tell("frames " + std::to_string(count) + " 8000") == "came"; }
+};
+
+// Something to capture, in each of the ways.
+struct Scene {
+    explicit Scene(const std::vector<std::string>& arguments = {}) : server("320x240x24", arguments), windows(server) {
+        one = windows.make({.area = {10, 10, 120, 100}, .title = "one"});
+        other = windows.make({.area = {100, 60, 120, 100}, .title = "other"});
+    }
+    XServer server;
+    Windows windows;
+    xcb_window_t one = 0, other = 0;
+};
+
+struct Way {
+    const char* name;
+    const char* commands;  // D: the display, A and B: windows
+    bool onDisplay;        // by the device path
+};
+
+const Way kWays[] = {
+    {"display", "target display D", true},
+    {"rectangle", "target rect D", true},
+    {"window", "target window A", false},
+    {"extra windows", "target mode 1\ntarget extra 2 A B", false},
+    {"exclusion", "target exclude 1 B\ntarget display D", false},
+    {"area mode", "target window A\ntarget mode 3", false},
+    {"application mode", "target window A\ntarget mode 5", false},
+};
+
+std::string commandsOf(const Way& way, unsigned int display, xcb_window_t one, xcb_window_t other) {
+    std::string text = std::string(way.commands) + "\nstart";
+    for (const auto& [letter, number] : {std::pair(" D", display), {" A", one}, {" B", other}})
+        for (size_t at; (at = text.find(letter)) != std::string::npos;)
+            text.replace(at, 2, " " + std::to_string(number));
+    return text;
+}
+
+std::string commandsOf(const Way& way, Host& host, const Scene& scene) {
+    return commandsOf(way, host.lists().first, scene.one, scene.other);
+}
+
+// One server and one host for each way, all capturing.
+struct Captures {
+    struct Capture {
+        const Way& way;
+        std::unique_ptr<Scene> scene;
+        std::unique_ptr<Host> host;
+    };
+    Captures() {
+        for (const Way& way : kWays) {
+            SCOPED_TRACE(way.name);
+            auto scene = std::make_unique<Scene>();
+            auto host = std::make_unique<Host>();
+            host->tellAll(commandsOf(way, *host, *scene));
+            EXPECT_TRUE(host->framesCome());
+            all.push_back({way, std::move(scene), std::move(host)});
+        }
+    }
+    std::vector<Capture> all;
+};
+
+TEST(Faults, AServerThatDiesUnderACaptureIsToldOfAndTheNextOneCaptured) {
+    Captures captures;
+    for (auto& each : captures.all) each.host->order("error 6000");
+    for (auto& each : captures.all) each.scene->server.restart();
+    for (auto& each : captures.all) {
+        SCOPED_TRACE(each.way.name);
+        EXPECT_EQ(each.host->answer(), each.way.onDisplay ? "4" : "3");
+        Windows windows(each.scene->server);
+        const auto one = windows.make({.area = {10, 10, 120, 100}, .title = "one"});
+        const auto other = windows.make({.area = {100, 60, 120, 100}, .title = "other"});
+        const Lists lists = each.host->lists();
+        EXPECT_EQ(lists.screens, 1);
+        EXPECT_EQ(lists.windows, 3);
+        EXPECT_EQ(lists.pictures, 3);
+        each.host->tellAll("stop\n" + commandsOf(each.way, lists.first, one, other));
+        EXPECT_TRUE(each.host->framesCome());
+        EXPECT_TRUE(each.host->finish());
+    }
+}
+
+TEST(Faults, AServerThatDiesWhileTheHostAsksGivesEmptyLists) {
+    Scene scene;
+    Host host;
+    ASSERT_EQ(host.lists().windows, 3);
+    scene.server.suspend();  // so that the question is under way when the server dies
+    host.order("lists");
+    scene.server.kill();
+    EXPECT_EQ(host.answer(milliseconds(kCallLimit)), "0 0 0 0");
+    EXPECT_EQ(host.tell("lists", milliseconds(kCallLimit)), "0 0 0 0");
+    EXPECT_TRUE(host.finish());
+}
+
+std::set<std::string> exportsThatAsk() {
+    std::set<std::string> names;
+    std::unique_ptr<FILE, int (*)(FILE*)> list(std::fopen(EXPORTS_LIST, "r"), std::fclose);
+    char line[256];
+    while (list && std::fgets(line, sizeof line, list.get())) {
+        std::string name(line, std::string(line).find_last_not_of('\n') + 1);
+        if (name == "# log core") break;  // what follows knows no server
+        if (name.rfind("linux: ", 0) == 0) name.erase(0, 7);
+        if (!name.empty() && name[0] != '#' && name != "g_pScreenCaptureImpl") names.insert(name);
+    }
+    return names;
+}
+
+TEST(Faults, EveryExportReturnsWhileTheServerDoesNotAnswer) {
+    Scene scene;
+    std::vector<std::pair<const char*, std::unique_ptr<Host>>> hosts;
+    hosts.emplace_back("never connected", std::make_unique<Host>());
+    unsigned int display = 0;
+    for (const Way& way : kWays) {
+        auto host = std::make_unique<Host>();
+        display = host->lists().first;
+        host->tellAll("target format 100\n" + commandsOf(way, *host, scene));
+        EXPECT_TRUE(host->framesCome()) << way.name;
+        hosts.emplace_back(way.name, std::move(host));
+    }
+    const std::string numbers = std::to_string(display) + " " + std::to_string(scene.one);
+    scene.server.suspend();
+    const auto stopped = std::chrono::steady_clock::now();
+    for (auto& [name, host] : hosts) host->order("every " + numbers);
+    for (auto& [name, host] : hosts) {
+        SCOPED_TRACE(name);
+        std::set<std::string> missing = exportsThatAsk();
+        std::string call;
+        long spent = 0;
+        for (std::istringstream times(host->answer(milliseconds(20000))); times >> call >> spent;) {
+            EXPECT_LE(spent, kCallLimit) << call;
+            missing.erase(call);
+        }
+        EXPECT_TRUE(missing.empty()) << *missing.begin();
+    }
+    if (full()) std::this_thread::sleep_until(stopped + std::chrono::seconds(10));
+    scene.server.resume();
+    for (auto& [name, host] : hosts) {
+        host->tellAll(commandsOf(kWays[2], display, scene.one, scene.other));
+        EXPECT_TRUE(host->framesCome()) << name;
+        EXPECT_TRUE(host->finish()) << name;
+    }
+}
+
+TEST(Faults, WindowCapturesGoOnWhenTheServerAnswersAgain) {
+    Captures captures;
+    for (auto& each : captures.all) each.host->order("error 6000");
+    for (auto& each : captures.all) each.scene->server.suspend();
+    for (auto& each : captures.all) {
+        SCOPED_TRACE(each.way.name);
+        EXPECT_EQ(each.host->answer(), each.way.onDisplay ? "4" : "3");
+    }
+    if (full()) std::this_thread::sleep_for(std::chrono::seconds(7));
+    for (auto& each : captures.all) each.scene->server.resume();
+    for (auto& each : captures.all) {
+        SCOPED_TRACE(each.way.name);
+        if (each.way.onDisplay) each.host->tellAll("start");
+        EXPECT_TRUE(each.host->framesCome());
+        EXPECT_TRUE(each.host->finish());
+    }
+}
+
+struct Lacking {
+    std::vector<const char*> extensions;
+    bool windows;  // whether windows can be captured
+};
+
+TEST(Faults, AServerWithoutAnExtensionStillShowsItsDisplay) {
+    const Lacking table[] = {
+        {{"MIT-SHM"}, true},
+        {{"Composite"}, false},
+        {{"XFIXES"}, true},
+        {{"RANDR"}, true},
+        {{"DAMAGE"}, true},
+        {{"RENDER"}, true},
+        {{"SHAPE"}, true},
+        {{"X-Resource"}, true},
+        {{"XInputExtension"}, true},
+        {{"MIT-SHM", "Composite", "XFIXES", "RANDR", "DAMAGE", "RENDER", "SHAPE", "X-Resource"}, false},
+    };
+    for (const Lacking& row : table) {
+        SCOPED_TRACE(row.extensions.size() > 1 ? "all" : row.extensions[0]);
+        std::vector<std::string> arguments;
+        for (const char* extension : row.extensions) arguments.insert(arguments.end(), {"-extension", extension});
+        Scene scene(arguments);
+        Host host;
+        const Lists lists = host.lists();
+        EXPECT_EQ(lists.screens, 1);
+        EXPECT_EQ(lists.windows, 3);
+        EXPECT_EQ(lists.pictures, row.windows ? 3 : 1);
+        for (const Way& way : kWays) {
+            SCOPED_TRACE(way.name);
+            host.tellAll(commandsOf(way, lists.first, scene.one, scene.other));
+            if (way.onDisplay || row.windows) {
+                EXPECT_TRUE(host.framesCome(2));
+            }
+            host.tellAll("stop\ntarget include 1 " + std::to_string(scene.other) + "\ntarget mode 1");
+        }
+        EXPECT_TRUE(host.finish());
+    }
+}
+
+TEST(Faults, AManagerMayDieAndBeReplaced) {
+    Scene scene;
+    Host host;
+    host.tellAll(commandsOf(kWays[2], host, scene));
+    ASSERT_TRUE(host.framesCome());
+    for (int round = 0; round < 2; ++round) {
+        Painter watcher(scene.server);
+        const int manager = scene.server.start({"openbox"});
+        ASSERT_TRUE(scene.windows.awaitManager());
+        EXPECT_TRUE(host.framesCome());
+        EXPECT_GE(host.lists().windows, 3);
+        scene.server.end(manager);
+        EXPECT_TRUE(host.framesCome());
+        EXPECT_EQ(host.lists().windows, 3);
+    }
+    EXPECT_EQ(host.state().errors, 0);
+    EXPECT_TRUE(host.finish());
+}
+
+TEST(Faults, DisplaysComeChangeAndGo) {
+    Scene scene;
+    Host host;
+    const unsigned int display = host.lists().first;
+    host.tellAll("target display " + std::to_string(display) + "\nstart");
+    ASSERT_TRUE(host.framesCome());
+    ASSERT_EQ(scene.server.run({"xrandr", "--setmonitor", "second", "160/10x240/10+160+0", "none"}), 0);
+    EXPECT_EQ(host.lists().screens, 2);
+    EXPECT_TRUE(host.framesCome());
+    ASSERT_EQ(scene.server.run({"xrandr", "--delmonitor", "second"}), 0);
+    EXPECT_EQ(host.lists().screens, 1);
+
+    ASSERT_EQ(scene.server.run({"xrandr", "--fb", "300x200"}), 0);
+    EXPECT_EQ(host.lists().screens, 1);
+    host.tellAll("stop\nstart");
+    EXPECT_TRUE(host.framesCome());
+    EXPECT_TRUE(host.finish());
+}
+
+TEST(Faults, AHostWithoutDescriptorsGoesOnOnceItHasSome) {
+    for (const char* when : {"", "init", "capture"}) {
+        SCOPED_TRACE(when);
+        Scene scene;
+        const std::string moment = when;
+        HostProcess host(TOLD_HOST);
+        std::string display = "0";
+        if (moment != "") host.tell("init");
+        if (moment == "capture") {
+            int skip = 0;
+            std::istringstream(host.tell("lists")) >> skip >> skip >> skip >> display;
+            host.tell("target display " + display);
+            host.tell("start");
+            EXPECT_EQ(host.tell("frames 3 8000"), "came");
+        }
+        EXPECT_EQ(host.tell("files 0"), "done");
+        EXPECT_EQ(host.tell("init"), "done");
+        const std::string numbers = " " + display + " " + std::to_string(scene.one);
+        EXPECT_NE(host.tell("every" + numbers).find("orvo_"), std::string::npos);
+        EXPECT_EQ(host.tell("target window " + std::to_string(scene.one)), "done");
+        EXPECT_EQ(host.tell("start"), "done");
+        EXPECT_EQ(host.tell("files 1"), "done");
+        EXPECT_EQ(host.tell("stop"), "done");
+        EXPECT_EQ(host.tell("init"), "done");
+        EXPECT_EQ(host.tell("lists").substr(0, 5), "1 3 3");
+        EXPECT_EQ(host.tell("target window " + std::to_string(scene.one)), "done");
+        EXPECT_EQ(host.tell("start"), "done");
+        EXPECT_EQ(host.tell("frames 3 8000"), "came");
+        EXPECT_TRUE(host.finish());
+    }
+}
+
+TEST(Faults, WithoutSharedMemoryFramesComeAsCopies) {
+    for (const Way& way : kWays) {
+        SCOPED_TRACE(way.name);
+        Scene scene;
+        Host host;
+        host.tellAll("largest 4096\n" + commandsOf(way, host, scene));
+        EXPECT_TRUE(host.framesCome());
+        EXPECT_EQ(host.lists().pictures, 3);
+        EXPECT_TRUE(host.finish());
+    }
+}
+
+TEST(Faults, AHostThatBlocksItsMainQueueGetsFramesAgainAndNoHeap) {
+    for (const Way& way : {kWays[0], kWays[2]}) {
+        SCOPED_TRACE(way.name);
+        Scene scene;
+        Host host;
+        host.tellAll("target fps 30\n" + commandsOf(way, host, scene));
+        ASSERT_TRUE(host.framesCome());
+        const long before = host.state().frames;
+        const int blocked = full() ? 5000 : 1500;
+        EXPECT_EQ(host.tell("block " + std::to_string(blocked)), "done");
+        // A display's frames wait for the main queue, and only the newest of them does.
+        if (way.onDisplay) {
+            EXPECT_LE(host.state().frames - before, 10);
+        }
+        EXPECT_TRUE(host.framesCome());
+        EXPECT_EQ(host.state().errors, 0);
+        EXPECT_TRUE(host.finish());
+    }
+}
+
+}  // namespace
+}  // namespace orvo::testing
