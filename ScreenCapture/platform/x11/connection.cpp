@@ -28,25 +28,42 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
-// Lets one thread at a time connect: what xcb uses to find the server's password is not safe for more.
+// What is waited for a server that is known to hang.
+constexpr std::chrono::milliseconds kHangingLimit{50};
+
+// Lets one thread at a time connect: what xcb uses to find the server's password is not safe for more. A thread that
+// was left behind keeps its turn until the server answers it.
 class ConnectTurn {
   public:
-    // False when another thread is still at it by then: its server hangs.
-    bool take(SteadyClock::time_point until) {
+    // 0 when another thread is still at it by then: its server hangs.
+    uint64_t take(SteadyClock::time_point until) {
         std::unique_lock lock(mutex_);
-        if (!given_.wait_until(lock, until, [this] { return !taken_; })) return false;
-        return taken_ = true;
+        given_.wait_until(lock, until, [this] { return holder_ == 0 || hangs_; });
+        return holder_ == 0 ? holder_ = ++last_ : 0;
     }
     void give() {
         std::lock_guard lock(mutex_);
-        taken_ = false;
+        holder_ = 0;
+        hangs_ = false;
         given_.notify_one();
+    }
+    // Nobody waits for this turn's end any longer.
+    void leaveBehind(uint64_t turn) {
+        std::lock_guard lock(mutex_);
+        if (holder_ == turn) hangs_ = true;
+        given_.notify_all();
+    }
+    bool hangs() {
+        std::lock_guard lock(mutex_);
+        return hangs_;
     }
 
   private:
     std::mutex mutex_;
     std::condition_variable given_;
-    bool taken_ = false;
+    uint64_t holder_ = 0;
+    uint64_t last_ = 0;
+    bool hangs_ = false;
 };
 
 ConnectTurn& connectTurn() {
@@ -95,6 +112,17 @@ xcb_screen_t* screenOf(xcb_connection_t* connection, int number) {
     return screens.rem > 0 ? screens.data : nullptr;
 }
 
+// Has a thread find out when the server answers again.
+void noteSilence() {
+    const char* name = getenv("DISPLAY");
+    const uint64_t turn = name ? connectTurn().take(SteadyClock::now()) : 0;
+    if (turn == 0) return;  // somebody is at it
+    const auto attempt = std::make_shared<Attempt>();
+    attempt->abandoned = true;
+    connectOnThread(attempt, name);
+    connectTurn().leaveBehind(turn);
+}
+
 bool isLocal(int descriptor) {
     sockaddr_storage address{};
     socklen_t length = sizeof(address);
@@ -103,21 +131,21 @@ bool isLocal(int descriptor) {
 
 }  // namespace
 
+bool serverHangs() {
+    return connectTurn().hangs();
+}
+
 PipeGuard::PipeGuard() {
-    sigset_t pipe;
-    sigemptyset(&pipe);
-    sigaddset(&pipe, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &pipe, &before_);
-    blocked_ = sigismember(&before_, SIGPIPE) == 0;
+    sigemptyset(&blocked_);
+    for (const int number : {SIGPIPE, SIGXFSZ}) sigaddset(&blocked_, number);
+    pthread_sigmask(SIG_BLOCK, &blocked_, &before_);
+    for (const int number : {SIGPIPE, SIGXFSZ})
+        if (sigismember(&before_, number)) sigdelset(&blocked_, number);
 }
 
 PipeGuard::~PipeGuard() {
-    if (!blocked_) return;
-    sigset_t pipe;
-    sigemptyset(&pipe);
-    sigaddset(&pipe, SIGPIPE);
     const timespec now{};
-    while (sigtimedwait(&pipe, nullptr, &now) == SIGPIPE) {
+    while (sigtimedwait(&blocked_, nullptr, &now) > 0) {
     }
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
@@ -127,7 +155,8 @@ std::unique_ptr<Connection> Connection::open() {
     if (!name || !*name) return nullptr;
     const std::string display = name;
     const auto until = SteadyClock::now() + kServerLimit;
-    if (!connectTurn().take(until)) return nullptr;
+    const uint64_t turn = connectTurn().take(until);
+    if (turn == 0) return nullptr;
     const PipeGuard guard;
     const auto attempt = std::make_shared<Attempt>();
     try {
@@ -136,7 +165,10 @@ std::unique_ptr<Connection> Connection::open() {
         connectTurn().give();
         throw;
     }
-    if (!attempt->finishes(until)) return nullptr;
+    if (!attempt->finishes(until)) {
+        connectTurn().leaveBehind(turn);
+        return nullptr;
+    }
     std::unique_ptr<Connection> connection(new Connection(attempt->connection, attempt->screen));
     return connection->lost() ? nullptr : std::move(connection);
 }
@@ -220,7 +252,7 @@ void* Connection::awaitReply(unsigned sequence) {
     if (lost_) return nullptr;
     roundTrips_++;
     flush();
-    const auto until = SteadyClock::now() + kServerLimit;
+    const auto until = SteadyClock::now() + (serverHangs() ? kHangingLimit : kServerLimit);
     while (true) {
         void* reply = nullptr;
         xcb_generic_error_t* error = nullptr;
@@ -231,11 +263,26 @@ void* Connection::awaitReply(unsigned sequence) {
         }
         if (!waitReadable(until)) {
             lost_ = true;
+            owed_ = sequence;
+            noteSilence();
             return nullptr;
         }
         // Asking for an event is what reads the socket.
         if (xcb_generic_event_t* event = xcb_poll_for_event(raw_)) events_.emplace_back(event);
     }
+}
+
+bool Connection::answersAgain() {
+    if (owed_ == 0) return !lost_;
+    if (xcb_generic_event_t* event = xcb_poll_for_event(raw_)) events_.emplace_back(event);
+    void* reply = nullptr;
+    xcb_generic_error_t* error = nullptr;
+    if (!xcb_poll_for_reply(raw_, owed_, &reply, &error)) return false;
+    std::free(reply);
+    std::free(error);
+    owed_ = 0;
+    lost_ = xcb_connection_has_error(raw_) != 0;
+    return !lost_;
 }
 
 bool Connection::succeeded(xcb_void_cookie_t cookie) {

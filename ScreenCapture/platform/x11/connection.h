@@ -23,8 +23,12 @@ template <typename T>
 using Reply = std::unique_ptr<T, FreeMemory>;
 using Event = Reply<xcb_generic_event_t>;
 
-// Keeps SIGPIPE from the calling thread while it talks to a server that may have gone. Queue threads need none: they
-// block every signal.
+// True from the moment when the server was not waited for any longer until it accepts a connection again. Nobody else
+// waits for it meanwhile: what would be a question gives its answer for a lost server at once.
+bool serverHangs();
+
+// Keeps signals from the calling thread that would end the process: that of a server that has gone, and that of memory
+// beyond the process's limit. Queue threads need none: they block every signal.
 class PipeGuard {
   public:
     PipeGuard();
@@ -34,7 +38,7 @@ class PipeGuard {
 
   private:
     sigset_t before_{};
-    bool blocked_ = false;
+    sigset_t blocked_{};  // those that were not blocked before
 };
 
 // What the server offers beside the core protocol, each 0 when it does not.
@@ -63,8 +67,13 @@ class Connection {
     const Extensions& extensions() const { return extensions_; }
     int descriptor() const;
 
-    // The server is gone or did not answer in time. It stays so: open another connection.
+    // The server is gone or did not answer in time: open another connection.
     bool lost() const { return lost_; }
+    // It is lost because the server did not answer in time, and nothing else is known of it since.
+    bool silent() const { return owed_ != 0; }
+    // Asks after the answer that a silent server owes, without waiting. True when the connection can be used again:
+    // its events have been kept, of what was asked nothing may have been done.
+    bool answersAgain();
 
     // The reply of a request; null on its error, or when the connection is lost.
     template <typename T>
@@ -95,6 +104,7 @@ class Connection {
     Extensions extensions_;
     std::deque<Event> events_;  // read while waiting for a reply
     uint64_t roundTrips_ = 0;
+    unsigned owed_ = 0;  // the request whose answer was not waited for any longer
     bool lost_ = false;
 };
 

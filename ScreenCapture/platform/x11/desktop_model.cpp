@@ -35,11 +35,13 @@ class DesktopModel {
     std::shared_ptr<const Desktop> current() {
         const auto until = std::chrono::steady_clock::now() + kServerLimit;
         std::unique_lock lock(mutex_);
+        // A server that does not answer is not gone: what was there is the best answer.
+        if (serverHangs()) return desktop_;
         bool mayConnect = true;
         const uint64_t enough = begun_ + 1;
         while (true) {
             if (state_ == State::idle) {
-                if (!std::exchange(mayConnect, false)) return nullptr;
+                if (!std::exchange(mayConnect, false)) return serverHangs() ? desktop_ : nullptr;
                 software::startThread("orvo desktop", [this] { run(); });
                 state_ = State::busy;
             }
@@ -47,7 +49,7 @@ class DesktopModel {
             const bool settled = state_ == State::waiting && !newsWaiting();
             if (finished_ >= enough || (settled && !outdated_)) return desktop_;
             if (settled && !std::exchange(wanted_, true)) eventfd_write(wake_, 1);
-            if (changed_.wait_until(lock, until) == std::cv_status::timeout) return nullptr;
+            if (changed_.wait_until(lock, until) == std::cv_status::timeout) return desktop_;
         }
     }
 
@@ -73,12 +75,21 @@ class DesktopModel {
     void run() {
         std::unique_ptr<Connection> connection;
         runJob([&] {
-            connection = Connection::open();
+            if (wake_ < 0) wake_ = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+            if (wake_ >= 0) connection = Connection::open();
             if (!connection) return;
             attach(*connection);
             serve(*connection);
         });
+        if (!connection || !connection->silent()) forget();
         setState(State::idle);  // before the connection closes: readers look at its descriptor
+    }
+
+    // Of a server that is silent the last snapshot is kept.
+    void forget() {
+        if (serverHangs()) return;
+        std::lock_guard lock(mutex_);
+        desktop_ = nullptr;
     }
 
     void attach(Connection& x) {
@@ -146,7 +157,7 @@ class DesktopModel {
     int descriptor_ = -1;    // valid while the state is not idle
     bool outdated_ = false;  // events have made the snapshot stale
     bool wanted_ = false;    // somebody waits for the next
-    const int wake_ = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+    int wake_ = -1;          // made with the first connection
     uint64_t begun_ = 0;     // refreshes so far
     uint64_t finished_ = 0;  // the last of them that is in the snapshot
 

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <climits>
 #include <mutex>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -19,6 +21,13 @@ namespace {
 
 constexpr int64_t kUndrainedMicroseconds = 3'000'000;
 constexpr int kMostRounds = 100;
+constexpr int kLongestNap = 100;       // milliseconds of a host that drives a queue that cannot begin
+constexpr size_t kMostUnbegun = 1000;  // jobs kept while there is no main queue to run them
+
+int64_t now() {
+    using namespace std::chrono;
+    return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
+}
 
 class MainQueue {
   public:
@@ -28,12 +37,14 @@ class MainQueue {
     }
 
     void post(Job job) {
-        if (!glib().found) return;
+        const bool begun = begin();
         {
             std::lock_guard lock(mutex_);
-            if (waiting_.empty()) waitingSince_ = glib().g_get_monotonic_time();
+            if (!begun && waiting_.size() >= kMostUnbegun) return;
+            if (waiting_.empty()) waitingSince_ = now();
             waiting_.push_back(std::move(job));
         }
+        if (!begun) return;
         glib().g_main_context_wakeup(nullptr);
         noteDelay();
     }
@@ -42,7 +53,7 @@ class MainQueue {
         if (drained_.load(std::memory_order_relaxed) || told_.load(std::memory_order_relaxed)) return;
         {
             std::lock_guard lock(mutex_);
-            if (waiting_.empty() || glib().g_get_monotonic_time() - waitingSince_ < kUndrainedMicroseconds) return;
+            if (waiting_.empty() || now() - waitingSince_ < kUndrainedMicroseconds) return;
         }
         if (!told_.exchange(true))
             syslog_ex(1, ESYSLOG_WARN, "X11", __LINE__,
@@ -51,18 +62,21 @@ class MainQueue {
     }
 
     int run(int milliseconds) {
-        if (!glib().found || !glib().g_main_context_acquire(nullptr)) return 0;
+        if (!begin()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(std::clamp(milliseconds, 0, kLongestNap)));
+            return 0;
+        }
+        if (!glib().g_main_context_acquire(nullptr)) return 0;
         const uint64_t before = ran_;
         const int64_t outerEnd = runEnd_;
-        const int64_t end = glib().g_get_monotonic_time() + static_cast<int64_t>(milliseconds) * 1000;
+        const int64_t end = now() + static_cast<int64_t>(milliseconds) * 1000;
         if (milliseconds == 0) {
             // Another source may be more urgent than ours and take a round of its own.
             for (int round = 0; round < kMostRounds && ran_ == before; ++round)
                 if (!glib().g_main_context_iteration(nullptr, FALSE)) break;
         } else {
             wakeAt(milliseconds < 0 ? -1 : end);
-            while (milliseconds < 0 || glib().g_get_monotonic_time() < end)
-                glib().g_main_context_iteration(nullptr, TRUE);
+            while (milliseconds < 0 || now() < end) glib().g_main_context_iteration(nullptr, TRUE);
             wakeAt(outerEnd);
         }
         glib().g_main_context_release(nullptr);
@@ -75,8 +89,18 @@ class MainQueue {
         MainQueue* queue;
     };
 
-    MainQueue() {
-        if (!glib().found) return;
+    // False while GLib cannot be used; tried again each time.
+    bool begin() {
+        if (begun_) return true;
+        std::lock_guard lock(beginning_);
+        if (!begun_ && glib().found) {
+            attach();
+            begun_ = true;
+        }
+        return begun_;
+    }
+
+    void attach() {
         static GSourceFuncs jobFuncs = {prepare, check, dispatch, nullptr, nullptr, nullptr};
         GSource* jobs = glib().g_source_new(&jobFuncs, sizeof(Source));
         reinterpret_cast<Source*>(jobs)->queue = this;
@@ -129,6 +153,8 @@ class MainQueue {
         running_.clear();
     }
 
+    std::mutex beginning_;
+    std::atomic<bool> begun_{false};
     std::mutex mutex_;
     std::vector<Job> waiting_;
     int64_t waitingSince_ = 0;

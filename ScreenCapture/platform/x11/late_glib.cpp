@@ -2,6 +2,11 @@
 #include "ScreenCapture/platform/x11/late_glib.h"
 
 #include <dlfcn.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <iterator>
 
 #include "xplatform/common/orvosyslog.h"
 
@@ -31,41 +36,57 @@ class LateLibrary {
     bool whole_ = true;
 };
 
+// Loading needs some, and so do the libraries when they begin: GLib ends a process that has none left.
+bool descriptorsAreLeft() {
+    int files[8];
+    size_t count = 0;
+    while (count < std::size(files) && (files[count] = eventfd(0, EFD_CLOEXEC)) >= 0) ++count;
+    for (size_t i = 0; i < count; ++i) close(files[i]);
+    return count == std::size(files);
+}
+
+template <typename Calls, typename Load>
+const Calls& onceThereAreDescriptors(Load load) {
+    static std::atomic<bool> loaded{false};
+    static const Calls none{};
+    if (!loaded && !descriptorsAreLeft()) return none;
+    static const Calls calls = load();
+    loaded = true;
+    return calls;
+}
+
 }  // namespace
 
 #define ORVO_FIND(name) library.find(calls.name, #name);
 
 const GlibCalls& glib() {
-    static const GlibCalls found = [] {
+    return onceThereAreDescriptors<GlibCalls>([] {
         GlibCalls calls;
         LateLibrary library("libglib-2.0.so.0");
         ORVO_GLIB_CALLS(ORVO_FIND)
         calls.found = library.whole("main queue and observers");
         return calls;
-    }();
-    return found;
+    });
 }
 
 const GioCalls& gio() {
-    static const GioCalls found = [] {
+    return onceThereAreDescriptors<GioCalls>([] {
         GioCalls calls;
         LateLibrary library("libgio-2.0.so.0");
         ORVO_GIO_CALLS(ORVO_FIND)
         calls.found = library.whole("names and icons of desktop entries");
         return calls;
-    }();
-    return found;
+    });
 }
 
 const PixbufCalls& pixbuf() {
-    static const PixbufCalls found = [] {
+    return onceThereAreDescriptors<PixbufCalls>([] {
         PixbufCalls calls;
         LateLibrary library("libgdk_pixbuf-2.0.so.0");
         ORVO_PIXBUF_CALLS(ORVO_FIND)
         calls.found = library.whole("icons from files");
         return calls;
-    }();
-    return found;
+    });
 }
 
 }  // namespace orvo::platform::x11

@@ -10,7 +10,6 @@ namespace orvo::platform::x11 {
 
 // The functions of each library that are used, each named once.
 #define ORVO_GLIB_CALLS(CALL)               \
-    CALL(g_get_monotonic_time)              \
     CALL(g_main_context_acquire)            \
     CALL(g_main_context_iteration)          \
     CALL(g_main_context_ref_thread_default) \
@@ -61,7 +60,8 @@ struct PixbufCalls {
 };
 #undef ORVO_MEMBER
 
-// Each loads its library at the first call, for good, and says in the log when that fails. Callable from any thread.
+// Each loads its library at the first call, for good, and says in the log when that fails; without free descriptors at
+// a later call. Callable from any thread.
 const GlibCalls& glib();
 const GioCalls& gio();
 const PixbufCalls& pixbuf();

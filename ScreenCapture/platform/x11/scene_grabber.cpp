@@ -66,7 +66,12 @@ Shot SceneGrabber::take(const PixelRect& bounds, const std::vector<SceneLayer>& 
     if (!laidOut_ || otherWindows || otherPictures || bounds != bounds_ || layers != layers_) layOut(bounds, layers);
     collectNews();
     Ring::Slot* slot = ring_->idle([this] { return makeSlot(); });
-    if (!slot) return x_.lost() ? NoImage::noServer : ring_->full() ? NoImage::noBuffer : NoImage::failed;
+    if (!slot && x_.lost()) return NoImage::noServer;
+    if (!slot && ring_->full()) return NoImage::noBuffer;
+    if (!slot) {  // memory cannot be shared, or not any more
+        onServer_ = false;
+        return composeHere(bounds, layers);
+    }
     if (!refresh(*slot)) return x_.lost() ? NoImage::noServer : NoImage::failed;
     return Ref<Image>(slot->frame);
 }

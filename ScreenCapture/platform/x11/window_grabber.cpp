@@ -37,6 +37,11 @@ WindowGrabber::~WindowGrabber() {
 
 // True when there is a server to ask, whose events so far are known.
 bool WindowGrabber::connect() {
+    if (x_ && x_->silent()) {
+        if (!x_->answersAgain() && x_->silent()) return false;
+        readEvents();  // all that has happened to the target meanwhile
+        if (!x_->lost()) begin();
+    }
     if (x_) readEvents();
     if (x_ && !x_->lost()) return true;
     // Windows do not outlive their server.
@@ -45,10 +50,18 @@ bool WindowGrabber::connect() {
     scene_.reset();
     x_ = Connection::open();
     if (!x_) return false;
-    scene_ = std::make_unique<SceneGrabber>(*x_);
-    if (!isScreen_ && !gone_) watchTarget();
+    begin();
     connected_ = true;
     return true;
+}
+
+// Nothing that was drawn before counts.
+void WindowGrabber::begin() {
+    display_.reset();
+    scene_.reset();
+    scene_ = std::make_unique<SceneGrabber>(*x_);
+    shapeIsStale_ = true;
+    if (!isScreen_ && !gone_) watchTarget();
 }
 
 void WindowGrabber::watchTarget() {

@@ -29,6 +29,7 @@ class WindowGrabber final : public Grabber {
   private:
     bool connect();
     bool hasTarget() const { return connected_ && !gone_; }
+    void begin();
     void watchTarget();
     void readEvents();
     void readShape();
