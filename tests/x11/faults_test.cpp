@@ -1,6 +1,7 @@
 // What a host sees when the server under it dies, stops answering, lacks something or changes. Hosts are processes of
 // their own: what each test proves first is that they neither end nor hang.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -63,6 +64,9 @@ struct Scene {
     explicit Scene(const std::vector<std::string>& arguments = {}) : server("320x240x24", arguments), windows(server) {
         one = windows.make({.area = {10, 10, 120, 100}, .title = "one"});
         other = windows.make({.area = {100, 60, 120, 100}, .title = "other"});
+        // A server without X-Resource knows no processes.
+        for (const auto window : {one, other})
+            windows.setNumber(window, "_NET_WM_PID", XCB_ATOM_CARDINAL, static_cast<uint32_t>(getpid()));
     }
     XServer server;
     Windows windows;
@@ -245,7 +249,7 @@ TEST(Faults, AServerWithoutAnExtensionStillShowsItsDisplay) {
         {{"SHAPE"}, true},
         {{"X-Resource"}, true},
         {{"XInputExtension"}, true},
-        {{"MIT-SHM", "Composite", "XFIXES", "RANDR", "DAMAGE", "RENDER", "SHAPE", "X-Resource"}, false},
+        {{"MIT-SHM", "Composite", "RANDR", "DAMAGE", "RENDER", "SHAPE", "X-Resource", "XInputExtension"}, false},
     };
     for (const Lacking& row : table) {
         SCOPED_TRACE(row.extensions.size() > 1 ? "all" : row.extensions[0]);
@@ -260,6 +264,11 @@ TEST(Faults, AServerWithoutAnExtensionStillShowsItsDisplay) {
         for (const Way& way : kWays) {
             SCOPED_TRACE(way.name);
             host.tellAll(commandsOf(way, lists.first, scene.one, scene.other));
+            // Without this one an Xvfb ends when the first client leaves it, whichever that is.
+            if (row.extensions[0] == std::string("XFIXES")) {
+                EXPECT_TRUE(host.framesCome(2));
+                break;
+            }
             if (way.onDisplay || row.windows) {
                 EXPECT_TRUE(host.framesCome(2));
             }

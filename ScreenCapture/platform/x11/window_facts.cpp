@@ -59,14 +59,18 @@ std::vector<PixelRect> shapeOf(const xcb_shape_get_rectangles_reply_t* reply, co
 }  // namespace
 
 void WindowFacts::askGeometry(Connection& x, xcb_window_t window) {
+    if (place_[0] != 0) return;  // is being asked for
     place_ = {xcb_get_window_attributes(x.raw(), window).sequence, xcb_get_geometry(x.raw(), window).sequence,
               xcb_translate_coordinates(x.raw(), window, x.root(), 0, 0).sequence};
 }
 
+// A window may be named twice, as a child of the root and in the manager's list.
 void WindowFacts::readGeometry(Connection& x) {
+    if (place_[0] == 0) return;
     const auto attributes = x.await<xcb_get_window_attributes_reply_t>(place_[0]);
     const auto size = x.await<xcb_get_geometry_reply_t>(place_[1]);
     const auto origin = x.await<xcb_translate_coordinates_reply_t>(place_[2]);
+    place_ = {};
     geometry_ = {};
     if (!attributes || !size || !origin) return;
     geometry_.exists = true;
