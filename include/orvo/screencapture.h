@@ -149,7 +149,10 @@ ORVO_API void orvo_screencapture_enable_click_animation(int enable);
  */
 ORVO_API void orvo_screencapture_set_capture_video_pixel_format(OrvoScreenCaptureVideoPixelFormat format);
 
-/* ---- Targets ---- */
+/* ---- Targets ----
+ * A new target of the same path is taken over while the capture runs. Between the two paths, displays and rectangles on
+ * one side and windows and displays without some windows on the other, stop, choose and start again.
+ */
 
 /**
  * Captures a whole display. With excluded windows the display is captured on the window path without them.
