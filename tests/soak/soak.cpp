@@ -41,10 +41,15 @@ class Soak {
         const std::string one = std::to_string(steady_);
         const std::string other = std::to_string(victim);
         const std::string kinds[] = {"display " + display_, "rect " + display_, "window " + one, "window " + other};
+        // Every other time a display and a rectangle as such: what composes pictures chooses the path of windows.
+        const bool isPlain = round % 8 < 2;
+        if (isPlain) tell("stop");
         tell("target " + kinds[round % 4]);
-        tell("target exclude 1 " + other);
-        tell("target extra 1 " + other);
-        tell("target mode " + std::to_string(round % 3 == 0 ? 1 : round % 3 == 1 ? 3 : 5));
+        if (!isPlain) {
+            tell("target exclude 1 " + other);
+            tell("target extra 1 " + other);
+            tell("target mode " + std::to_string(round % 3 == 0 ? 1 : round % 3 == 1 ? 3 : 5));
+        }
         tell(round % 5 == 0 ? "target size 200 120" : "target size 0 0");
         tell("target cursor " + std::to_string(round % 2));
         tell("start");
