@@ -48,9 +48,9 @@ def equality(server: Server, scenes: list[Scene], seconds: float) -> list[dict[s
             for scene in scenes for work in works_of(scene) if work.name in CHECKED]
 
 
-def measure(quick: bool, clock: Clock) -> dict[str, Any]:
-    data: dict[str, Any] = {"machine": machine(), "quick": quick, "runs": []}
-    scenes, rounds, seconds = (QUICK, 1, 1.25) if quick else (SCENES, 3, 2.5)
+def measure(quick: bool, rounds: int, clock: Clock) -> dict[str, Any]:
+    data: dict[str, Any] = {"machine": machine(), "quick": quick, "rounds": rounds, "runs": []}
+    scenes, seconds = (QUICK, 1.25) if quick else (SCENES, 2.5)
     with Server() as server:
         for number in range(rounds):
             for scene in scenes:
@@ -78,13 +78,14 @@ def measure(quick: bool, clock: Clock) -> dict[str, Any]:
 def main() -> int:
     parser = argparse.ArgumentParser(prog="./dev bench", description=__doc__)
     parser.add_argument("--quick", action="store_true", help="two minutes; writes no page")
+    parser.add_argument("--rounds", type=int, default=3, help="how often each scene is measured (3)")
     parser.add_argument("--page", metavar="JSON", help="write the page from an earlier run's figures only")
     parser.add_argument("--out", metavar="JSON", default=str(PROGRAMS / "figures.json"), help="where the figures go")
     options = parser.parse_args()
     if options.page:
         data = json.loads(Path(options.page).read_text(encoding="utf-8"))
     else:
-        data = measure(options.quick, Clock())
+        data = measure(options.quick, 1 if options.quick else max(1, options.rounds), Clock())
         Path(options.out).write_text(json.dumps(data, indent=1), encoding="utf-8")
     tables = page.tables(data)
     print(page.as_text(tables))

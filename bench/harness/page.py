@@ -116,7 +116,7 @@ def write(data: dict[str, Any], found: list[Table]) -> None:
     drawn = charts.draw(data, PAGE.parent / "performance")
     about = data["machine"]
     lines = [BEGIN, "", f"Measured on {about['date']}, commit {about['commit']}: {about['cores']} cores of "
-             f"{about['processor']}, Linux {about['kernel']}, load before the run {about['load']}."]
+             f"{about['processor']}, Linux {about['kernel']}, load before the run {about['load']}; {data['rounds']} rounds."]
     for title, path in drawn:
         lines += ["", f"![{title}]({path.relative_to(PAGE.parent)})"]
     for table in found:
