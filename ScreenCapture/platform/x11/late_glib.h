@@ -45,7 +45,7 @@ namespace orvo::platform::x11 {
     CALL(gdk_pixbuf_new_from_file_at_scale) CALL(gdk_pixbuf_read_pixels) CALL(g_free) CALL(g_object_unref)
 
 // A library's functions as members of their names: all of them, or none when the library is not there.
-#define ORVO_MEMBER(name) decltype(&::name) name = nullptr;
+#define ORVO_MEMBER(name) decltype(&::name) name = nullptr;  // NOLINT(bugprone-macro-parentheses): a name
 struct GlibCalls {
     bool found = false;
     ORVO_GLIB_CALLS(ORVO_MEMBER)
