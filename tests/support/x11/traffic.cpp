@@ -33,6 +33,16 @@ void countAnswer() {
     ++roundTrips;
 }
 
+void* allocate(size_t size) noexcept {
+    ++allocations;
+    return std::malloc(size ? size : 1);
+}
+
+void* allocateOrThrow(size_t size) {
+    if (void* block = allocate(size)) return block;
+    throw std::bad_alloc();
+}
+
 }  // namespace
 
 extern "C" {
@@ -61,17 +71,17 @@ int xcb_poll_for_reply(xcb_connection_t* connection, unsigned int sequence, void
 #pragma GCC visibility pop
 }  // extern "C"
 
-void* operator new(size_t size) {
-    ++allocations;
-    if (void* memory = std::malloc(size)) return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, size_t) noexcept {
-    std::free(memory);
-}
+// All forms: a sanitizer has its own of those that are left out.
+// clang-format off
+void* operator new(size_t size) { return allocateOrThrow(size); }
+void* operator new[](size_t size) { return allocateOrThrow(size); }
+void* operator new(size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
+void* operator new[](size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete[](void* block) noexcept { std::free(block); }
+void operator delete(void* block, size_t) noexcept { std::free(block); }
+void operator delete[](void* block, size_t) noexcept { std::free(block); }
+// clang-format on
 
 namespace orvo::testing {
 

@@ -150,7 +150,8 @@ xcb_window_t Painter::translucentWindow(const Area& area, uint32_t colour) {
     xcb_visualid_t visual = 0;
     const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
     for (auto depths = xcb_screen_allowed_depths_iterator(screen); depths.rem > 0; xcb_depth_next(&depths))
-        if (depths.data->depth == 32) visual = xcb_depth_visuals_iterator(depths.data).data->visual_id;
+        if (depths.data->depth == 32 && depths.data->visuals_len > 0)
+            visual = xcb_depth_visuals_iterator(depths.data).data->visual_id;
     if (visual == 0) return window(area, colour & 0xFFFFFF);
     const xcb_colormap_t colours = xcb_generate_id(connection_);
     xcb_create_colormap(connection_, XCB_COLORMAP_ALLOC_NONE, colours, root_, visual);
