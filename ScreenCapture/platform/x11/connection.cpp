@@ -30,6 +30,8 @@ using SteadyClock = std::chrono::steady_clock;
 
 // What is waited for a server that is known to hang.
 constexpr std::chrono::milliseconds kHangingLimit{50};
+// A server that has just begun to answer again is given this long to accept the connection that was left behind.
+constexpr std::chrono::milliseconds kReturnLimit{250};
 
 // Lets one thread at a time connect: what xcb uses to find the server's password is not safe for more. A thread that
 // was left behind keeps its turn until the server answers it.
@@ -39,6 +41,7 @@ class ConnectTurn {
     uint64_t take(SteadyClock::time_point until) {
         std::unique_lock lock(mutex_);
         given_.wait_until(lock, until, [this] { return holder_ == 0 || hangs_; });
+        given_.wait_until(lock, std::min(until, SteadyClock::now() + kReturnLimit), [this] { return holder_ == 0; });
         return holder_ == 0 ? holder_ = ++last_ : 0;
     }
     void give() {
