@@ -84,11 +84,6 @@ class MainQueue {
     }
 
   private:
-    struct Source {
-        GSource base;
-        MainQueue* queue;
-    };
-
     // False while GLib cannot be used; tried again each time.
     bool begin() {
         if (begun_) return true;
@@ -102,8 +97,7 @@ class MainQueue {
 
     void attach() {
         static GSourceFuncs jobFuncs = {prepare, check, dispatch, nullptr, nullptr, nullptr};
-        GSource* jobs = glib().g_source_new(&jobFuncs, sizeof(Source));
-        reinterpret_cast<Source*>(jobs)->queue = this;
+        GSource* jobs = glib().g_source_new(&jobFuncs, sizeof(GSource));
         glib().g_source_set_name(jobs, "orvo main queue");
         glib().g_source_attach(jobs, nullptr);
         glib().g_source_unref(jobs);  // the context keeps it
@@ -129,13 +123,13 @@ class MainQueue {
         std::lock_guard lock(mutex_);
         return !waiting_.empty();
     }
-    static gboolean prepare(GSource* source, gint* timeout) {
+    static gboolean prepare(GSource* /*source*/, gint* timeout) {
         *timeout = -1;
-        return reinterpret_cast<Source*>(source)->queue->ready();
+        return instance().ready();
     }
-    static gboolean check(GSource* source) { return reinterpret_cast<Source*>(source)->queue->ready(); }
-    static gboolean dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
-        reinterpret_cast<Source*>(source)->queue->runReady();
+    static gboolean check(GSource* /*source*/) { return instance().ready(); }
+    static gboolean dispatch(GSource* /*source*/, GSourceFunc /*callback*/, gpointer /*data*/) {
+        instance().runReady();
         return G_SOURCE_CONTINUE;
     }
 
