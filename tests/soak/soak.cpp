@@ -82,7 +82,7 @@ class Soak {
 
   private:
     std::string tell(const std::string& command) {
-        const std::string answer = host_.tell(command);
+        std::string answer = host_.tell(command);
         if (answer == "hangs" || answer.rfind("ended", 0) == 0)
             throw std::runtime_error("the host " + answer + " at " + command);
         return answer;
