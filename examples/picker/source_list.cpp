@@ -66,7 +66,9 @@ void SourceList::mark(quint32 number) {
 
 void SourceList::keyPressEvent(QKeyEvent* event) {
     QListView::keyPressEvent(event);
-    if (currentIndex().isValid()) emit chosen(currentIndex());
+    const bool chooses =
+        event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter || event->key() == Qt::Key_Space;
+    if (chooses && currentIndex().isValid()) emit chosen(currentIndex());
 }
 
 void SourceList::resizeEvent(QResizeEvent* event) {

@@ -33,7 +33,7 @@ class SourceList : public QListView {
     int count() const { return filter_->rowCount(); }
 
   signals:
-    void chosen(const QModelIndex& source);  // by a click or the keyboard
+    void chosen(const QModelIndex& source);  // by a click, Enter or Space
     void countChanged();
 
   protected:
