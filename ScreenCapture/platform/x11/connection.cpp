@@ -91,7 +91,8 @@ struct Attempt {
     }
 };
 
-void connectOnThread(const std::shared_ptr<Attempt>& attempt, const std::string& display) {
+// The turn is given back when the call has ended, or when there is no thread for it.
+void connectOnThread(const std::shared_ptr<Attempt>& attempt, const std::string& display) try {
     software::startThread("orvo x11 connect", [attempt, display] {
         int screen = 0;
         xcb_connection_t* connection = xcb_connect(display.c_str(), &screen);
@@ -107,6 +108,9 @@ void connectOnThread(const std::shared_ptr<Attempt>& attempt, const std::string&
         attempt->done = true;
         attempt->changed.notify_all();
     });
+} catch (...) {
+    connectTurn().give();
+    throw;
 }
 
 xcb_screen_t* screenOf(xcb_connection_t* connection, int number) {
@@ -162,12 +166,7 @@ std::unique_ptr<Connection> Connection::open() {
     if (turn == 0) return nullptr;
     const PipeGuard guard;
     const auto attempt = std::make_shared<Attempt>();
-    try {
-        connectOnThread(attempt, display);
-    } catch (...) {
-        connectTurn().give();
-        throw;
-    }
+    connectOnThread(attempt, display);
     if (!attempt->finishes(until)) {
         connectTurn().leaveBehind(turn);
         return nullptr;
