@@ -45,14 +45,21 @@ bool descriptorsAreLeft() {
     return count == std::size(files);
 }
 
-template <typename Calls, typename Load>
-const Calls& onceThereAreDescriptors(Load load) {
+// A library's functions, looked up once there are descriptors. find: names each of them to the library.
+template <typename Calls>
+const Calls& late(const char* name, const char* lost, void (*find)(LateLibrary&, Calls&)) {
     static std::atomic<bool> loaded{false};
     static const Calls none{};
     if (!loaded && !descriptorsAreLeft()) return none;
-    static const Calls calls = load();
+    static const Calls found = [&] {
+        Calls calls;
+        LateLibrary library(name);
+        find(library, calls);
+        calls.found = library.whole(lost);
+        return calls;
+    }();
     loaded = true;
-    return calls;
+    return found;
 }
 
 }  // namespace
@@ -60,33 +67,18 @@ const Calls& onceThereAreDescriptors(Load load) {
 #define ORVO_FIND(name) library.find(calls.name, #name);
 
 const GlibCalls& glib() {
-    return onceThereAreDescriptors<GlibCalls>([] {
-        GlibCalls calls;
-        LateLibrary library("libglib-2.0.so.0");
-        ORVO_GLIB_CALLS(ORVO_FIND)
-        calls.found = library.whole("main queue and observers");
-        return calls;
-    });
+    return late<GlibCalls>("libglib-2.0.so.0", "main queue and observers",
+                           [](LateLibrary& library, GlibCalls& calls) { ORVO_GLIB_CALLS(ORVO_FIND) });
 }
 
 const GioCalls& gio() {
-    return onceThereAreDescriptors<GioCalls>([] {
-        GioCalls calls;
-        LateLibrary library("libgio-2.0.so.0");
-        ORVO_GIO_CALLS(ORVO_FIND)
-        calls.found = library.whole("names and icons of desktop entries");
-        return calls;
-    });
+    return late<GioCalls>("libgio-2.0.so.0", "names and icons of desktop entries",
+                          [](LateLibrary& library, GioCalls& calls) { ORVO_GIO_CALLS(ORVO_FIND) });
 }
 
 const PixbufCalls& pixbuf() {
-    return onceThereAreDescriptors<PixbufCalls>([] {
-        PixbufCalls calls;
-        LateLibrary library("libgdk_pixbuf-2.0.so.0");
-        ORVO_PIXBUF_CALLS(ORVO_FIND)
-        calls.found = library.whole("icons from files");
-        return calls;
-    });
+    return late<PixbufCalls>("libgdk_pixbuf-2.0.so.0", "icons from files",
+                             [](LateLibrary& library, PixbufCalls& calls) { ORVO_PIXBUF_CALLS(ORVO_FIND) });
 }
 
 }  // namespace orvo::platform::x11
