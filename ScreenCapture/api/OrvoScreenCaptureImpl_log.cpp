@@ -12,7 +12,7 @@
 namespace {
 
 constexpr unsigned long long kFileSizeLimit = 5'242'880;  // bytes
-constexpr int kLogThreadIdleInterval = 10;                // milliseconds
+constexpr int kLogThreadIdleInterval = 10;                // milliseconds in which lines gather for the next pass
 constexpr size_t kFiles = 3;
 constexpr const char* kFileNames[kFiles] = {"/orvoscreencaplog1.txt", "/orvoscreencaplog2.txt",
                                             "/orvoscreencaplog3.txt"};
@@ -46,10 +46,18 @@ size_t fileToContinue(const std::string (&paths)[kFiles]) {
     return 0;
 }
 
+// While there is nothing to write it sleeps until there is, instead of looking a hundred times a second.
+class LogWriterTask final : public CORVOTaskIO {
+  public:
+    using CORVOTaskIO::CORVOTaskIO;
+    ~LogWriterTask() override { Join(); }
+    void OnIdle() override { AwaitCall(); }
+};
+
 }  // namespace
 
 OrvoScreenCaptureImpl::OrvoScreenCaptureImpl()
-    : m_logTask(new CORVOTaskIO("screencap_logger", kLogThreadIdleInterval, ETHREAD_PRIORITY_NORMAL)),
+    : m_logTask(new LogWriterTask("screencap_logger", kLogThreadIdleInterval, ETHREAD_PRIORITY_NORMAL)),
       m_queueRunner(std::make_unique<ORVO::BASE::COrvoQueueRunner>()) {
     ORVO::ScreenCapture::run_log_on(m_queueRunner.get(), m_logTask);
 }

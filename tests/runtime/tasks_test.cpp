@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -294,6 +295,37 @@ TEST_F(TasksDeathTest, MisuseOfTheRunnerEndsTheProcess) {
     EXPECT_DEATH(runner_.add_job([] {}, &task, 5, event), "orvo_queue_runner.cpp:95.*add_job.*event == nullptr");
     EXPECT_DEATH(runner_.add_job([] {}, &task, -5, event), "orvo_queue_runner.cpp:96.*delayInMiliseconds == 0");
     orvoevent_destory(event);
+}
+
+// A worker that rests while nothing is queued.
+class Resting : public CORVOTaskBase {
+  public:
+    Resting() : CORVOTaskBase("resting", 1, ETHREAD_PRIORITY_NORMAL) {}
+    ~Resting() override { Join(); }
+    void OnIdle() override {
+        rests++;
+        AwaitCall();
+    }
+    std::atomic<int> rests{0};
+};
+
+TEST_F(Tasks, ARestEndsWithACallACancellationOrTheTask) {
+    Resting task;
+    task.Start();
+    const auto await_rest = [&task](int number) {
+        while (task.rests < number) std::this_thread::yield();
+    };
+    await_rest(1);
+    for (long long delay : {0, 1}) {
+        std::promise<void> ran;
+        runner_.add_job([&ran] { ran.set_value(); }, &task, delay, nullptr);
+        ran.get_future().wait();
+    }
+    await_rest(2);
+    int before = task.rests;
+    CORVOTaskBase::CancelTask(&task, 1000);
+    await_rest(before + 1);
+    EXPECT_TRUE(task.Stop());
 }
 
 }  // namespace

@@ -42,12 +42,15 @@ local_context::item make_item(const CScopeCall& call, long long delay, etask_mod
 
 // Queues the call and tells the observer, both under the lock. Result: the id; 0 when there is no room.
 unsigned int push(CORVOTaskBase* task, local_context& context, local_context::item item, task_type type) {
-    std::lock_guard guard(context.lock);
-    if (context.full()) return 0;
-    uint64_t push_time = item->element.push_time;
-    unsigned int id =
-        type == TASK_TYPE_IMMEDIATE ? context.add_ready(std::move(item)) : context.add_delayed(std::move(item));
-    CORVOTaskBase::Observer(task, context.observer, id, type, TASK_STATE_QUEUED, push_time, 0, 0);
+    unsigned int id = 0;
+    {
+        std::lock_guard guard(context.lock);
+        if (context.full()) return 0;
+        uint64_t push_time = item->element.push_time;
+        id = type == TASK_TYPE_IMMEDIATE ? context.add_ready(std::move(item)) : context.add_delayed(std::move(item));
+        CORVOTaskBase::Observer(task, context.observer, id, type, TASK_STATE_QUEUED, push_time, 0, 0);
+    }
+    context.changed.notify_one();
     return id;
 }
 
@@ -101,16 +104,22 @@ bool CORVOTaskBase::Stop() {
         orvo_syslog(ESYSLOG_WARN, kModule, 255, "thread[%d] has not started yet!", orvothread_selfid());
         return false;
     }
-    stop_ = true;
+    AskToEnd();
     if (GetCurrentTask() != this) Join();
     return true;
+}
+
+void CORVOTaskBase::AskToEnd() {
+    std::lock_guard guard(context_->lock);
+    stop_ = true;
+    context_->changed.notify_one();
 }
 
 void CORVOTaskBase::Join() {
     std::lock_guard guard(start_stop_);
     orvothread* thread = thread_.load();
     if (!thread) return;
-    stop_ = true;
+    AskToEnd();
     orvothread_terminate(thread, -1);
     thread_ = nullptr;
 }
@@ -142,6 +151,14 @@ uint64_t CORVOTaskBase::IdleTime() const {
     if (due <= tick) return 0;
     if (due - tick > longest / kNanosecondsPerMillisecond) return longest;
     return std::min(longest, due * kNanosecondsPerMillisecond - now);
+}
+
+void CORVOTaskBase::AwaitCall() {
+    local_context& context = *context_;
+    std::unique_lock lock(context.lock);
+    context.changed.wait(lock, [&] {
+        return stop_ || !context.ready.empty() || !context.delayed.empty() || !context.cancelled.empty();
+    });
 }
 
 const char* CORVOTaskBase::GetName() const {
@@ -200,6 +217,7 @@ int CORVOTaskBase::CancelTask(CORVOTaskBase* task, unsigned int id) {
     }
     std::lock_guard guard(task->context_->lock);
     task->context_->cancelled.insert(id);
+    task->context_->changed.notify_one();
     return 1;
 }
 

@@ -94,10 +94,14 @@ class ORVO_API CORVOTaskBase : public CRefCountSafe {
     // How long the worker has nothing to do, in nanoseconds: until the first delayed call is due, but no longer than
     // the idle interval, after which it looks again; 0 while calls are ready.
     uint64_t IdleTime() const;
+    // Waits until something is queued or cancelled, or the worker is asked to end: for an OnIdle that would rather not
+    // have the worker look again and again. Worker only.
+    void AwaitCall();
     // Asks the worker, if there is one, to end, and waits for its end.
     void Join();
 
   private:
+    void AskToEnd();
     bool GoesOn();
     bool HasReady() const;
     bool RunReady();

@@ -1,6 +1,7 @@
 // What a task has queued. Internal: the public operations are in orvotask.h.
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -41,6 +42,7 @@ struct local_context {
     item take_due(uint64_t now);
 
     mutable std::mutex lock;
+    std::condition_variable changed;  // something was queued or cancelled, or the worker is to end
     list ready;    // first in, first out
     list delayed;  // ascending due
     orvostl::set<unsigned int> cancelled;
