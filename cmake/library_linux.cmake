@@ -5,7 +5,7 @@ pkg_check_modules(ORVO_X11 REQUIRED IMPORTED_TARGET xcb)
 pkg_check_modules(ORVO_GLIB REQUIRED glib-2.0 gio-unix-2.0 gdk-pixbuf-2.0)
 # Small libraries go into ours where the system has their archives: each shared one costs time whenever ours is loaded.
 find_library(ORVO_YUV NAMES libyuv.a yuv REQUIRED)
-foreach(extension shm randr xfixes composite damage res xinput shape render)
+foreach(extension shm randr xfixes composite damage res xinput sync shape render)
     find_library(ORVO_XCB_${extension} NAMES libxcb-${extension}.a xcb-${extension} REQUIRED)
     target_link_libraries(PkgConfig::ORVO_X11 INTERFACE ${ORVO_XCB_${extension}})
 endforeach()

@@ -3,7 +3,7 @@
 build_packages=(
     cmake ninja-build g++ pkg-config
     libxcb1-dev libxcb-shm0-dev libxcb-randr0-dev libxcb-xfixes0-dev libxcb-composite0-dev libxcb-damage0-dev
-    libxcb-res0-dev libxcb-xinput-dev libxcb-shape0-dev libxcb-render0-dev
+    libxcb-res0-dev libxcb-xinput-dev libxcb-sync-dev libxcb-shape0-dev libxcb-render0-dev
     libglib2.0-dev libgdk-pixbuf-2.0-dev libyuv-dev libpng-dev libcli11-dev nlohmann-json3-dev
 )
 test_packages=(libgtest-dev xvfb openbox x11-utils x11-xserver-utils x11-apps xdotool xterm lld groff-base zsh

@@ -111,8 +111,11 @@ std::vector<OrvoWindowProxyRef> OrvoAppProxy::visibleWindows() const {
 }
 
 OrvoWindowProxyRef OrvoAppProxy::windowWithWindowId(uint32_t windowId) const {
-    for (auto& proxy : windows()) {
-        if (proxy->windowID() == windowId) return proxy;
+    const auto elements = valuesForAttribute("AXWindows", 0, kMostWindows);
+    if (!elements) return nullptr;
+    for (const ElementRef& element : *elements) {
+        if (element && platform().accessibility().windowNumber(element) == windowId)
+            return OrvoWindowProxy::initWithElement(element);
     }
     return nullptr;
 }

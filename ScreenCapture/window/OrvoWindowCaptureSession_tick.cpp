@@ -1,4 +1,6 @@
 // One tick of the window capture session: for every target a picture, the cursor, crop, scale, delivery.
+#include <optional>
+
 #include "ScreenCapture/window/OrvoWindowCaptureSession.h"
 #include "ScreenCapture/window/target_guard.h"
 
@@ -12,6 +14,10 @@ constexpr int kNarrowestImage = 2;  // pixels
 constexpr double kPatience = 3.0;   // seconds without a good picture before the delegate hears of it
 constexpr double kMillisecondsPerSecond = 1000.0;
 
+bool isGood(const Shot& shot) {
+    return shot.image && shot.image->width() >= kNarrowestImage;
+}
+
 }  // namespace
 
 void OrvoWindowCaptureSession::tick() {
@@ -22,21 +28,19 @@ void OrvoWindowCaptureSession::tick() {
 }
 
 void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, const Tick& tick) {
+    std::optional<OneLook> look(std::in_place);
     const OrvoWindowRef record = m_windowManager->getItemWithTargetWindow(windowID);
     const OrvoWindow* item = record.get();
     if (!checkScreenIsValidWithOrvowindow(item)) return;
 
     // What cannot be found has no picture; its frame begins when it is first seen.
-    if (!item) {
-        checkImageIsValidWithCGImage(NoImage::gone);
-        return;
-    }
-    TargetFrame& frame = frameOf(windowID, *item);
-    const Shot shot = getImageWithOrvowindow(frame, *item, tick);
+    TargetFrame* const frame = item ? &frameOf(windowID, *item) : nullptr;
+    const Shot shot = frame ? getImageWithOrvowindow(*frame, *item, tick) : NoImage::gone;
+    const bool withCursor = isGood(shot) && tick.options->bVisible;
+    const CursorMark cursor = withCursor ? windowCursor.appendMouseCursor(*shot.image, item) : CursorMark();
+    look.reset();  // from here on the host may be called
     if (!checkImageIsValidWithCGImage(shot)) return;
-
-    const CursorMark cursor = tick.options->bVisible ? windowCursor.appendMouseCursor(*shot.image, item) : CursorMark();
-    notifySuccessWithCGImage(frame.cropAndScale(shot.image, *tick.options, cursor), item->windowID);
+    notifySuccessWithCGImage(frame->cropAndScale(shot.image, *tick.options, cursor), item->windowID);
 }
 
 // Asks after the target and tells the host what changed. A display that is gone ends the capture; a window that is not
@@ -88,7 +92,7 @@ Shot OrvoWindowCaptureSession::getExcludeWindowsImageWithOrvoWindow(TargetFrame&
 // and the first one at once when none was ever good.
 bool OrvoWindowCaptureSession::checkImageIsValidWithCGImage(const Shot& shot) {
     const double now = platform().clock().absoluteSeconds();
-    if (shot.image && shot.image->width() >= kNarrowestImage) {
+    if (isGood(shot)) {
         lastErrorTime = now;
         return true;
     }

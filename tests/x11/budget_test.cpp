@@ -1,7 +1,9 @@
 // What a tick may cost: requests, waits for the server, allocations, for each kind of scene.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
+#include <thread>
 
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/platform/x11/capture_run.h"
@@ -83,6 +85,10 @@ TEST_P(Budget, IsKept) {
     Scene scene;
     const Case& c = GetParam();
     for (int i = 0; i < 4; ++i) ASSERT_TRUE(c.tick(scene));
+    // The pointer counts as resting once the server has counted some tenths of a second.
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (trafficOf([&] { c.tick(scene); }).requests > 0 && std::chrono::steady_clock::now() < until)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
     const Image* before = nullptr;
     for (int i = 0; i < 5; ++i) {
         const Image* image = nullptr;
@@ -107,15 +113,36 @@ TEST_P(Budget, IsKept) {
 INSTANTIATE_TEST_SUITE_P(
     Scenes, Budget,
     ::testing::Values(Case{"display", [](Scene& s) { return s.runDisplay(false); }, {0, 0, 0}, {8, 1, 0}},
-                      Case{"display_cursor", [](Scene& s) { return s.runDisplay(true); }, {1, 1, 0}, {9, 2, 0}},
+                      Case{"display_cursor", [](Scene& s) { return s.runDisplay(true); }, {0, 0, 0}, {8, 1, 0}},
                       Case{"window", [](Scene& s) { return s.window(false, false); }, {0, 0, 0}, {11, 1, 0}},
-                      Case{"window_cursor", [](Scene& s) { return s.window(false, true); }, {1, 1, 0}, {12, 2, 0}},
+                      Case{"window_cursor", [](Scene& s) { return s.window(false, true); }, {0, 0, 0}, {11, 1, 0}},
                       Case{"window_scaled", [](Scene& s) { return s.window(true, false); }, {0, 0, 0}, {11, 1, 1}},
                       Case{
-                          "window_scaled_cursor", [](Scene& s) { return s.window(true, true); }, {1, 1, 0}, {12, 2, 1}},
+                          "window_scaled_cursor", [](Scene& s) { return s.window(true, true); }, {0, 0, 0}, {11, 1, 1}},
                       Case{"composed_display", [](Scene& s) { return s.composed(); }, {0, 0, 0}, {11, 1, 0}},
                       Case{"three_windows", [](Scene& s) { return s.threeWindows(); }, {0, 0, 0}, {11, 1, 0}}),
     [](const auto& each) { return std::string(each.param.name); });
+
+// A rest ends with the first move: the next tick asks once and shows it.
+TEST(PointerBudget, AMoveCostsOneWaitAndIsShownAtOnce) {
+    Scene scene;
+    const auto pixels = [&] {
+        const Image* const image = scene.runDisplay(true);
+        return std::vector<uint8_t>(image->bytes(), image->bytes() + image->bytesPerRow() * 480);
+    };
+    for (int round = 0; round < 6; ++round) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(round % 2 == 0 ? 0 : 350));
+        const auto before = pixels();
+        platform::platform().pointer().location();
+        const int x = 50 + 60 * round;
+        scene.painter.warpPointer(x, 100);
+        scene.painter.sync();
+        const Traffic moved = trafficOf([&] { scene.runDisplay(true); });
+        EXPECT_LE(moved.roundTrips, 2);
+        EXPECT_NE(pixels(), before) << round;
+        EXPECT_EQ(platform::platform().pointer().location().x, x) << round;
+    }
+}
 
 }  // namespace
 }  // namespace orvo::testing

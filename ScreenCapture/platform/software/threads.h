@@ -11,4 +11,7 @@ namespace orvo::platform::software {
 // thread to give. What the body throws ends in the log.
 void startThread(std::string_view label, std::function<void()> body);
 
+// Whether startThread() made the calling thread.
+bool isOwnThread();
+
 }  // namespace orvo::platform::software

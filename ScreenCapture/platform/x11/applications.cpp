@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
 #include <mutex>
 #include <unordered_map>
 #include <vector>
@@ -115,14 +114,6 @@ class Entries {
     std::chrono::steady_clock::time_point looked_;
 };
 
-std::string processName(int32_t pid) {
-    if (pid <= 0) return {};
-    std::ifstream file("/proc/" + std::to_string(pid) + "/comm");
-    std::string name;
-    std::getline(file, name);
-    return name;
-}
-
 }  // namespace
 
 DesktopEntry readEntry(GAppInfo* application) {
@@ -155,7 +146,7 @@ std::string applicationName(const DesktopWindow& window) {
     if (const EntryRef entry = entryOfWindow(window); entry && !entry->name.empty()) return entry->name;
     if (!window.className.empty()) return window.className;
     if (!window.instance.empty()) return window.instance;
-    return processName(window.pid);
+    return window.process;
 }
 
 std::vector<const DesktopWindow*> windowsOfProcess(const WindowList& windows, int32_t pid, bool withPopups) {

@@ -5,6 +5,7 @@
 
 #include "ScreenCapture/platform/x11/atoms.h"
 #include "ScreenCapture/platform/x11/connection.h"
+#include "ScreenCapture/platform/x11/pointer_position.h"
 
 namespace orvo::platform::x11 {
 
@@ -23,6 +24,7 @@ class Asking {
     Connection* operator->() const { return connection_; }
     Connection& operator*() const { return *connection_; }
     const Atoms& atoms() const;
+    PointerPosition& pointer() const;
 
   private:
     const Line line_;

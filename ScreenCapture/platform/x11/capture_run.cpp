@@ -26,7 +26,9 @@ void CaptureRun::readEvents() {
     while (const Event event = x_->nextEvent()) {
         if (grabber_ && grabber_->handle(*event)) continue;
         pointer_.handle(*event);
-        if (tellsOfMonitors(*x_, *event)) monitorIsStale_ = true;
+        if (!tellsOfMonitors(*x_, *event)) continue;
+        monitorIsStale_ = true;
+        pointer_.disturb();
     }
 }
 
@@ -44,8 +46,8 @@ bool CaptureRun::findArea(const CapturePlan& plan, PixelRect& area) {
 }
 
 TickResult CaptureRun::tick(const CapturePlan& plan) {
-    pointer_.locate(plan.settings.cursor, plan.settings.clicks);
-    readEvents();  // after the answer, which brings all news with it
+    readEvents();
+    if (pointer_.locate(plan.settings.cursor, plan.settings.clicks)) readEvents();
     PixelRect area;
     const bool found = !x_->lost() && findArea(plan, area);
     if (x_->lost()) return TickResult::serverLost;

@@ -11,6 +11,7 @@
 #include <xcb/res.h>
 #include <xcb/shape.h>
 #include <xcb/shm.h>
+#include <xcb/sync.h>
 #include <xcb/xcbext.h>
 #include <xcb/xfixes.h>
 #include <xcb/xinput.h>
@@ -143,6 +144,8 @@ bool serverHangs() {
 }
 
 PipeGuard::PipeGuard() {
+    if (software::isOwnThread()) return;
+    blocks_ = true;
     sigemptyset(&blocked_);
     for (const int number : {SIGPIPE, SIGXFSZ}) sigaddset(&blocked_, number);
     pthread_sigmask(SIG_BLOCK, &blocked_, &before_);
@@ -151,6 +154,7 @@ PipeGuard::PipeGuard() {
 }
 
 PipeGuard::~PipeGuard() {
+    if (!blocks_) return;
     const timespec now{};
     while (sigtimedwait(&blocked_, nullptr, &now) > 0) {
     }
@@ -209,7 +213,8 @@ bool Connection::learnExtensions() {
                              {&xcb_randr_id, &found.randr, &found.randrEvent},
                              {&xcb_shape_id, &found.shape, &found.shapeEvent},
                              {&xcb_input_id, &found.input, &unused},
-                             {&xcb_res_id, &found.res, &unused}};
+                             {&xcb_res_id, &found.res, &unused},
+                             {&xcb_sync_id, &found.sync, &found.syncEvent}};
     for (const auto& extension : wanted) xcb_prefetch_extension_data(raw_, extension.id);
     xcb_prefetch_maximum_request_length(raw_);
     if (!sync()) return false;
@@ -226,6 +231,7 @@ bool Connection::learnExtensions() {
     if (found.render) xcb_discard_reply(raw_, xcb_render_query_version(raw_, 0, 11).sequence);
     if (found.composite) xcb_discard_reply(raw_, xcb_composite_query_version(raw_, 0, 4).sequence);
     if (found.input) xcb_discard_reply(raw_, xcb_input_xi_query_version(raw_, 2, 2).sequence);
+    if (found.sync) xcb_discard_reply(raw_, xcb_sync_initialize(raw_, 3, 1).sequence);
     if (found.randr) {
         const auto version = await<xcb_randr_query_version_reply_t>(xcb_randr_query_version(raw_, 1, 5).sequence);
         if (!version || (version->major_version == 1 && version->minor_version < 5)) found.randr = 0;

@@ -28,7 +28,7 @@ using Event = Reply<xcb_generic_event_t>;
 bool serverHangs();
 
 // Keeps signals from the calling thread that would end the process: that of a server that has gone, and that of memory
-// beyond the process's limit. Queue threads need none: they block every signal.
+// beyond the process's limit. Does nothing on the library's own threads: they block every signal.
 class PipeGuard {
   public:
     PipeGuard();
@@ -37,14 +37,16 @@ class PipeGuard {
     PipeGuard& operator=(const PipeGuard&) = delete;
 
   private:
+    bool blocks_ = false;
     sigset_t before_{};
     sigset_t blocked_{};  // those that were not blocked before
 };
 
 // What the server offers beside the core protocol, each 0 when it does not.
 struct Extensions {
-    uint8_t shm = 0, xfixes = 0, damage = 0, render = 0, composite = 0, randr = 0, shape = 0, input = 0, res = 0;
-    uint8_t xfixesEvent = 0, damageEvent = 0, randrEvent = 0, shapeEvent = 0;  // first event of each
+    uint8_t shm = 0, xfixes = 0, damage = 0, render = 0, composite = 0, randr = 0, shape = 0, input = 0, res = 0,
+            sync = 0;
+    uint8_t xfixesEvent = 0, damageEvent = 0, randrEvent = 0, shapeEvent = 0, syncEvent = 0;  // first event of each
     bool sharedPixmaps = false;  // memory given by descriptor can back pixmaps
     bool sharedMemory = false;   // memory can be given by descriptor
 };

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "ScreenCapture/platform/contained.h"
+#include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/platform/software/threads.h"
 #include "ScreenCapture/platform/x11/pointer.h"
 
@@ -168,8 +169,15 @@ class DesktopModel {
 
 }  // namespace
 
-std::shared_ptr<const Desktop> currentDesktop() {
+std::shared_ptr<const Desktop> latestDesktop() {
     return DesktopModel::instance().current();
+}
+
+std::shared_ptr<const Desktop> currentDesktop() {
+    OneLook* const look = OneLook::current();
+    if (!look) return latestDesktop();
+    if (!look->seen) look->seen = latestDesktop();
+    return std::static_pointer_cast<const Desktop>(look->seen);
 }
 
 }  // namespace orvo::platform::x11

@@ -41,6 +41,8 @@ class ModelPart {
 // The desktop as it is now: whatever the server has told up to this call is in it. Waits for the model's thread when
 // there is news, at most kServerLimit; connects when there is no connection. Null when the server cannot be asked.
 // Callable from any thread but the model's own.
+std::shared_ptr<const Desktop> latestDesktop();
+// The same, but what the thread's look has seen already while there is one.
 std::shared_ptr<const Desktop> currentDesktop();
 
 }  // namespace orvo::platform::x11

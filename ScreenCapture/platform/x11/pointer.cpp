@@ -1,4 +1,4 @@
-// The cursor, kept by the desktop model until it changes, and the pointer's position, asked for each time.
+// The cursor, kept by the desktop model until it changes, and the pointer's position.
 #include "ScreenCapture/platform/x11/pointer.h"
 
 #include <xcb/xfixes.h>
@@ -54,10 +54,11 @@ Point X11Pointer::location() {
     const Monitor* main = desktop ? desktop->monitors->main() : nullptr;
     const Asking asking;
     if (!asking || !main) return {};
-    const auto pointer =
-        asking->await<xcb_query_pointer_reply_t>(xcb_query_pointer_unchecked(asking->raw(), asking->root()).sequence);
-    if (!pointer) return {};
-    return {static_cast<double>(pointer->root_x), static_cast<double>(main->area.height - pointer->root_y)};
+    PointerPosition& pointer = asking.pointer();
+    pointer.locate();
+    const PointerPosition::Place& place = pointer.place();
+    if (!place.known) return {};
+    return {static_cast<double>(place.x), static_cast<double>(main->area.height - place.y)};
 }
 
 std::unique_ptr<ModelPart> makeCursorPart() {

@@ -26,12 +26,13 @@ bool queryCursor(Connection& x, software::Sprite& cursor) {
     return true;
 }
 
-PointerTracker::PointerTracker(Connection& x) : x_(x) {
+PointerTracker::PointerTracker(Connection& x) : x_(x), position_(x) {
     if (x_.extensions().xfixes)
         xcb_xfixes_select_cursor_input(x_.raw(), x_.root(), XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
 }
 
 void PointerTracker::handle(const xcb_generic_event_t& event) {
+    if (position_.handle(event)) return;
     const uint8_t type = event.response_type & 0x7f;
     const Extensions& extensions = x_.extensions();
     if (extensions.xfixes && type == extensions.xfixesEvent + XCB_XFIXES_CURSOR_NOTIFY) cursorIsStale_ = true;
@@ -55,17 +56,18 @@ void PointerTracker::watchButtons(bool watch) {
     xcb_input_xi_select_events(x_.raw(), x_.root(), 1, &selection.head);
 }
 
-void PointerTracker::locate(bool wantsCursor, bool wantsClicks) {
+bool PointerTracker::locate(bool wantsCursor, bool wantsClicks) {
     watchButtons(wantsClicks);
     now_ = {};
-    if (!wantsCursor && !wantsClicks) return;
-    const auto cookie = xcb_query_pointer_unchecked(x_.raw(), x_.root());  // so xcb allocates less
-    const auto pointer = x_.await<xcb_query_pointer_reply_t>(cookie.sequence);
-    if (!pointer || !pointer->same_screen) return;
-    now_.x = pointer->root_x;
-    now_.y = pointer->root_y;
+    if (!wantsCursor && !wantsClicks) return false;
+    const bool asked = position_.locate();
+    const PointerPosition::Place& place = position_.place();
+    if (!place.known) return asked;
+    now_.x = place.x;
+    now_.y = place.y;
     now_.cursor = wantsCursor;
-    now_.ring = wantsClicks && (pointer->mask & kButtons) != 0;
+    now_.ring = wantsClicks && (place.buttons & kButtons) != 0;
+    return asked;
 }
 
 PointerLook PointerTracker::look() {

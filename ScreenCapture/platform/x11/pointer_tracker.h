@@ -5,6 +5,7 @@
 
 #include "ScreenCapture/platform/software/pointer_blend.h"
 #include "ScreenCapture/platform/x11/connection.h"
+#include "ScreenCapture/platform/x11/pointer_position.h"
 
 namespace orvo::platform::x11 {
 
@@ -28,8 +29,11 @@ class PointerTracker {
 
     void handle(const xcb_generic_event_t& event);
 
-    // Asks where the pointer is, when anything of it is wanted: one question.
-    void locate(bool wantsCursor, bool wantsClicks);
+    // Learns where the pointer is, when anything of it is wanted. True when the server was asked: events came with its
+    // answer.
+    bool locate(bool wantsCursor, bool wantsClicks);
+    // The screen is another: the pointer may have been moved.
+    void disturb() { position_.disturb(); }
     // What a frame shows, after locate() and the events that came with its answer. A click that came and went since the
     // last look shows once. Asks for the cursor's picture when it is another.
     PointerLook look();
@@ -40,6 +44,7 @@ class PointerTracker {
     void watchButtons(bool watch);
 
     Connection& x_;
+    PointerPosition position_;
     PointerLook now_;
     software::Sprite cursor_;
     software::Sprite ring_ = software::makeClickRing();

@@ -52,7 +52,7 @@ bool raiseAndFocus(xcb_window_t window) {
 bool awaitWindows(const std::function<bool(const WindowList&)>& condition) {
     const auto until = std::chrono::steady_clock::now() + kManagerLimit;
     while (true) {
-        const auto desktop = currentDesktop();
+        const auto desktop = latestDesktop();
         if (!desktop) return false;
         if (condition(*desktop->windows)) return true;
         if (std::chrono::steady_clock::now() >= until) return false;

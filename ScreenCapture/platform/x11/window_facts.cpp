@@ -5,6 +5,7 @@
 #include <xcb/shape.h>
 
 #include <algorithm>
+#include <fstream>
 
 #include "ScreenCapture/platform/x11/properties.h"
 
@@ -54,6 +55,14 @@ std::vector<PixelRect> shapeOf(const xcb_shape_get_rectangles_reply_t* reply, co
     if (shape.size() == 1 && shape.front() == PixelRect{0, 0, outer.width, outer.height}) shape.clear();
     if (count == 0) shape.push_back({});  // shaped away as a whole
     return shape;
+}
+
+std::string processName(int32_t pid) {
+    if (pid <= 0) return {};
+    std::ifstream file("/proc/" + std::to_string(pid) + "/comm");
+    std::string name;
+    std::getline(file, name);
+    return name;
 }
 
 }  // namespace
@@ -164,7 +173,7 @@ std::vector<PixelRect> queryShape(Connection& x, xcb_window_t window) {
     return shapeOf(rectangles.get(), {0, 0, geometry->width + 2 * border, geometry->height + 2 * border}, border);
 }
 
-void WindowFacts::fill(DesktopWindow& window) const {
+void WindowFacts::fill(DesktopWindow& window) {
     window.title = title_;
     window.role = role_;
     window.instance = instance_;
@@ -178,6 +187,9 @@ void WindowFacts::fill(DesktopWindow& window) const {
     window.hasIcon = hasIcon_;
     window.pidIsCertain = serverPid > 0;
     window.pid = serverPid > 0 ? serverPid : std::max(claimedPid_, 0);
+    if (!instance_.empty() || !className_.empty()) return;
+    if (std::exchange(namedPid_, window.pid) != window.pid) process_ = processName(window.pid);
+    window.process = process_;
 }
 
 void PidRequest::add(xcb_window_t window, WindowFacts& facts) {

@@ -44,8 +44,8 @@ class WindowFacts {
     void shapeChanged() { shapeKnown_ = false; }
     const std::vector<PixelRect>& shape() const { return shape_; }
 
-    // Copies everything that properties tell.
-    void fill(DesktopWindow& window) const;
+    // Copies everything that properties tell, and the name of a process whose window has none.
+    void fill(DesktopWindow& window);
 
     int32_t serverPid = 0;  // as the server knows its client; 0 when it does not
     bool pidAsked = false;
@@ -66,7 +66,8 @@ class WindowFacts {
     Geometry geometry_;
     std::vector<PixelRect> shape_;
     PixelRect shapedOuter_;
-    std::string title_, role_, instance_, className_;
+    std::string title_, role_, instance_, className_, process_;
+    int32_t namedPid_ = 0;  // the process that process_ names
     WindowType type_ = WindowType::none;
     int32_t state_ = -1;  // WM_STATE; -1 without
     int32_t claimedPid_ = 0;

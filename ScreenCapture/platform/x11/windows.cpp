@@ -46,7 +46,7 @@ class WindowPart final : public ModelPart {
     xcb_window_t clientInside(const TopLevel& top) const;
     void askDetails(Connection& x, PidRequest& pids);
     void readDetails(Connection& x, WindowList& list);
-    DesktopWindow describe(const TopLevel& top, xcb_window_t client) const;
+    DesktopWindow describe(const TopLevel& top, xcb_window_t client);
     void noteProcesses(WindowList& list);
 
     Atoms atoms_;
@@ -261,8 +261,8 @@ void WindowPart::readDetails(Connection& x, WindowList& list) {
     }
 }
 
-DesktopWindow WindowPart::describe(const TopLevel& top, xcb_window_t client) const {
-    const WindowFacts& facts = known_.at(client);
+DesktopWindow WindowPart::describe(const TopLevel& top, xcb_window_t client) {
+    WindowFacts& facts = known_.at(client);
     const WindowFacts& frame = known_.at(top.window);
     DesktopWindow window;
     facts.fill(window);

@@ -1,0 +1,78 @@
+// Where the pointer is and which of its buttons are down, without asking while it rests.
+#include "ScreenCapture/platform/x11/pointer_position.h"
+
+#include <cstddef>
+#include <string_view>
+
+namespace orvo::platform::x11 {
+namespace {
+
+// Idle time of the first pointer, which is the one that a question for the pointer means.
+constexpr std::string_view kCountName = "DEVICEIDLETIME 2";
+// Milliseconds. The alarm rings when the count falls below the first, so it must have been above; the second leaves the
+// server time to see that.
+constexpr int64_t kAlarmTime = 200;
+constexpr int64_t kRestTime = 300;
+// A server that hangs rings no alarm; asking now and then finds it out.
+constexpr std::chrono::seconds kLongestTrust{1};
+
+int64_t number(const xcb_sync_int64_t& value) {
+    return static_cast<int64_t>(static_cast<uint64_t>(static_cast<uint32_t>(value.hi)) << 32 | value.lo);
+}
+
+// xcb takes the name to begin behind the padding of its structure; it follows its length.
+std::string_view nameOf(const xcb_sync_systemcounter_t& counter) {
+    const char* const name = reinterpret_cast<const char*>(&counter) + offsetof(xcb_sync_systemcounter_t, name_len);
+    return {name + sizeof(counter.name_len), counter.name_len};
+}
+
+}  // namespace
+
+PointerPosition::PointerPosition(Connection& x) : x_(x) {
+    if (x_.extensions().sync) findCount();
+    if (count_ != 0) setAlarm();
+}
+
+void PointerPosition::findCount() {
+    using Counters = xcb_sync_list_system_counters_reply_t;
+    const auto reply = x_.await<Counters>(xcb_sync_list_system_counters(x_.raw()).sequence);
+    if (!reply) return;
+    for (auto i = xcb_sync_list_system_counters_counters_iterator(reply.get()); i.rem; xcb_sync_systemcounter_next(&i))
+        if (nameOf(*i.data) == kCountName) count_ = i.data->counter;
+}
+
+void PointerPosition::setAlarm() {
+    alarm_ = xcb_generate_id(x_.raw());
+    const uint32_t what = XCB_SYNC_CA_COUNTER | XCB_SYNC_CA_VALUE_TYPE | XCB_SYNC_CA_VALUE | XCB_SYNC_CA_TEST_TYPE |
+                          XCB_SYNC_CA_DELTA | XCB_SYNC_CA_EVENTS;
+    // 64-bit values are given as their upper and lower half; a step of 0 has it ring again and again.
+    const uint32_t values[] = {
+        count_, XCB_SYNC_VALUETYPE_ABSOLUTE, 0, kAlarmTime, XCB_SYNC_TESTTYPE_NEGATIVE_TRANSITION, 0, 0, 1};
+    xcb_sync_create_alarm(x_.raw(), alarm_, what, values);
+}
+
+bool PointerPosition::handle(const xcb_generic_event_t& event) {
+    if (alarm_ == 0 || (event.response_type & 0x7f) != x_.extensions().syncEvent + XCB_SYNC_ALARM_NOTIFY) return false;
+    const auto& notify = reinterpret_cast<const xcb_sync_alarm_notify_event_t&>(event);
+    if (notify.alarm != alarm_) return false;
+    rests_ = false;
+    return true;
+}
+
+// The count is asked after the place: what stirs the pointer in between makes it small.
+bool PointerPosition::locate() {
+    const auto now = std::chrono::steady_clock::now();
+    if (rests_ && now - asked_ < kLongestTrust) return false;
+    asked_ = now;
+    const auto pointer = xcb_query_pointer_unchecked(x_.raw(), x_.root());  // so xcb allocates less
+    const auto idle = count_ != 0 ? xcb_sync_query_counter_unchecked(x_.raw(), count_).sequence : 0;
+    const auto found = x_.await<xcb_query_pointer_reply_t>(pointer.sequence);
+    place_ = {};
+    if (found && found->same_screen) place_ = {found->root_x, found->root_y, found->mask, true};
+    if (idle == 0) return true;
+    const auto counted = x_.await<xcb_sync_query_counter_reply_t>(idle);
+    rests_ = found && counted && number(counted->counter_value) >= kRestTime;
+    return true;
+}
+
+}  // namespace orvo::platform::x11
