@@ -88,6 +88,7 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
   private:
     OrvoWindowRef registeredWindow(uint32_t windowId) const;
 
+    bool tellUnchanged(OrvoWindow& record);
     // The steps of the check of a window; each tells the host what differs from the record and updates it.
     void compareActivity(OrvoWindow& window, bool isActive);
     void compareHidden(OrvoWindow& window, bool isHidden);

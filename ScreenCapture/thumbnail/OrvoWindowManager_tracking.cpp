@@ -11,9 +11,23 @@ using orvo::thumbnail::SlideShowProgram;
 bool OrvoWindowManager::checkTargetWindowStatusIsNormal(uint32_t windowId, bool isNotify) {
     const OrvoWindowRef record = isNotify ? getItemWithTargetWindow(windowId) : getOrvoWindowWithWindowId(windowId);
     if (!record) return false;
+    const uint64_t version = platform().windowServer().desktopVersion();
+    if (isNotify && version != 0 && record->unchangedAt == version) return tellUnchanged(*record);
+    record->unchangedAt = 0;
     if (!record->isScreen) return checkWindowStatusIsNormal(*record, isNotify);
     record->isWindowMinimized = false;
-    return checkScreenIsValid(record->windowID);
+    if (!checkScreenIsValid(record->windowID)) return false;
+    record->unchangedAt = version;
+    return true;
+}
+
+// What a check does that finds everything as the last one left it.
+bool OrvoWindowManager::tellUnchanged(OrvoWindow& record) {
+    if (record.isScreen) return true;
+    record.isWindowMoving = false;
+    lastErrorTime = platform().clock().absoluteSeconds();
+    notifyWindowStatusChange(ORVO_WINDOW_STATUS_NORMAL, &record);
+    return true;
 }
 
 bool OrvoWindowManager::checkScreenIsValid(uint32_t displayId) {
@@ -72,7 +86,11 @@ bool OrvoWindowManager::checkFoundWindow(OrvoWindow& window, const OrvoAppProxy&
         return false;
     }
     if (isNotify) compareBounds(window, frame);
-    checkProcessWindowStatus(app, window);
+    // A slide show is looked for each time.
+    if (orvo::thumbnail::slideShowProgram(app.name()) != SlideShowProgram::none)
+        checkProcessWindowStatus(app, window);
+    else if (isNotify)
+        window.unchangedAt = platform().windowServer().desktopVersion();
     return true;
 }
 

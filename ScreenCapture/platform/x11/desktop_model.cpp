@@ -143,7 +143,8 @@ class DesktopModel {
                 if (parts_[i]->handle(x, *event)) stale_[i] = true;
     }
 
-    void publish(const Desktop& desktop, int descriptor) {
+    void publish(Desktop& desktop, int descriptor) {
+        desktop.version = ++versions_;
         auto copy = std::make_shared<const Desktop>(desktop);
         std::lock_guard lock(mutex_);
         std::swap(desktop_, copy);
@@ -165,6 +166,7 @@ class DesktopModel {
     // The thread's own.
     Parts parts_ = makeParts();
     std::array<bool, kPartCount> stale_{};
+    uint64_t versions_ = 0;
 };
 
 }  // namespace

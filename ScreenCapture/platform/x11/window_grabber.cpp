@@ -89,8 +89,8 @@ void WindowGrabber::readShape() {
 }
 
 // What was asked before the target went may have been answered from another window of the same number.
-Shot WindowGrabber::checked(Shot shot) {
-    readEvents();
+Shot WindowGrabber::checked(Shot shot, uint64_t roundTripsBefore) {
+    if (x_->roundTrips() != roundTripsBefore) readEvents();
     if (gone_) return NoImage::gone;
     return x_->lost() ? NoImage::noServer : std::move(shot);
 }
@@ -106,11 +106,12 @@ Shot WindowGrabber::window() {
     if (!desktop) return NoImage::noServer;
     const DesktopWindow* window = desktop->windows->find(target_);
     if (!window || !window->onScreen) return NoImage::notOnScreen;
+    const uint64_t roundTrips = x_->roundTrips();
     readShape();
     layers_.assign(1, layerOfClient(*window, shape_));
     Shot shot = scene_->take(boundsOfClient(*window), layers_, *desktop->windows);
     if (shot.image && !scene_->anyPicture()) shot = NoImage::notOnScreen;
-    return checked(std::move(shot));
+    return checked(std::move(shot), roundTrips);
 }
 
 Shot WindowGrabber::area(const Rect& area) {

@@ -33,7 +33,7 @@ class WindowGrabber final : public Grabber {
     void watchTarget();
     void readEvents();
     void readShape();
-    Shot checked(Shot shot);
+    Shot checked(Shot shot, uint64_t roundTripsBefore);
 
     const uint32_t target_;
     const bool isScreen_;

@@ -42,6 +42,11 @@ std::vector<uint32_t> X11WindowServer::onScreenNumbers() {
     return numbers;
 }
 
+uint64_t X11WindowServer::desktopVersion() {
+    const auto desktop = currentDesktop();
+    return desktop ? desktop->version : 0;
+}
+
 // Windows whose pictures will be asked for, redirected on a connection of their own.
 class X11WindowServer::Expected {
   public:

@@ -11,6 +11,7 @@ class X11WindowServer final : public WindowServer {
   public:
     std::vector<WindowInfo> onScreenWindows() override;
     std::vector<uint32_t> onScreenNumbers() override;
+    uint64_t desktopVersion() override;
     Shot windowPicture(uint32_t window) override;
     std::shared_ptr<void> expectPictures(const std::vector<uint32_t>& windows) override;
     Shot displayPicture(uint32_t display) override;
