@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/uio.h>
 
 #include <cstddef>
@@ -17,6 +18,12 @@ namespace {
 template <typename Function>
 Function* next(const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+// Lines for a console are written in the same way, and are no messages.
+void countSend(int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) == 0 && S_ISSOCK(status.st_mode)) sends.fetch_add(1, std::memory_order_relaxed);
 }
 
 }  // namespace
@@ -43,12 +50,12 @@ void* realloc(void* memory, size_t size) {
 
 ssize_t writev(int descriptor, const iovec* parts, int count) {
     static auto* const real = bench::next<decltype(writev)>("writev");
-    bench::sends.fetch_add(1, std::memory_order_relaxed);
+    bench::countSend(descriptor);
     return real(descriptor, parts, count);
 }
 ssize_t sendmsg(int descriptor, const msghdr* message, int flags) {
     static auto* const real = bench::next<decltype(sendmsg)>("sendmsg");
-    bench::sends.fetch_add(1, std::memory_order_relaxed);
+    bench::countSend(descriptor);
     return real(descriptor, message, flags);
 }
 ssize_t recvmsg(int descriptor, msghdr* message, int flags) {
