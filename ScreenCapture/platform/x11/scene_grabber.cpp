@@ -57,6 +57,24 @@ void SceneGrabber::drainEvents() {
 }
 
 Shot SceneGrabber::take(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows) {
+    begin(bounds, layers, windows);
+    return finish();
+}
+
+void SceneGrabber::begin(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows) {
+    if (slot_) finish();  // nobody wanted it
+    begun_ = ask(bounds, layers, windows);
+}
+
+Shot SceneGrabber::finish() {
+    Ring::Slot* const slot = std::exchange(slot_, nullptr);
+    if (!slot) return std::exchange(begun_, NoImage::failed);
+    if (!awaitRefreshed(*slot)) return x_.lost() ? NoImage::noServer : NoImage::failed;
+    return Ref<Image>(slot->frame);
+}
+
+// The result, or anything when there is a slot that the server draws into.
+Shot SceneGrabber::ask(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows) {
     if (bounds.empty()) return NoImage::notOnScreen;
     if (bounds.width > kLargestSide || bounds.height > kLargestSide) return NoImage::failed;
     const bool otherWindows = updateSources(layers, windows);
@@ -72,8 +90,9 @@ Shot SceneGrabber::take(const PixelRect& bounds, const std::vector<SceneLayer>& 
         onServer_ = false;
         return composeHere(bounds, layers);
     }
-    if (!refresh(*slot)) return x_.lost() ? NoImage::noServer : NoImage::failed;
-    return Ref<Image>(slot->frame);
+    refresh(*slot);
+    slot_ = slot;
+    return NoImage::failed;
 }
 
 // True when the scene has other windows than the last time.
@@ -135,7 +154,10 @@ void SceneGrabber::waitForRepaint(const std::vector<xcb_window_t>& covered) {
 bool SceneGrabber::namePictures() {
     bool changed = false;
     for (auto& [window, source] : sources_) source->askPicture();
-    for (auto& [window, source] : sources_) changed |= source->readPicture(formats_);
+    for (auto& [window, source] : sources_) changed |= source->readPicture();
+    // After all answers: what is asked in between would be sent one by one.
+    if (changed)
+        for (auto& [window, source] : sources_) source->usePicture(formats_);
     return changed;
 }
 
@@ -234,18 +256,22 @@ SceneGrabber::Ring::Slot SceneGrabber::makeSlot() {
     return slot;
 }
 
-bool SceneGrabber::refresh(Ring::Slot& slot) {
-    if (slot.backing.isStale) {
-        draw(slot);
-        // One wait: until the server has drawn, and to learn whether the news were seen at all.
-        if (std::exchange(news_, false)) {
-            const auto cookie = xcb_xfixes_fetch_region(x_.raw(), newsRegion_.id());
-            const auto news = x_.await<xcb_xfixes_fetch_region_reply_t>(cookie.sequence);
-            if (!news) return false;
-            if (news->extents.width > 0 && news->extents.height > 0) version_++;
-        } else if (!x_.sync()) {
-            return false;
-        }
+void SceneGrabber::refresh(Ring::Slot& slot) {
+    drawn_ = 0;
+    if (!slot.backing.isStale) return;
+    draw(slot);
+    // One wait: until the server has drawn, and to learn whether the news were seen at all.
+    asksNews_ = std::exchange(news_, false);
+    drawn_ = asksNews_ ? xcb_xfixes_fetch_region(x_.raw(), newsRegion_.id()).sequence
+                       : xcb_get_input_focus(x_.raw()).sequence;
+}
+
+bool SceneGrabber::awaitRefreshed(Ring::Slot& slot) {
+    if (drawn_ != 0) {
+        const auto reply = x_.await<xcb_generic_reply_t>(drawn_);
+        if (!reply) return false;
+        const auto& news = reinterpret_cast<const xcb_xfixes_fetch_region_reply_t&>(*reply);
+        if (asksNews_ && news.extents.width > 0 && news.extents.height > 0) version_++;
         slot.backing.isStale = false;
     }
     slot.frame->setVersion(version_);

@@ -45,6 +45,9 @@ class SceneGrabber {
     // and what has no picture now is four zero bytes. Waits a little for windows to repaint that are new here and were
     // covered. windows: the desktop now.
     Shot take(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows);
+    // The two halves of take(): the server draws while the caller is busy with something else. After flushing.
+    void begin(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows);
+    Shot finish();  // once for each begin()
     // Whether the window of the only layer had a picture the last time.
     bool anyPicture() const { return anyPicture_; }
 
@@ -64,6 +67,7 @@ class SceneGrabber {
         ServerRegion region;       // visible
     };
 
+    Shot ask(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows);
     bool updateSources(const std::vector<SceneLayer>& layers, const WindowList& windows);
     bool addSources(const std::vector<xcb_window_t>& added, const WindowList& windows);
     void waitForRepaint(const std::vector<xcb_window_t>& covered);
@@ -73,7 +77,8 @@ class SceneGrabber {
     ServerRegion regionOf(const software::Region& region);
     void collectNews();
     Ring::Slot makeSlot();
-    bool refresh(Ring::Slot& slot);
+    void refresh(Ring::Slot& slot);
+    bool awaitRefreshed(Ring::Slot& slot);
     void draw(Ring::Slot& slot);
     Shot composeHere(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
     void drainEvents();
@@ -97,6 +102,11 @@ class SceneGrabber {
     uint64_t version_ = 0;
     bool news_ = false;
     bool laidOut_ = false;
+    // Of the picture that is begun.
+    Shot begun_ = NoImage::failed;  // without a slot: the result
+    Ring::Slot* slot_ = nullptr;    // that the server draws into
+    unsigned drawn_ = 0;            // answered when it has; 0: it had nothing to draw
+    bool asksNews_ = false;         // with what is new
     bool anyPicture_ = false;
 };
 

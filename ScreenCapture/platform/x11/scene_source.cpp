@@ -66,7 +66,7 @@ void SceneSource::askPicture() {
     asked_ = true;
 }
 
-bool SceneSource::readPicture(const PictureFormats& formats) {
+bool SceneSource::readPicture() {
     if (!std::exchange(asked_, false)) return false;
     const auto reply = x_.await<xcb_get_geometry_reply_t>(geometry_);
     const auto window = x_.await<xcb_get_geometry_reply_t>(windowGeometry_);
@@ -84,11 +84,14 @@ bool SceneSource::readPicture(const PictureFormats& formats) {
     configuredWidth_ = window->width;
     configuredHeight_ = window->height;
     configuredBorder_ = border_;
-    if (const auto format = formats.opaque(depth_)) {
-        picture_ = ServerPicture(x_);
-        xcb_render_create_picture(x_.raw(), picture_.id(), pixmap_.id(), format, 0, nullptr);
-    }
     return true;
+}
+
+void SceneSource::usePicture(const PictureFormats& formats) {
+    const auto format = formats.opaque(depth_);
+    if (!named_ || picture_ || !format) return;
+    picture_ = ServerPicture(x_);
+    xcb_render_create_picture(x_.raw(), picture_.id(), pixmap_.id(), format, 0, nullptr);
 }
 
 void SceneSource::subtractDamage(xcb_xfixes_region_t into) {

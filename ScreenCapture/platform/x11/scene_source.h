@@ -28,7 +28,9 @@ class SceneSource {
     // Names the picture when the window has another one than the last time.
     void askPicture();
     // True when there is another one now, or none any more.
-    bool readPicture(const PictureFormats& formats);
+    bool readPicture();
+    // Makes the server draw with it, where the formats allow.
+    void usePicture(const PictureFormats& formats);
     bool hasPicture() const { return named_; }
     xcb_pixmap_t pixmap() const { return pixmap_.id(); }
     xcb_render_picture_t picture() const { return picture_.id(); }

@@ -162,12 +162,16 @@ void WindowFacts::readShape(Connection& x) {
     shapedOuter_ = geometry_.outer;
 }
 
-std::vector<PixelRect> queryShape(Connection& x, xcb_window_t window) {
-    if (!x.extensions().shape) return {};
-    const unsigned size = xcb_get_geometry(x.raw(), window).sequence;
-    const unsigned shape = xcb_shape_get_rectangles(x.raw(), window, XCB_SHAPE_SK_BOUNDING).sequence;
-    const auto geometry = x.await<xcb_get_geometry_reply_t>(size);
-    const auto rectangles = x.await<xcb_shape_get_rectangles_reply_t>(shape);
+ShapeRequest::ShapeRequest(Connection& x, xcb_window_t window) {
+    if (!x.extensions().shape) return;
+    size_ = xcb_get_geometry(x.raw(), window).sequence;
+    rectangles_ = xcb_shape_get_rectangles(x.raw(), window, XCB_SHAPE_SK_BOUNDING).sequence;
+}
+
+std::vector<PixelRect> ShapeRequest::read(Connection& x) const {
+    if (size_ == 0) return {};
+    const auto geometry = x.await<xcb_get_geometry_reply_t>(size_);
+    const auto rectangles = x.await<xcb_shape_get_rectangles_reply_t>(rectangles_);
     if (!geometry) return {};
     const int border = geometry->border_width;
     return shapeOf(rectangles.get(), {0, 0, geometry->width + 2 * border, geometry->height + 2 * border}, border);

@@ -47,12 +47,16 @@ uint64_t X11WindowServer::desktopVersion() {
     return desktop ? desktop->version : 0;
 }
 
-// Windows whose pictures will be asked for, redirected on a connection of their own.
+// Windows whose pictures will be asked for, redirected on a connection of their own. While the caller is busy with one
+// picture the server draws the next.
 class X11WindowServer::Expected {
   public:
     Expected(std::unique_ptr<Connection> connection, const std::vector<uint32_t>& windows, const WindowList& list)
         : x_(std::move(connection)), scene_(std::make_unique<SceneGrabber>(*x_)), windows_(windows) {
+        std::vector<ShapeRequest> shapes;
+        for (const uint32_t window : windows_) shapes.emplace_back(*x_, window);
         scene_->expect(windows_, list);
+        for (const ShapeRequest& shape : shapes) shapes_.push_back(shape.read(*x_));
     }
     ~Expected() {
         const PipeGuard guard;
@@ -68,21 +72,39 @@ class X11WindowServer::Expected {
     Shot take(const DesktopWindow& window, const WindowList& list) {
         std::lock_guard lock(mutex_);
         const PipeGuard guard;
-        while (const Event event = x_->nextEvent()) scene_->handle(*event);
-        return pictureOf(*x_, *scene_, window, list);
+        const size_t index =
+            static_cast<size_t>(std::find(windows_.begin(), windows_.end(), window.number) - windows_.begin());
+        if (begun_ != index || begunBounds_ != boundsOfClient(window)) begin(index, window, list);
+        const Shot shot = pictureOf(*scene_);
+        begun_ = windows_.size();
+        const DesktopWindow* next = index + 1 < windows_.size() ? list.find(windows_[index + 1]) : nullptr;
+        if (next && next->onScreen) begin(index + 1, *next, list);
+        x_->flush();
+        return shot;
     }
 
-    static Shot pictureOf(Connection& x, SceneGrabber& scene, const DesktopWindow& window, const WindowList& list) {
-        Shot shot = scene.take(boundsOfClient(window), {layerOfClient(window, queryShape(x, window.number))}, list);
+    // Of the scene that was begun.
+    static Shot pictureOf(SceneGrabber& scene) {
+        Shot shot = scene.finish();
         if (shot.image && !scene.anyPicture()) return NoImage::notOnScreen;
         return shot;
     }
 
   private:
+    void begin(size_t index, const DesktopWindow& window, const WindowList& list) {
+        while (const Event event = x_->nextEvent()) scene_->handle(*event);
+        begun_ = index;
+        begunBounds_ = boundsOfClient(window);
+        scene_->begin(begunBounds_, {layerOfClient(window, shapes_[index])}, list);
+    }
+
     std::mutex mutex_;
     std::unique_ptr<Connection> x_;  // outlives what is made on it
     std::unique_ptr<SceneGrabber> scene_;
     const std::vector<uint32_t> windows_;
+    std::vector<std::vector<PixelRect>> shapes_;  // of the windows
+    size_t begun_ = SIZE_MAX;                     // the window whose picture the server draws
+    PixelRect begunBounds_;
 };
 
 std::shared_ptr<void> X11WindowServer::expectPictures(const std::vector<uint32_t>& windows) {
@@ -117,7 +139,8 @@ Shot X11WindowServer::windowPicture(uint32_t window) {
     if (!asking) return NoImage::noServer;
     if (!asking->extensions().composite) return NoImage::failed;
     SceneGrabber scene(*asking);
-    return Expected::pictureOf(*asking, scene, *found, *desktop->windows);
+    scene.begin(boundsOfClient(*found), {layerOfClient(*found, queryShape(*asking, window))}, *desktop->windows);
+    return Expected::pictureOf(scene);
 }
 
 Shot X11WindowServer::displayPicture(uint32_t display) {
