@@ -1,8 +1,10 @@
 // How long the lists take beside their limits: list_times ROUNDS WIDTH WINDOW..., prints medians in microseconds as
-// JSON. The limit of a list with pictures is grabbing each window and display and scaling it to WIDTH pixels.
+// JSON. The limit of a list with pictures is grabbing each window and display and scaling it to WIDTH pixels: "bare"
+// what is on screen, so of a covered window what covers it, "redirected" what the windows themselves show.
 #include <fcntl.h>
 #include <libyuv/scale_argb.h>
 #include <unistd.h>
+#include <xcb/composite.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -62,17 +64,36 @@ class BareGrabs {
           width_(width) {}
     int run(const std::vector<xcb_window_t>& drawables) {
         for (const xcb_window_t each : drawables) {
-            const bench::Area area = client_.windowArea(each);
-            const int height = area.height * width_ / area.width;
-            scaled_.resize(static_cast<size_t>(width_) * static_cast<size_t>(height) * 4);
-            picture_.grab(each, {0, 0, area.width, area.height});
-            libyuv::ARGBScale(picture_.bytes(), area.width * 4, area.width, area.height, scaled_.data(), width_ * 4,
-                              width_, height, libyuv::kFilterBox);
+            grabAndScale(each, client_.windowArea(each));
         }
+        return static_cast<int>(drawables.size());
+    }
+    // The first drawable is the root.
+    int runRedirected(const std::vector<xcb_window_t>& drawables) {
+        xcb_connection_t* const x = client_.connection;
+        for (size_t i = 1; i < drawables.size(); ++i)
+            xcb_composite_redirect_window(x, drawables[i], XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+        for (const xcb_window_t each : drawables) {
+            const xcb_pixmap_t pixmap = each == client_.root ? each : xcb_generate_id(x);
+            if (pixmap != each) xcb_composite_name_window_pixmap(x, each, pixmap);
+            grabAndScale(pixmap, client_.windowArea(each));
+            if (pixmap != each) xcb_free_pixmap(x, pixmap);
+        }
+        for (size_t i = 1; i < drawables.size(); ++i)
+            xcb_composite_unredirect_window(x, drawables[i], XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+        client_.sync();
         return static_cast<int>(drawables.size());
     }
 
   private:
+    void grabAndScale(xcb_drawable_t drawable, const bench::Area& area) {
+        const int height = area.height * width_ / area.width;
+        scaled_.resize(static_cast<size_t>(width_) * static_cast<size_t>(height) * 4);
+        picture_.grab(drawable, {0, 0, area.width, area.height});
+        libyuv::ARGBScale(picture_.bytes(), area.width * 4, area.width, area.height, scaled_.data(), width_ * 4, width_,
+                          height, libyuv::kFilterBox);
+    }
+
     bench::Client& client_;
     bench::SharedPicture picture_;
     std::vector<uint8_t> scaled_;
@@ -94,12 +115,14 @@ int main(int argc, char** argv) {
     BareGrabs bare(client, atoi(argv[2]));
     orvo_screencapture_init();
 
-    Way ways[] = {{"plain", {}, {}}, {"icons", {}, {}}, {"pictures", {}, {}}, {"bare", {}, {}}};
+    Way ways[] = {{"plain", {}, {}}, {"icons", {}, {}}, {"pictures", {}, {}}, {"bare", {}, {}}, {"redirected", {}, {}}};
     for (int round = -1; round < atoi(argv[1]); ++round) {
         ways[0].measure(plain);
         ways[1].measure([] { return picker(true); });
         ways[2].measure([] { return picker(false); });
+        client.sync();  // the next way does not pay for what the server still has to do
         ways[3].measure([&] { return bare.run(drawables); });
+        ways[4].measure([&] { return bare.runRedirected(drawables); });
         if (round < 0) {  // the first round connects
             for (Way& way : ways) way.times.clear(), way.sends.clear();
         }

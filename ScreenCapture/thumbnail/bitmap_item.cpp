@@ -27,9 +27,10 @@ BitmapItemPtr makeBitmapItem(const platform::Image& image) {
     item->bitsPerPixel = 32;
     item->length = item->width * item->height * 4;
     item->stride = static_cast<uint32_t>(image.bytesPerRow());
-    item->data = new unsigned char[item->length]();
-    const size_t available = image.bytesPerRow() * item->height;
-    std::memcpy(item->data, pixels, std::min<size_t>(item->length, available));
+    item->data = new unsigned char[item->length];
+    const size_t copied = std::min<size_t>(item->length, image.bytesPerRow() * item->height);
+    std::memcpy(item->data, pixels, copied);
+    std::memset(item->data + copied, 0, item->length - copied);
     return item;
 }
 

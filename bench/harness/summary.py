@@ -126,6 +126,8 @@ def other_goals(data: dict[str, Any]) -> list[Goal]:
         at_most("list of 50 windows: waits for the server", lists["plain"]["sends"], 3, ""),
         at_most("list of 50 windows with pictures, to the bare grabs and scales",
                 times(lists["pictures"]["us"], lists["bare"]["us"]), 1.2, "times"),
+        at_most("the same, to bare grabs that show covered windows too",
+                times(lists["pictures"]["us"], lists["redirected"]["us"]), 1.2, "times"),
         at_most("log line into a file, to spdlog's asynchronous logger",
                 times(log.get("line/to_files/iterations:20000"), log.get("spdlog/to_file/iterations:20000")), 1.5, "times"),
         at_most("idle, beside the log thread", others, 0.2, "% of a core"),

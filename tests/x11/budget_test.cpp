@@ -144,5 +144,20 @@ TEST(PointerBudget, AMoveCostsOneWaitAndIsShownAtOnce) {
     }
 }
 
+// A list of windows waits once or not at all; with pictures once for each, and for what all of them need together.
+TEST(ListBudget, WaitsDoNotGrowWithTheWindowsButByTheirPictures) {
+    Scene scene;
+    auto& server = platform::platform().windowServer();
+    const auto numbers = server.onScreenNumbers();
+    ASSERT_EQ(numbers.size(), 3U);
+    scene.painter.window({10, 300, 200, 150}, 0x222222);
+    EXPECT_LE(trafficOf([&] { EXPECT_EQ(server.onScreenWindows().size(), 4U); }).roundTrips, 4);  // one has come
+    EXPECT_EQ(trafficOf([&] { server.onScreenWindows(); }).roundTrips, 0);
+    const auto expected = server.expectPictures(numbers);
+    const std::vector<int> budget = {6, 3, 1};  // memory is shared for two sizes in turn; the last is drawn already
+    for (size_t i = 0; i < numbers.size(); ++i)
+        EXPECT_LE(trafficOf([&] { EXPECT_TRUE(server.windowPicture(numbers[i]).image); }).roundTrips, budget[i]) << i;
+}
+
 }  // namespace
 }  // namespace orvo::testing
