@@ -2,6 +2,7 @@
 #include "ScreenCapture/platform/software/imaging.h"
 
 #include <libyuv/convert_from_argb.h>
+#include <libyuv/planar_functions.h>
 
 #include <algorithm>
 #include <cmath>
@@ -109,7 +110,8 @@ Picture SoftwareImaging::picture(PixelBuffer& buffer) {
     const auto* bytes = static_cast<const uint8_t*>(buffer.baseAddress());
     Ref<MemoryBitmap> copy;
     if (bytes) copy = MemoryBitmap::make(buffer.width(), buffer.height(), buffer.bytesPerRow());
-    if (copy) std::memcpy(copy->data(), bytes, static_cast<size_t>(buffer.height()) * buffer.bytesPerRow());
+    const auto stride = static_cast<int>(buffer.bytesPerRow());
+    if (copy) libyuv::ARGBCopy(bytes, stride, copy->data(), stride, buffer.width(), buffer.height());
     buffer.unlock();
     return picture(Ref<Image>(copy));
 }

@@ -253,7 +253,7 @@ void clearOutside(const Pixels& target, const PixelRect& kept) {
     for (int row = inner.y; row < inner.y + inner.height; ++row) {
         uint8_t* line = target.bytes + static_cast<size_t>(row) * target.bytesPerRow;
         std::memset(line, 0, before);
-        std::memset(line + behind, 0, target.bytesPerRow - behind);
+        std::memset(line + behind, 0, static_cast<size_t>(target.width) * 4 - behind);
     }
     const int below = inner.y + inner.height;
     std::memset(target.bytes + static_cast<size_t>(below) * target.bytesPerRow, 0,

@@ -27,7 +27,8 @@ struct Pixels {
 // a placement thinner than a pixel still covers one; what lies outside the target is left out.
 PixelRect drawScaled(const Pixels& source, const Pixels& target, const Rect& placement);
 
-// Sets everything of the target but one rectangle to zero bytes, the bytes behind each row included.
+// Sets every pixel of the target that is not in one rectangle to zero bytes. What lies behind the pixels of a row is
+// zero already.
 void clearOutside(const Pixels& target, const PixelRect& kept);
 
 }  // namespace orvo::platform::software
