@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <random>
 #include <thread>
 
 #include "ScreenCapture/platform/platform.h"
+#include "support/x11/traffic.h"
 #include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
 
@@ -86,6 +88,46 @@ TEST(Windows, ListTellsWhatClientsSayInStackingOrder) {
     ASSERT_EQ(later.size(), 2U);
     EXPECT_EQ(later[0].number, below);
     EXPECT_EQ(later[0].bounds, (Rect{-50, 30, 300, 200}));
+}
+
+// Windows that are moved, resized, restacked and hidden at random are listed where the server has them, also in frames.
+TEST(Windows, ListFollowsWhatHappensToWindows) {
+    for (const bool isManaged : {false, true}) {
+        XServer server("800x600x24");
+        Windows windows(server);
+        if (isManaged) server.start({"openbox"});
+        ASSERT_TRUE(!isManaged || windows.awaitManager());
+        std::vector<xcb_window_t> all;
+        for (int i = 0; i < 4; ++i)
+            all.push_back(windows.make({.area = {30 * i, 20 * i, 200, 150}, .title = "each", .border = i}));
+        const auto isTrue = [&] {
+            const auto list = windowServer().onScreenWindows();
+            return std::all_of(list.begin(), list.end(),
+                               [&](const WindowInfo& info) { return info.bounds == windows.rootBounds(info.number); });
+        };
+        std::minstd_rand random(7);
+        for (int step = 0; step < 60; ++step) {
+            const xcb_window_t window = all[random() % all.size()];
+            const auto place = [&] { return static_cast<int>(random() % 400) - 50; };
+            switch (random() % 6) {
+                case 0:
+                    windows.resize(window, 100 + static_cast<int>(random() % 200), 90);
+                    break;
+                case 1:
+                    windows.painter().raise(window);
+                    break;
+                default:
+                    windows.painter().move(window, place(), place());
+            }
+            const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(isManaged ? 5 : 0);
+            bool isListed = isTrue();
+            while (!isListed && std::chrono::steady_clock::now() < until) isListed = isTrue();
+            ASSERT_TRUE(isListed) << "step " << step << (isManaged ? " in frames" : "");
+        }
+        if (isManaged) continue;
+        windows.painter().move(all[2], 5, 6);
+        EXPECT_EQ(trafficOf([&] { EXPECT_TRUE(find(windowServer().onScreenWindows(), all[2])); }).requests, 0);
+    }
 }
 
 TEST(Windows, AManagersFramesStayOutOfBoundsAndPictures) {

@@ -4,6 +4,7 @@
 #include <xcb/shape.h>
 
 #include <algorithm>
+#include <iterator>
 #include <unordered_map>
 
 #include "ScreenCapture/platform/software/region.h"
@@ -31,11 +32,15 @@ class WindowPart final : public ModelPart {
         atoms_ = Atoms::of(x);
         known_.clear();
         processes_.clear();
+        mustAsk_ = true;
     }
     bool handle(Connection& x, const xcb_generic_event_t& event) override;
     void refresh(Connection& x, Desktop& next) override;
 
   private:
+    bool makesStale(Connection& x, const xcb_generic_event_t& event);
+    bool isMove(const xcb_configure_notify_event_t& notify) const;
+    void applyMoves(Desktop& next);
     bool askRoot(Connection& x, WindowList& list);
     void askTopLevels(Connection& x);
     void readTopLevels(Connection& x, WindowList& list);
@@ -52,7 +57,9 @@ class WindowPart final : public ModelPart {
     Atoms atoms_;
     std::unordered_map<xcb_window_t, WindowFacts> known_;
     std::vector<int32_t> processes_;
-    // Of the refresh that runs.
+    bool mustAsk_ = true;                                                   // something other than a move has happened
+    std::unordered_map<xcb_window_t, xcb_configure_notify_event_t> moves_;  // of top-level windows since the last list
+    // Of the refresh that runs, or the last one.
     std::vector<xcb_window_t> inOrder_;  // the manager's clients, first mapped first
     std::vector<TopLevel> tops_;         // back to front
     std::vector<xcb_window_t> listed_;   // the manager's clients, back to front
@@ -60,7 +67,52 @@ class WindowPart final : public ModelPart {
     unsigned check_ = 0;
 };
 
+// A top-level window that only goes elsewhere, as when it is dragged, takes the server no question.
 bool WindowPart::handle(Connection& x, const xcb_generic_event_t& event) {
+    if ((event.response_type & 0x7F) == XCB_CONFIGURE_NOTIFY) {
+        // What a manager sends beside the server's own word says nothing new.
+        if ((event.response_type & 0x80) != 0) return false;
+        const auto& notify = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
+        if (isMove(notify)) {
+            moves_.insert_or_assign(notify.window, notify);
+            return true;
+        }
+    }
+    const bool stale = makesStale(x, event);
+    mustAsk_ |= stale;
+    return stale;
+}
+
+// Whether a top-level window has kept its size and its place in the stack.
+bool WindowPart::isMove(const xcb_configure_notify_event_t& notify) const {
+    const auto top =
+        std::find_if(tops_.begin(), tops_.end(), [&](const TopLevel& each) { return each.window == notify.window; });
+    const auto facts = known_.find(notify.window);
+    if (top == tops_.end() || facts == known_.end()) return false;
+    const Geometry& geometry = facts->second.geometry();
+    const xcb_window_t below = top == tops_.begin() ? XCB_NONE : std::prev(top)->window;
+    return geometry.exists && notify.above_sibling == below &&
+           geometry.overrideRedirect == (notify.override_redirect != 0) && geometry.bounds.width == notify.width &&
+           geometry.bounds.height == notify.height && geometry.outer.width == notify.width + 2 * notify.border_width;
+}
+
+void WindowPart::applyMoves(Desktop& next) {
+    auto list = std::make_shared<WindowList>(*next.windows);
+    for (DesktopWindow& window : list->all) {
+        const auto move = moves_.find(window.frame);
+        if (move == moves_.end()) continue;
+        const int dx = move->second.x - window.frameBounds.x;
+        const int dy = move->second.y - window.frameBounds.y;
+        for (PixelRect* bounds : {&window.frameBounds, &window.bounds}) {
+            bounds->x += dx;
+            bounds->y += dy;
+        }
+    }
+    moves_.clear();
+    next.windows = std::move(list);
+}
+
+bool WindowPart::makesStale(Connection& x, const xcb_generic_event_t& event) {
     const uint8_t type = event.response_type & 0x7F;
     const auto known = [&](xcb_window_t window) {
         const auto found = known_.find(window);
@@ -294,8 +346,11 @@ void WindowPart::noteProcesses(WindowList& list) {
 }
 
 void WindowPart::refresh(Connection& x, Desktop& next) {
+    if (!mustAsk_) return applyMoves(next);
+    moves_.clear();
     auto list = std::make_shared<WindowList>();
-    if (!askRoot(x, *list)) return;
+    mustAsk_ = !askRoot(x, *list);
+    if (mustAsk_) return;
     askTopLevels(x);
     readTopLevels(x, *list);
     if (list->hasManager) {
