@@ -9,8 +9,8 @@ namespace {
 
 // Idle time of the first pointer, which is the one that a question for the pointer means.
 constexpr std::string_view kCountName = "DEVICEIDLETIME 2";
-// Milliseconds. The alarm rings when the count falls below the first, so it must have been above; the second leaves the
-// server time to see that.
+// Milliseconds. The alarm rings at the first and below, so a pointer must have been idle for longer to count as
+// resting.
 constexpr int64_t kAlarmTime = 200;
 constexpr int64_t kRestTime = 300;
 // A server that hangs rings no alarm; asking now and then finds it out.
@@ -41,37 +41,53 @@ void PointerPosition::findCount() {
         if (nameOf(*i.data) == kCountName) count_ = i.data->counter;
 }
 
+// It compares the count itself: an alarm on its change would miss what happens right before somebody else asks for the
+// count. So it rings once, and is set anew for the next rest.
 void PointerPosition::setAlarm() {
     alarm_ = xcb_generate_id(x_.raw());
-    const uint32_t what = XCB_SYNC_CA_COUNTER | XCB_SYNC_CA_VALUE_TYPE | XCB_SYNC_CA_VALUE | XCB_SYNC_CA_TEST_TYPE |
-                          XCB_SYNC_CA_DELTA | XCB_SYNC_CA_EVENTS;
-    // 64-bit values are given as their upper and lower half; a step of 0 has it ring again and again.
+    // 64-bit values are given as their upper and lower half.
     const uint32_t values[] = {
-        count_, XCB_SYNC_VALUETYPE_ABSOLUTE, 0, kAlarmTime, XCB_SYNC_TESTTYPE_NEGATIVE_TRANSITION, 0, 0, 1};
-    xcb_sync_create_alarm(x_.raw(), alarm_, what, values);
+        count_, XCB_SYNC_VALUETYPE_ABSOLUTE, 0, kAlarmTime, XCB_SYNC_TESTTYPE_NEGATIVE_COMPARISON, 0, 0, 1};
+    xcb_sync_create_alarm(x_.raw(), alarm_,
+                          XCB_SYNC_CA_COUNTER | XCB_SYNC_CA_VALUE_TYPE | XCB_SYNC_CA_VALUE | XCB_SYNC_CA_TEST_TYPE |
+                              XCB_SYNC_CA_DELTA | XCB_SYNC_CA_EVENTS,
+                          values);
+}
+
+void PointerPosition::setAlarmAnew() {
+    const uint32_t values[] = {0, kAlarmTime, 1};
+    xcb_sync_change_alarm(x_.raw(), alarm_, XCB_SYNC_CA_VALUE | XCB_SYNC_CA_EVENTS, values);
 }
 
 bool PointerPosition::handle(const xcb_generic_event_t& event) {
     if (alarm_ == 0 || (event.response_type & 0x7f) != x_.extensions().syncEvent + XCB_SYNC_ALARM_NOTIFY) return false;
     const auto& notify = reinterpret_cast<const xcb_sync_alarm_notify_event_t&>(event);
     if (notify.alarm != alarm_) return false;
-    rests_ = false;
+    disturb();
     return true;
 }
 
-// The count is asked after the place: what stirs the pointer in between makes it small.
+// The alarm is set before the place is asked for: what moves the pointer later rings it. Asking for the count has the
+// server see that it is large, or the alarm would ring for what it saw last.
 bool PointerPosition::locate() {
     const auto now = std::chrono::steady_clock::now();
     if (rests_ && now - asked_ < kLongestTrust) return false;
     asked_ = now;
+    rests_ = false;
+    const bool mayRest = count_ != 0 && now - moved_ > std::chrono::milliseconds(kRestTime);
+    const unsigned idle = mayRest ? xcb_sync_query_counter_unchecked(x_.raw(), count_).sequence : 0;
+    if (mayRest) setAlarmAnew();
     const auto pointer = xcb_query_pointer_unchecked(x_.raw(), x_.root());  // so xcb allocates less
-    const auto idle = count_ != 0 ? xcb_sync_query_counter_unchecked(x_.raw(), count_).sequence : 0;
+    if (mayRest) {
+        const auto counted = x_.await<xcb_sync_query_counter_reply_t>(idle);
+        rests_ = counted && number(counted->counter_value) >= kRestTime;
+    }
     const auto found = x_.await<xcb_query_pointer_reply_t>(pointer.sequence);
-    place_ = {};
-    if (found && found->same_screen) place_ = {found->root_x, found->root_y, found->mask, true};
-    if (idle == 0) return true;
-    const auto counted = x_.await<xcb_sync_query_counter_reply_t>(idle);
-    rests_ = found && counted && number(counted->counter_value) >= kRestTime;
+    Place place;
+    if (found && found->same_screen) place = {found->root_x, found->root_y, found->mask, true};
+    if (place != place_) moved_ = now;
+    rests_ = rests_ && found && place == place_;
+    place_ = place;
     return true;
 }
 

@@ -23,12 +23,16 @@ class PointerPosition {
         int x = 0, y = 0;      // root coordinates
         uint16_t buttons = 0;  // XCB_BUTTON_MASK_...
         bool known = false;    // false: the server did not say, or the pointer is on another of its screens
+        bool operator==(const Place&) const = default;
     };
 
     // True for an event that was meant for this.
     bool handle(const xcb_generic_event_t& event);
-    // Forgets the place: something has happened that may have moved the pointer.
-    void disturb() { rests_ = false; }
+    // Something has happened that may have moved the pointer.
+    void disturb() {
+        rests_ = false;
+        moved_ = std::chrono::steady_clock::now();
+    }
     // Asks unless the pointer rests. True when it asked: the answer has brought all news of the server with it.
     bool locate();
     const Place& place() const { return place_; }
@@ -36,13 +40,14 @@ class PointerPosition {
   private:
     void findCount();
     void setAlarm();
+    void setAlarmAnew();
 
     Connection& x_;
     xcb_sync_counter_t count_ = 0;  // 0: the server has none
     xcb_sync_alarm_t alarm_ = 0;    // lives as long as the connection
     Place place_;
     bool rests_ = false;
-    std::chrono::steady_clock::time_point asked_;
+    std::chrono::steady_clock::time_point asked_, moved_;
 };
 
 }  // namespace orvo::platform::x11
