@@ -43,8 +43,8 @@ struct local_context {
 
     mutable std::mutex lock;
     std::condition_variable changed;  // something was queued or cancelled, or the worker is to end
-    list ready;    // first in, first out
-    list delayed;  // ascending due
+    list ready;                       // first in, first out
+    list delayed;                     // ascending due
     orvostl::set<unsigned int> cancelled;
     orvostl::map<unsigned int, list*> where;  // each id's queue; 0 is there from the start, so nobody gets it
     unsigned int next_id = 1;
