@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "ScreenCapture/platform/x11/late_glib.h"
+#include "ScreenCapture/platform/x11/window_facts.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -146,7 +147,7 @@ std::string applicationName(const DesktopWindow& window) {
     if (const EntryRef entry = entryOfWindow(window); entry && !entry->name.empty()) return entry->name;
     if (!window.className.empty()) return window.className;
     if (!window.instance.empty()) return window.instance;
-    return window.process;
+    return window.process.empty() ? processName(window.pid) : window.process;
 }
 
 std::vector<const DesktopWindow*> windowsOfProcess(const WindowList& windows, int32_t pid, bool withPopups) {

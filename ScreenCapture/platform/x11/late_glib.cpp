@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <iterator>
+#include <optional>
 
 #include "xplatform/common/orvosyslog.h"
 
@@ -36,26 +37,46 @@ class LateLibrary {
     bool whole_ = true;
 };
 
-// Loading needs some, and so do the libraries when they begin: GLib ends a process that has none left.
-bool descriptorsAreLeft() {
-    int files[8];
-    size_t count = 0;
-    while (count < std::size(files) && (files[count] = eventfd(0, EFD_CLOEXEC)) >= 0) ++count;
-    for (size_t i = 0; i < count; ++i) close(files[i]);
-    return count == std::size(files);
-}
+// Loading needs descriptors, and so do the libraries when they begin: GLib ends a process that has none left. Two are
+// kept until it begins, since the host's other threads may use up the rest meanwhile.
+class SpareDescriptors {
+  public:
+    SpareDescriptors() {
+        while (count_ < std::size(files_) && (files_[count_] = eventfd(0, EFD_CLOEXEC)) >= 0) ++count_;
+        enough_ = count_ == std::size(files_);
+        keep(enough_ ? 2 : 0);
+    }
+    ~SpareDescriptors() { keep(0); }
+    SpareDescriptors(const SpareDescriptors&) = delete;
+    SpareDescriptors& operator=(const SpareDescriptors&) = delete;
 
-// A library's functions, looked up once there are descriptors. find: names each of them to the library.
+    bool enough() const { return enough_; }
+    void keep(size_t number) {
+        while (count_ > number) close(files_[--count_]);
+    }
+
+  private:
+    int files_[8];
+    size_t count_ = 0;
+    bool enough_ = false;
+};
+
+// A library's functions, looked up once there are descriptors. find: names each of them to the library; begin: what
+// must not be left without descriptors.
 template <typename Calls>
-const Calls& late(const char* name, const char* lost, void (*find)(LateLibrary&, Calls&)) {
+const Calls& late(const char* name, const char* lost, void (*find)(LateLibrary&, Calls&),
+                  void (*begin)(const Calls&) = nullptr) {
     static std::atomic<bool> loaded{false};
     static const Calls none{};
-    if (!loaded && !descriptorsAreLeft()) return none;
+    std::optional<SpareDescriptors> spare;
+    if (!loaded && !spare.emplace().enough()) return none;
     static const Calls found = [&] {
         Calls calls;
         LateLibrary library(name);
         find(library, calls);
         calls.found = library.whole(lost);
+        spare->keep(0);
+        if (begin && calls.found) begin(calls);
         return calls;
     }();
     loaded = true;
@@ -67,8 +88,10 @@ const Calls& late(const char* name, const char* lost, void (*find)(LateLibrary&,
 #define ORVO_FIND(name) library.find(calls.name, #name);
 
 const GlibCalls& glib() {
-    return late<GlibCalls>("libglib-2.0.so.0", "main queue and observers",
-                           [](LateLibrary& library, GlibCalls& calls) { ORVO_GLIB_CALLS(ORVO_FIND) });
+    return late<GlibCalls>(
+        "libglib-2.0.so.0", "main queue and observers",
+        [](LateLibrary& library, GlibCalls& calls) { ORVO_GLIB_CALLS(ORVO_FIND) },
+        [](const GlibCalls& calls) { calls.g_main_context_default(); });
 }
 
 const GioCalls& gio() {

@@ -11,6 +11,7 @@ namespace orvo::platform::x11 {
 // The functions of each library that are used, each named once.
 #define ORVO_GLIB_CALLS(CALL)               \
     CALL(g_main_context_acquire)            \
+    CALL(g_main_context_default)            \
     CALL(g_main_context_iteration)          \
     CALL(g_main_context_ref_thread_default) \
     CALL(g_main_context_release)            \

@@ -57,6 +57,8 @@ std::vector<PixelRect> shapeOf(const xcb_shape_get_rectangles_reply_t* reply, co
     return shape;
 }
 
+}  // namespace
+
 std::string processName(int32_t pid) {
     if (pid <= 0) return {};
     std::ifstream file("/proc/" + std::to_string(pid) + "/comm");
@@ -64,8 +66,6 @@ std::string processName(int32_t pid) {
     std::getline(file, name);
     return name;
 }
-
-}  // namespace
 
 void WindowFacts::askGeometry(Connection& x, xcb_window_t window) {
     if (place_[0] != 0) return;  // is being asked for

@@ -75,6 +75,9 @@ class WindowFacts {
     bool hidden_ = false, above_ = false, fullScreen_ = false, transient_ = false, hasIcon_ = false;
 };
 
+// What the system calls a process; empty when it cannot be told.
+std::string processName(int32_t pid);
+
 // Asks for the bounding shape of one window. read(), once: relative to its border's corner; empty: all of it, or the
 // window has gone.
 class ShapeRequest {

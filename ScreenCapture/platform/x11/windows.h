@@ -39,7 +39,7 @@ struct DesktopWindow {
     std::string role;       // WM_WINDOW_ROLE
     std::string instance;   // WM_CLASS
     std::string className;  // WM_CLASS
-    std::string process;    // what the system calls the process; empty when there is a WM_CLASS
+    std::string process;    // what the system calls the process; empty with a WM_CLASS, or when it could not be told
 };
 
 struct WindowList {
