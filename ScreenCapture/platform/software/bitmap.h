@@ -36,8 +36,8 @@ class Bitmap : public Image, public PixelBuffer {
     int height_;
 };
 
-// Owns its memory, aligned to 64 bytes. The maker writes every pixel; what lies behind the pixels of a row is zero, if it
-// is longer than 32-bit pixels need, and stays so.
+// Owns its memory, aligned to 64 bytes. The maker writes every pixel; what lies behind the pixels of a row is zero, if
+// it is longer than 32-bit pixels need, and stays so.
 class MemoryBitmap final : public Bitmap {
   public:
     // Null when the size is empty or there is no memory for it.
