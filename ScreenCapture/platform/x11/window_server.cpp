@@ -75,7 +75,7 @@ class X11WindowServer::Expected {
         const size_t index =
             static_cast<size_t>(std::find(windows_.begin(), windows_.end(), window.number) - windows_.begin());
         if (begun_ != index || begunBounds_ != boundsOfClient(window)) begin(index, window, list);
-        const Shot shot = pictureOf(*scene_);
+        Shot shot = pictureOf(*scene_);
         begun_ = windows_.size();
         const DesktopWindow* next = index + 1 < windows_.size() ? list.find(windows_[index + 1]) : nullptr;
         if (next && next->onScreen) begin(index + 1, *next, list);
