@@ -111,7 +111,8 @@ Picture SoftwareImaging::picture(PixelBuffer& buffer) {
     Ref<MemoryBitmap> copy;
     if (bytes) copy = MemoryBitmap::make(buffer.width(), buffer.height(), buffer.bytesPerRow());
     const auto stride = static_cast<int>(buffer.bytesPerRow());
-    if (copy) libyuv::ARGBCopy(bytes, stride, copy->data(), stride, buffer.width(), buffer.height());
+    const int pixels = std::min(buffer.width() * 4, stride);  // a row of fewer bits a pixel is shorter
+    if (copy) libyuv::CopyPlane(bytes, stride, copy->data(), stride, pixels, buffer.height());
     buffer.unlock();
     return picture(Ref<Image>(copy));
 }
