@@ -1,7 +1,8 @@
 // One tick of the window capture session: for every target a picture, the cursor, crop, scale, delivery.
+#include "ScreenCapture/window/OrvoWindowCaptureSession.h"
+
 #include <optional>
 
-#include "ScreenCapture/window/OrvoWindowCaptureSession.h"
 #include "ScreenCapture/window/target_guard.h"
 
 using namespace orvo::platform;
