@@ -133,25 +133,26 @@ typedef uint8_t EightBytes __attribute__((vector_size(8)));
 typedef uint64_t Quads __attribute__((vector_size(16)));
 typedef uint16_t Lanes __attribute__((vector_size(16)));
 
+// Every pixel has as many pairs, some with weight 0: then they need no loop of their own.
 struct ColumnTaps {
-    struct Span {
-        int first;
-        int pairs;
-    };
-    std::vector<Span> spans;
-    std::vector<Lanes> weights;  // of all spans' pairs, one after the other
+    int pairs = 1;
+    std::vector<int> first;      // byte offsets into the row
+    std::vector<Lanes> weights;  // of all pixels' pairs, one after the other
 };
 
 ColumnTaps paired(const Taps& taps) {
     ColumnTaps result;
+    for (const Taps::Span& span : taps.spans) result.pairs = std::max(result.pairs, (span.count + 1) / 2);
     for (const Taps::Span& span : taps.spans) {
-        const uint32_t* weight = taps.weights.data() + span.weights;
-        for (int i = 0; i < span.count; i += 2) {
-            const auto a = static_cast<uint16_t>(weight[i]);
-            const auto b = static_cast<uint16_t>(i + 1 < span.count ? weight[i + 1] : 0);
+        const auto weight = [&](int i) {
+            return i < span.count ? static_cast<uint16_t>(taps.weights[span.weights + static_cast<size_t>(i)])
+                                  : uint16_t{0};
+        };
+        for (int i = 0; i < 2 * result.pairs; i += 2) {
+            const uint16_t a = weight(i), b = weight(i + 1);
             result.weights.push_back(Lanes{a, a, a, a, b, b, b, b});
         }
-        result.spans.push_back({span.first, (span.count + 1) / 2});
+        result.first.push_back(span.first * 4);
     }
     return result;
 }
@@ -165,10 +166,9 @@ inline Lanes weighted(const uint8_t* twoPixels, const Lanes& weight) {
            weight;
 }
 
-inline Lanes sumOf(const uint8_t* row, const ColumnTaps::Span& span, const Lanes*& weight) {
-    const uint8_t* in = row + static_cast<size_t>(span.first) * 4;
-    Lanes sum = weighted(in, *weight++);
-    for (int i = 1; i < span.pairs; ++i) sum += weighted(in += 8, *weight++);
+inline Lanes sumOf(const uint8_t* in, const Lanes* weight, int pairs) {
+    Lanes sum = weighted(in, *weight);
+    for (int i = 1; i < pairs; ++i) sum += weighted(in + 8 * i, weight[i]);
     return sum;
 }
 
@@ -182,18 +182,21 @@ inline uint64_t rounded(const Lanes& a, const Lanes& b) {
     return result;
 }
 
-// row: one pixel longer than the source, as a pair may end there with weight 0.
+// row: as much longer than the source as the pairs of its last pixel reach, with weight 0. Pairs: 0 for any number.
+template <int Pairs>
 void blendColumns(const uint8_t* row, const ColumnTaps& columns, uint8_t* out) {
+    const int pairs = Pairs ? Pairs : columns.pairs;
     const Lanes* weight = columns.weights.data();
-    const size_t count = columns.spans.size();
+    const int* first = columns.first.data();
+    const size_t count = columns.first.size();
     size_t i = 0;
-    for (; i + 1 < count; i += 2, out += 8) {
-        const Lanes first = sumOf(row, columns.spans[i], weight);
-        const uint64_t two = rounded(first, sumOf(row, columns.spans[i + 1], weight));
+    for (; i + 1 < count; i += 2, out += 8, weight += 2 * pairs) {
+        const uint64_t two =
+            rounded(sumOf(row + first[i], weight, pairs), sumOf(row + first[i + 1], weight + pairs, pairs));
         std::memcpy(out, &two, 8);
     }
     if (i < count) {
-        const uint64_t one = rounded(sumOf(row, columns.spans[i], weight), Lanes{});
+        const uint64_t one = rounded(sumOf(row + first[i], weight, pairs), Lanes{});
         std::memcpy(out, &one, 4);
     }
 }
@@ -202,10 +205,11 @@ void blendColumns(const uint8_t* row, const ColumnTaps& columns, uint8_t* out) {
 void resample(const Pixels& source, const Pixels& target, int width, int height, int skipX, int skipY) {
     const ColumnTaps columns = paired(makeTaps(source.width, width, skipX, target.width));
     const Taps rows = makeTaps(source.height, height, skipY, target.height);
-    std::vector<uint8_t> row(static_cast<size_t>(source.width + 1) * 4);
+    const auto blend = columns.pairs == 1 ? blendColumns<1> : columns.pairs == 2 ? blendColumns<2> : blendColumns<0>;
+    std::vector<uint8_t> row(static_cast<size_t>(source.width + 2 * columns.pairs) * 4);
     for (int y = 0; y < target.height; ++y) {
         blendRows(source, rows, rows.spans[static_cast<size_t>(y)], row.data());
-        blendColumns(row.data(), columns, target.row(y));
+        blend(row.data(), columns, target.row(y));
     }
 }
 
