@@ -224,16 +224,19 @@ TEST(Windows, ExpectedPicturesAreAsGoodAsOthers) {
     const auto right = windows.make({.area = {300, 10, 90, 70}});
     const auto covered = windows.make({.area = {310, 200, 90, 70}, .background = 0x123456});
     const auto cover = windows.make({.area = {300, 190, 200, 150}});
+    const auto shown = windows.make({.area = {100, 300, 90, 70}, .background = 0x654321});
     windows.paintPattern(left, 200, 150);
     windows.paintPattern(right, 90, 70);
-    const auto expected = windowServer().expectPictures({left, right, covered, 0x7FFFFFF});
+    const auto expected = windowServer().expectPictures({left, right, covered, shown, 0x7FFFFFF});
     EXPECT_TRUE(expected);
     EXPECT_EQ(wrongPixels(windowServer().windowPicture(left), 200, 150), 0);
+    windows.paintPattern(covered, 90, 70);  // redirected by now
     EXPECT_EQ(wrongPixels(windowServer().windowPicture(right), 90, 70), 0);
-    EXPECT_EQ(pixel(windowServer().windowPicture(covered), 40, 40), 0xFF123456U);
-    EXPECT_EQ(pixel(windowServer().windowPicture(cover), 5, 5), 0xFF303030U);  // not expected, and taken all the same
-    windows.paintPattern(covered, 90, 70);
     EXPECT_EQ(wrongPixels(windowServer().windowPicture(covered), 90, 70), 0);
+    EXPECT_EQ(pixel(windowServer().windowPicture(cover), 5, 5), 0xFF303030U);  // not expected, and taken all the same
+    EXPECT_EQ(pixel(windowServer().windowPicture(covered), 40, 40), 0xFF123456U);  // again, painted anew
+    windows.make({.area = {90, 290, 200, 150}});
+    EXPECT_EQ(pixel(windowServer().windowPicture(shown), 40, 40), 0xFF654321U);  // not what came over it
     windows.painter().destroy(right);
     EXPECT_EQ(windowServer().windowPicture(right).why, NoImage::gone);
     EXPECT_EQ(windowServer().windowPicture(0x7FFFFFF).why, NoImage::gone);

@@ -259,16 +259,18 @@ bool Connection::waitReadable(SteadyClock::time_point until) {
 void* Connection::awaitReply(unsigned sequence) {
     if (lost_) return nullptr;
     roundTrips_++;
+    void* reply = nullptr;
+    const auto hasCome = [&] {
+        xcb_generic_error_t* error = nullptr;
+        if (!xcb_poll_for_reply(raw_, sequence, &reply, &error)) return false;
+        std::free(error);
+        lost_ = xcb_connection_has_error(raw_) != 0;
+        return true;
+    };
+    if (hasCome()) return reply;  // what is asked by now may travel later, with more
     flush();
     const auto until = SteadyClock::now() + (serverHangs() ? kHangingLimit : kServerLimit);
-    while (true) {
-        void* reply = nullptr;
-        xcb_generic_error_t* error = nullptr;
-        if (xcb_poll_for_reply(raw_, sequence, &reply, &error)) {
-            std::free(error);
-            lost_ = xcb_connection_has_error(raw_) != 0;
-            return reply;
-        }
+    while (!hasCome()) {
         if (!waitReadable(until)) {
             lost_ = true;
             owed_ = sequence;
@@ -278,6 +280,7 @@ void* Connection::awaitReply(unsigned sequence) {
         // Asking for an event is what reads the socket.
         if (xcb_generic_event_t* event = xcb_poll_for_event(raw_)) events_.emplace_back(event);
     }
+    return reply;
 }
 
 bool Connection::answersAgain() {

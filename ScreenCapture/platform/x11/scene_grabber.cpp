@@ -4,7 +4,6 @@
 #include <poll.h>
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 #include "ScreenCapture/platform/software/compose.h"
@@ -15,9 +14,6 @@ namespace {
 // One being delivered, one waiting, one being written, and five that a host may keep.
 constexpr size_t kMostFrames = 8;
 constexpr int kLargestSide = 32767;  // of what the server draws
-// A window that was covered repaints itself when it is redirected. What it has not done by then comes with its damage.
-constexpr std::chrono::milliseconds kRepaintLimit{50};
-constexpr std::chrono::milliseconds kRepaintQuiet{5};
 
 xcb_rectangle_t rectangle(const PixelRect& area) {
     return {static_cast<int16_t>(area.x), static_cast<int16_t>(area.y), static_cast<uint16_t>(area.width),
@@ -43,7 +39,7 @@ SceneGrabber::SceneGrabber(Connection& x) : x_(x) {
 }
 
 void SceneGrabber::pin(xcb_window_t window) {
-    pinnedWindow_ = window;
+    kept_.push_back(window);
     pinned_ = sources_.emplace(window, std::make_unique<SceneSource>(x_, window)).first->second.get();
 }
 
@@ -52,7 +48,11 @@ void SceneGrabber::handle(const xcb_generic_event_t& event) {
         if (source->handle(event)) return;
 }
 
-void SceneGrabber::drainEvents() {
+PixelRect SceneGrabber::root() const {
+    return {0, 0, x_.screen()->width_in_pixels, x_.screen()->height_in_pixels};
+}
+
+void SceneGrabber::readEvents() {
     while (const Event event = x_.nextEvent()) handle(*event);
 }
 
@@ -70,7 +70,9 @@ Shot SceneGrabber::finish() {
     Ring::Slot* const slot = std::exchange(slot_, nullptr);
     if (!slot) return std::exchange(begun_, NoImage::failed);
     if (!awaitRefreshed(*slot)) return x_.lost() ? NoImage::noServer : NoImage::failed;
-    return Ref<Image>(slot->frame);
+    const PixelRect all{0, 0, bounds_.width, bounds_.height};
+    if (all == frameSize_) return Ref<Image>(slot->frame);
+    return Ref<Image>(makeCounted<software::BitmapView>(slot->frame, all));
 }
 
 // The result, or anything when there is a slot that the server draws into.
@@ -78,7 +80,7 @@ Shot SceneGrabber::ask(const PixelRect& bounds, const std::vector<SceneLayer>& l
     if (bounds.empty()) return NoImage::notOnScreen;
     if (bounds.width > kLargestSide || bounds.height > kLargestSide) return NoImage::failed;
     const bool otherWindows = updateSources(layers, windows);
-    const bool otherPictures = namePictures();
+    const bool otherPictures = namePictures(layers);
     if (x_.lost()) return NoImage::noServer;
     if (!onServer_) return composeHere(bounds, layers);
     if (!laidOut_ || otherWindows || otherPictures || bounds != bounds_ || layers != layers_) layOut(bounds, layers);
@@ -98,66 +100,74 @@ Shot SceneGrabber::ask(const PixelRect& bounds, const std::vector<SceneLayer>& l
 // True when the scene has other windows than the last time.
 bool SceneGrabber::updateSources(const std::vector<SceneLayer>& layers, const WindowList& windows) {
     const auto wanted = [&](xcb_window_t window) {
-        if (window == pinnedWindow_ || std::find(expected_.begin(), expected_.end(), window) != expected_.end())
-            return true;
+        if (std::find(kept_.begin(), kept_.end(), window) != kept_.end()) return true;
         return std::any_of(layers.begin(), layers.end(),
                            [=](const SceneLayer& layer) { return layer.window == window; });
     };
     bool changed = std::erase_if(sources_, [&](const auto& each) {
-                       return !wanted(each.first) || (each.second->gone() && each.first != pinnedWindow_);
+                       return !wanted(each.first) || (each.second->gone() && each.second.get() != pinned_);
                    }) > 0;
-    std::vector<xcb_window_t> added;
-    for (const SceneLayer& layer : layers)
-        if (layer.window != 0 && !sources_.count(layer.window)) added.push_back(layer.window);
-    changed |= addSources(added, windows);
+    std::vector<SceneSource*> covered;
+    for (const SceneLayer& layer : layers) {
+        if (layer.window == 0) continue;
+        auto& source = sources_[layer.window];
+        if (source) continue;
+        source = std::make_unique<SceneSource>(x_, layer.window);
+        if (!windows.isSeenWhole(layer.window, root())) covered.push_back(source.get());
+        changed = true;
+    }
+    if (!covered.empty() && x_.sync())
+        for (SceneSource* source : covered) source->expectRepaint();
+    waitForRepaint(layers);
     if (changed) laidOut_ = false;
     return changed;
 }
 
-bool SceneGrabber::addSources(const std::vector<xcb_window_t>& added, const WindowList& windows) {
-    const PixelRect root{0, 0, x_.screen()->width_in_pixels, x_.screen()->height_in_pixels};
-    std::vector<xcb_window_t> covered;
-    for (const xcb_window_t window : added) {
-        sources_.emplace(window, std::make_unique<SceneSource>(x_, window));
-        if (!windows.isSeenWhole(window, root)) covered.push_back(window);
-    }
-    if (!covered.empty()) waitForRepaint(covered);
-    return !added.empty();
+void SceneGrabber::expect(const DesktopWindow& window, const WindowList& windows) {
+    auto& source = sources_[window.number];
+    if (source) return;
+    const bool shows = windows.isSeenWhole(window.number, root());
+    // What the screen shows needs no repaint and costs the server no memory.
+    const bool asShown = shows && onServer_ && window.border == 0;
+    source = std::make_unique<SceneSource>(x_, window.number,
+                                           asShown ? SceneSource::Way::shown : SceneSource::Way::redirected);
+    if (!shows) source->expectRepaint();
+    source->askPicture();
+    kept_.push_back(window.number);
 }
 
-void SceneGrabber::expect(const std::vector<xcb_window_t>& expected, const WindowList& windows) {
-    expected_ = expected;
-    addSources(expected, windows);
+void SceneGrabber::forget(xcb_window_t window) {
+    std::erase(kept_, window);
+    if (sources_.erase(window) > 0) laidOut_ = false;
 }
 
-void SceneGrabber::waitForRepaint(const std::vector<xcb_window_t>& covered) {
-    if (!x_.extensions().damage || !x_.sync()) return;
-    const auto start = std::chrono::steady_clock::now();
-    auto last = start;
-    drainEvents();
-    for (const xcb_window_t window : covered) sources_[window]->takeNews();
-    while (!x_.lost()) {
-        const auto now = std::chrono::steady_clock::now();
-        if (now - start >= kRepaintLimit || now - last >= kRepaintQuiet) return;
+bool SceneGrabber::wasCovered(xcb_window_t window) const {
+    const auto found = sources_.find(window);
+    return found != sources_.end() && found->second->covered();
+}
+
+void SceneGrabber::waitForRepaint(const std::vector<SceneLayer>& layers) {
+    const auto isRepainted = [this](const SceneLayer& layer) {
+        return layer.window == 0 || sources_[layer.window]->isRepainted();
+    };
+    while (!std::all_of(layers.begin(), layers.end(), isRepainted) && !x_.lost()) {
+        x_.flush();
         pollfd socket{x_.descriptor(), POLLIN, 0};
         poll(&socket, 1, 1);
-        drainEvents();
-        for (const xcb_window_t window : covered) {
-            if (!sources_[window]->takeNews()) continue;
-            sources_[window]->subtractDamage(XCB_NONE);
-            last = std::chrono::steady_clock::now();
-        }
-        x_.flush();
+        readEvents();
     }
 }
 
-bool SceneGrabber::namePictures() {
+bool SceneGrabber::namePictures(const std::vector<SceneLayer>& layers) {
     bool changed = false;
-    for (auto& [window, source] : sources_) source->askPicture();
-    for (auto& [window, source] : sources_) changed |= source->readPicture();
+    const auto each = [&](auto&& act) {
+        for (const SceneLayer& layer : layers)
+            if (layer.window != 0) act(*sources_[layer.window]);
+    };
+    each([](SceneSource& source) { source.askPicture(); });
+    each([&](SceneSource& source) { changed |= source.readPicture(); });
     // After all answers: what is asked in between would be sent one by one.
-    if (changed)
-        for (auto& [window, source] : sources_) source->usePicture(formats_);
+    if (changed) each([this](SceneSource& source) { source.usePicture(formats_); });
     return changed;
 }
 
@@ -178,8 +188,10 @@ ServerPicture SceneGrabber::backgroundPicture(xcb_pixmap_t pixmap) {
 
 // Works out what of each window is seen, and makes all buffers stale.
 void SceneGrabber::layOut(const PixelRect& bounds, const std::vector<SceneLayer>& layers) {
-    if (!ring_ || bounds.width != bounds_.width || bounds.height != bounds_.height)
-        ring_ = std::make_unique<Ring>(kMostFrames);
+    const bool fits = bounds.width <= room_.width && bounds.height <= room_.height;
+    const PixelRect frameSize = fits ? room_ : PixelRect{0, 0, bounds.width, bounds.height};
+    if (!ring_ || frameSize != frameSize_) ring_ = std::make_unique<Ring>(kMostFrames);
+    frameSize_ = frameSize;
     bounds_ = bounds;
     layers_ = layers;
     const PixelRect frame{0, 0, bounds.width, bounds.height};
@@ -250,7 +262,7 @@ void SceneGrabber::collectNews() {
 
 SceneGrabber::Ring::Slot SceneGrabber::makeSlot() {
     Ring::Slot slot;
-    slot.frame = makeSharedFrame(x_, bounds_.width, bounds_.height, formats_.argb32, slot.backing);
+    slot.frame = makeSharedFrame(x_, frameSize_.width, frameSize_.height, formats_.argb32, slot.backing);
     slot.backing.stale = ServerRegion(x_);
     xcb_xfixes_create_region(x_.raw(), slot.backing.stale.id(), 0, nullptr);
     return slot;
@@ -321,7 +333,7 @@ Shot SceneGrabber::composeHere(const PixelRect& bounds, const std::vector<SceneL
     for (size_t i = 0; i < layers.size(); ++i) {
         if (layers[i].window == 0) continue;
         const SceneSource& source = *sources_[layers[i].window];
-        if (source.hasPicture()) cookies[i] = ask(source.pixmap(), source.size().width, source.size().height);
+        if (source.hasPicture()) cookies[i] = ask(source.drawable(), source.size().width, source.size().height);
     }
     for (size_t i = 0; i < layers.size(); ++i) {
         const SceneLayer& layer = layers[i];

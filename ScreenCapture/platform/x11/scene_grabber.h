@@ -36,10 +36,16 @@ class SceneGrabber {
     void pin(xcb_window_t window);
     bool pinnedGone() const { return pinned_ && pinned_->gone(); }
 
-    // Redirects all of them for later pictures, and waits once for those to repaint that were covered.
-    void expect(const std::vector<xcb_window_t>& expected, const WindowList& windows);
+    // Watches a window for a picture later; waits for nothing. It is redirected unless all of it shows.
+    void expect(const DesktopWindow& window, const WindowList& windows);
+    void forget(xcb_window_t window);
+    // Whether the window's last picture is not its own: it was taken as shown, and something came over it meanwhile.
+    bool wasCovered(xcb_window_t window) const;
+    // Smaller pictures are views of frames of this size, so that their memory serves for all.
+    void setRoom(int width, int height) { room_ = {0, 0, width, height}; }
 
     void handle(const xcb_generic_event_t& event);
+    void readEvents();  // for who has no use for them
 
     // The layers (front to back) over the bounds. Pixels of windows are opaque; what no layer covers
     // and what has no picture now is four zero bytes. Waits a little for windows to repaint that are new here and were
@@ -69,9 +75,9 @@ class SceneGrabber {
 
     Shot ask(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows);
     bool updateSources(const std::vector<SceneLayer>& layers, const WindowList& windows);
-    bool addSources(const std::vector<xcb_window_t>& added, const WindowList& windows);
-    void waitForRepaint(const std::vector<xcb_window_t>& covered);
-    bool namePictures();
+    PixelRect root() const;
+    void waitForRepaint(const std::vector<SceneLayer>& layers);
+    bool namePictures(const std::vector<SceneLayer>& layers);
     void layOut(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
     ServerPicture backgroundPicture(xcb_pixmap_t pixmap);
     ServerRegion regionOf(const software::Region& region);
@@ -81,17 +87,16 @@ class SceneGrabber {
     bool awaitRefreshed(Ring::Slot& slot);
     void draw(Ring::Slot& slot);
     Shot composeHere(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
-    void drainEvents();
 
     Connection& x_;
     PictureFormats formats_;
     bool onServer_ = false;
     std::map<xcb_window_t, std::unique_ptr<SceneSource>> sources_;
     SceneSource* pinned_ = nullptr;
-    xcb_window_t pinnedWindow_ = 0;
-    std::vector<xcb_window_t> expected_;
+    std::vector<xcb_window_t> kept_;  // whatever the scene is made of
 
     PixelRect bounds_;
+    PixelRect room_, frameSize_;  // at the origin
     std::vector<SceneLayer> layers_;
     std::vector<Part> parts_;
     ServerPicture background_;

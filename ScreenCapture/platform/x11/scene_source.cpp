@@ -4,13 +4,22 @@
 #include <xcb/composite.h>
 #include <xcb/damage.h>
 
-namespace orvo::platform::x11 {
+#include <memory>
 
-SceneSource::SceneSource(Connection& x, xcb_window_t window) : x_(x), window_(window) {
+namespace orvo::platform::x11 {
+namespace {
+
+// What a window has not repainted by then comes with its damage.
+constexpr std::chrono::milliseconds kRepaintLimit{50};
+constexpr std::chrono::milliseconds kRepaintQuiet{5};
+
+}  // namespace
+
+SceneSource::SceneSource(Connection& x, xcb_window_t window, Way way) : x_(x), window_(window), way_(way) {
     // Its visibility tells when it comes back with a window that holds it, and so has another picture.
     const uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_VISIBILITY_CHANGE;
     xcb_change_window_attributes(x_.raw(), window_, XCB_CW_EVENT_MASK, &events);
-    if (!x_.extensions().composite) return;
+    if (way_ == Way::shown || !x_.extensions().composite) return;
     xcb_composite_redirect_window(x_.raw(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     if (!x_.extensions().damage || !x_.extensions().xfixes) return;
     damage_ = ServerDamage(x_);
@@ -18,11 +27,22 @@ SceneSource::SceneSource(Connection& x, xcb_window_t window) : x_(x), window_(wi
 }
 
 SceneSource::~SceneSource() {
+    if (asked_)
+        for (const unsigned request : {geometry_, windowGeometry_}) xcb_discard_reply(x_.raw(), request);
     // Of a window that has gone nothing is left to undo; another one may have its number.
     if (gone_) return;
     const uint32_t none = 0;
     xcb_change_window_attributes(x_.raw(), window_, XCB_CW_EVENT_MASK, &none);
-    if (x_.extensions().composite) xcb_composite_unredirect_window(x_.raw(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+    if (way_ == Way::redirected && x_.extensions().composite)
+        xcb_composite_unredirect_window(x_.raw(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+}
+
+bool SceneSource::isRepainted() {
+    if (redirected_ == Clock::time_point{}) return true;
+    const auto now = Clock::now();
+    if (damage_ && now - redirected_ < kRepaintLimit && now - repainted_ < kRepaintQuiet) return false;
+    redirected_ = {};
+    return true;
 }
 
 bool SceneSource::handle(const xcb_generic_event_t& event) {
@@ -30,6 +50,10 @@ bool SceneSource::handle(const xcb_generic_event_t& event) {
     if (damage_ && type == x_.extensions().damageEvent + XCB_DAMAGE_NOTIFY) {
         if (reinterpret_cast<const xcb_damage_notify_event_t&>(event).damage != damage_.id()) return false;
         news_ = true;
+        if (redirected_ != Clock::time_point{}) {
+            subtractDamage(XCB_NONE);  // more of it is told only then
+            repainted_ = Clock::now();
+        }
         return true;
     }
     if (type == XCB_CONFIGURE_NOTIFY) {
@@ -40,46 +64,63 @@ bool SceneSource::handle(const xcb_generic_event_t& event) {
         configuredWidth_ = notify.width;
         configuredHeight_ = notify.height;
         configuredBorder_ = notify.border_width;
-        if (!same) stale_ = true;
+        if (!same) becomeStale(event);
         return true;
     }
     if (type == XCB_VISIBILITY_NOTIFY) {
-        if (reinterpret_cast<const xcb_visibility_notify_event_t&>(event).window != window_) return false;
-        return stale_ = true;
+        const auto& notify = reinterpret_cast<const xcb_visibility_notify_event_t&>(event);
+        if (notify.window != window_) return false;
+        if (way_ == Way::shown)
+            covered_ |= notify.state != XCB_VISIBILITY_UNOBSCURED;
+        else
+            becomeStale(event);
+        return true;
     }
     if (type != XCB_MAP_NOTIFY && type != XCB_UNMAP_NOTIFY && type != XCB_REPARENT_NOTIFY && type != XCB_DESTROY_NOTIFY)
         return false;
     // These events begin alike: the window that was told, then the window that it is about.
     if (reinterpret_cast<const xcb_unmap_notify_event_t&>(event).window != window_) return false;
-    stale_ = true;
+    becomeStale(event);
+    covered_ |= way_ == Way::shown;
     if (type == XCB_DESTROY_NOTIFY) gone_ = true;
     return true;
 }
 
+// What happened before the picture was named is in its name.
+void SceneSource::becomeStale(const xcb_generic_event_t& event) {
+    if (static_cast<int32_t>(event.full_sequence - naming_) >= 0) stale_ = true;
+}
+
 void SceneSource::askPicture() {
-    if (gone_ || !stale_ || !x_.extensions().composite) return;
+    if (gone_ || !stale_ || asked_ || !x_.extensions().composite) return;
     picture_ = {};
-    pixmap_ = ServerPixmap(x_);
-    xcb_composite_name_window_pixmap(x_.raw(), window_, pixmap_.id());
-    geometry_ = xcb_get_geometry(x_.raw(), pixmap_.id()).sequence;
+    pixmap_ = {};
+    if (way_ == Way::redirected) {
+        pixmap_ = ServerPixmap(x_);
+        naming_ = xcb_composite_name_window_pixmap(x_.raw(), window_, pixmap_.id()).sequence;
+        geometry_ = xcb_get_geometry(x_.raw(), pixmap_.id()).sequence;
+    }
     windowGeometry_ = xcb_get_geometry(x_.raw(), window_).sequence;
+    if (way_ == Way::shown) naming_ = windowGeometry_;
     asked_ = true;
+    stale_ = false;
 }
 
 bool SceneSource::readPicture() {
     if (!std::exchange(asked_, false)) return false;
-    const auto reply = x_.await<xcb_get_geometry_reply_t>(geometry_);
     const auto window = x_.await<xcb_get_geometry_reply_t>(windowGeometry_);
+    const auto pixmap = pixmap_ ? x_.await<xcb_get_geometry_reply_t>(geometry_) : nullptr;
+    const xcb_get_geometry_reply_t* picture = pixmap_ ? pixmap.get() : window.get();
     const bool before = named_;
-    named_ = reply && window;
-    stale_ = !named_;  // a window without a picture is asked again
+    named_ = picture && window;
     if (!named_) {
+        stale_ = true;  // a window without a picture is asked again
         pixmap_ = {};
         return before;
     }
     news_ = true;
-    size_ = {0, 0, reply->width, reply->height};
-    depth_ = reply->depth;
+    size_ = {0, 0, picture->width, picture->height};
+    depth_ = picture->depth;
     border_ = window->border_width;
     configuredWidth_ = window->width;
     configuredHeight_ = window->height;
@@ -91,7 +132,9 @@ void SceneSource::usePicture(const PictureFormats& formats) {
     const auto format = formats.opaque(depth_);
     if (!named_ || picture_ || !format) return;
     picture_ = ServerPicture(x_);
-    xcb_render_create_picture(x_.raw(), picture_.id(), pixmap_.id(), format, 0, nullptr);
+    const uint32_t includeInferiors = XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS;
+    xcb_render_create_picture(x_.raw(), picture_.id(), drawable(), format, XCB_RENDER_CP_SUBWINDOW_MODE,
+                              &includeInferiors);
 }
 
 void SceneSource::subtractDamage(xcb_xfixes_region_t into) {

@@ -1,8 +1,9 @@
-// One window as a source of pixels: redirected, so that its own picture exists whatever covers it.
+// One window as a source of pixels: redirected, so that its own picture exists whatever covers it, or as it shows.
 #pragma once
 
 #include <xcb/xcb.h>
 
+#include <chrono>
 #include <utility>
 
 #include "ScreenCapture/platform/values.h"
@@ -15,24 +16,33 @@ namespace orvo::platform::x11 {
 // requests for many windows travel together.
 class SceneSource {
   public:
-    // Redirects the window and watches it. Nothing is taken for granted: the window may have gone already.
-    SceneSource(Connection& x, xcb_window_t window);
+    // Shown: the picture is what the screen shows of a window without a border, good for as long as it shows whole.
+    enum class Way { redirected, shown };
+
+    // Watches the window, redirected if so wanted. Nothing is taken for granted: the window may have gone already.
+    SceneSource(Connection& x, xcb_window_t window, Way way = Way::redirected);
     ~SceneSource();
     SceneSource(const SceneSource&) = delete;
     SceneSource& operator=(const SceneSource&) = delete;
 
     // True when the event was about this window.
     bool handle(const xcb_generic_event_t& event);
-    bool gone() const { return gone_; }  // destroyed; another window may have its number by now
+    bool gone() const { return gone_; }        // destroyed; another window may have its number by now
+    bool covered() const { return covered_; }  // a shown one that did not show whole for a while
 
-    // Names the picture when the window has another one than the last time.
+    // A window that was covered repaints itself once it is redirected, now.
+    void expectRepaint() { redirected_ = repainted_ = Clock::now(); }
+    // Whether it has, as far as the events tell that were handed in.
+    bool isRepainted();
+
+    // Names the picture when the window has another one than the last time, unless that is asked already.
     void askPicture();
-    // True when there is another one now, or none any more.
+    // The answer, which may have come long ago. True when there is another one now, or none any more.
     bool readPicture();
     // Makes the server draw with it, where the formats allow.
     void usePicture(const PictureFormats& formats);
     bool hasPicture() const { return named_; }
-    xcb_pixmap_t pixmap() const { return pixmap_.id(); }
+    xcb_drawable_t drawable() const { return way_ == Way::shown ? window_ : pixmap_.id(); }  // of the picture
     xcb_render_picture_t picture() const { return picture_.id(); }
     const PixelRect& size() const { return size_; }  // of the picture, borders included
     int border() const { return border_; }
@@ -45,22 +55,27 @@ class SceneSource {
     void subtractDamage(xcb_xfixes_region_t into);
 
   private:
+    using Clock = std::chrono::steady_clock;
+    void becomeStale(const xcb_generic_event_t& event);
+
     Connection& x_;
     const xcb_window_t window_;
+    const Way way_;
     ServerDamage damage_;
     ServerPixmap pixmap_;
     ServerPicture picture_;
     PixelRect size_;
-    unsigned geometry_ = 0;
-    unsigned windowGeometry_ = 0;
+    unsigned naming_ = 0, geometry_ = 0, windowGeometry_ = 0;  // requests
     int border_ = 0;
     uint8_t depth_ = 0;
     bool asked_ = false;
     bool named_ = false;
+    bool covered_ = false;
     bool stale_ = true;  // the window has another picture, or none, since the last naming
     bool news_ = true;
     bool gone_ = false;
     int configuredWidth_ = -1, configuredHeight_ = -1, configuredBorder_ = -1;
+    Clock::time_point redirected_{}, repainted_{};  // the epoch: no repaint is expected
 };
 
 }  // namespace orvo::platform::x11

@@ -2,6 +2,7 @@
 #include "ScreenCapture/platform/x11/window_server.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/asking.h"
@@ -47,16 +48,23 @@ uint64_t X11WindowServer::desktopVersion() {
     return desktop ? desktop->version : 0;
 }
 
-// Windows whose pictures will be asked for, redirected on a connection of their own. While the caller is busy with one
-// picture the server draws the next.
+// Windows whose pictures will be asked for, on a connection of their own. While the caller is busy with one picture the
+// server draws the next; those after it are redirected meanwhile, as many as the server may have memory for.
 class X11WindowServer::Expected {
   public:
     Expected(std::unique_ptr<Connection> connection, const std::vector<uint32_t>& windows, const WindowList& list)
         : x_(std::move(connection)), scene_(std::make_unique<SceneGrabber>(*x_)), windows_(windows) {
         std::vector<ShapeRequest> shapes;
-        for (const uint32_t window : windows_) shapes.emplace_back(*x_, window);
-        scene_->expect(windows_, list);
+        PixelRect room;
+        for (const uint32_t window : windows_) {
+            shapes.emplace_back(*x_, window);
+            const PixelRect& bounds = list.find(window)->bounds;
+            room = {0, 0, std::max(room.width, bounds.width), std::max(room.height, bounds.height)};
+        }
+        scene_->setRoom(room.width, room.height);
         for (const ShapeRequest& shape : shapes) shapes_.push_back(shape.read(*x_));
+        prepare(list);
+        x_->flush();
     }
     ~Expected() {
         const PipeGuard guard;
@@ -76,9 +84,18 @@ class X11WindowServer::Expected {
             static_cast<size_t>(std::find(windows_.begin(), windows_.end(), window.number) - windows_.begin());
         if (begun_ != index || begunBounds_ != boundsOfClient(window)) begin(index, window, list);
         Shot shot = pictureOf(*scene_);
+        scene_->readEvents();
+        if (scene_->wasCovered(window.number)) {
+            scene_->forget(window.number);
+            begin(index, window, list);
+            shot = pictureOf(*scene_);
+        }
         begun_ = windows_.size();
         const DesktopWindow* next = index + 1 < windows_.size() ? list.find(windows_[index + 1]) : nullptr;
         if (next && next->onScreen) begin(index + 1, *next, list);
+        scene_->forget(window.number);
+        if (index < prepared_.size()) pixels_ -= std::exchange(prepared_[index], 0);
+        prepare(list);
         x_->flush();
         return shot;
     }
@@ -92,10 +109,20 @@ class X11WindowServer::Expected {
 
   private:
     void begin(size_t index, const DesktopWindow& window, const WindowList& list) {
-        while (const Event event = x_->nextEvent()) scene_->handle(*event);
+        scene_->readEvents();
         begun_ = index;
         begunBounds_ = boundsOfClient(window);
         scene_->begin(begunBounds_, {layerOfClient(window, shapes_[index])}, list);
+    }
+    // Has the next windows redirected that are not yet.
+    void prepare(const WindowList& list) {
+        constexpr int64_t kMostPixels = 4 << 20;
+        for (; prepared_.size() < windows_.size() && pixels_ < kMostPixels; pixels_ += prepared_.back()) {
+            const DesktopWindow* window = list.find(windows_[prepared_.size()]);
+            const bool shows = window && window->onScreen;
+            prepared_.push_back(shows ? int64_t{window->bounds.width} * window->bounds.height : 0);
+            if (shows) scene_->expect(*window, list);
+        }
     }
 
     std::mutex mutex_;
@@ -103,6 +130,8 @@ class X11WindowServer::Expected {
     std::unique_ptr<SceneGrabber> scene_;
     const std::vector<uint32_t> windows_;
     std::vector<std::vector<PixelRect>> shapes_;  // of the windows
+    std::vector<int64_t> prepared_;               // pixels of the windows from the first on that were prepared
+    int64_t pixels_ = 0;                          // of those whose pictures were not taken yet
     size_t begun_ = SIZE_MAX;                     // the window whose picture the server draws
     PixelRect begunBounds_;
 };
