@@ -1,9 +1,12 @@
 // The log's hook, its level, and the jobs that it posts to the log thread.
 #include "ScreenCapture/log/orvo_log.h"
 
+#include <signal.h>
+
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <functional>
@@ -103,6 +106,15 @@ void post(std::function<void()>&& job) {
     if (!left) waiting().post(std::move(job));
 }
 
+// What a log file still holds is written by the thread that exits: a limit on the size of files must not end the
+// process there.
+void block_size_signal() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGXFSZ);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
 void echo(int level, const char* text, size_t length) {
     while (length > 1 && (text[length - 1] == '\n' || text[length - 1] == '\r')) --length;
     bool framed = level >= ESYSLOG_IMPORT && level <= kLastFramedLevel;
@@ -131,6 +143,7 @@ void init_log(const char* path0, const char* path1, const char* path2, unsigned 
     post([paths = Paths{{path0, path1, path2}}, maxSize] { files().init(paths.each, maxSize); });
     syslog_hook_ex(1, orvo_log_hook);
     syslog_hook(orvo_log_hook);
+    [[maybe_unused]] static const int registered = atexit(block_size_signal);
     post([] { files().open(); });
     syslog_ex(1, ESYSLOG_NOTICE, kModule, __LINE__, "*** SDK Version: %s", ORVO_VERSION_TEXT);
 }
