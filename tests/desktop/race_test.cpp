@@ -2,7 +2,6 @@
 #include <atomic>
 #include <thread>
 
-#include "support/desktop/every_export.h"
 #include "support/desktop/host.h"
 #include "support/desktop/threads.h"
 
@@ -134,7 +133,7 @@ TEST_F(Races, EverythingMayBeCalledFromEveryThread) {
     for (size_t stride : {1, 7, 11}) {
         hosts.emplace_back([&, stride] {
             for (size_t i = 0; i < 300; ++i) {
-                everyExport[i * stride % count].call();
+                everyExport[i * stride % count].call(inTheMiddle);
                 if (i % 10 == 0) witness.listen();
             }
         });

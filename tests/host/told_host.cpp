@@ -1,20 +1,27 @@
 // A host that does what it is told: a command a line on standard input, an answer a line on standard output. Its main
 // thread runs the main queue, commands run on another, as calls of a host do. What happens to the process is the test.
-#include "told_host.h"
-
 #include <fcntl.h>
+#include <orvo/screencapture_linux.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <iostream>
 #include <sstream>
+#include <string>
 #include <thread>
+#include <vector>
 
-Seen seen;
+#include "../support/every_export.h"
 
 namespace {
+
+struct {
+    std::atomic<int> frames{0}, windowFrames{0}, width{0}, height{0}, errors{0}, lastError{0};
+    std::atomic<OrvoPixelBufferRef> kept{nullptr};
+} seen;
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
@@ -42,13 +49,63 @@ void onError(int code, void*) {
     ++seen.errors;
 }
 
-void onThumbnail(int, OrvoThumbnailWindowInfo* info, void*) {
-    orvo_windowthumbnail_free_windows(info, 1);
-}
+const struct {
+    const char* name;  // as the list of exports has it
+    void (*call)();
+} registrations[] = {
+    {"orvo_screencapture_reg_captured_frame_available_notify",
+     [] { orvo_screencapture_reg_captured_frame_available_notify(onFrame, nullptr); }},
+    {"orvo_screencapture_reg_mutiple_captured_frame_available_notify",
+     [] { orvo_screencapture_reg_mutiple_captured_frame_available_notify(onWindowFrame, nullptr); }},
+    {"orvo_screencapture_reg_capture_error_notify",
+     [] { orvo_screencapture_reg_capture_error_notify(onError, nullptr); }},
+    {"_Z51orvo_screencapture_reg_captured_window_moved_notifyPFvjiiiiPvES_",
+     [] { orvo_screencapture_reg_captured_window_moved_notify([](auto...) {}, nullptr); }},
+    {"orvo_screencapture_reg_captured_window_status_change_notify",
+     [] { orvo_screencapture_reg_captured_window_status_change_notify([](auto...) {}, nullptr); }},
+    {"orvo_screencapture_reg_capture_process_window_change_notify",
+     [] { orvo_screencapture_reg_capture_process_window_change_notify([](auto...) {}, nullptr); }},
+    {"orvo_windowthumbnail_reg_window_status_change_notify",
+     [] {
+         const auto frees = [](int, OrvoThumbnailWindowInfo* info, void*) {
+             orvo_windowthumbnail_free_windows(info, 1);
+         };
+         orvo_windowthumbnail_reg_window_status_change_notify(frees, nullptr);
+     }},
+};
 
-void onMoved(unsigned int, int, int, int, int, void*) {}
-void onStatus(int, unsigned int, OrvoScreenCaptureRect, void*) {}
-void onProcess(int, OrvoScreenCaptureProcessWindow, void*) {}
+// Calls every export that may ask the server, each with a number that is a display's and one that is a window's.
+// Answers the names, each with the milliseconds that it took.
+std::string callEveryExport(unsigned int display, unsigned int window) {
+    const auto must = [](bool good) { good ? void() : std::abort(); };
+    const orvo::test::With with{display, window, window, must};
+    std::ostringstream answer;
+    const auto timed = [&](const char* names, const auto& call) {
+        const auto start = Clock::now();
+        call();
+        const auto spent = std::chrono::duration_cast<milliseconds>(Clock::now() - start);
+        std::istringstream each(names);
+        for (std::string name; each >> name;) answer << name << ' ' << spent.count() << ' ';
+    };
+    for (const auto& each : orvo::test::everyExport) timed(each.names, [&] { each.call(with); });
+    timed("orvo_screencapture_run_main_queue", [] { orvo_screencapture_run_main_queue(1); });
+    timed(
+        "orvo_pixelbuffer_retain orvo_pixelbuffer_lock orvo_pixelbuffer_get_width orvo_pixelbuffer_get_height "
+        "orvo_pixelbuffer_get_bytes_per_row orvo_pixelbuffer_get_base_address orvo_pixelbuffer_unlock "
+        "orvo_pixelbuffer_release",
+        [kept = seen.kept.load()] {
+            orvo_pixelbuffer_retain(kept);
+            orvo_pixelbuffer_lock(kept);
+            orvo_pixelbuffer_get_width(kept);
+            orvo_pixelbuffer_get_height(kept);
+            orvo_pixelbuffer_get_bytes_per_row(kept);
+            orvo_pixelbuffer_get_base_address(kept);
+            orvo_pixelbuffer_unlock(kept);
+            orvo_pixelbuffer_release(kept);
+        });
+    for (const auto& each : registrations) timed(each.name, each.call);
+    return answer.str();
+}
 
 template <typename Condition>
 bool await(int limit, Condition condition) {
@@ -71,28 +128,33 @@ void setTarget(std::istringstream& words) {
     words >> kind;
     std::vector<unsigned int> list = numbers(words);
     list.resize(std::max<size_t>(list.size(), 5));
+    const auto count = static_cast<int>(list[0]);
     if (kind == "display") orvo_screencapture_set_target_screen(list[0]);
     if (kind == "rect") orvo_screencapture_set_target_rect(list[0], 8, 8, 100, 80);
     if (kind == "window") orvo_screencapture_set_target_window(list[0]);
-    if (kind == "extra") orvo_screencapture_set_extra_target_windows(&list[1], static_cast<int>(list[0]), true);
-    if (kind == "drop") orvo_screencapture_set_extra_target_windows(&list[1], static_cast<int>(list[0]), false);
-    if (kind == "exclude") orvo_screencapture_set_excluded_windows(&list[1], static_cast<int>(list[0]), true);
-    if (kind == "include") orvo_screencapture_set_excluded_windows(&list[1], static_cast<int>(list[0]), false);
-    if (kind == "mode") orvo_screencapture_set_target_window_mode(static_cast<int>(list[0]));
-    if (kind == "size") orvo_screencapture_set_resolution(static_cast<int>(list[0]), static_cast<int>(list[1]));
-    if (kind == "format") orvo_screencapture_set_capture_video_pixel_format(static_cast<int>(list[0]));
-    if (kind == "fps") orvo_screencapture_set_fps(static_cast<int>(list[0]));
-    if (kind == "cursor") orvo_screencapture_set_cursor_visible(static_cast<int>(list[0]));
+    if (kind == "extra" || kind == "drop")
+        orvo_screencapture_set_extra_target_windows(&list[1], count, kind == "extra");
+    if (kind == "exclude" || kind == "include")
+        orvo_screencapture_set_excluded_windows(&list[1], count, kind == "exclude");
+    if (kind == "mode") orvo_screencapture_set_target_window_mode(count);
+    if (kind == "size") orvo_screencapture_set_resolution(count, static_cast<int>(list[1]));
+    if (kind == "format") orvo_screencapture_set_capture_video_pixel_format(count);
+    if (kind == "fps") orvo_screencapture_set_fps(count);
+    if (kind == "cursor") orvo_screencapture_set_cursor_visible(count);
+}
+
+void limit(__rlimit_resource resource, rlim_t most) {
+    rlimit all{};
+    getrlimit(resource, &all);
+    all.rlim_cur = std::min(most, all.rlim_max);
+    setrlimit(resource, &all);
 }
 
 // Every file descriptor that the process may have, so that none is left; 0 gives them back.
 void useUpFiles(bool all) {
     for (const int file : spareFiles) close(file);
     spareFiles.clear();
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = all ? std::min<rlim_t>(256, limit.rlim_max) : limit.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &limit);
+    limit(RLIMIT_NOFILE, all ? 256 : RLIM_INFINITY);
     for (int file = 0; all && (file = open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;) spareFiles.push_back(file);
 }
 
@@ -144,7 +206,7 @@ std::string obey(const std::string& line) {
     int number = 0;
     if (command == "init") {
         orvo_screencapture_init();
-        for (const Call& each : registrations()) each.call();
+        for (const auto& each : registrations) each.call();
     } else if (command == "uninit") {
         orvo_screencapture_uninit();
     } else if (command == "log") {
@@ -174,10 +236,7 @@ std::string obey(const std::string& line) {
         useUpFiles(number == 0);
     } else if (command == "largest") {  // file, and so piece of shared memory, in bytes
         words >> number;
-        rlimit limit{};
-        getrlimit(RLIMIT_FSIZE, &limit);
-        limit.rlim_cur = number == 0 ? limit.rlim_max : static_cast<rlim_t>(number);
-        setrlimit(RLIMIT_FSIZE, &limit);
+        limit(RLIMIT_FSIZE, number == 0 ? RLIM_INFINITY : static_cast<rlim_t>(number));
     } else if (command == "every") {
         const std::vector<unsigned int> list = numbers(words);
         return list.size() == 2 ? callEveryExport(list[0], list[1]) : "two numbers";
@@ -188,25 +247,6 @@ std::string obey(const std::string& line) {
 }
 
 }  // namespace
-
-std::vector<Call> registrations() {
-    return {
-        {"orvo_screencapture_reg_captured_frame_available_notify",
-         [] { orvo_screencapture_reg_captured_frame_available_notify(onFrame, nullptr); }},
-        {"orvo_screencapture_reg_mutiple_captured_frame_available_notify",
-         [] { orvo_screencapture_reg_mutiple_captured_frame_available_notify(onWindowFrame, nullptr); }},
-        {"orvo_screencapture_reg_capture_error_notify",
-         [] { orvo_screencapture_reg_capture_error_notify(onError, nullptr); }},
-        {"_Z51orvo_screencapture_reg_captured_window_moved_notifyPFvjiiiiPvES_",
-         [] { orvo_screencapture_reg_captured_window_moved_notify(onMoved, nullptr); }},
-        {"orvo_screencapture_reg_captured_window_status_change_notify",
-         [] { orvo_screencapture_reg_captured_window_status_change_notify(onStatus, nullptr); }},
-        {"orvo_screencapture_reg_capture_process_window_change_notify",
-         [] { orvo_screencapture_reg_capture_process_window_change_notify(onProcess, nullptr); }},
-        {"orvo_windowthumbnail_reg_window_status_change_notify",
-         [] { orvo_windowthumbnail_reg_window_status_change_notify(onThumbnail, nullptr); }},
-    };
-}
 
 int main() {
     // The library writes its log to standard output.

