@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
 """Checks the floors: includes point down, system headers and system switches stay in their rooms."""
+import posixpath
 import re
 import sys
 
@@ -68,7 +69,8 @@ def may_include(path, target):
 def resolve(path, name, files):
     folder = path.rsplit("/", 1)[0] + "/" if "/" in path else ""
     roots = (folder, "", "include/", "tests/" if path.startswith("tests/") else "")
-    return next((root + name for root in roots if root + name in files), None)
+    paths = (posixpath.normpath(root + name) for root in roots)
+    return next((path for path in paths if path in files), None)
 
 
 def check_system_header(path, name):
