@@ -1,6 +1,6 @@
 #!/bin/bash
 # What is installed works from wherever it is moved to.
-# usage: install_test.sh SOURCE_FOLDER BUILD_FOLDER VERSION C_COMPILER CXX_COMPILER [FLAGS...]
+# usage: install_test.sh SOURCE_FOLDER BUILD_FOLDER VERSION C_COMPILER CXX_COMPILER
 set -euo pipefail
 root=$1 build=$2
 work=$(mktemp -d)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs every fenced block of README.md and docs/*.md, in order, and follows their links to files.
 
-usage, on a display of its own: snippets_test.py SOURCE_FOLDER BUILD_FOLDER C_COMPILER CXX_COMPILER [FLAGS...]
+usage, on a display of its own: snippets_test.py SOURCE_FOLDER BUILD_FOLDER C_COMPILER CXX_COMPILER
 
 sh is run, c is compiled against the installed package and run, cpp is compiled against the sources, cmake becomes the
 CMakeLists.txt of the commands after it, python is run; text is text. A block below "<!-- only on a Mac -->" is only
@@ -18,11 +18,11 @@ import tempfile
 import time
 
 source, build = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
-compilers, flags = {"cc": sys.argv[3], "c++": sys.argv[4]}, sys.argv[5:]
+compilers = {"cc": sys.argv[3], "c++": sys.argv[4]}
 work = pathlib.Path(tempfile.mkdtemp())
 tree = work / "tree"
-environment = dict(os.environ, HOME=str(work), CC=compilers["cc"], CXX=compilers["c++"], CFLAGS=" ".join(flags),
-                   CXXFLAGS=" ".join(flags), LD_LIBRARY_PATH=f"{work}/orvo/lib", PYTHONPATH=f"{work}/orvo/lib/python3/dist-packages",
+environment = dict(os.environ, HOME=str(work), CC=compilers["cc"], CXX=compilers["c++"],
+                   LD_LIBRARY_PATH=f"{work}/orvo/lib", PYTHONPATH=f"{work}/orvo/lib/python3/dist-packages",
                    PATH=f"{work}/bin:{work}/orvo/bin:{os.environ['PATH']}")
 failures = []
 
@@ -42,7 +42,7 @@ def prepare() -> None:
     shutil.copy(source / "examples/minimal.c", tree)
     script(tree / "dev", f'test -x "{source}/scripts/doors/$1.sh"\n')
     for name, compiler in compilers.items():
-        script(work / "bin" / name, f'exec {compiler} {" ".join(flags)} "$@"\n')
+        script(work / "bin" / name, f'exec {compiler} "$@"\n')
 
 
 def windows() -> tuple[list, list]:
@@ -86,8 +86,7 @@ def run_block(language: str, text: str, here: bool) -> None:
     elif language == "cmake":
         (tree / "CMakeLists.txt").write_text(text)
     elif language == "python":
-        if not flags:  # a sanitizer wants to be loaded before everything else
-            run("/usr/bin/python3", "-", text=text)
+        run("/usr/bin/python3", "-", text=text)
     else:
         raise RuntimeError(f'a block of "{language}": nobody runs that; name it text if nobody should')
 

@@ -1,6 +1,8 @@
 // The whole of orvocap's options: the table of its commands.
 #include "application.h"
 
+#include <CLI/CLI.hpp>
+
 #include "help_text.h"
 
 namespace orvocap {

@@ -1,7 +1,9 @@
 // orvocap bench: what capture costs on this machine, for this process and for the window server.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "command.h"

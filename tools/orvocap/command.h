@@ -1,10 +1,13 @@
 // The commands of orvocap: each adds itself to the options, and leaves an action when it is chosen.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 
 #include "failure.h"
+
+namespace CLI {
+class App;
+}  // namespace CLI
 
 namespace orvocap {
 

@@ -1,5 +1,7 @@
 // orvocap doctor: what works here and what does not, and what to do about it.
+#include <CLI/CLI.hpp>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "command.h"
 #include "findings.h"

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <iterator>
+#include <nlohmann/json.hpp>
 
 #include "capture.h"
 #include "standard_output.h"

@@ -1,6 +1,7 @@
 // A logged line is fields in brackets, then the message: [time][number][level][thread][source]: message.
 #include "log_json.h"
 
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string_view>
 #include <vector>

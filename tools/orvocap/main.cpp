@@ -1,4 +1,5 @@
 // orvocap: shows what Orvo Screen Capture can see and records it. Reads the options and runs the chosen command.
+#include <CLI/CLI.hpp>
 #include <cstdio>
 
 #include "application.h"

@@ -1,6 +1,7 @@
 // Areas and times on the command line.
 #include "option_numbers.h"
 
+#include <CLI/CLI.hpp>
 #include <cmath>
 
 namespace orvocap {

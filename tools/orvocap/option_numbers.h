@@ -1,10 +1,13 @@
 // Option values that are several numbers in one word, such as 640x480.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <array>
 #include <charconv>
 #include <string>
+
+namespace CLI {
+class App;
+}  // namespace CLI
 
 namespace orvocap {
 

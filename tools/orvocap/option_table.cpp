@@ -1,6 +1,7 @@
 // The table that help, manual page and completions are made from.
 #include "option_table.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
 #include <sstream>

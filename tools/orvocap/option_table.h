@@ -1,9 +1,12 @@
 // orvocap's options as its help and its pages tell them, read from the options themselves.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
+
+namespace CLI {
+class App;
+}  // namespace CLI
 
 namespace orvocap {
 

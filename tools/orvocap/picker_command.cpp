@@ -1,4 +1,5 @@
 // orvocap picker: a page with everything that can be captured.
+#include <CLI/CLI.hpp>
 #include <cstdio>
 
 #include "command.h"

@@ -1,10 +1,12 @@
 // orvocap record: frames of a screen, a part of it or windows, into PNG files, films or a pipe.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <vector>
 

@@ -1,5 +1,7 @@
 // orvocap screens: the screens that can be captured, as text or as JSON.
+#include <CLI/CLI.hpp>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "command.h"
 #include "screen_list.h"

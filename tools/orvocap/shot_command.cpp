@@ -1,5 +1,7 @@
 // orvocap shot: one picture of a screen, a rectangle of it or a window, as a PNG file.
+#include <CLI/CLI.hpp>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "command.h"
 #include "png_file.h"

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <unistd.h>
+#include <nlohmann/json.hpp>
 
 #include <cerrno>
 #include <cstdio>

@@ -1,7 +1,9 @@
 // What commands print on standard output, as text and as JSON, and the care that it arrives.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <cstdio>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
 
 namespace orvocap {
 

@@ -1,6 +1,7 @@
 // Options for target, picture and cursor: read, checked against what is there, handed to the library.
 #include "target_options.h"
 
+#include <CLI/CLI.hpp>
 #include <map>
 
 #include "failure.h"

@@ -1,12 +1,16 @@
 // The options that choose what to capture and how its picture is made.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
 #include "option_numbers.h"
 #include "window_targets.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace orvocap {
 

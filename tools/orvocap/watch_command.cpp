@@ -1,4 +1,5 @@
 // orvocap watch: captures windows and prints what happens to them, a line for each event.
+#include <CLI/CLI.hpp>
 #include <atomic>
 #include <chrono>
 #include <cstdio>

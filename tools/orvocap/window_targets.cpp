@@ -1,6 +1,7 @@
 // Windows on the command line: checked against what is there, handed to the library.
 #include "window_targets.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "failure.h"

@@ -1,10 +1,14 @@
 // The options that choose windows to capture, shared by the commands that do.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <vector>
 
 #include "orvo/screencapture.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace orvocap {
 

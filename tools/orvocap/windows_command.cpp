@@ -1,5 +1,7 @@
 // orvocap windows: screens and windows as a picker lists them, as text or as JSON, with icons and pictures as files.
+#include <CLI/CLI.hpp>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "command.h"
 #include "png_file.h"

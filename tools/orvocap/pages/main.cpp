@@ -1,4 +1,5 @@
 // Prints one of orvocap's pages; the build writes what is installed with it.
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstring>
 
