@@ -43,6 +43,12 @@ void send(int pid, int number) {
     ::kill(pid, number);
 }
 
+// A number that no test beside this one takes, also when its server has died: hosts would find the other one.
+std::string ownNumber() {
+    static int servers = 0;
+    return ":" + std::to_string(1000 + (getpid() * 16 + servers++) % 50000);
+}
+
 int waitFor(int pid) {
     int status = 0;
     waitpid(pid, &status, 0);
@@ -54,35 +60,29 @@ int waitFor(int pid) {
 XServer::XServer(const std::string& screen, const std::vector<std::string>& arguments)
     : arguments_{"-screen", "0", screen, "-nolisten", "tcp", "-noreset"} {
     arguments_.insert(arguments_.end(), arguments.begin(), arguments.end());
-    launch("");
+    display_ = ownNumber();
+    launch();
 }
 
-// number: ":N", or nothing for the first that is free.
-void XServer::launch(const std::string& number) {
+void XServer::launch() {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-    std::vector<std::string> command = {"Xvfb", "-displayfd", std::to_string(ends[1])};
-    if (!number.empty()) command.push_back(number);
+    std::vector<std::string> command = {"Xvfb", "-displayfd", std::to_string(ends[1]), display_};
     command.insert(command.end(), arguments_.begin(), arguments_.end());
     pid_ = spawn(command, ends[1]);
     close(ends[1]);
     // The server closes the pipe when it has written its number, or has failed.
-    char text[16] = {};
-    size_t length = 0;
-    ssize_t got = 0;
-    while (length + 1 < sizeof(text) && (got = ::read(ends[0], text + length, 1)) == 1 && text[length] != '\n')
-        length++;
+    char last = 0;
+    while (last != '\n' && ::read(ends[0], &last, 1) == 1) continue;
     close(ends[0]);
-    if (got != 1) throw std::runtime_error("Xvfb did not start");
-    text[length] = 0;
-    display_ = std::string(":") + text;
+    if (last != '\n') throw std::runtime_error("Xvfb did not start");
     setenv("DISPLAY", display_.c_str(), 1);
 }
 
 void XServer::restart() {
     send(pid_, SIGKILL);
     waitFor(pid_);
-    launch(display_);
+    launch();
 }
 
 XServer::~XServer() {
@@ -95,9 +95,6 @@ void XServer::kill() {
     send(pid_, SIGKILL);
     waitFor(pid_);
     pid_ = -1;
-    // A test beside this one may start a server of the same number now; it is not to be found here.
-    const char* current = getenv("DISPLAY");
-    if (current && display_ == current) setenv("DISPLAY", ":65000", 1);
     const std::string number = display_.substr(1);
     unlink(("/tmp/.X" + number + "-lock").c_str());
     unlink(("/tmp/.X11-unix/X" + number).c_str());

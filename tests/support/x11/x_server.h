@@ -33,7 +33,7 @@ class XServer {
     const std::string& display() const { return display_; }
 
   private:
-    void launch(const std::string& number);
+    void launch();
 
     int pid_ = -1;
     std::vector<std::string> arguments_;
