@@ -34,7 +34,7 @@ class Watch {
         : pid_(pid), callback_(std::move(callback)), x_(std::move(connection)) {
         const uint32_t events = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
         xcb_change_window_attributes(x_->raw(), x_->root(), XCB_CW_EVENT_MASK, &events);
-        compare(false);
+        catchUp(false);
     }
     ~Watch() {
         const PipeGuard guard;
@@ -59,8 +59,7 @@ class Watch {
         const PipeGuard guard;
         bool any = false;
         while (x_->nextEvent()) any = true;
-        // After an answer the model's connection has been told the same events.
-        if (any && x_->sync()) compare(true);
+        if (any) catchUp(true);
         return !x_->lost() && !stopped_;
     }
 
@@ -70,22 +69,33 @@ class Watch {
         return a && b && mine(a).pid == mine(b).pid && mine(a).window == mine(b).window;
     }
 
-    void compare(bool report) {
+    // After an answer the model's connection has been told the same events. What happens to a window before it is
+    // followed nobody tells, so that it is looked at once more; not for ever where one opens after the other.
+    void catchUp(bool report) {
+        constexpr int kMostRounds = 8;
+        for (int round = 0; round < kMostRounds; ++round)
+            if (!x_->sync() || !compare(report)) return;
+    }
+
+    // True when there are windows that were not followed before.
+    bool compare(bool report) {
         const auto desktop = currentDesktop();
-        if (!desktop) return;
+        if (!desktop) return false;
+        bool follows = false;
         const auto list = windowsOfProcess(*desktop->windows, pid_);
         std::map<uint32_t, WindowState> now;
         for (const DesktopWindow* window : list) {
             now[window->number] = {window->bounds, window->iconic};
-            if (!windows_.count(window->number)) follow(window->number);
+            if (windows_.count(window->number)) continue;
+            follow(window->number);
+            follows = true;
         }
-        x_->flush();
         const auto before = std::exchange(windows_, now);
         const uint32_t active = now.count(desktop->windows->active) ? desktop->windows->active : 0;
         const uint32_t wasActive = std::exchange(active_, active);
         const bool hidden = isHiddenApplication(*desktop->windows, pid_);
         const bool wasHidden = std::exchange(hidden_, hidden);
-        if (!report) return;
+        if (!report) return follows;
         for (const auto& [number, state] : now) {
             const auto old = before.find(number);
             if (old == before.end())
@@ -95,6 +105,7 @@ class Watch {
         }
         if (hidden != wasHidden) fire(hidden ? "AXApplicationHidden" : "AXApplicationShown", 0, false);
         if (active != 0 && active != wasActive) fire("AXFocusedWindowChanged", active, true);
+        return follows;
     }
 
     void reportChanges(uint32_t number, const WindowState& old, const WindowState& state) {
