@@ -53,9 +53,10 @@ class WindowServer {
     // answers to questions about them. 0 when that cannot be told.
     virtual uint64_t desktopVersion() { return 0; }
 
-    // One-off pictures for the picker: a window alone, with its frame and shadow where the system has them; a display.
+    // One-off pictures for the picker: a window alone, with its frame and shadow where the system has them; a display,
+    // which may be reduced in proportion to no less than the width in pixels.
     virtual Shot windowPicture(uint32_t window) = 0;
-    virtual Shot displayPicture(uint32_t display) = 0;
+    virtual Shot displayPicture(uint32_t display, int width) = 0;
     // Pictures of these windows will be asked for while the answer is held: what takes time is done for all of them at
     // once. May wait, and may answer null.
     virtual std::shared_ptr<void> expectPictures(const std::vector<uint32_t>& /*windows*/) { return nullptr; }

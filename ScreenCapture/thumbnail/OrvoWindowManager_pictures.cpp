@@ -12,8 +12,8 @@ using orvo::thumbnail::BitmapItemPtr;
 
 namespace {
 
-constexpr double kPictureWidth = 400;  // pixels
-constexpr double kIconWidth = 100;     // pixels
+constexpr int kPictureWidth = 400;  // pixels
+constexpr double kIconWidth = 100;  // pixels
 // A window of a few pixels' width and a screen's height would become a picture of hundreds of megabytes.
 constexpr double kLargestArea = 16.0 * 1024 * 1024;  // pixels
 
@@ -30,7 +30,8 @@ BitmapItemPtr scaledItem(const Picture& picture, const Size& size) {
 BitmapItemPtr OrvoWindowManager::imageForAppname(const std::string& /*appName*/, const OrvoWindow* item) {
     if (!item) return nullptr;
     auto& server = platform().windowServer();
-    const Shot shot = item->isScreen ? server.displayPicture(item->windowID) : server.windowPicture(item->windowID);
+    const Shot shot =
+        item->isScreen ? server.displayPicture(item->windowID, kPictureWidth) : server.windowPicture(item->windowID);
     if (!shot.image) {
         platform().system().console(std::string("-[OrvoWindowManager imageForAppname:item:] ") +
                                     (item->isScreen ? "screen" : "window") + " image is nil windowtitle " +

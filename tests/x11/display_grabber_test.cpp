@@ -7,6 +7,7 @@
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/platform/x11/capture_run.h"
 #include "ScreenCapture/platform/x11/display_grabber.h"
+#include "ScreenCapture/platform/x11/display_picture.h"
 #include "support/x11/x_server.h"
 
 namespace orvo::testing {
@@ -198,6 +199,53 @@ TEST_P(GrabberOn, AllWindowsTogetherAreTheScreen) {
             wrong += composed != (seen | 0xFF000000U) && !(composed == 0 && seen == kGround);
         }
         ASSERT_EQ(wrong, 0) << "round " << round;
+    }
+}
+
+// The mean of each block of side * side pixels, per byte.
+std::vector<int> meansOf(const std::vector<uint8_t>& pixels, int width, int height, int side) {
+    std::vector<int> means;
+    for (int y = 0; y < height / side; y++) {
+        for (int i = 0; i < width / side * 4; i++) {
+            int sum = 0;
+            for (int in = 0; in < side * side; in++)
+                sum += pixels[static_cast<size_t>((y * side + in / side) * width * 4 + (i / 4 * side + in % side) * 4 +
+                                                  i % 4)];
+            means.push_back(sum / (side * side));
+        }
+    }
+    return means;
+}
+
+TEST(DisplayPicture, IsHalvedAsOftenAsItsWidthAllows) {
+    for (const std::vector<std::string>& lacking : {std::vector<std::string>{}, {"-extension", "RENDER"}}) {
+        const XServer server("640x480x24", lacking);
+        Scribbler scribbler(server);
+        for (int i = 0; i < 40; i++) scribbler.step();
+        const auto x = Connection::open();
+        struct {
+            PixelRect area;
+            int neededWidth, side;
+        } const rows[] = {{{0, 0, 640, 480}, 400, 1},   {{0, 0, 640, 480}, 320, 2}, {{0, 0, 640, 480}, 100, 4},
+                          {{33, 21, 200, 100}, 50, 4},  {{1, 0, 320, 241}, 50, 1},  {{320, 240, 320, 230}, 50, 2},
+                          {{479, 359, 161, 120}, 50, 1}};
+        for (const auto& [area, neededWidth, wanted] : rows) {
+            const auto shot = platform::x11::pictureOfDisplay(*x, area, neededWidth);
+            ASSERT_TRUE(shot.image);
+            const int side = lacking.empty() ? wanted : 1;
+            const int width = area.width / side, height = area.height / side;
+            ASSERT_TRUE(shot.image->width() == width && shot.image->height() == height);
+            auto pixels = scribbler.painter().read({area.x, area.y, area.width, area.height});
+            for (size_t i = 3; i < pixels.size(); i += 4) pixels[i] = 0xFF;
+            const auto means = meansOf(pixels, area.width, area.height, side);
+            int worst = 0;
+            for (int i = 0; i < width * 4 * height; i++) {
+                const uint8_t* row =
+                    shot.image->bytes() + shot.image->bytesPerRow() * static_cast<size_t>(i / width / 4);
+                worst = std::max(worst, std::abs(row[i % (width * 4)] - means[static_cast<size_t>(i)]));
+            }
+            EXPECT_LE(worst, side / 2) << area.width << " to " << neededWidth;  // one of rounding for each halving
+        }
     }
 }
 

@@ -93,7 +93,7 @@ class MacWindowServer final : public WindowServer {
             return pictureOfWindow(window, kCGWindowImageDefault);
         }
     }
-    Shot displayPicture(uint32_t display) override {
+    Shot displayPicture(uint32_t display, int /*width*/) override {
         @autoreleasepool {
             return pictureOfDisplay(display);
         }

@@ -38,10 +38,7 @@ void DisplayGrabber::findWay() {
     if (!formats.root || !formats.argb32) return;
     way_ = Way::composite;
     opaqueFormat_ = formats.argb32;
-    root_ = ServerPicture(x_);
-    const uint32_t includeInferiors = XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS;
-    xcb_render_create_picture(x_.raw(), root_.id(), x_.root(), formats.root, XCB_RENDER_CP_SUBWINDOW_MODE,
-                              &includeInferiors);
+    root_ = pictureOfRoot(x_, formats.root);
 }
 
 bool DisplayGrabber::handle(const xcb_generic_event_t& event) {

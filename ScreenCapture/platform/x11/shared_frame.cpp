@@ -1,4 +1,4 @@
-// Frames that the server draws into.
+// Frames that the server draws into, and the screen that it draws from.
 #include "ScreenCapture/platform/x11/shared_frame.h"
 
 namespace orvo::platform::x11 {
@@ -18,6 +18,13 @@ Ref<software::Frame> makeSharedFrame(Connection& x, int width, int height, xcb_r
     xcb_render_create_picture(x.raw(), backing.picture.id(), backing.pixmap.id(), argb32, 0, nullptr);
     if (!x.succeeded(created)) return nullptr;
     return makeCounted<software::Frame>(std::move(shared.memory), width, height, bytesPerRow);
+}
+
+ServerPicture pictureOfRoot(Connection& x, xcb_render_pictformat_t format) {
+    ServerPicture root(x);
+    const uint32_t includeInferiors = XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS;
+    xcb_render_create_picture(x.raw(), root.id(), x.root(), format, XCB_RENDER_CP_SUBWINDOW_MODE, &includeInferiors);
+    return root;
 }
 
 }  // namespace orvo::platform::x11

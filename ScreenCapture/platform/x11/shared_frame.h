@@ -1,4 +1,4 @@
-// Frames that the server draws into.
+// Frames that the server draws into, and the screen that it draws from.
 #pragma once
 
 #include "ScreenCapture/platform/software/frame.h"
@@ -17,5 +17,8 @@ struct SharedFrame {
 // Null when the server or the system refuses. Needs shared pixmaps and Render.
 Ref<software::Frame> makeSharedFrame(Connection& x, int width, int height, xcb_render_pictformat_t argb32,
                                      SharedFrame& backing);
+
+// The root window with what its windows show, to draw from. format: of the root's visual.
+ServerPicture pictureOfRoot(Connection& x, xcb_render_pictformat_t format);
 
 }  // namespace orvo::platform::x11

@@ -7,7 +7,7 @@
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/asking.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
-#include "ScreenCapture/platform/x11/display_grabber.h"
+#include "ScreenCapture/platform/x11/display_picture.h"
 #include "ScreenCapture/platform/x11/window_facts.h"
 #include "ScreenCapture/platform/x11/window_grabber.h"
 #include "ScreenCapture/platform/x11/window_scenes.h"
@@ -172,14 +172,14 @@ Shot X11WindowServer::windowPicture(uint32_t window) {
     return Expected::pictureOf(scene);
 }
 
-Shot X11WindowServer::displayPicture(uint32_t display) {
+Shot X11WindowServer::displayPicture(uint32_t display, int width) {
     const auto desktop = currentDesktop();
     if (!desktop) return NoImage::noServer;
     const Monitor* monitor = desktop->monitors->find(display);
     if (!monitor) return NoImage::gone;
     const Asking asking(Line::pictures);
     if (!asking) return NoImage::noServer;
-    return DisplayGrabber(*asking, monitor->area).take();
+    return pictureOfDisplay(*asking, monitor->area, width);
 }
 
 std::unique_ptr<Grabber> X11WindowServer::grabber(uint32_t target, bool isScreen) {

@@ -14,7 +14,7 @@ class X11WindowServer final : public WindowServer {
     uint64_t desktopVersion() override;
     Shot windowPicture(uint32_t window) override;
     std::shared_ptr<void> expectPictures(const std::vector<uint32_t>& windows) override;
-    Shot displayPicture(uint32_t display) override;
+    Shot displayPicture(uint32_t display, int width) override;
     std::unique_ptr<Grabber> grabber(uint32_t target, bool isScreen) override;
 
   private:

@@ -146,7 +146,7 @@ class ScriptedWindowServer final : public platform::WindowServer {
         auto pass = desktop_.gate.enter("windowPicture");
         return pass ? shotOfWindow(desktop_, window) : Shot(NoImage::failed);
     }
-    Shot displayPicture(uint32_t display) override {
+    Shot displayPicture(uint32_t display, int /*width*/) override {
         auto pass = desktop_.gate.enter("displayPicture");
         return pass ? shotOfDisplay(desktop_, display) : Shot(NoImage::failed);
     }
