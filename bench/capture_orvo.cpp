@@ -20,6 +20,7 @@ namespace {
 struct Options {
     int rate = 30;
     bool cursor = false, idle = false, check = false;
+    unsigned int mode = ORVO_WINDOW_MODE_WINDOW;
     const char* logFolder = nullptr;
     std::vector<unsigned int> windows, excluded;
     bench::Area rectangle;      // empty: none
@@ -27,7 +28,7 @@ struct Options {
 };
 
 const char kUsage[] =
-    "usage: capture_orvo [--fps N] [--cursor] [--window N]... [--without N]... [--rect X Y W H] [--size W H]\n"
+    "usage: capture_orvo [--fps N] [--cursor] [--window N]... [--mode N] [--without N]... [--rect X Y W H] [--size W H]\n"
     "       [--log FOLDER] [--idle] [--check] [--stamp X Y BLOCK]...\n";
 
 class Words {
@@ -64,6 +65,8 @@ Options parse(int argc, char** argv) {
             options.cursor = true;
         else if (word == "--window")
             options.windows.push_back(static_cast<unsigned int>(words.number()));
+        else if (word == "--mode")
+            options.mode = static_cast<unsigned int>(words.number());
         else if (word == "--without")
             options.excluded.push_back(static_cast<unsigned int>(words.number()));
         else if (word == "--rect")
@@ -115,10 +118,11 @@ void choose(Options& options) {
     if (!options.excluded.empty())
         orvo_screencapture_set_excluded_windows(options.excluded.data(), static_cast<int>(options.excluded.size()),
                                                 true);
+    // Asking for a mode chooses the window path.
+    if (!options.windows.empty()) orvo_screencapture_set_target_window_mode(options.mode);
     if (options.windows.size() == 1) {
         orvo_screencapture_set_target_window(options.windows[0]);
     } else if (options.windows.size() > 1) {
-        orvo_screencapture_set_target_window_mode(ORVO_WINDOW_MODE_WINDOW);
         orvo_screencapture_set_extra_target_windows(options.windows.data(), static_cast<int>(options.windows.size()),
                                                     true);
     } else if (options.rectangle.width > 0) {

@@ -46,8 +46,8 @@ class WindowServer {
 
     // On-screen windows but desktop elements, front to back; empty when the server cannot be asked.
     virtual std::vector<WindowInfo> onScreenWindows() = 0;
-    // The numbers of all on-screen windows, desktop elements included, front to back.
-    virtual std::vector<uint32_t> onScreenNumbers() = 0;
+    // The numbers of all on-screen windows, desktop elements included, front to back, in place of what the list held.
+    virtual void onScreenNumbers(std::vector<uint32_t>& numbers) = 0;
 
     // A number for what windows, applications and displays are like now: as long as it stays the same, so do the
     // answers to questions about them. 0 when that cannot be told.

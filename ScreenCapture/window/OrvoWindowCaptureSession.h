@@ -97,6 +97,7 @@ class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowC
 
     // The capture queue's own.
     std::map<uint32_t, TargetFrame> m_frames;
+    Numbers m_shownWindows;    // of the picture that is composed; kept for its memory
     double lastErrorTime = 0;  // seconds on the absolute clock; when a picture was last good
     ImageRef lastImage;  // never filled: a minimised or moving window is captured like any other; that is intended
 };

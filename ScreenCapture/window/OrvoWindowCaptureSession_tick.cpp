@@ -80,13 +80,14 @@ Shot OrvoWindowCaptureSession::getDeskImageWithOrvoWindow(TargetFrame& frame, co
 // Without windows of the application nothing is filtered but the excluded ones; that is intended.
 Shot OrvoWindowCaptureSession::getExcludeWindowsImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
                                                                     const Tick& tick) {
-    Numbers appWindows;
-    if (tick.options->mode == kModeApplication) appWindows = m_windowManager->getAllWindowWithWindowID(item.windowID);
-    Numbers windows = platform().windowServer().onScreenNumbers();
-    std::erase_if(windows, [&](uint32_t number) {
+    static const Numbers none;
+    const bool isFiltered = tick.options->mode == kModeApplication;
+    const Numbers& appWindows = isFiltered ? frame.applicationWindows(*m_windowManager) : none;
+    platform().windowServer().onScreenNumbers(m_shownWindows);
+    std::erase_if(m_shownWindows, [&](uint32_t number) {
         return contains(*tick.excludeWindows, number) || (!appWindows.empty() && !contains(appWindows, number));
     });
-    return frame.grabber().composed(item.deskBounds(), windows);
+    return frame.grabber().composed(item.deskBounds(), m_shownWindows);
 }
 
 // The time of the last good picture is left alone by a bad one: once the patience is over every bad picture is told of,

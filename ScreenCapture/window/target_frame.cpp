@@ -6,7 +6,7 @@
 using namespace orvo::platform;
 
 TargetFrame::TargetFrame(uint32_t number, bool isScreen)
-    : isScreen_(isScreen), grabber_(platform().windowServer().grabber(number, isScreen)) {}
+    : number_(number), isScreen_(isScreen), grabber_(platform().windowServer().grabber(number, isScreen)) {}
 
 Ref<Image> TargetFrame::cropAndScale(const Ref<Image>& image, const CaptureOptions& options, const CursorMark& cursor) {
     const Source source{image->version(), cursor, options.cropRect, options.resolutionSize, options.resolutionMode};
@@ -19,6 +19,13 @@ Ref<Image> TargetFrame::cropAndScale(const Ref<Image>& image, const CaptureOptio
         result_ = result;
     }
     return result;
+}
+
+const std::vector<uint32_t>& TargetFrame::applicationWindows(OrvoWindowManager& manager) {
+    const uint64_t version = platform().windowServer().desktopVersion();
+    if (version == 0 || version != askedAt_) applicationWindows_ = manager.getAllWindowWithWindowID(number_);
+    askedAt_ = version;
+    return applicationWindows_;
 }
 
 Ref<Image> getCropWithCGImage(const Ref<Image>& image, const CaptureOptions& options) {

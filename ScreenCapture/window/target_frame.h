@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "ScreenCapture/platform/platform.h"
+#include "ScreenCapture/thumbnail/OrvoWindowManager.h"
 #include "ScreenCapture/window/OrvoWindowCursor.h"
 #include "ScreenCapture/window/capture_options.h"
 
@@ -22,6 +23,9 @@ class TargetFrame {
     orvo::platform::Ref<orvo::platform::Image> cropAndScale(const orvo::platform::Ref<orvo::platform::Image>& image,
                                                             const CaptureOptions& options, const CursorMark& cursor);
 
+    // The windows of the target's application; asked for again when anything on the desktop has changed.
+    const std::vector<uint32_t>& applicationWindows(OrvoWindowManager& manager);
+
   private:
     struct Source {
         uint64_t version = 0;
@@ -32,10 +36,13 @@ class TargetFrame {
         bool operator==(const Source&) const = default;
     };
 
+    uint32_t number_;
     bool isScreen_;
     std::unique_ptr<orvo::platform::Grabber> grabber_;
     Source source_;
     orvo::platform::Ref<orvo::platform::Image> result_;
+    uint64_t askedAt_ = 0;  // the desktop's version when the application's windows were asked for; 0: never, or unknown
+    std::vector<uint32_t> applicationWindows_;
 };
 
 // The two steps by themselves; null when nothing is left.

@@ -30,10 +30,11 @@ struct Scene {
     const xcb_window_t side = painter.window({560, 20, 60, 60}, 0x111111);
     const uint32_t display = platform::platform().displays().mainDisplay();
     const Rect all{0, 0, 640, 480};
-    const std::vector<uint32_t> list{side, target};
+    std::vector<uint32_t> list;
     CaptureOptions half;
     std::unique_ptr<platform::x11::CaptureRun> run;
     std::vector<TargetFrame> frames;
+    const std::shared_ptr<OrvoWindowManager> manager = std::make_shared<OrvoWindowManager>(nullptr);
 
     Scene() {
         half.resolutionSize = {160, 120};
@@ -63,7 +64,15 @@ struct Scene {
         EXPECT_EQ(static_cast<bool>(mark), cursor);
         return f.cropAndScale(shot.image, scaled ? half : CaptureOptions(), mark).get();
     }
-    const Image* composed() { return frame(0, display, true).grabber().composed(all, list).image.get(); }
+    const Image* composed() {
+        platform::platform().windowServer().onScreenNumbers(list);
+        std::erase(list, cover);
+        return frame(0, display, true).grabber().composed(all, list).image.get();
+    }
+    const Image* application() {
+        const auto& own = frame(0, target, false).applicationWindows(*manager);
+        return frames[0].grabber().composed({40, 30, 320, 240}, own).image.get();
+    }
     const Image* threeWindows() {
         frame(0, target, false), frame(1, cover, false), frame(2, side, false);
         const Image* last = nullptr;
@@ -120,6 +129,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Case{
                           "window_scaled_cursor", [](Scene& s) { return s.window(true, true); }, {0, 0, 0}, {11, 1, 1}},
                       Case{"composed_display", [](Scene& s) { return s.composed(); }, {0, 0, 0}, {11, 1, 0}},
+                      Case{"application", [](Scene& s) { return s.application(); }, {0, 0, 0}, {11, 1, 0}},
                       Case{"three_windows", [](Scene& s) { return s.threeWindows(); }, {0, 0, 0}, {11, 1, 0}}),
     [](const auto& each) { return std::string(each.param.name); });
 
@@ -148,11 +158,22 @@ TEST(PointerBudget, AMoveCostsOneWaitAndIsShown) {
     }
 }
 
+TEST(ApplicationBudget, ANewWindowIsAmongTheApplications) {
+    Scene scene;
+    const size_t before = scene.frame(0, scene.target, false).applicationWindows(*scene.manager).size();
+    EXPECT_GE(before, 3U);
+    const xcb_window_t added = scene.painter.window({10, 300, 200, 150}, 0x222222);
+    const auto& now = scene.frames[0].applicationWindows(*scene.manager);
+    EXPECT_EQ(now.size(), before + 1);
+    EXPECT_EQ(std::count(now.begin(), now.end(), added), 1);
+}
+
 // A list of windows waits once or not at all; with pictures once for each, and for what all of them need together.
 TEST(ListBudget, WaitsDoNotGrowWithTheWindowsButByTheirPictures) {
     Scene scene;
     auto& server = platform::platform().windowServer();
-    const auto numbers = server.onScreenNumbers();
+    std::vector<uint32_t> numbers;
+    server.onScreenNumbers(numbers);
     ASSERT_EQ(numbers.size(), 3U);
     scene.painter.window({10, 300, 200, 150}, 0x222222);
     EXPECT_LE(trafficOf([&] { EXPECT_EQ(server.onScreenWindows().size(), 4U); }).roundTrips, 4);  // one has come

@@ -181,10 +181,12 @@ TEST_P(GrabberOn, AllWindowsTogetherAreTheScreen) {
     scribbler.painter().setRootBackground(kGround);
     auto& windowServer = platform::platform().windowServer();
     const auto grabber = windowServer.grabber(platform::platform().displays().mainDisplay(), true);
+    std::vector<uint32_t> numbers;
     for (int round = 0; round < 60; round++) {
         for (int steps = scribbler.number(0, 3); steps > 0; steps--) scribbler.step();
         scribbler.painter().sync();
-        const auto shot = grabber->composed({0, 0, 317, 241}, windowServer.onScreenNumbers());
+        windowServer.onScreenNumbers(numbers);
+        const auto shot = grabber->composed({0, 0, 317, 241}, numbers);
         ASSERT_TRUE(shot.image);
         scribbler.painter().sync();
         const std::vector<uint8_t> root = scribbler.painter().read({0, 0, 317, 241});

@@ -76,8 +76,8 @@ class MacWindowServer final : public WindowServer {
     }
 
     // The list holds the numbers themselves, not number objects.
-    std::vector<uint32_t> onScreenNumbers() override {
-        std::vector<uint32_t> numbers;
+    void onScreenNumbers(std::vector<uint32_t>& numbers) override {
+        numbers.clear();
         const auto list =
             CFRef<CFArrayRef>::adopt(CGWindowListCreate(kCGWindowListOptionOnScreenOnly, kCGNullWindowID));
         const CFIndex count = list ? CFArrayGetCount(list.get()) : 0;
@@ -85,7 +85,6 @@ class MacWindowServer final : public WindowServer {
             numbers.push_back(
                 static_cast<uint32_t>(reinterpret_cast<uintptr_t>(CFArrayGetValueAtIndex(list.get(), i))));
         }
-        return numbers;
     }
 
     Shot windowPicture(uint32_t window) override {

@@ -34,13 +34,12 @@ std::vector<WindowInfo> X11WindowServer::onScreenWindows() {
     return infos;
 }
 
-std::vector<uint32_t> X11WindowServer::onScreenNumbers() {
-    std::vector<uint32_t> numbers;
+void X11WindowServer::onScreenNumbers(std::vector<uint32_t>& numbers) {
+    numbers.clear();
     const auto desktop = currentDesktop();
-    if (!desktop) return numbers;
+    if (!desktop) return;
     for (const DesktopWindow& window : desktop->windows->all)
         if (window.onScreen) numbers.push_back(window.number);
-    return numbers;
 }
 
 uint64_t X11WindowServer::desktopVersion() {

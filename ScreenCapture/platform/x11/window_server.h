@@ -10,7 +10,7 @@ namespace orvo::platform::x11 {
 class X11WindowServer final : public WindowServer {
   public:
     std::vector<WindowInfo> onScreenWindows() override;
-    std::vector<uint32_t> onScreenNumbers() override;
+    void onScreenNumbers(std::vector<uint32_t>& numbers) override;
     uint64_t desktopVersion() override;
     Shot windowPicture(uint32_t window) override;
     std::shared_ptr<void> expectPictures(const std::vector<uint32_t>& windows) override;

@@ -133,14 +133,13 @@ class ScriptedWindowServer final : public platform::WindowServer {
         }
         return list;
     }
-    std::vector<uint32_t> onScreenNumbers() override {
+    void onScreenNumbers(std::vector<uint32_t>& numbers) override {
         auto pass = desktop_.gate.enter("onScreenNumbers");
-        std::vector<uint32_t> numbers;
-        if (!pass) return numbers;
+        numbers.clear();
+        if (!pass) return;
         for (const auto& window : desktop_.windows) {
             if (desktop_.isOnScreen(window)) numbers.push_back(window.number);
         }
-        return numbers;
     }
     Shot windowPicture(uint32_t window) override {
         auto pass = desktop_.gate.enter("windowPicture");
