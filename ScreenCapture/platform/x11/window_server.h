@@ -7,6 +7,8 @@
 
 namespace orvo::platform::x11 {
 
+class WindowPictures;
+
 class X11WindowServer final : public WindowServer {
   public:
     std::vector<WindowInfo> onScreenWindows() override;
@@ -18,10 +20,8 @@ class X11WindowServer final : public WindowServer {
     std::unique_ptr<Grabber> grabber(uint32_t target, bool isScreen) override;
 
   private:
-    class Expected;
-
     std::mutex mutex_;
-    std::weak_ptr<Expected> expected_;  // the latest
+    std::weak_ptr<WindowPictures> expected_;  // the latest
 };
 
 }  // namespace orvo::platform::x11

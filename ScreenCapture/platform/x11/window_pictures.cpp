@@ -1,0 +1,100 @@
+// Pictures of windows for a picker.
+#include "ScreenCapture/platform/x11/window_pictures.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "ScreenCapture/platform/x11/window_facts.h"
+#include "ScreenCapture/platform/x11/window_scenes.h"
+
+namespace orvo::platform::x11 {
+namespace {
+
+constexpr int64_t kMostPixels = 4 << 20;  // of windows that are redirected ahead
+
+// Of the scene that was begun.
+Shot pictureOf(SceneGrabber& scene) {
+    Shot shot = scene.finish();
+    if (shot.image && !scene.anyPicture()) return NoImage::notOnScreen;
+    return shot;
+}
+
+}  // namespace
+
+Shot pictureOfWindow(Connection& x, const DesktopWindow& window, const WindowList& windows) {
+    if (!x.extensions().composite) return NoImage::failed;
+    SceneGrabber scene(x);
+    scene.begin(boundsOfClient(window), {layerOfClient(window, queryShape(x, window.number))}, windows);
+    return pictureOf(scene);
+}
+
+WindowPictures::WindowPictures(std::unique_ptr<Connection> connection, std::vector<uint32_t> numbers,
+                               const WindowList& windows)
+    : x_(std::move(connection)), scene_(std::make_unique<SceneGrabber>(*x_)), numbers_(std::move(numbers)) {
+    std::vector<ShapeRequest> shapes;
+    PixelRect room;
+    for (const uint32_t number : numbers_) {
+        shapes.emplace_back(*x_, number);
+        const PixelRect& bounds = windows.find(number)->bounds;
+        room = {0, 0, std::max(room.width, bounds.width), std::max(room.height, bounds.height)};
+    }
+    scene_->setRoom(room.width, room.height);
+    for (const ShapeRequest& shape : shapes) shapes_.push_back(shape.read(*x_));
+    prepare(windows);
+    x_->flush();
+}
+
+WindowPictures::~WindowPictures() {
+    const PipeGuard guard;
+    scene_.reset();
+    x_.reset();
+}
+
+size_t WindowPictures::indexOf(uint32_t window) const {
+    return static_cast<size_t>(std::find(numbers_.begin(), numbers_.end(), window) - numbers_.begin());
+}
+
+bool WindowPictures::contains(uint32_t window) const {
+    return indexOf(window) < numbers_.size();
+}
+
+Shot WindowPictures::take(const DesktopWindow& window, const WindowList& windows) {
+    std::lock_guard lock(mutex_);
+    const PipeGuard guard;
+    const size_t index = indexOf(window.number);
+    if (begun_ != index || begunBounds_ != boundsOfClient(window)) begin(index, window, windows);
+    Shot shot = pictureOf(*scene_);
+    scene_->readEvents();
+    if (scene_->wasCovered(window.number)) {
+        scene_->forget(window.number);
+        begin(index, window, windows);
+        shot = pictureOf(*scene_);
+    }
+    begun_ = numbers_.size();
+    const DesktopWindow* next = index + 1 < numbers_.size() ? windows.find(numbers_[index + 1]) : nullptr;
+    if (next && next->onScreen) begin(index + 1, *next, windows);
+    scene_->forget(window.number);
+    if (index < prepared_.size()) pixels_ -= std::exchange(prepared_[index], 0);
+    prepare(windows);
+    x_->flush();
+    return shot;
+}
+
+void WindowPictures::begin(size_t index, const DesktopWindow& window, const WindowList& windows) {
+    scene_->readEvents();
+    begun_ = index;
+    begunBounds_ = boundsOfClient(window);
+    scene_->begin(begunBounds_, {layerOfClient(window, shapes_[index])}, windows);
+}
+
+// Has the next windows redirected that are not yet.
+void WindowPictures::prepare(const WindowList& windows) {
+    for (; prepared_.size() < numbers_.size() && pixels_ < kMostPixels; pixels_ += prepared_.back()) {
+        const DesktopWindow* window = windows.find(numbers_[prepared_.size()]);
+        const bool shows = window && window->onScreen;
+        prepared_.push_back(shows ? int64_t{window->bounds.width} * window->bounds.height : 0);
+        if (shows) scene_->expect(*window, windows);
+    }
+}
+
+}  // namespace orvo::platform::x11
