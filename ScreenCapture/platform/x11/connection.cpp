@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
+#include <xcb/bigreq.h>
 #include <xcb/composite.h>
 #include <xcb/damage.h>
 #include <xcb/randr.h>
@@ -183,7 +184,7 @@ Connection::Connection(xcb_connection_t* raw, int screenNumber) : raw_(raw) {
     lost_ = xcb_connection_has_error(raw_) != 0;
     if (lost_) return;
     screen_ = screenOf(raw_, screenNumber);
-    lost_ = !screen_ || !learnExtensions();
+    lost_ = !screen_ || !findExtensions() || !greetExtensions();
 }
 
 Connection::~Connection() {
@@ -197,7 +198,7 @@ int Connection::descriptor() const {
 }
 
 // Asked for all at once, and known before any extension is used: xcb itself would ask and wait without a limit.
-bool Connection::learnExtensions() {
+bool Connection::findExtensions() {
     struct Wanted {
         xcb_extension_t* id;
         uint8_t* opcode;
@@ -216,7 +217,7 @@ bool Connection::learnExtensions() {
                              {&xcb_res_id, &found.res, &unused},
                              {&xcb_sync_id, &found.sync, &found.syncEvent}};
     for (const auto& extension : wanted) xcb_prefetch_extension_data(raw_, extension.id);
-    xcb_prefetch_maximum_request_length(raw_);
+    xcb_prefetch_extension_data(raw_, &xcb_big_requests_id);
     if (!sync()) return false;
     for (const auto& extension : wanted) {
         const auto* data = xcb_get_extension_data(raw_, extension.id);
@@ -224,25 +225,39 @@ bool Connection::learnExtensions() {
         *extension.opcode = data->major_opcode;
         *extension.firstEvent = data->first_event;
     }
+    return true;
+}
 
-    // Several extensions have to be greeted with a version before anything else.
+// Several extensions have to be told a version before anything else. One wait for all answers.
+bool Connection::greetExtensions() {
+    auto& found = extensions_;
+    xcb_prefetch_maximum_request_length(raw_);
     if (found.xfixes) xcb_discard_reply(raw_, xcb_xfixes_query_version(raw_, 5, 0).sequence);
     if (found.damage) xcb_discard_reply(raw_, xcb_damage_query_version(raw_, 1, 1).sequence);
     if (found.render) xcb_discard_reply(raw_, xcb_render_query_version(raw_, 0, 11).sequence);
     if (found.composite) xcb_discard_reply(raw_, xcb_composite_query_version(raw_, 0, 4).sequence);
     if (found.input) xcb_discard_reply(raw_, xcb_input_xi_query_version(raw_, 2, 2).sequence);
     if (found.sync) xcb_discard_reply(raw_, xcb_sync_initialize(raw_, 3, 1).sequence);
+    const unsigned randr = found.randr ? xcb_randr_query_version(raw_, 1, 5).sequence : 0;
+    const unsigned shm = found.shm ? xcb_shm_query_version(raw_).sequence : 0;
+    const unsigned formats = found.render ? xcb_render_query_pict_formats(raw_).sequence : 0;
+    if (!sync()) return false;
     if (found.randr) {
-        const auto version = await<xcb_randr_query_version_reply_t>(xcb_randr_query_version(raw_, 1, 5).sequence);
+        const auto version = await<xcb_randr_query_version_reply_t>(randr);
         if (!version || (version->major_version == 1 && version->minor_version < 5)) found.randr = 0;
     }
     if (found.shm) {
-        const auto version = await<xcb_shm_query_version_reply_t>(xcb_shm_query_version(raw_).sequence);
+        const auto version = await<xcb_shm_query_version_reply_t>(shm);
         const bool byDescriptor = version && (version->major_version > 1 || version->minor_version >= 2);
         found.sharedMemory = byDescriptor && isLocal(descriptor());
         found.sharedPixmaps = found.sharedMemory && version->shared_pixmaps;
     }
-    return sync();
+    if (found.render) {
+        const auto answer = await<xcb_render_query_pict_formats_reply_t>(formats);
+        if (answer && xcb_get_setup(raw_)->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST)
+            formats_ = formatsIn(*answer, screen_->root_visual);
+    }
+    return !lost_;
 }
 
 bool Connection::waitReadable(SteadyClock::time_point until) {

@@ -10,6 +10,8 @@
 #include <deque>
 #include <memory>
 
+#include "ScreenCapture/platform/x11/picture_formats.h"
+
 namespace orvo::platform::x11 {
 
 // Every wait for the server ends after this time; a server that has not answered then counts as lost.
@@ -67,6 +69,7 @@ class Connection {
     xcb_screen_t* screen() const { return screen_; }
     xcb_window_t root() const { return screen_->root; }
     const Extensions& extensions() const { return extensions_; }
+    const PictureFormats& formats() const { return formats_; }
     int descriptor() const;
 
     // The server is gone or did not answer in time: open another connection.
@@ -97,13 +100,15 @@ class Connection {
   private:
     Connection(xcb_connection_t* raw, int screenNumber);
 
-    bool learnExtensions();
+    bool findExtensions();
+    bool greetExtensions();
     void* awaitReply(unsigned sequence);
     bool waitReadable(std::chrono::steady_clock::time_point until);
 
     xcb_connection_t* raw_;
     xcb_screen_t* screen_ = nullptr;
     Extensions extensions_;
+    PictureFormats formats_;
     std::deque<Event> events_;  // read while waiting for a reply
     uint64_t roundTrips_ = 0;
     unsigned owed_ = 0;  // the request whose answer was not waited for any longer

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <utility>
 
-#include "ScreenCapture/platform/x11/picture_formats.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -34,7 +33,7 @@ void DisplayGrabber::findWay() {
     const Extensions& extensions = x_.extensions();
     if (extensions.sharedMemory) way_ = Way::sharedImage;
     if (!extensions.sharedPixmaps || !extensions.render || !extensions.xfixes) return;
-    const PictureFormats formats = queryPictureFormats(x_);
+    const PictureFormats& formats = x_.formats();
     if (!formats.root || !formats.argb32) return;
     way_ = Way::composite;
     opaqueFormat_ = formats.argb32;
@@ -73,9 +72,12 @@ DisplayGrabber::Ring::Slot DisplayGrabber::makeSlot() {
     software::FrameMemory memory;
     if (way_ == Way::sharedImage) {
         auto shared = shareMemory(x_, size);
-        memory = std::move(shared.memory);
-        slot.backing.segment = std::move(shared.segment);
-        if (!memory.bytes()) way_ = Way::image;
+        if (shared.memory.bytes() && x_.succeeded(shared.attached)) {
+            memory = std::move(shared.memory);
+            slot.backing.segment = std::move(shared.segment);
+        } else {
+            way_ = Way::image;
+        }
     }
     if (way_ == Way::image) memory = plainMemory(size);
     if (memory.bytes())

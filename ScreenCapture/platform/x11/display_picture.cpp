@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "ScreenCapture/platform/x11/display_grabber.h"
-#include "ScreenCapture/platform/x11/picture_formats.h"
 #include "ScreenCapture/platform/x11/shared_frame.h"
 
 namespace orvo::platform::x11 {
@@ -29,7 +28,7 @@ xcb_void_cookie_t drawHalf(Connection& x, const ServerPicture& from, const Pixel
 Ref<Image> halvedPicture(Connection& x, PixelRect area, int neededWidth) {
     const Extensions& extensions = x.extensions();
     if (!extensions.sharedPixmaps || !extensions.render) return nullptr;
-    const PictureFormats formats = queryPictureFormats(x);
+    const PictureFormats& formats = x.formats();
     if (!formats.root || !formats.opaque32) return nullptr;
     ServerPicture from = pictureOfRoot(x, formats.root);
     ServerPixmap between;

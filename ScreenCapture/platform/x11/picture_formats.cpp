@@ -18,8 +18,7 @@ void take(const xcb_render_pictforminfo_t& format, PictureFormats& found) {
     if (format.depth == 24 && direct.alpha_mask == 0) found.opaque24 = format.id;
 }
 
-}  // namespace
-
+// 0 when it has none.
 xcb_render_pictformat_t formatOfVisual(const xcb_render_query_pict_formats_reply_t& formats, xcb_visualid_t visual) {
     for (auto screen = xcb_render_query_pict_formats_screens_iterator(&formats); screen.rem;
          xcb_render_pictscreen_next(&screen))
@@ -31,15 +30,14 @@ xcb_render_pictformat_t formatOfVisual(const xcb_render_query_pict_formats_reply
     return 0;
 }
 
-PictureFormats queryPictureFormats(Connection& x) {
+}  // namespace
+
+PictureFormats formatsIn(const xcb_render_query_pict_formats_reply_t& answer, xcb_visualid_t rootVisual) {
     PictureFormats found;
-    const auto reply = x.await<xcb_render_query_pict_formats_reply_t>(xcb_render_query_pict_formats(x.raw()).sequence);
-    // The other byte order would put alpha first.
-    if (!reply || xcb_get_setup(x.raw())->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST) return found;
-    for (auto format = xcb_render_query_pict_formats_formats_iterator(reply.get()); format.rem;
+    for (auto format = xcb_render_query_pict_formats_formats_iterator(&answer); format.rem;
          xcb_render_pictforminfo_next(&format))
         take(*format.data, found);
-    found.root = formatOfVisual(*reply, x.screen()->root_visual);
+    found.root = formatOfVisual(answer, rootVisual);
     return found;
 }
 

@@ -3,11 +3,11 @@
 
 #include <xcb/render.h>
 
-#include "ScreenCapture/platform/x11/connection.h"
+#include <cstdint>
 
 namespace orvo::platform::x11 {
 
-// 0 for what the server does not have.
+// 0 for what the server does not have, or has with its bytes the other way round.
 struct PictureFormats {
     xcb_render_pictformat_t root = 0;    // of the root window's visual
     xcb_render_pictformat_t argb32 = 0;  // 32 bits a pixel, blue first in memory, alpha last
@@ -18,10 +18,7 @@ struct PictureFormats {
     xcb_render_pictformat_t opaque(uint8_t depth) const { return depth == 32 ? opaque32 : depth == 24 ? opaque24 : 0; }
 };
 
-// Asks the server.
-PictureFormats queryPictureFormats(Connection& x);
-
-// The format of a visual in the answer; 0 when it has none.
-xcb_render_pictformat_t formatOfVisual(const xcb_render_query_pict_formats_reply_t& formats, xcb_visualid_t visual);
+// Those of a server whose lowest byte comes first, from its answer.
+PictureFormats formatsIn(const xcb_render_query_pict_formats_reply_t& answer, xcb_visualid_t rootVisual);
 
 }  // namespace orvo::platform::x11

@@ -29,8 +29,8 @@ PixelRect moved(const PixelRect& area, int dx, int dy) {
 SceneGrabber::SceneGrabber(Connection& x) : x_(x) {
     const Extensions& extensions = x_.extensions();
     if (!extensions.sharedPixmaps || !extensions.render || !extensions.xfixes) return;
-    formats_ = queryPictureFormats(x_);
-    onServer_ = formats_.argb32 && formats_.opaque24 && formats_.opaque32;
+    const PictureFormats& formats = x_.formats();
+    onServer_ = formats.argb32 && formats.opaque24 && formats.opaque32;
     if (!onServer_) return;
     for (ServerRegion* region : {&newsRegion_, &layerNews_, &clip_}) {
         *region = ServerRegion(x_);
@@ -167,7 +167,7 @@ bool SceneGrabber::namePictures(const std::vector<SceneLayer>& layers) {
     each([](SceneSource& source) { source.askPicture(); });
     each([&](SceneSource& source) { changed |= source.readPicture(); });
     // After all answers: what is asked in between would be sent one by one.
-    if (changed) each([this](SceneSource& source) { source.usePicture(formats_); });
+    if (changed) each([](SceneSource& source) { source.usePicture(); });
     return changed;
 }
 
@@ -182,7 +182,7 @@ ServerRegion SceneGrabber::regionOf(const software::Region& region) {
 ServerPicture SceneGrabber::backgroundPicture(xcb_pixmap_t pixmap) {
     ServerPicture picture(x_);
     const uint32_t repeat = XCB_RENDER_REPEAT_NORMAL;
-    xcb_render_create_picture(x_.raw(), picture.id(), pixmap, formats_.root, XCB_RENDER_CP_REPEAT, &repeat);
+    xcb_render_create_picture(x_.raw(), picture.id(), pixmap, x_.formats().root, XCB_RENDER_CP_REPEAT, &repeat);
     return picture;
 }
 
@@ -262,7 +262,7 @@ void SceneGrabber::collectNews() {
 
 SceneGrabber::Ring::Slot SceneGrabber::makeSlot() {
     Ring::Slot slot;
-    slot.frame = makeSharedFrame(x_, frameSize_.width, frameSize_.height, formats_.argb32, slot.backing);
+    slot.frame = makeSharedFrame(x_, frameSize_.width, frameSize_.height, x_.formats().argb32, slot.backing);
     slot.backing.stale = ServerRegion(x_);
     xcb_xfixes_create_region(x_.raw(), slot.backing.stale.id(), 0, nullptr);
     return slot;

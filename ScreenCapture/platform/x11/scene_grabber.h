@@ -89,7 +89,6 @@ class SceneGrabber {
     Shot composeHere(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
 
     Connection& x_;
-    PictureFormats formats_;
     bool onServer_ = false;
     std::map<xcb_window_t, std::unique_ptr<SceneSource>> sources_;
     SceneSource* pinned_ = nullptr;

@@ -128,8 +128,8 @@ bool SceneSource::readPicture() {
     return true;
 }
 
-void SceneSource::usePicture(const PictureFormats& formats) {
-    const auto format = formats.opaque(depth_);
+void SceneSource::usePicture() {
+    const auto format = x_.formats().opaque(depth_);
     if (!named_ || picture_ || !format) return;
     picture_ = ServerPicture(x_);
     const uint32_t includeInferiors = XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS;

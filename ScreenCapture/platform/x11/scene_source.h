@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "ScreenCapture/platform/values.h"
-#include "ScreenCapture/platform/x11/picture_formats.h"
 #include "ScreenCapture/platform/x11/server_objects.h"
 
 namespace orvo::platform::x11 {
@@ -40,7 +39,7 @@ class SceneSource {
     // The answer, which may have come long ago. True when there is another one now, or none any more.
     bool readPicture();
     // Makes the server draw with it, where the formats allow.
-    void usePicture(const PictureFormats& formats);
+    void usePicture();
     bool hasPicture() const { return named_; }
     xcb_drawable_t drawable() const { return way_ == Way::shown ? window_ : pixmap_.id(); }  // of the picture
     xcb_render_picture_t picture() const { return picture_.id(); }

@@ -30,7 +30,7 @@ SharedMemory shareMemory(Connection& x, size_t size) {
     }
     shared.segment = ServerSegment(x);
     // xcb closes the descriptor when it has sent it.
-    if (!x.succeeded(xcb_shm_attach_fd_checked(x.raw(), shared.segment.id(), descriptor, 0))) return {};
+    shared.attached = xcb_shm_attach_fd_checked(x.raw(), shared.segment.id(), descriptor, 0);
     return shared;
 }
 

@@ -51,8 +51,9 @@ using ServerDamage = ServerObject<xcb_damage_destroy>;
 struct SharedMemory {
     software::FrameMemory memory;
     ServerSegment segment;
+    xcb_void_cookie_t attached{};  // the server may refuse: ask whether it succeeded, or discard that answer
 };
-// Without memory when the system or the server refuses.
+// Without memory when the system refuses.
 SharedMemory shareMemory(Connection& x, size_t size);
 
 // Memory for a frame that the server does not share.

@@ -16,6 +16,7 @@ Ref<software::Frame> makeSharedFrame(Connection& x, int width, int height, xcb_r
                                                        static_cast<uint16_t>(height), 32, backing.segment.id(), 0);
     backing.picture = ServerPicture(x);
     xcb_render_create_picture(x.raw(), backing.picture.id(), backing.pixmap.id(), argb32, 0, nullptr);
+    xcb_discard_reply(x.raw(), shared.attached.sequence);  // without it there is no pixmap either
     if (!x.succeeded(created)) return nullptr;
     return makeCounted<software::Frame>(std::move(shared.memory), width, height, bytesPerRow);
 }
