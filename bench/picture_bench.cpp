@@ -54,6 +54,7 @@ BENCHMARK(BM_scale)
     ->ArgNames({"way", "from", "to"})
     ->ArgsProduct({{kOurs, kBox, kBilinear, kCopy}, {1920}, {1280, 640, 384}})
     ->ArgsProduct({{kOurs, kBox, kBilinear, kCopy}, {1280}, {640}})
+    ->ArgsProduct({{kOurs, kBox, kBilinear, kCopy}, {320, 640}, {400}})
     ->Unit(benchmark::kMicrosecond);
 
 // 1920x1080 out of a number of overlapping windows.

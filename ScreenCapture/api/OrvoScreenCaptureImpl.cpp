@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "ScreenCapture/api/impl_log.h"
+#include "ScreenCapture/thumbnail/bitmap_memory.h"
 
 using orvo::platform::Display;
 using orvo::platform::platform;
@@ -73,10 +74,12 @@ void OrvoScreenCaptureImpl::UnInit() {
     }
     // The registry stays, but from here on nothing of this session reaches the host.
     if (registry) registry->shut();
+    orvo::thumbnail::freeKeptMemory();
 }
 
 void OrvoScreenCaptureImpl::StartCapture() {
     IMPL_LOG("%s", "StartCapture");
+    orvo::thumbnail::freeKeptMemory();  // the user has chosen
     if (const auto current = existingSession()) current->startCapture();
     IMPL_LOG("CaptureSession is started");
 }

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstring>
 
+#include "ScreenCapture/thumbnail/bitmap_memory.h"
+
 static_assert(offsetof(OrvoThumbnailBitmapItem, length) == 12);
 static_assert(offsetof(OrvoThumbnailBitmapItem, data) == 16);
 static_assert(offsetof(OrvoThumbnailBitmapItem, stride) == 24);
@@ -14,7 +16,7 @@ namespace orvo::thumbnail {
 
 void freeBitmapItem(OrvoThumbnailBitmapItem* item) {
     if (!item) return;
-    delete[] item->data;
+    giveMemory(item->data, item->length);
     delete item;
 }
 
@@ -27,7 +29,7 @@ BitmapItemPtr makeBitmapItem(const platform::Image& image) {
     item->bitsPerPixel = 32;
     item->length = item->width * item->height * 4;
     item->stride = static_cast<uint32_t>(image.bytesPerRow());
-    item->data = new unsigned char[item->length];
+    item->data = takeMemory(item->length);
     const size_t copied = std::min<size_t>(item->length, image.bytesPerRow() * item->height);
     std::memcpy(item->data, pixels, copied);
     std::memset(item->data + copied, 0, item->length - copied);

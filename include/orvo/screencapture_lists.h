@@ -94,7 +94,8 @@ ORVO_API OrvoThumbnailWindowInfo* orvo_windowthumbnail_find_windows(int* count);
  * @param list from orvo_windowthumbnail_find_windows or orvo_thumbnail_callback, or NULL
  * @param count as it came with the list
  * @threads any
- * @memory takes list
+ * @memory takes list; at most 32 MB of its pixels serve the next list, until orvo_screencapture_start_capture or
+ *         orvo_screencapture_uninit
  * @errors none
  */
 ORVO_API void orvo_windowthumbnail_free_windows(OrvoThumbnailWindowInfo* list, int count);

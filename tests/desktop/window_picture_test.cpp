@@ -1,6 +1,7 @@
 // Pictures, icons and titles for the picker.
 #include <cstring>
 
+#include "ScreenCapture/thumbnail/bitmap_memory.h"
 #include "desktop/window_manager_fixture.h"
 
 namespace orvo::test {
@@ -68,6 +69,29 @@ TEST_F(WindowPictureTest, CopiesTheStartOfPaddedRows) {
     EXPECT_EQ(std::memcmp(item->data, image->bytes(), 60), 0);
     image->hidesBytes = true;
     EXPECT_EQ(thumbnail::makeBitmapItem(*image), nullptr);
+}
+
+TEST_F(WindowPictureTest, MemoryThatComesBackServesTheNextPicturesUntilACaptureBegins) {
+    constexpr size_t kMost = size_t{32} << 20;
+    const auto image = pattern(9, 400, 300);
+    thumbnail::freeKeptMemory();
+    const unsigned char* const memory = thumbnail::makeBitmapItem(*image)->data;
+    const auto second = thumbnail::makeBitmapItem(*image);
+    EXPECT_EQ(second->data, memory);
+    EXPECT_EQ(std::memcmp(second->data, image->bytes(), second->length), 0);
+    EXPECT_NE(thumbnail::makeBitmapItem(*image)->data, memory) << "one is still the host's";
+    std::vector<thumbnail::BitmapItemPtr> many;
+    for (size_t bytes = 0; bytes < 2 * kMost; bytes += many.back()->length)
+        many.push_back(thumbnail::makeBitmapItem(*image));
+    many.clear();
+    const size_t kept = thumbnail::freeKeptMemory();
+    EXPECT_LE(kept, kMost);
+    EXPECT_GT(kept, kMost / 2);
+    for (void (*const end)() : {orvo_screencapture_start_capture, orvo_screencapture_uninit}) {
+        thumbnail::makeBitmapItem(*image);
+        end();
+        EXPECT_EQ(thumbnail::freeKeptMemory(), 0u);
+    }
 }
 
 TEST_F(WindowPictureTest, FindsIcons) {

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <utility>
 
-
 namespace orvo::platform::x11 {
 namespace {
 
