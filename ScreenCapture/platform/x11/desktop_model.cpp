@@ -19,6 +19,8 @@ namespace orvo::platform::x11 {
 namespace {
 
 constexpr size_t kPartCount = 3;
+// How long news may lie unread while the snapshot is outdated anyway: the server keeps them until then.
+constexpr int kUnreadLimit = 500;  // milliseconds
 using Parts = std::array<std::unique_ptr<ModelPart>, kPartCount>;
 
 Parts makeParts() {
@@ -47,9 +49,9 @@ class DesktopModel {
                 state_ = State::busy;
             }
             // A refresh begun after this call finds all that was there at its time, however fast news come in.
-            const bool settled = state_ == State::waiting && !newsWaiting();
-            if (finished_ >= enough || (settled && !outdated_)) return desktop_;
-            if (settled && !std::exchange(wanted_, true)) eventfd_write(wake_, 1);
+            const bool waits = state_ == State::waiting;
+            if (finished_ >= enough || (waits && !outdated_ && !newsWaiting())) return desktop_;
+            if (waits && outdated_ && !std::exchange(wanted_, true)) eventfd_write(wake_, 1);
             if (changed_.wait_until(lock, until) == std::cv_status::timeout) return desktop_;
         }
     }
@@ -58,7 +60,7 @@ class DesktopModel {
     enum class State {
         idle,     // no thread, no connection
         busy,     // the thread connects, reads events or asks
-        waiting,  // everything that was read is in the snapshot, or makes it outdated; the thread waits
+        waiting,  // what was read is in the snapshot, or makes it outdated; the thread waits for news, or to be wanted
     };
 
     // The thread says that it is busy before it reads the socket, so what has arrived is seen either here or there.
@@ -113,8 +115,7 @@ class DesktopModel {
             if (x.lost()) return;
             publish(next, x.descriptor());
             while (!isWanted()) {
-                pollfd both[] = {{x.descriptor(), POLLIN, 0}, {wake_, POLLIN, 0}};
-                poll(both, 2, -1);
+                waitForWork(x.descriptor());
                 setState(State::busy);
                 eventfd_t count = 0;
                 eventfd_read(wake_, &count);
@@ -126,7 +127,16 @@ class DesktopModel {
 
     bool anythingStale() const { return std::find(stale_.begin(), stale_.end(), true) != stale_.end(); }
 
-    // Asking the server again is left until somebody wants to know: a window that is dragged makes news all the time.
+    // A window that is dragged makes news all the time: of an outdated snapshot nobody needs them one by one.
+    void waitForWork(int descriptor) const {
+        pollfd both[] = {{wake_, POLLIN, 0}, {descriptor, POLLIN, 0}};
+        if (anythingStale())
+            poll(both, 1, kUnreadLimit);
+        else
+            poll(both, 2, -1);
+    }
+
+    // Asking the server again is left until somebody wants to know.
     bool isWanted() {
         std::lock_guard lock(mutex_);
         outdated_ = anythingStale();
