@@ -45,9 +45,16 @@ bool CaptureRun::findArea(const CapturePlan& plan, PixelRect& area) {
     return true;
 }
 
+void CaptureRun::takeFrame() {
+    frame_ = nullptr;  // may be written on the spot if nobody else holds it
+    frame_ = grabber_->takeFrame(why_);
+}
+
 TickResult CaptureRun::tick(const CapturePlan& plan) {
     readEvents();
-    if (pointer_.locate(plan.settings.cursor, plan.settings.clicks)) readEvents();
+    pointer_.ask(plan.settings.cursor, plan.settings.clicks);
+    // Where there is something to draw anyway the pointer's place comes with it, in one wait.
+    if (frame_ && !grabber_->changed() && pointer_.hear()) readEvents();
     PixelRect area;
     const bool found = !x_->lost() && findArea(plan, area);
     if (x_->lost()) return TickResult::serverLost;
@@ -61,12 +68,15 @@ TickResult CaptureRun::tick(const CapturePlan& plan) {
         grabber_.emplace(*x_, area);
     }
 
+    const bool draws = !frame_ || grabber_->changed();
+    if (draws) {
+        takeFrame();
+        if (pointer_.hear()) readEvents();
+    }
     const PointerLook look = pointer_.look();
     if (x_->lost()) return TickResult::serverLost;
-    if (frame_ && !grabber_->changed() && look == look_) return TickResult::frame;
-
-    frame_ = nullptr;  // may be written on the spot if nobody else holds it
-    frame_ = grabber_->takeFrame(why_);
+    if (!draws && look == look_) return TickResult::frame;
+    if (!draws) takeFrame();
     if (!frame_) return x_->lost() ? TickResult::serverLost : TickResult::dropped;
     pointer_.draw(look, *frame_, area.x, area.y);
     look_ = look;

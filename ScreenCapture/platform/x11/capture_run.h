@@ -38,6 +38,7 @@ class CaptureRun {
   private:
     void readEvents();
     bool findArea(const CapturePlan& plan, PixelRect& area);
+    void takeFrame();
 
     std::unique_ptr<Connection> x_;
     PointerTracker pointer_;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 namespace orvo::platform::x11 {
 namespace {
@@ -69,23 +70,30 @@ bool PointerPosition::handle(const xcb_generic_event_t& event) {
 
 // The alarm is set before the place is asked for: what moves the pointer later rings it. Asking for the count has the
 // server see that it is large, or the alarm would ring for what it saw last.
-bool PointerPosition::locate() {
+void PointerPosition::ask() {
+    for (unsigned* const question : {&countQuestion_, &pointerQuestion_})
+        if (*question != 0) xcb_discard_reply(x_.raw(), std::exchange(*question, 0));
     const auto now = std::chrono::steady_clock::now();
-    if (rests_ && now - asked_ < kLongestTrust) return false;
+    if (rests_ && now - asked_ < kLongestTrust) return;
     asked_ = now;
     rests_ = false;
-    const bool mayRest = count_ != 0 && now - moved_ > std::chrono::milliseconds(kRestTime);
-    const unsigned idle = mayRest ? xcb_sync_query_counter_unchecked(x_.raw(), count_).sequence : 0;
-    if (mayRest) setAlarmAnew();
-    const auto pointer = xcb_query_pointer_unchecked(x_.raw(), x_.root());  // so xcb allocates less
-    if (mayRest) {
-        const auto counted = x_.await<xcb_sync_query_counter_reply_t>(idle);
+    if (count_ != 0 && now - moved_ > std::chrono::milliseconds(kRestTime)) {
+        countQuestion_ = xcb_sync_query_counter_unchecked(x_.raw(), count_).sequence;
+        setAlarmAnew();
+    }
+    pointerQuestion_ = xcb_query_pointer_unchecked(x_.raw(), x_.root()).sequence;  // so xcb allocates less
+}
+
+bool PointerPosition::hear() {
+    if (pointerQuestion_ == 0) return false;
+    if (countQuestion_ != 0) {
+        const auto counted = x_.await<xcb_sync_query_counter_reply_t>(std::exchange(countQuestion_, 0));
         rests_ = counted && number(counted->counter_value) >= kRestTime;
     }
-    const auto found = x_.await<xcb_query_pointer_reply_t>(pointer.sequence);
+    const auto found = x_.await<xcb_query_pointer_reply_t>(std::exchange(pointerQuestion_, 0));
     Place place;
     if (found && found->same_screen) place = {found->root_x, found->root_y, found->mask, true};
-    if (place != place_) moved_ = now;
+    if (place != place_) moved_ = asked_;
     rests_ = rests_ && found && place == place_;
     place_ = place;
     return true;

@@ -33,8 +33,14 @@ class PointerPosition {
         rests_ = false;
         moved_ = std::chrono::steady_clock::now();
     }
-    // Asks unless the pointer rests. True when it asked: the answer has brought all news of the server with it.
-    bool locate();
+    // Asks unless the pointer rests, without waiting; what was asked before and not heard is forgotten.
+    void ask();
+    // Hears the answer. False when nothing was asked; else it has brought all news of the server with it.
+    bool hear();
+    void locate() {
+        ask();
+        hear();
+    }
     const Place& place() const { return place_; }
 
   private:
@@ -48,6 +54,7 @@ class PointerPosition {
     Place place_;
     bool rests_ = false;
     std::chrono::steady_clock::time_point asked_, moved_;
+    unsigned pointerQuestion_ = 0, countQuestion_ = 0;  // 0: not asked
 };
 
 }  // namespace orvo::platform::x11

@@ -56,17 +56,22 @@ void PointerTracker::watchButtons(bool watch) {
     xcb_input_xi_select_events(x_.raw(), x_.root(), 1, &selection.head);
 }
 
-bool PointerTracker::locate(bool wantsCursor, bool wantsClicks) {
+void PointerTracker::ask(bool wantsCursor, bool wantsClicks) {
     watchButtons(wantsClicks);
+    wantsCursor_ = wantsCursor;
+    if (wantsCursor || wantsClicks) position_.ask();
+}
+
+bool PointerTracker::hear() {
     now_ = {};
-    if (!wantsCursor && !wantsClicks) return false;
-    const bool asked = position_.locate();
+    if (!wantsCursor_ && !watchesButtons_) return false;
+    const bool asked = position_.hear();
     const PointerPosition::Place& place = position_.place();
     if (!place.known) return asked;
     now_.x = place.x;
     now_.y = place.y;
-    now_.cursor = wantsCursor;
-    now_.ring = wantsClicks && (place.buttons & kButtons) != 0;
+    now_.cursor = wantsCursor_;
+    now_.ring = watchesButtons_ && (place.buttons & kButtons) != 0;
     return asked;
 }
 

@@ -29,12 +29,13 @@ class PointerTracker {
 
     void handle(const xcb_generic_event_t& event);
 
-    // Learns where the pointer is, when anything of it is wanted. True when the server was asked: events came with its
-    // answer.
-    bool locate(bool wantsCursor, bool wantsClicks);
+    // Asks where the pointer is, when anything of it is wanted; the answer may come with others.
+    void ask(bool wantsCursor, bool wantsClicks);
+    // Hears the answer. True when the server was asked: events came with it.
+    bool hear();
     // The screen is another: the pointer may have been moved.
     void disturb() { position_.disturb(); }
-    // What a frame shows, after locate() and the events that came with its answer. A click that came and went since the
+    // What a frame shows, after hear() and the events that came with its answer. A click that came and went since the
     // last look shows once. Asks for the cursor's picture when it is another.
     PointerLook look();
     // Draws a look of look() into a frame whose top left corner lies at a point of the root window.
@@ -50,6 +51,7 @@ class PointerTracker {
     software::Sprite ring_ = software::makeClickRing();
     bool cursorIsStale_ = true;
     uint32_t pictures_ = 0;
+    bool wantsCursor_ = false;
     bool watchesButtons_ = false;
     bool clicked_ = false;  // a button went down since the last look
 };
