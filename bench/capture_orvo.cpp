@@ -28,9 +28,8 @@ struct Options {
 };
 
 const char kUsage[] =
-    "usage: capture_orvo [--fps N] [--cursor] [--window N]... [--mode N] [--without N]... [--rect X Y W H] [--size W "
-    "H]\n"
-    "       [--log FOLDER] [--idle] [--check] [--stamp X Y BLOCK]...\n";
+    "usage: capture_orvo [--fps N] [--cursor] [--window N]... [--mode N] [--without N]... [--rect X Y W H]\n"
+    "       [--size W H] [--log FOLDER] [--idle] [--check] [--stamp X Y BLOCK]...\n";
 
 class Words {
   public:

@@ -25,6 +25,7 @@ function(orvo_room name)
     endif()
     add_library(${name} OBJECT ${sources})
     target_link_libraries(${name} PUBLIC orvo_options)
+    orvo_precompile(${name})
 endfunction()
 
 orvo_room(orvo_runtime xplatform/common common/utils)

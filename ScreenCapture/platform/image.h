@@ -10,6 +10,8 @@
 
 namespace orvo::platform {
 
+class PixelBuffer;
+
 // A bitmap with row 0 on top. Its pixels do not change while anybody but its maker holds it, except through paint().
 class Image : public virtual Counted {
   public:
@@ -29,6 +31,9 @@ class Image : public virtual Counted {
 
     // Two pictures of one target with equal versions other than 0 have equal pixels. 0: unknown.
     virtual uint64_t version() const { return 0; }
+
+    // The same object as memory to hand over, or null when it is an image only.
+    virtual PixelBuffer* pixelBuffer() { return nullptr; }
 };
 
 // Memory that a frame is handed over in. One object may be both an image and a pixel buffer, with one count.

@@ -14,7 +14,7 @@ namespace {
 
 constexpr auto longestWait = std::chrono::seconds(5);
 constexpr int sliceMilliseconds = 10;
-constexpr int framesPerSecond = 15;
+constexpr int frameRate = 15;
 
 // The newest frame that nobody has looked at yet.
 class Latest {
@@ -51,7 +51,7 @@ std::optional<Frame> takeStill(Capture::Path path, const std::function<void()>& 
     std::optional<Frame> frame;
     Capture capture(path, [&](const FrameView& view) { latest.put(view); });
     choose();
-    orvo_screencapture_set_fps(framesPerSecond);
+    orvo_screencapture_set_fps(frameRate);
     capture.start();
     const auto deadline = std::chrono::steady_clock::now() + longestWait;
     while (std::chrono::steady_clock::now() < deadline && !stopRequested()) {

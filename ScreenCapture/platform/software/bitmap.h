@@ -22,6 +22,7 @@ class Bitmap : public Image, public PixelBuffer {
     void unlock() final {}
     const void* baseAddress() const final { return pixels_; }
     const void* hostHandle() const final { return static_cast<const PixelBuffer*>(this); }
+    PixelBuffer* pixelBuffer() final { return this; }
 
   protected:
     // pixels: the first byte of the top row, owned by the derived class.

@@ -79,7 +79,7 @@ Ref<Image> SoftwareImaging::draw(const Ref<Image>& image, uint32_t width, uint32
 
 Ref<PixelBuffer> SoftwareImaging::wrap(const Ref<Image>& image) {
     if (!readable(image)) return nullptr;
-    if (auto* buffer = dynamic_cast<PixelBuffer*>(image.get())) return Ref<PixelBuffer>::retain(buffer);
+    if (PixelBuffer* const buffer = image->pixelBuffer()) return Ref<PixelBuffer>::retain(buffer);
     return makeCounted<BitmapView>(image, PixelRect{0, 0, image->width(), image->height()});
 }
 
