@@ -10,6 +10,10 @@ target_include_directories(orvo_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJEC
     ${PROJECT_BINARY_DIR}/generated)
 target_link_libraries(orvo_options INTERFACE Threads::Threads ${CMAKE_DL_LIBS})
 target_compile_definitions(orvo_options INTERFACE ORVO_VERSION_TEXT="${PROJECT_VERSION}")
+# Lines are enough for a stack; types and variables take a third of the time to compile.
+if(ORVO_SANITIZE OR CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
+    add_compile_options(-g1)
+endif()
 if(ORVO_SANITIZE)
     target_compile_options(orvo_options INTERFACE -fsanitize=${ORVO_SANITIZE} -fno-sanitize-recover=all)
     target_link_options(orvo_options INTERFACE -fsanitize=${ORVO_SANITIZE})
