@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
     GstElement* sink = gst_bin_get_by_name(GST_BIN(pipeline), "sink");
     g_signal_connect(sink, "handoff", G_CALLBACK(onBuffer), &log);
     gst_element_set_state(pipeline, GST_STATE_PLAYING);
-    while (!bench::stopping) bench::sleepUntil(UINT64_MAX / 2);
+    bench::sleepToTheEnd();
     gst_element_set_state(pipeline, GST_STATE_NULL);
     gst_object_unref(sink);
     gst_object_unref(pipeline);

@@ -74,6 +74,10 @@ void sleepUntil(uint64_t time) {
     clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
 }
 
+void sleepToTheEnd() {
+    while (!stopping) sleepUntil(UINT64_MAX / 2);
+}
+
 Grid::Grid(double framesPerSecond) : interval_(1e6 / framesPerSecond), start_(now()) {}
 
 bool Grid::next(uint64_t& lateMicroseconds) {

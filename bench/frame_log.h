@@ -59,5 +59,7 @@ class Grid {
 // Microseconds to sleep until a moment of now(); woken by signals.
 void sleepUntil(uint64_t time);
 void endOnSignals();
+// Sleeps on the main thread until a signal ends the program.
+void sleepToTheEnd();
 
 }  // namespace bench

@@ -68,16 +68,19 @@ class MainQueue {
         }
         if (!glib().g_main_context_acquire(nullptr)) return 0;
         const uint64_t before = ran_;
-        const int64_t outerEnd = runEnd_;
-        const int64_t end = now() + static_cast<int64_t>(milliseconds) * 1000;
         if (milliseconds == 0) {
             // Another source may be more urgent than ours and take a round of its own.
             for (int round = 0; round < kMostRounds && ran_ == before; ++round)
                 if (!glib().g_main_context_iteration(nullptr, FALSE)) break;
+        } else if (milliseconds < 0) {
+            while (true) glib().g_main_context_iteration(nullptr, TRUE);
         } else {
-            wakeAt(milliseconds < 0 ? -1 : end);
-            while (milliseconds < 0 || now() < end) glib().g_main_context_iteration(nullptr, TRUE);
-            wakeAt(outerEnd);
+            const int64_t end = now() + static_cast<int64_t>(milliseconds) * 1000;
+            for (int64_t left = end - now(); left > 0; left = end - now()) {
+                longestWait_ = static_cast<gint>((left + 999) / 1000);
+                glib().g_main_context_iteration(nullptr, TRUE);
+            }
+            longestWait_ = -1;
         }
         glib().g_main_context_release(nullptr);
         return static_cast<int>(std::min<uint64_t>(ran_ - before, INT_MAX));
@@ -102,21 +105,17 @@ class MainQueue {
         glib().g_source_attach(jobs, nullptr);
         glib().g_source_unref(jobs);  // the context keeps it
 
-        static GSourceFuncs alarmFuncs = {nullptr, nullptr, ring, nullptr, nullptr, nullptr};
-        alarm_ = glib().g_source_new(&alarmFuncs, sizeof(GSource));
-        glib().g_source_set_can_recurse(alarm_, TRUE);
-        glib().g_source_attach(alarm_, nullptr);
+        // Never ready, so that it costs no wake-up: it only says how long the context may wait.
+        static GSourceFuncs boundFuncs = {bound, nullptr, nullptr, nullptr, nullptr, nullptr};
+        GSource* waits = glib().g_source_new(&boundFuncs, sizeof(GSource));
+        glib().g_source_attach(waits, nullptr);
+        glib().g_source_unref(waits);
     }
 
-    // Has the context wake up at a time, so that run() ends then; below 0 never.
-    void wakeAt(int64_t when) {
-        runEnd_ = when;
-        glib().g_source_set_ready_time(alarm_, when);
-    }
-
-    static gboolean ring(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
-        glib().g_source_set_ready_time(source, -1);
-        return G_SOURCE_CONTINUE;
+    // For one wait only: a loop that a job runs by itself is not kept awake by the end of the run around it.
+    static gboolean bound(GSource* /*source*/, gint* timeout) {
+        *timeout = std::exchange(instance().longestWait_, -1);
+        return FALSE;
     }
 
     bool ready() {
@@ -157,8 +156,7 @@ class MainQueue {
     // Touched by the context's owner only.
     std::vector<Job> running_;
     uint64_t ran_ = 0;
-    GSource* alarm_ = nullptr;
-    int64_t runEnd_ = -1;
+    gint longestWait_ = -1;  // milliseconds; below 0 without end
 };
 
 }  // namespace

@@ -21,8 +21,8 @@ namespace orvo::platform::x11 {
     CALL(g_source_destroy)                  \
     CALL(g_source_new)                      \
     CALL(g_source_set_callback)             \
-    CALL(g_source_set_can_recurse)          \
-    CALL(g_source_set_name) CALL(g_source_set_ready_time) CALL(g_source_unref) CALL(g_unix_fd_source_new)
+    CALL(g_source_set_name)                 \
+    CALL(g_source_unref) CALL(g_unix_fd_source_new)
 #define ORVO_GIO_CALLS(CALL)                      \
     CALL(g_app_info_get_all)                      \
     CALL(g_app_info_get_id)                       \
