@@ -1,10 +1,10 @@
 // The windows of a real server and their pictures: lists, stacking, content, targets that go.
 #include <gtest/gtest.h>
-#include <xcb/shape.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <random>
 #include <thread>
 
@@ -244,6 +244,54 @@ TEST(Windows, ExpectedPicturesAreAsGoodAsOthers) {
     EXPECT_EQ(windowServer().windowPicture(0x7FFFFFF).why, NoImage::gone);
 }
 
+ptrdiff_t descriptors() {
+    const std::filesystem::directory_iterator first("/proc/self/fd");
+    return std::distance(begin(first), end(first));
+}
+
+TEST(Windows, APictureIsTakenAgainWhenAWindowCameBeforeItWasWatched) {
+    const XServer server("640x480x24");
+    Windows windows(server);
+    const auto window = windows.make({.area = {100, 300, 90, 70}, .background = 0x654321});
+    const auto other = windows.make({.area = {10, 10, 200, 150}});
+    ASSERT_EQ(windowServer().onScreenWindows().size(), 2U);
+    xcb_grab_server(windows.painter().raw());
+    windows.painter().sync();
+    std::shared_ptr<void> expected;
+    const ptrdiff_t before = descriptors();
+    std::thread picker([&] { expected = windowServer().expectPictures({other, window}); });
+    // It has seen the desktop, and waits for the server to let it in.
+    for (int i = 0; i < 5000 && descriptors() == before; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    windows.make({.area = {90, 290, 200, 150}});
+    xcb_ungrab_server(windows.painter().raw());
+    windows.painter().sync();
+    picker.join();
+    EXPECT_TRUE(expected);
+    EXPECT_EQ(pixel(windowServer().windowPicture(window), 40, 40), 0xFF654321U);  // not what came over it
+}
+
+TEST(Windows, ATargetsShapeMayChangeWhileAnotherWindowIsAwaited) {
+    const XServer server("640x480x24");
+    Windows windows(server);
+    const auto target = windows.make({.area = {10, 10, 100, 100}});
+    const auto covered = windows.make({.area = {310, 200, 90, 70}});
+    windows.make({.area = {300, 190, 200, 150}});
+    const auto grabber = windowServer().grabber(target, false);
+    EXPECT_EQ(pixel(grabber->window(), 80, 80), 0xFF303030U);
+    Painter client(server);
+    const uint32_t exposure = XCB_EVENT_MASK_EXPOSURE;
+    xcb_change_window_attributes(client.raw(), covered, XCB_CW_EVENT_MASK, &exposure);
+    client.sync();
+    std::thread repainting([&] {
+        const std::unique_ptr<xcb_generic_event_t, void (*)(void*)> event(xcb_wait_for_event(client.raw()), free);
+        client.shape(target, {0, 0, 50, 100});
+        client.fill(covered, {0, 0, 90, 70}, 0x123456);
+    });
+    EXPECT_TRUE(grabber->composed({0, 0, 640, 480}, {target, covered}).image);
+    repainting.join();
+    EXPECT_EQ(pixel(grabber->window(), 80, 80), 0U);
+}
+
 TEST(Windows, AnAreaHoldsEveryWindowButTheDesktop) {
     const XServer server("640x480x24");
     Windows windows(server);
@@ -265,9 +313,7 @@ TEST(Windows, ACompositionLeavesOutWhatIsNotInTheList) {
     const auto bottom = windows.make({.area = {0, 0, 300, 300}, .background = 0x00FF00});
     const auto middle = windows.make({.area = {50, 50, 100, 100}, .background = 0xFF0000});
     const auto shaped = windows.make({.area = {100, 100, 100, 100}, .background = 0x0000FF});
-    const xcb_rectangle_t part = {0, 0, 50, 100};
-    xcb_shape_rectangles(windows.painter().raw(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, 0, shaped, 0, 0, 1, &part);
-    windows.painter().sync();
+    windows.painter().shape(shaped, {0, 0, 50, 100});
     const uint32_t display = platform::platform().displays().mainDisplay();
     const auto grabber = windowServer().grabber(display, true);
     const Rect all{0, 0, 640, 480};

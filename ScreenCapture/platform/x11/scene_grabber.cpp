@@ -26,7 +26,7 @@ PixelRect moved(const PixelRect& area, int dx, int dy) {
 
 }  // namespace
 
-SceneGrabber::SceneGrabber(Connection& x) : x_(x) {
+SceneGrabber::SceneGrabber(Connection& x, Heard others) : x_(x), others_(std::move(others)) {
     const Extensions& extensions = x_.extensions();
     if (!extensions.sharedPixmaps || !extensions.render || !extensions.xfixes) return;
     const PictureFormats& formats = x_.formats();
@@ -53,7 +53,10 @@ PixelRect SceneGrabber::root() const {
 }
 
 void SceneGrabber::readEvents() {
-    while (const Event event = x_.nextEvent()) handle(*event);
+    while (const Event event = x_.nextEvent()) {
+        handle(*event);
+        if (others_) others_(*event);
+    }
 }
 
 Shot SceneGrabber::take(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows) {
@@ -141,9 +144,11 @@ void SceneGrabber::forget(xcb_window_t window) {
     if (sources_.erase(window) > 0) laidOut_ = false;
 }
 
-bool SceneGrabber::wasCovered(xcb_window_t window) const {
+bool SceneGrabber::wasCovered(xcb_window_t window, const WindowList& windows) const {
     const auto found = sources_.find(window);
-    return found != sources_.end() && found->second->covered();
+    if (found == sources_.end() || !found->second->isShown()) return false;
+    // What came over it before it was watched made no event, but is in the list.
+    return found->second->covered() || !windows.isSeenWhole(window, root());
 }
 
 void SceneGrabber::waitForRepaint(const std::vector<SceneLayer>& layers) {

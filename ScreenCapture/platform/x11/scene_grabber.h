@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <vector>
@@ -24,13 +25,15 @@ struct SceneLayer {
     bool operator==(const SceneLayer&) const = default;
 };
 
-// For one thread. The owner of the connection reads its events and hands each to handle().
+// For one thread. Reads the events of its connection, whenever it waits for some.
 //
 // A server without Damage draws everything each time. One without shared pixmaps or Render sends each window's picture,
 // and they are composed here.
 class SceneGrabber {
   public:
-    explicit SceneGrabber(Connection& x);
+    using Heard = std::function<void(const xcb_generic_event_t&)>;
+    // others: gets every event too, for what else the connection is used for.
+    explicit SceneGrabber(Connection& x, Heard others = nullptr);
 
     // Redirects and watches a window whatever the scene is made of.
     void pin(xcb_window_t window);
@@ -39,13 +42,13 @@ class SceneGrabber {
     // Watches a window for a picture later; waits for nothing. It is redirected unless all of it shows.
     void expect(const DesktopWindow& window, const WindowList& windows);
     void forget(xcb_window_t window);
-    // Whether the window's last picture is not its own: it was taken as shown, and something came over it meanwhile.
-    bool wasCovered(xcb_window_t window) const;
+    // Whether the window's last picture may not be its own: it was taken as shown, and something came over it.
+    // windows: the desktop after the picture.
+    bool wasCovered(xcb_window_t window, const WindowList& windows) const;
     // Smaller pictures are views of frames of this size, so that their memory serves for all.
     void setRoom(int width, int height) { room_ = {0, 0, width, height}; }
 
-    void handle(const xcb_generic_event_t& event);
-    void readEvents();  // for who has no use for them
+    void readEvents();
 
     // The layers (front to back) over the bounds. Pixels of windows are opaque; what no layer covers
     // and what has no picture now is four zero bytes. Waits a little for windows to repaint that are new here and were
@@ -73,6 +76,7 @@ class SceneGrabber {
         ServerRegion region;       // visible
     };
 
+    void handle(const xcb_generic_event_t& event);
     Shot ask(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows);
     bool updateSources(const std::vector<SceneLayer>& layers, const WindowList& windows);
     PixelRect root() const;
@@ -89,6 +93,7 @@ class SceneGrabber {
     Shot composeHere(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
 
     Connection& x_;
+    const Heard others_;
     bool onServer_ = false;
     std::map<xcb_window_t, std::unique_ptr<SceneSource>> sources_;
     SceneSource* pinned_ = nullptr;

@@ -71,7 +71,7 @@ bool SceneSource::handle(const xcb_generic_event_t& event) {
         const auto& notify = reinterpret_cast<const xcb_visibility_notify_event_t&>(event);
         if (notify.window != window_) return false;
         if (way_ == Way::shown)
-            covered_ |= notify.state != XCB_VISIBILITY_UNOBSCURED;
+            covered_ = true;  // now, or until now
         else
             becomeStale(event);
         return true;

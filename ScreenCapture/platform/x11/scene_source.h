@@ -26,7 +26,8 @@ class SceneSource {
 
     // True when the event was about this window.
     bool handle(const xcb_generic_event_t& event);
-    bool gone() const { return gone_; }        // destroyed; another window may have its number by now
+    bool gone() const { return gone_; }  // destroyed; another window may have its number by now
+    bool isShown() const { return way_ == Way::shown; }
     bool covered() const { return covered_; }  // a shown one that did not show whole for a while
 
     // A window that was covered repaints itself once it is redirected, now.

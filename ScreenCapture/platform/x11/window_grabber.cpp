@@ -59,7 +59,7 @@ bool WindowGrabber::connect() {
 void WindowGrabber::begin() {
     display_.reset();
     scene_.reset();
-    scene_ = std::make_unique<SceneGrabber>(*x_);
+    scene_ = std::make_unique<SceneGrabber>(*x_, [this](auto& event) { handle(event); });
     shapeIsStale_ = true;
     if (!isScreen_ && !gone_) watchTarget();
 }
@@ -73,14 +73,15 @@ void WindowGrabber::watchTarget() {
 }
 
 void WindowGrabber::readEvents() {
-    while (const Event event = x_->nextEvent()) {
-        scene_->handle(*event);
-        if (display_) display_->handle(*event);
-        const bool isShape =
-            x_->extensions().shape && (event->response_type & 0x7F) == x_->extensions().shapeEvent + XCB_SHAPE_NOTIFY;
-        if (isShape) shapeIsStale_ = true;
-    }
+    scene_->readEvents();
     if (scene_->pinnedGone()) gone_ = true;
+}
+
+void WindowGrabber::handle(const xcb_generic_event_t& event) {
+    if (display_) display_->handle(event);
+    const bool isShape =
+        x_->extensions().shape && (event.response_type & 0x7F) == x_->extensions().shapeEvent + XCB_SHAPE_NOTIFY;
+    if (isShape) shapeIsStale_ = true;
 }
 
 void WindowGrabber::readShape() {

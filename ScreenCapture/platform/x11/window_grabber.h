@@ -32,6 +32,7 @@ class WindowGrabber final : public Grabber {
     void begin();
     void watchTarget();
     void readEvents();
+    void handle(const xcb_generic_event_t& event);
     void readShape();
     Shot checked(Shot shot, uint64_t roundTripsBefore);
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "ScreenCapture/platform/x11/desktop_model.h"
 #include "ScreenCapture/platform/x11/window_facts.h"
 #include "ScreenCapture/platform/x11/window_scenes.h"
 
@@ -65,9 +66,10 @@ Shot WindowPictures::take(const DesktopWindow& window, const WindowList& windows
     if (begun_ != index || begunBounds_ != boundsOfClient(window)) begin(index, window, windows);
     Shot shot = pictureOf(*scene_);
     scene_->readEvents();
-    if (scene_->wasCovered(window.number)) {
+    const auto after = latestDesktop();
+    if (after && scene_->wasCovered(window.number, *after->windows)) {
         scene_->forget(window.number);
-        begin(index, window, windows);
+        begin(index, window, *after->windows);
         shot = pictureOf(*scene_);
     }
     begun_ = numbers_.size();
