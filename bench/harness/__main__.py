@@ -75,15 +75,31 @@ def measure(quick: bool, rounds: int, clock: Clock) -> dict[str, Any]:
     return data
 
 
+def together(paths: list[str]) -> dict[str, Any]:
+    """The rounds, comparisons and charts' points of several runs of one commit; all else is the last run's."""
+    data, *earlier = [json.loads(Path(path).read_text(encoding="utf-8")) for path in reversed(paths)]
+    for other in earlier:
+        data["runs"] += [run | {"round": run["round"] + data["rounds"]} for run in other["runs"]]
+        data["rounds"] += other["rounds"]
+        for mine, its in zip(data["equality"], other["equality"]):
+            mine["compared"] += its["compared"]
+            mine["wrong"] += its["wrong"]
+        for chart, points in other.get("growth", {}).items():
+            data["growth"][chart] += points
+    result: dict[str, Any] = data
+    return result
+
+
 def main() -> int:
     parser = argparse.ArgumentParser(prog="./dev bench", description=__doc__)
     parser.add_argument("--quick", action="store_true", help="two minutes; writes no page")
     parser.add_argument("--rounds", type=int, default=3, help="how often each scene is measured (3)")
-    parser.add_argument("--page", metavar="JSON", help="write the page from an earlier run's figures only")
+    parser.add_argument("--page", metavar="JSON", nargs="+",
+                        help="write the page from the figures of earlier runs, all their rounds together")
     parser.add_argument("--out", metavar="JSON", default=str(PROGRAMS / "figures.json"), help="where the figures go")
     options = parser.parse_args()
     if options.page:
-        data = json.loads(Path(options.page).read_text(encoding="utf-8"))
+        data = together(options.page)
     else:
         data = measure(options.quick, 1 if options.quick else max(1, options.rounds), Clock())
         Path(options.out).write_text(json.dumps(data, indent=1), encoding="utf-8")

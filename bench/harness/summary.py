@@ -18,8 +18,8 @@ def runs_of(data: dict[str, Any], scene: str, work: str) -> Runs:
     return [run for run in data["runs"] if run["scene"] == scene and run["work"] == work]
 
 
-def cost(data: dict[str, Any], scene: str, work: str) -> float | None:
-    values = [run["ms"] for run in runs_of(data, scene, work)]
+def cost(data: dict[str, Any], scene: str, work: str, part: str = "ms") -> float | None:
+    values = [run[part] for run in runs_of(data, scene, work)]
     return statistics.median(values) if values else None
 
 
@@ -68,14 +68,16 @@ def cost_goals(data: dict[str, Any]) -> list[Goal]:
         at_most(crowd, ratio(data, "crowd", LESS, DISPLAY), 1.5, "times"),
         at_most("20 windows, one left out, static", cost(data, "crowd-static", LESS), 0.15, "ms"),
         at_most("window to 640x360, static", cost(data, "static", SCALED), 0.10, "ms"),
-        at_most("window to 640x360, busy, less the bare grab, to libyuv on that grab", scaling(data), 1.1, "times"),
+        at_most("window to 640x360, busy, own work beyond a bare grab, to libyuv on that grab", scaling(data), 1.1,
+                "times"),
     ]
 
 
 def scaling(data: dict[str, Any]) -> float | None:
-    """What the scaled window costs beyond a bare grab, to what libyuv costs on such a grab."""
-    scaled, limit, grab = (cost(data, "busy", work) for work in (SCALED, SCALED_LIMIT, WINDOW_LIMIT))
-    return times(scaled - grab, limit - grab) if scaled and limit and grab else None
+    """What the scaled window costs beyond a bare grab, to what libyuv costs on such a grab. Of the processes alone: the
+    server makes the same copy for each, and its share varies by more than scaling costs."""
+    scaled, limit, grab = (cost(data, "busy", work, "own_ms") for work in (SCALED, SCALED_LIMIT, WINDOW_LIMIT))
+    return times(scaled - grab, limit - grab) if scaled and limit and grab and limit > grab else None
 
 
 def library_runs(data: dict[str, Any]) -> Runs:
