@@ -1,6 +1,5 @@
 // A capture under churn: targets, modes and lists change from another thread while windows are resized, unmapped and
 // destroyed under it. A few rounds always, a thousand with ./dev test --full.
-#include <dirent.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -10,19 +9,12 @@
 
 #include "ScreenCapture/platform/linux_main_queue.h"
 #include "orvo/screencapture.h"
+#include "support/open_files.h"
 #include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
 
 namespace orvo::testing {
 namespace {
-
-int openFiles() {
-    int count = 0;
-    DIR* folder = opendir("/proc/self/fd");
-    while (readdir(folder)) ++count;
-    closedir(folder);
-    return count;
-}
 
 long residentPages() {
     long size = 0, resident = 0;

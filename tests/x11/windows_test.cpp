@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <filesystem>
 #include <random>
 #include <thread>
 
 #include "ScreenCapture/platform/platform.h"
+#include "support/open_files.h"
 #include "support/x11/traffic.h"
 #include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
@@ -244,11 +244,6 @@ TEST(Windows, ExpectedPicturesAreAsGoodAsOthers) {
     EXPECT_EQ(windowServer().windowPicture(0x7FFFFFF).why, NoImage::gone);
 }
 
-ptrdiff_t descriptors() {
-    const std::filesystem::directory_iterator first("/proc/self/fd");
-    return std::distance(begin(first), end(first));
-}
-
 TEST(Windows, APictureIsTakenAgainWhenAWindowCameBeforeItWasWatched) {
     const XServer server("640x480x24");
     Windows windows(server);
@@ -258,10 +253,10 @@ TEST(Windows, APictureIsTakenAgainWhenAWindowCameBeforeItWasWatched) {
     xcb_grab_server(windows.painter().raw());
     windows.painter().sync();
     std::shared_ptr<void> expected;
-    const ptrdiff_t before = descriptors();
+    const int before = openFiles();
     std::thread picker([&] { expected = windowServer().expectPictures({other, window}); });
     // It has seen the desktop, and waits for the server to let it in.
-    for (int i = 0; i < 5000 && descriptors() == before; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    for (int i = 0; i < 5000 && openFiles() == before; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     windows.make({.area = {90, 290, 200, 150}});
     xcb_ungrab_server(windows.painter().raw());
     windows.painter().sync();

@@ -100,16 +100,17 @@ class MainQueue {
 
     void attach() {
         static GSourceFuncs jobFuncs = {prepare, check, dispatch, nullptr, nullptr, nullptr};
-        GSource* jobs = glib().g_source_new(&jobFuncs, sizeof(GSource));
-        glib().g_source_set_name(jobs, "orvo main queue");
-        glib().g_source_attach(jobs, nullptr);
-        glib().g_source_unref(jobs);  // the context keeps it
-
+        attach(jobFuncs, "orvo main queue");
         // Never ready, so that it costs no wake-up: it only says how long the context may wait.
         static GSourceFuncs boundFuncs = {bound, nullptr, nullptr, nullptr, nullptr, nullptr};
-        GSource* waits = glib().g_source_new(&boundFuncs, sizeof(GSource));
-        glib().g_source_attach(waits, nullptr);
-        glib().g_source_unref(waits);
+        attach(boundFuncs, "orvo main queue, waiting");
+    }
+
+    static void attach(GSourceFuncs& functions, const char* name) {
+        GSource* source = glib().g_source_new(&functions, sizeof(GSource));
+        glib().g_source_set_name(source, name);
+        glib().g_source_attach(source, nullptr);
+        glib().g_source_unref(source);  // the context keeps it
     }
 
     // For one wait only: a loop that a job runs by itself is not kept awake by the end of the run around it.
