@@ -29,7 +29,8 @@ class Image : public virtual Counted {
     // the next picture of the same target does not show it.
     virtual uint8_t* paint(const PixelRect& area) = 0;
 
-    // Two pictures of one target with equal versions other than 0 have equal pixels. 0: unknown.
+    // Pictures with equal versions other than 0 are equal in size and pixels, whoever made them (see nextVersion());
+    // what was painted does not count. 0: unknown.
     virtual uint64_t version() const { return 0; }
 
     // The same object as memory to hand over, or null when it is an image only.

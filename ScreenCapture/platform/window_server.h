@@ -49,8 +49,8 @@ class WindowServer {
     // The numbers of all on-screen windows, desktop elements included, front to back, in place of what the list held.
     virtual void onScreenNumbers(std::vector<uint32_t>& numbers) = 0;
 
-    // A number for what windows, applications and displays are like now: as long as it stays the same, so do the
-    // answers to questions about them. 0 when that cannot be told.
+    // A number for what windows, applications and displays are like now (see nextVersion()): as long as it stays the
+    // same, so do the answers to questions about them. 0 when that cannot be told.
     virtual uint64_t desktopVersion() { return 0; }
 
     // One-off pictures for the picker: a window alone, with its frame and shadow where the system has them; a display,

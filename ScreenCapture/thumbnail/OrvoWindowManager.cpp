@@ -8,19 +8,14 @@ using orvo::platform::platform;
 OrvoWindowManager::OrvoWindowManager(std::shared_ptr<OrvoCaptureSettings> settings)
     : m_settings(std::move(settings)), imageQueue(platform().dispatch().makeSerialQueue("com.orvo.window.manager")) {}
 
-void OrvoWindowManager::setExcludeWindows(SharedNumbers excludeWindows) {
+void OrvoWindowManager::setExcludeWindows(Numbers excludeWindows) {
     std::lock_guard lock(m_mutex);
-    m_excludeWindows.swap(excludeWindows);
+    m_excludeWindows = std::move(excludeWindows);
 }
 
 OrvoWindowManager::Numbers OrvoWindowManager::excludeWindows() const {
-    SharedNumbers shared;
-    {
-        std::lock_guard lock(m_mutex);
-        shared = m_excludeWindows;
-    }
-    const auto numbers = shared ? shared->load() : nullptr;
-    return numbers ? *numbers : Numbers();
+    std::lock_guard lock(m_mutex);
+    return m_excludeWindows;
 }
 
 void OrvoWindowManager::setTargetWindow(uint32_t windowId) {

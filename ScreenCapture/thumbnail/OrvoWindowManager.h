@@ -17,7 +17,6 @@
 #include "ScreenCapture/thumbnail/OrvoWindowProxy.h"
 #include "ScreenCapture/thumbnail/bitmap_item.h"
 #include "ScreenCapture/window/OrvoWindow.h"
-#include "common/utils/orvo_snapshot.h"
 #include "orvo/screencapture.h"
 
 // Made with std::make_shared: jobs hold the manager. Every method may be called from any thread; no lock is held while
@@ -25,7 +24,6 @@
 class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager> {
   public:
     using Numbers = std::vector<uint32_t>;
-    using SharedNumbers = std::shared_ptr<ORVO::BASE::Snapshot<Numbers>>;
 
     explicit OrvoWindowManager(std::shared_ptr<OrvoCaptureSettings> settings);
 
@@ -38,9 +36,9 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
     OrvoWindowRef getItemWithTargetWindow(uint32_t windowId);    // the registered record, else a fresh one
     Numbers getAllWindowWithWindowID(uint32_t windowId);         // every window of the process that owns windowId
 
-    // ---- The windows that composed pictures leave out: the session's own list, shared with it ----
+    // ---- The windows that composed pictures leave out, as the session handed them over last ----
 
-    void setExcludeWindows(SharedNumbers excludeWindows);
+    void setExcludeWindows(Numbers excludeWindows);
     Numbers excludeWindows() const;
 
     // ---- Targets ----
@@ -105,6 +103,6 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
     const std::shared_ptr<orvo::platform::SerialQueue> imageQueue;
     mutable std::mutex m_mutex;  // guards the two below
     std::map<uint32_t, OrvoWindowRef> targetWindowsDictionary;
-    SharedNumbers m_excludeWindows;
+    Numbers m_excludeWindows;
     std::atomic<double> lastErrorTime{0};  // seconds; when a target was last seen well or a status was sent
 };

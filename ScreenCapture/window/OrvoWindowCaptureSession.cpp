@@ -3,11 +3,11 @@
 
 #include <utility>
 
+#include "ScreenCapture/platform/version.h"
 #include "ScreenCapture/window/target_guard.h"
 #include "xplatform/common/orvosyslog.h"
 
 using namespace orvo::platform;
-using ORVO::BASE::Snapshot;
 
 namespace {
 
@@ -30,8 +30,7 @@ OrvoWindowCaptureSession::OrvoWindowCaptureSession(const std::shared_ptr<OrvoCap
     : captureQueue(platform().dispatch().makeSerialQueue("com.orvo.window.manager")),
       m_settings(settings),
       m_windowManager(std::make_shared<OrvoWindowManager>(settings)),
-      m_options(CaptureOptions()),
-      m_excludeWindows(std::make_shared<Snapshot<Numbers>>(Numbers())) {}
+      m_options(CaptureOptions()) {}
 
 OrvoWindowCaptureSession::~OrvoWindowCaptureSession() {
     if (captureTimer) captureTimer->cancel();
@@ -86,8 +85,17 @@ bool OrvoWindowCaptureSession::isRunning() const {
     return captureTimer != nullptr;
 }
 
+// Every change of what a tick reads goes through here, so that no kept result outlives the options that it was made by.
+template <typename Change>
+void OrvoWindowCaptureSession::changeOptions(Change change) {
+    m_options.update([&](CaptureOptions& options) {
+        change(options);
+        options.sequence = nextVersion();
+    });
+}
+
 void OrvoWindowCaptureSession::setBVisible(bool visible) {
-    m_options.update([=](CaptureOptions& options) { options.bVisible = visible; });
+    changeOptions([=](CaptureOptions& options) { options.bVisible = visible; });
 }
 
 void OrvoWindowCaptureSession::setCursorVisible(bool visible) {
@@ -96,7 +104,7 @@ void OrvoWindowCaptureSession::setCursorVisible(bool visible) {
 
 bool OrvoWindowCaptureSession::setTargetWindow(uint32_t windowID) {
     Numbers removed;
-    m_options.update([&](CaptureOptions& options) { removed = std::exchange(options.targetWindows, {windowID}); });
+    changeOptions([&](CaptureOptions& options) { removed = std::exchange(options.targetWindows, {windowID}); });
     for (const uint32_t number : removed) m_windowManager->removeTargerWindow(number);
     m_windowManager->setTargetWindow(windowID);
     retarget({windowID});
@@ -106,7 +114,7 @@ bool OrvoWindowCaptureSession::setTargetWindow(uint32_t windowID) {
 bool OrvoWindowCaptureSession::setExtraWindows(const uint32_t* windows, int count, bool add) {
     if (!windows || count < 1) return true;
     Numbers changed;
-    m_options.update([&](CaptureOptions& options) {
+    changeOptions([&](CaptureOptions& options) {
         auto& targets = options.targetWindows;
         for (int i = 0; i < count; ++i) {
             if (contains(targets, windows[i]) == add) continue;
@@ -129,15 +137,15 @@ bool OrvoWindowCaptureSession::setExtraWindows(const uint32_t* windows, int coun
 
 // The list is handed to the window manager again on every call, also an unchanged one.
 bool OrvoWindowCaptureSession::setExcludeWindows(const uint32_t* windows, int count, bool add) {
-    m_excludeWindows->update([&](Numbers& excluded) {
+    changeOptions([&](CaptureOptions& options) {
         for (int i = 0; windows && i < count; ++i) {
             if (add)
-                excluded.push_back(windows[i]);
+                options.excludeWindows.push_back(windows[i]);
             else
-                std::erase(excluded, windows[i]);
+                std::erase(options.excludeWindows, windows[i]);
         }
     });
-    m_windowManager->setExcludeWindows(m_excludeWindows);
+    m_windowManager->setExcludeWindows(excludeWindows());
     return true;
 }
 
@@ -162,28 +170,28 @@ void OrvoWindowCaptureSession::retarget(Numbers added) {
 }
 
 void OrvoWindowCaptureSession::setTargetWindowMode(uint32_t mode) {
-    m_options.update([=](CaptureOptions& options) { options.mode = mode; });
+    changeOptions([=](CaptureOptions& options) { options.mode = mode; });
 }
 
 void OrvoWindowCaptureSession::setTargetWindowResolutionMode(uint32_t mode) {
-    m_options.update([=](CaptureOptions& options) { options.resolutionMode = mode; });
+    changeOptions([=](CaptureOptions& options) { options.resolutionMode = mode; });
 }
 
 void OrvoWindowCaptureSession::setResolutionWidth(int width, int height) {
-    m_options.update([=](CaptureOptions& options) {
+    changeOptions([=](CaptureOptions& options) {
         options.resolutionSize = {static_cast<double>(width), static_cast<double>(height)};
     });
 }
 
 void OrvoWindowCaptureSession::setTargetWindowRectLeft(int left, int top, int width, int height) {
     const double scale = platform().displays().focusedScreenScale();
-    m_options.update([=](CaptureOptions& options) {
+    changeOptions([=](CaptureOptions& options) {
         options.cropRect = {left * scale, top * scale, width * scale, height * scale};
     });
 }
 
 std::vector<uint32_t> OrvoWindowCaptureSession::excludeWindows() const {
-    return *m_excludeWindows->load();
+    return m_options.load()->excludeWindows;
 }
 std::vector<uint32_t> OrvoWindowCaptureSession::targetWindows() const {
     return m_options.load()->targetWindows;

@@ -58,25 +58,24 @@ class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowC
   private:
     using Numbers = std::vector<uint32_t>;
     using ImageRef = orvo::platform::Ref<orvo::platform::Image>;
-    // What one tick reads, loaded once at its start.
-    struct Tick {
-        std::shared_ptr<const CaptureOptions> options;
-        std::shared_ptr<const Numbers> excludeWindows;
-    };
-
+    template <typename Change>
+    void changeOptions(Change change);
     void startOnMainQueue(uint64_t stopsSeen);
     void stopTimer();
     void retarget(Numbers added);
 
     // _tick
     void tick();
-    void createShotImageWithWindowID(uint32_t windowID, const Tick& tick);
+    void createShotImageWithWindowID(uint32_t windowID, const CaptureOptions& options);
     bool checkScreenIsValidWithOrvowindow(const OrvoWindow* item);
-    orvo::platform::Shot getImageWithOrvowindow(TargetFrame& frame, const OrvoWindow& item, const Tick& tick);
-    orvo::platform::Shot getWindowImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item, const Tick& tick);
-    orvo::platform::Shot getDeskImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item, const Tick& tick);
+    orvo::platform::Shot getImageWithOrvowindow(TargetFrame& frame, const OrvoWindow& item,
+                                                const CaptureOptions& options);
+    orvo::platform::Shot getWindowImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
+                                                      const CaptureOptions& options);
+    orvo::platform::Shot getDeskImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
+                                                    const CaptureOptions& options);
     orvo::platform::Shot getExcludeWindowsImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
-                                                              const Tick& tick);
+                                                              const CaptureOptions& options);
     bool checkImageIsValidWithCGImage(const orvo::platform::Shot& shot);
     void notifySuccessWithCGImage(const ImageRef& image, uint32_t windowID);
     TargetFrame& frameOf(uint32_t windowID, const OrvoWindow& item);
@@ -86,7 +85,6 @@ class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowC
     const std::shared_ptr<OrvoWindowManager> m_windowManager;
     const OrvoWindowCursor windowCursor{};
     ORVO::BASE::Snapshot<CaptureOptions> m_options;
-    const std::shared_ptr<ORVO::BASE::Snapshot<Numbers>> m_excludeWindows;
     ORVO::BASE::Snapshot<std::weak_ptr<OrvoWindowCaptureSessionDelegate>> m_delegate;
     std::atomic<int> m_fps{0};
     std::atomic<uint64_t> uOffset{0};

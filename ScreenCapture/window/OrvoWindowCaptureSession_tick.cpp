@@ -22,13 +22,13 @@ bool isGood(const Shot& shot) {
 }  // namespace
 
 void OrvoWindowCaptureSession::tick() {
-    const Tick tick{m_options.load(), m_excludeWindows->load()};
-    for (const uint32_t windowID : tick.options->targetWindows) {
-        guardTarget(windowID, [&] { createShotImageWithWindowID(windowID, tick); });
+    const auto options = m_options.load();  // what one tick reads does not change under it
+    for (const uint32_t windowID : options->targetWindows) {
+        guardTarget(windowID, [&] { createShotImageWithWindowID(windowID, *options); });
     }
 }
 
-void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, const Tick& tick) {
+void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, const CaptureOptions& options) {
     std::optional<OneLook> look(std::in_place);
     const OrvoWindowRef record = m_windowManager->getItemWithTargetWindow(windowID);
     const OrvoWindow* item = record.get();
@@ -36,12 +36,12 @@ void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, co
 
     // What cannot be found has no picture; its frame begins when it is first seen.
     TargetFrame* const frame = item ? &frameOf(windowID, *item) : nullptr;
-    const Shot shot = frame ? getImageWithOrvowindow(*frame, *item, tick) : NoImage::gone;
-    const bool withCursor = isGood(shot) && tick.options->bVisible;
+    const Shot shot = frame ? getImageWithOrvowindow(*frame, *item, options) : NoImage::gone;
+    const bool withCursor = isGood(shot) && options.bVisible;
     const CursorMark cursor = withCursor ? windowCursor.appendMouseCursor(*shot.image, item) : CursorMark();
     look.reset();  // from here on the host may be called
     if (!checkImageIsValidWithCGImage(shot)) return;
-    notifySuccessWithCGImage(frame->cropAndScale(shot.image, *tick.options, cursor), item->windowID);
+    notifySuccessWithCGImage(frame->cropAndScale(shot.image, options, cursor), item->windowID);
 }
 
 // Asks after the target and tells the host what changed. A display that is gone ends the capture; a window that is not
@@ -53,17 +53,18 @@ bool OrvoWindowCaptureSession::checkScreenIsValidWithOrvowindow(const OrvoWindow
     return false;
 }
 
-Shot OrvoWindowCaptureSession::getImageWithOrvowindow(TargetFrame& frame, const OrvoWindow& item, const Tick& tick) {
+Shot OrvoWindowCaptureSession::getImageWithOrvowindow(TargetFrame& frame, const OrvoWindow& item,
+                                                      const CaptureOptions& options) {
     if ((item.isWindowMinimized || item.isWindowMoving) && lastImage) return lastImage;
-    return item.isScreen ? getDeskImageWithOrvoWindow(frame, item, tick)
-                         : getWindowImageWithOrvoWindow(frame, item, tick);
+    return item.isScreen ? getDeskImageWithOrvoWindow(frame, item, options)
+                         : getWindowImageWithOrvoWindow(frame, item, options);
 }
 
 Shot OrvoWindowCaptureSession::getWindowImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
-                                                            const Tick& tick) {
-    switch (tick.options->mode) {
+                                                            const CaptureOptions& options) {
+    switch (options.mode) {
         case kModeApplication:
-            return getExcludeWindowsImageWithOrvoWindow(frame, item, tick);
+            return getExcludeWindowsImageWithOrvoWindow(frame, item, options);
         case kModeArea:
             return frame.grabber().area(item.windowBounds);
         default:
@@ -72,20 +73,20 @@ Shot OrvoWindowCaptureSession::getWindowImageWithOrvoWindow(TargetFrame& frame, 
 }
 
 Shot OrvoWindowCaptureSession::getDeskImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
-                                                          const Tick& tick) {
-    return tick.excludeWindows->empty() ? frame.grabber().display()
-                                        : getExcludeWindowsImageWithOrvoWindow(frame, item, tick);
+                                                          const CaptureOptions& options) {
+    return options.excludeWindows.empty() ? frame.grabber().display()
+                                          : getExcludeWindowsImageWithOrvoWindow(frame, item, options);
 }
 
 // Without windows of the application nothing is filtered but the excluded ones; that is intended.
 Shot OrvoWindowCaptureSession::getExcludeWindowsImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
-                                                                    const Tick& tick) {
+                                                                    const CaptureOptions& options) {
     static const Numbers none;
-    const bool isFiltered = tick.options->mode == kModeApplication;
+    const bool isFiltered = options.mode == kModeApplication;
     const Numbers& appWindows = isFiltered ? frame.applicationWindows(*m_windowManager) : none;
     platform().windowServer().onScreenNumbers(m_shownWindows);
     std::erase_if(m_shownWindows, [&](uint32_t number) {
-        return contains(*tick.excludeWindows, number) || (!appWindows.empty() && !contains(appWindows, number));
+        return contains(options.excludeWindows, number) || (!appWindows.empty() && !contains(appWindows, number));
     });
     return frame.grabber().composed(item.deskBounds(), m_shownWindows);
 }

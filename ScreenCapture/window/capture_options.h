@@ -12,7 +12,9 @@ inline bool contains(const std::vector<uint32_t>& numbers, uint32_t number) {
 }
 
 struct CaptureOptions {
-    std::vector<uint32_t> targetWindows;  // windows and displays, captured in this order on each tick
+    uint64_t sequence = 0;                 // of nextVersion(): equal ones are equal options
+    std::vector<uint32_t> targetWindows;   // windows and displays, captured in this order on each tick
+    std::vector<uint32_t> excludeWindows;  // left out of composed pictures; a number may stand there more than once
     uint32_t mode = 1;
     uint32_t resolutionMode = 0;
     orvo::platform::Size resolutionSize;  // pixels; a zero in either keeps the source's size

@@ -9,13 +9,14 @@ TargetFrame::TargetFrame(uint32_t number, bool isScreen)
     : number_(number), isScreen_(isScreen), grabber_(platform().windowServer().grabber(number, isScreen)) {}
 
 Ref<Image> TargetFrame::cropAndScale(const Ref<Image>& image, const CaptureOptions& options, const CursorMark& cursor) {
-    const Source source{image->version(), cursor, options.cropRect, options.resolutionSize, options.resolutionMode};
-    if (result_ && source.version != 0 && source == source_) return result_;
+    const Key key{image->version(), cursor, options.sequence};
+    if (result_ && key == key_) return result_;
     result_ = nullptr;
     Ref<Image> result = getResoulutionImage(getCropWithCGImage(image, options), options);
-    // An untouched picture is not kept: its memory is the grabber's to write again.
-    if (source.version != 0 && result.get() != image.get()) {
-        source_ = source;
+    // Of a picture without a version nobody knows whether the next is the same. An untouched picture is not kept: as
+    // long as somebody holds it, the grabber cannot write its memory again.
+    if (key.picture != 0 && result.get() != image.get()) {
+        key_ = key;
         result_ = result;
     }
     return result;

@@ -27,20 +27,19 @@ class TargetFrame {
     const std::vector<uint32_t>& applicationWindows(OrvoWindowManager& manager);
 
   private:
-    struct Source {
-        uint64_t version = 0;
+    // All that a cropped and scaled picture is made from. Results of equal keys are equal pixels.
+    struct Key {
+        uint64_t picture = 0;  // its version
         CursorMark cursor;
-        orvo::platform::Rect cropRect;
-        orvo::platform::Size resolutionSize;
-        uint32_t resolutionMode = 0;
-        bool operator==(const Source&) const = default;
+        uint64_t options = 0;  // their sequence
+        bool operator==(const Key&) const = default;
     };
 
     uint32_t number_;
     bool isScreen_;
     std::unique_ptr<orvo::platform::Grabber> grabber_;
-    Source source_;
-    orvo::platform::Ref<orvo::platform::Image> result_;
+    Key key_;
+    orvo::platform::Ref<orvo::platform::Image> result_;  // of the key; null: none is kept
     uint64_t askedAt_ = 0;  // the desktop's version when the application's windows were asked for; 0: never, or unknown
     std::vector<uint32_t> applicationWindows_;
 };

@@ -148,14 +148,5 @@ TEST_F(WindowListTest, AnswersWithoutAServer) {
     EXPECT_TRUE(manager->allWindowWithIncludeIconic(true).empty());
 }
 
-TEST_F(WindowListTest, SharesTheSessionsExcludeList) {
-    EXPECT_TRUE(manager->excludeWindows().empty());
-    const auto list = std::make_shared<ORVO::BASE::Snapshot<std::vector<uint32_t>>>();
-    manager->setExcludeWindows(list);
-    EXPECT_TRUE(manager->excludeWindows().empty());
-    list->store({7, 8});
-    EXPECT_EQ(manager->excludeWindows(), (std::vector<uint32_t>{7, 8}));
-}
-
 }  // namespace
 }  // namespace orvo::test

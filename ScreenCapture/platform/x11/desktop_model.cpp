@@ -13,6 +13,7 @@
 #include "ScreenCapture/platform/contained.h"
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/platform/software/threads.h"
+#include "ScreenCapture/platform/version.h"
 #include "ScreenCapture/platform/x11/pointer.h"
 
 namespace orvo::platform::x11 {
@@ -154,7 +155,7 @@ class DesktopModel {
     }
 
     void publish(Desktop& desktop, int descriptor) {
-        desktop.version = ++versions_;
+        desktop.version = nextVersion();
         auto copy = std::make_shared<const Desktop>(desktop);
         std::lock_guard lock(mutex_);
         std::swap(desktop_, copy);
@@ -176,7 +177,6 @@ class DesktopModel {
     // The thread's own.
     Parts parts_ = makeParts();
     std::array<bool, kPartCount> stale_{};
-    uint64_t versions_ = 0;
 };
 
 }  // namespace

@@ -20,7 +20,7 @@ namespace orvo::platform::x11 {
 
 // One immutable picture of the desktop. Its members are never null unless it is said.
 struct Desktop {
-    uint64_t version = 0;  // another one for each
+    uint64_t version = 0;  // of nextVersion(): another one for each
     std::shared_ptr<const MonitorList> monitors = std::make_shared<const MonitorList>();
     std::shared_ptr<const WindowList> windows = std::make_shared<const WindowList>();
     std::shared_ptr<const Cursor> cursor;  // null when there is none

@@ -111,7 +111,11 @@ void DisplayGrabber::collectNews() {
 
 bool DisplayGrabber::refresh(Ring::Slot& slot) {
     bool drawn = std::exchange(news_, false) || !damage_;
-    if (drawn) collectNews();
+    const uint64_t versionBefore = version_;
+    if (drawn) {
+        collectNews();
+        version_ = nextVersion();  // kept when drawing fails: the pixels are other ones all the same
+    }
     if (slot.backing.isStale) {
         const bool done = way_ == Way::composite     ? composite(slot, drawn)
                           : way_ == Way::sharedImage ? fetchShared(slot)
@@ -119,7 +123,7 @@ bool DisplayGrabber::refresh(Ring::Slot& slot) {
         if (!done) return false;
         slot.backing.isStale = false;
     }
-    if (drawn) version_++;
+    if (!drawn) version_ = versionBefore;
     slot.frame->setVersion(version_);
     return true;
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "ScreenCapture/platform/software/frame.h"
+#include "ScreenCapture/platform/version.h"
 #include "ScreenCapture/platform/x11/shared_frame.h"
 
 namespace orvo::platform::x11 {
@@ -61,7 +62,7 @@ class DisplayGrabber {
     ServerPicture root_;
     Ring ring_;
     bool news_ = true;  // something was drawn since the last picture
-    uint64_t version_ = 1;
+    uint64_t version_ = nextVersion();
 };
 
 }  // namespace orvo::platform::x11

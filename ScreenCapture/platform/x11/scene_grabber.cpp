@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "ScreenCapture/platform/software/compose.h"
+#include "ScreenCapture/platform/version.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -87,7 +88,7 @@ Shot SceneGrabber::ask(const PixelRect& bounds, const std::vector<SceneLayer>& l
     if (x_.lost()) return NoImage::noServer;
     if (!onServer_) return composeHere(bounds, layers);
     if (!laidOut_ || otherWindows || otherPictures || bounds != bounds_ || layers != layers_) layOut(bounds, layers);
-    collectNews();
+    const bool news = collectNews();
     Ring::Slot* slot = ring_->idle([this] { return makeSlot(); });
     if (!slot && x_.lost()) return NoImage::noServer;
     if (!slot && ring_->full()) return NoImage::noBuffer;
@@ -95,7 +96,7 @@ Shot SceneGrabber::ask(const PixelRect& bounds, const std::vector<SceneLayer>& l
         onServer_ = false;
         return composeHere(bounds, layers);
     }
-    refresh(*slot);
+    refresh(*slot, news);
     slot_ = slot;
     return NoImage::failed;
 }
@@ -235,16 +236,18 @@ void SceneGrabber::layOut(const PixelRect& bounds, const std::vector<SceneLayer>
     anyPicture_ = std::any_of(parts_.begin(), parts_.end(), [](const Part& part) { return !part.visible.empty(); });
     for (const auto& slot : ring_->slots()) slot->backing.all = slot->backing.isStale = true;
     laidOut_ = true;
-    version_++;
+    version_ = nextVersion();
 }
 
-// What was drawn since the last picture, where it is seen, becomes stale in every buffer.
-void SceneGrabber::collectNews() {
-    bool first = true;
+// What was drawn since the last picture, where it is seen, becomes stale in every buffer. True when something was
+// drawn: the pictures have another version then, also when none is made now, until the server says that nothing of it
+// is seen.
+bool SceneGrabber::collectNews() {
+    bool any = false;
     for (size_t i = 0; i < parts_.size(); ++i) {
         Part& part = parts_[i];
         if (!part.source || part.visible.empty() || !part.source->takeNews()) continue;
-        if (std::exchange(first, false)) xcb_xfixes_set_region(x_.raw(), newsRegion_.id(), 0, nullptr);
+        if (!std::exchange(any, true)) xcb_xfixes_set_region(x_.raw(), newsRegion_.id(), 0, nullptr);
         part.source->subtractDamage(layerNews_.id());
         const int border = part.source->border();
         xcb_xfixes_translate_region(x_.raw(), layerNews_.id(),
@@ -261,8 +264,9 @@ void SceneGrabber::collectNews() {
             xcb_xfixes_union_region(x_.raw(), backing.stale.id(), layerNews_.id(), backing.stale.id());
             backing.layers[i] = backing.isStale = true;
         }
-        news_ = true;
     }
+    if (any) versionBeforeNews_ = std::exchange(version_, nextVersion());
+    return any;
 }
 
 SceneGrabber::Ring::Slot SceneGrabber::makeSlot() {
@@ -273,12 +277,12 @@ SceneGrabber::Ring::Slot SceneGrabber::makeSlot() {
     return slot;
 }
 
-void SceneGrabber::refresh(Ring::Slot& slot) {
+void SceneGrabber::refresh(Ring::Slot& slot, bool asksNews) {
     drawn_ = 0;
     if (!slot.backing.isStale) return;
     draw(slot);
     // One wait: until the server has drawn, and to learn whether the news were seen at all.
-    asksNews_ = std::exchange(news_, false);
+    asksNews_ = asksNews;
     drawn_ = asksNews_ ? xcb_xfixes_fetch_region(x_.raw(), newsRegion_.id()).sequence
                        : xcb_get_input_focus(x_.raw()).sequence;
 }
@@ -288,7 +292,7 @@ bool SceneGrabber::awaitRefreshed(Ring::Slot& slot) {
         const auto reply = x_.await<xcb_generic_reply_t>(drawn_);
         if (!reply) return false;
         const auto& news = reinterpret_cast<const xcb_xfixes_fetch_region_reply_t&>(*reply);
-        if (asksNews_ && news.extents.width > 0 && news.extents.height > 0) version_++;
+        if (asksNews_ && (news.extents.width == 0 || news.extents.height == 0)) version_ = versionBeforeNews_;
         slot.backing.isStale = false;
     }
     slot.frame->setVersion(version_);

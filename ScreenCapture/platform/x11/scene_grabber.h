@@ -85,9 +85,9 @@ class SceneGrabber {
     void layOut(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
     ServerPicture backgroundPicture(xcb_pixmap_t pixmap);
     ServerRegion regionOf(const software::Region& region);
-    void collectNews();
+    bool collectNews();
     Ring::Slot makeSlot();
-    void refresh(Ring::Slot& slot);
+    void refresh(Ring::Slot& slot, bool asksNews);
     bool awaitRefreshed(Ring::Slot& slot);
     void draw(Ring::Slot& slot);
     Shot composeHere(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
@@ -109,7 +109,7 @@ class SceneGrabber {
     ServerRegion newsRegion_, layerNews_, clip_;
     std::unique_ptr<Ring> ring_;
     uint64_t version_ = 0;
-    bool news_ = false;
+    uint64_t versionBeforeNews_ = 0;  // of the pictures before the damage that is being fetched
     bool laidOut_ = false;
     // Of the picture that is begun.
     Shot begun_ = NoImage::failed;  // without a slot: the result
