@@ -1,4 +1,6 @@
 // Small pictures of windows and displays, and the icons of applications.
+#include <cmath>
+
 #include "ScreenCapture/thumbnail/OrvoWindowManager.h"
 
 using orvo::platform::Image;
@@ -14,11 +16,14 @@ namespace {
 
 constexpr int kPictureWidth = 400;  // pixels
 constexpr double kIconWidth = 100;  // pixels
-// A window of a few pixels' width and a screen's height would become a picture of hundreds of megabytes.
+// A window of a few pixels' width and a screen's height would become a picture of hundreds of megabytes: it is made
+// smaller, in proportion.
 constexpr double kLargestArea = 16.0 * 1024 * 1024;  // pixels
 
-BitmapItemPtr scaledItem(const Picture& picture, const Size& size) {
-    if (!(size.width * size.height <= kLargestArea)) return nullptr;
+BitmapItemPtr scaledItem(const Picture& picture, Size size) {
+    const double excess = std::sqrt(size.width * size.height / kLargestArea);
+    if (!std::isfinite(excess)) return nullptr;  // of a picture without width or height
+    if (excess > 1) size = {size.width / excess, size.height / excess};
     const auto scaled = OrvoWindowManager::imageByScalingProportionallyToSize(size, picture);
     if (!scaled) return nullptr;
     const Ref<Image> image = OrvoWindowManager::convertNSImageToCGImageref(*scaled);

@@ -7,7 +7,7 @@ namespace orvo::thumbnail {
 
 // A picker asks for its pictures again and again. Fresh memory for them costs a page fault every 4096 bytes, more than
 // scaling into it does; so what comes back is kept for the next ones, up to a limit, and its pages are the system's to
-// take meanwhile. All may be called from any thread.
+// take meanwhile. The pages of the rest are given back at once. All may be called from any thread.
 
 // What new[] gives; throws std::bad_alloc. Its bytes are whatever was there.
 unsigned char* takeMemory(size_t size);

@@ -11,46 +11,43 @@ namespace orvo::platform::software {
 namespace {
 
 constexpr size_t kAlignment = 64;
-constexpr size_t kLargestIdleBlock = size_t{64} << 20;
+constexpr size_t kLargestIdleBlock = size_t{36} << 20;  // a frame of 3840x2160
 
-struct Block {
-    uint8_t* bytes = nullptr;
-    size_t size = 0;
-    size_t bytesPerRow = 0;
-    int width = 0;
-
-    bool isLike(const Block& other) const {
-        return size == other.size && bytesPerRow == other.bytesPerRow && width == other.width;
-    }
-};
+// What lies behind the pixels of padded rows was zero from the start and is not written, so such a block returns to
+// bitmaps of the same shape only. Any other serves a smaller bitmap too, within reason.
+bool serves(const PixelBlock& block, const PixelBlock& wanted) {
+    if (block.bytesPerRow == wanted.bytesPerRow && block.width == wanted.width && block.size == wanted.size)
+        return true;
+    return !block.isPadded() && !wanted.isPadded() && block.size >= wanted.size && block.size / 2 <= wanted.size;
+}
 
 // A fresh block of a frame's size costs a page fault every 4096 bytes, more than scaling into it does. A capture goes
-// back and forth between two blocks, so two are kept. What lies behind the rows' pixels was zero from the start and is
-// not written, so a block returns to bitmaps of the same shape only.
+// back and forth between two blocks, so two are kept.
 struct IdleBlocks {
     std::mutex mutex;
-    Block blocks[2];
+    PixelBlock blocks[2];
     size_t oldest = 0;
 };
 constinit IdleBlocks idle;
 
 // The block that was given back last is the one that a cache may still have.
-Block takeBlock(Block wanted) {
+PixelBlock takeBlock(PixelBlock wanted) {
     {
         std::lock_guard lock(idle.mutex);
         for (const size_t i : {idle.oldest ^ 1, idle.oldest})
-            if (idle.blocks[i].bytes && idle.blocks[i].isLike(wanted)) {
+            if (idle.blocks[i].bytes && serves(idle.blocks[i], wanted)) {
                 idle.oldest = i;
-                return std::exchange(idle.blocks[i], {});
+                wanted.size = idle.blocks[i].size;
+                wanted.bytes = std::exchange(idle.blocks[i], {}).bytes;
+                return wanted;
             }
     }
     wanted.bytes = static_cast<uint8_t*>(std::aligned_alloc(kAlignment, wanted.size));
-    if (wanted.bytes && wanted.bytesPerRow > static_cast<size_t>(wanted.width) * 4)
-        std::memset(wanted.bytes, 0, wanted.size);
+    if (wanted.bytes && wanted.isPadded()) std::memset(wanted.bytes, 0, wanted.size);
     return wanted;
 }
 
-void giveBlock(Block block) {
+void giveBlock(PixelBlock block) {
     if (block.size <= kLargestIdleBlock) {
         std::lock_guard lock(idle.mutex);
         std::swap(block, idle.blocks[idle.oldest]);
@@ -67,15 +64,15 @@ size_t blockSize(int height, size_t bytesPerRow) {
 
 Ref<MemoryBitmap> MemoryBitmap::make(int width, int height, size_t bytesPerRow, int bitsPerPixel) {
     if (width <= 0 || height <= 0 || bytesPerRow > SIZE_MAX / 4 / (static_cast<size_t>(height) + 1)) return nullptr;
-    const Block block = takeBlock({nullptr, blockSize(height, bytesPerRow), bytesPerRow, width});
+    const PixelBlock block = takeBlock({nullptr, blockSize(height, bytesPerRow), bytesPerRow, width});
     if (!block.bytes) return nullptr;
-    auto* bitmap = new (std::nothrow) MemoryBitmap(width, height, bytesPerRow, bitsPerPixel, block.bytes);
+    auto* bitmap = new (std::nothrow) MemoryBitmap(block, height, bitsPerPixel);
     if (!bitmap) giveBlock(block);
     return Ref<MemoryBitmap>::adopt(bitmap);
 }
 
 MemoryBitmap::~MemoryBitmap() {
-    giveBlock({pixels(), blockSize(height(), bytesPerRow()), bytesPerRow(), width()});
+    giveBlock(block_);
 }
 
 BitmapView::BitmapView(const Ref<Image>& image, const PixelRect& area)

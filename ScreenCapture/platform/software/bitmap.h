@@ -37,6 +37,16 @@ class Bitmap : public Image, public PixelBuffer {
     int height_;
 };
 
+// Memory for a bitmap's pixels, and the shape of what is in it.
+struct PixelBlock {
+    uint8_t* bytes = nullptr;
+    size_t size = 0;
+    size_t bytesPerRow = 0;
+    int width = 0;
+
+    bool isPadded() const { return bytesPerRow > static_cast<size_t>(width) * 4; }
+};
+
 // Owns its memory, aligned to 64 bytes. The maker writes every pixel; what lies behind the pixels of a row is zero, if
 // it is longer than 32-bit pixels need, and stays so.
 class MemoryBitmap final : public Bitmap {
@@ -50,10 +60,11 @@ class MemoryBitmap final : public Bitmap {
     uint8_t* data() { return pixels(); }
 
   private:
-    MemoryBitmap(int width, int height, size_t bytesPerRow, int bitsPerPixel, uint8_t* pixels)
-        : Bitmap(width, height, bytesPerRow, pixels), bitsPerPixel_(bitsPerPixel) {}
+    MemoryBitmap(const PixelBlock& block, int height, int bitsPerPixel)
+        : Bitmap(block.width, height, block.bytesPerRow, block.bytes), block_(block), bitsPerPixel_(bitsPerPixel) {}
 
-    int bitsPerPixel_;
+    const PixelBlock block_;
+    const int bitsPerPixel_;
 };
 
 // A rectangle of another image's pixels, which it keeps alive. It cannot be painted: the pixels are not its own.
