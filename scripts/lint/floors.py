@@ -75,7 +75,7 @@ def resolve(path, name, files):
 
 def check_system_header(path, name):
     """What is wrong with including a system's header here, or nothing."""
-    in_x11 = path.startswith(("ScreenCapture/platform/x11/", "tests/x11/", "tests/support/x11/", "tests/soak/", "tests/fuzz/", "tests/host/", "examples/", "tools/orvocap/server_linux.", "tools/orvocap/server_process_linux.", "bench/"))
+    in_x11 = path.startswith(("ScreenCapture/platform/x11/", "tests/x11/", "tests/support/x11/", "tests/soak/", "tests/fuzz/", "tests/host/", "examples/", "tools/orvocap/system_linux.", "bench/"))
     in_macos = path.startswith(("ScreenCapture/platform/macos/", "tools/macos-check/")) or "_darwin." in path
     if (X11_HEADER.match(name) or GLIB_HEADER.match(name)) and not in_x11:
         return "belongs into ScreenCapture/platform/x11"

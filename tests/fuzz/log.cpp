@@ -3,7 +3,7 @@
 
 #include "ScreenCapture/log/sym_encrypt.h"
 #include "tests/fuzz/fuzz.h"
-#include "tools/orvocap/log_lines.h"
+#include "tools/orvocap/log.h"
 
 namespace {
 

@@ -1,12 +1,11 @@
 // Scrambled log files as plain text: whole ones, cut ones, and such as were never logs.
-#include "tools/orvocap/log_lines.h"
+#include "tools/orvocap/log.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "ScreenCapture/log/sym_encrypt.h"
-#include "tools/orvocap/log_json.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/orvocap/failure.h"
-#include "tools/orvocap/output.h"
-#include "tools/orvocap/target_options.h"
+#include "tools/orvocap/application.h"
+#include "tools/orvocap/recording.h"
+#include "tools/orvocap/targets.h"
 
 namespace orvocap {
 namespace {

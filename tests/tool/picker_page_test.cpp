@@ -1,5 +1,5 @@
 // The picker's page: what a card says, that no title can break it, that its pictures can be read.
-#include "tools/orvocap/picker_page.h"
+#include "tools/orvocap/picker.h"
 
 #include <gtest/gtest.h>
 #include <png.h>

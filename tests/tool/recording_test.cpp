@@ -8,9 +8,8 @@
 #include <cstring>
 
 #include "support/tool/frames.h"
-#include "tools/orvocap/png_file.h"
-#include "tools/orvocap/png_sink.h"
-#include "tools/orvocap/progress.h"
+#include "tools/orvocap/png_files.h"
+#include "tools/orvocap/terminal.h"
 
 namespace orvocap {
 namespace {

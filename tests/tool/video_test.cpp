@@ -6,7 +6,7 @@
 #include <iterator>
 
 #include "support/tool/frames.h"
-#include "tools/orvocap/video_sink.h"
+#include "tools/orvocap/video.h"
 
 namespace orvocap {
 namespace {

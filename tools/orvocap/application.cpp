@@ -3,7 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "help_text.h"
+#include "options.h"
 
 namespace orvocap {
 

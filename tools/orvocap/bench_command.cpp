@@ -1,22 +1,21 @@
 // orvocap bench: what capture costs on this machine, for this process and for the window server.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "command.h"
-#include "cpu_time.h"
+#include "application.h"
 #include "frame_writer.h"
-#include "main_queue.h"
-#include "option_numbers.h"
+#include "options.h"
 #include "orvo/screencapture_additions.h"
-#include "quiet_console.h"
-#include "server_process.h"
-#include "standard_output.h"
-#include "stop_request.h"
-#include "target_options.h"
+#include "process.h"
+#include "system.h"
+#include "targets.h"
+#include "terminal.h"
 
 namespace orvocap {
 
@@ -24,7 +23,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int sliceMilliseconds = 20;
 constexpr double warmUpSeconds = 0.5;  // connections, buffers, the first whole picture
 constexpr double lookSeconds = 1;      // for how much the target changes
 constexpr double idleSeconds = 1;
@@ -35,6 +33,28 @@ struct BenchOptions {
     int framesPerSecond = 30;
     bool asJson = false;
 };
+
+double ownCpuSeconds() {
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+// Copies so many bytes again and again for a fifth of a second. Result: the best rate in bytes a second.
+double copyRate(size_t bytes) {
+    const std::vector<uint8_t> from(bytes, 1);
+    std::vector<uint8_t> to(bytes);
+    double best = 0;
+    for (const auto end = Clock::now() + std::chrono::milliseconds(200); Clock::now() < end;) {
+        const auto begin = Clock::now();
+        std::memcpy(to.data(), from.data(), bytes);
+        const volatile uint8_t seen = to[bytes / 2];  // so that the copy is made
+        static_cast<void>(seen);
+        const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+        if (seconds > 0) best = std::max(best, static_cast<double>(bytes) / seconds);
+    }
+    return best;
+}
 
 struct Costs {
     int width = 0, height = 0;
@@ -102,7 +122,7 @@ class Meter {
 void runFor(double seconds, const Capture& capture) {
     const auto end = Clock::now() + std::chrono::duration<double>(seconds);
     while (Clock::now() < end && !stopRequested()) {
-        runMainQueue(sliceMilliseconds);
+        runMainQueue(mainQueueSlice);
         capture.check();
     }
 }

@@ -3,14 +3,13 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "command.h"
-#include "findings.h"
+#include "application.h"
+#include "capture.h"
+#include "lists.h"
 #include "orvo/screencapture_additions.h"
-#include "quiet_console.h"
-#include "screen_list.h"
-#include "standard_output.h"
-#include "still.h"
-#include "stop_request.h"
+#include "process.h"
+#include "system.h"
+#include "terminal.h"
 
 namespace orvocap {
 

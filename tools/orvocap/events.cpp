@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "capture.h"
-#include "standard_output.h"
+#include "terminal.h"
 
 namespace orvocap {
 

@@ -1,21 +1,9 @@
 // A bounded queue of frame copies and the thread that empties it into a sink.
 #include "frame_writer.h"
 
-#include <cstring>
 #include <utility>
 
 namespace orvocap {
-
-void copyFrame(const FrameView& view, Frame& frame) {
-    frame.width = view.format.width;
-    frame.height = view.format.height;
-    frame.time = view.time;
-    frame.pixels.resize(frame.bytesPerRow() * static_cast<size_t>(frame.height));
-    for (int row = 0; row < frame.height; ++row) {
-        std::memcpy(frame.pixels.data() + row * frame.bytesPerRow(),
-                    view.data + static_cast<ptrdiff_t>(row) * view.format.strides[0], frame.bytesPerRow());
-    }
-}
 
 FrameWriter::FrameWriter(FrameSink& sink, size_t capacity)
     : sink_(sink), capacity_(capacity), thread_([this] { run(); }) {}

@@ -1,20 +1,31 @@
-// Copies frames off the library's thread and writes them on a thread of its own.
+// Copies frames off the library's thread and writes them on a thread of its own, to where recorded frames go.
 #pragma once
 
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <exception>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "capture.h"
-#include "frame_sink.h"
 
 namespace orvocap {
 
-// The pixels without padding; frame's memory is used again.
-void copyFrame(const FrameView& view, Frame& frame);
+// Used from one thread at a time. Failures are thrown as exceptions with a message for the user.
+class FrameSink {
+  public:
+    virtual ~FrameSink() = default;
+    virtual void write(const Frame& frame) = 0;
+    virtual void finish() = 0;                              // all frames are written; reports what is still unsaid
+    [[nodiscard]] virtual std::string summary() const = 0;  // what was written, for the user
+
+    // From any thread: how much was written, and whether nobody reads on, so that more frames would be lost.
+    [[nodiscard]] virtual uint64_t bytes() const = 0;
+    [[nodiscard]] virtual bool isClosed() const { return false; }
+};
 
 // At most `capacity` frames wait; one that finds no room is dropped and counted by the caller.
 class FrameWriter {

@@ -1,26 +1,64 @@
-// orvocap log: reads the files, or follows them as a running log turns from one to the next.
-#include "log_command.h"
-
+// orvocap log: reads the files, or follows them as a running log turns from one to the next; plain or as JSON.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <string_view>
 #include <thread>
+#include <vector>
 
-#include "command.h"
-#include "log_json.h"
-#include "log_lines.h"
-#include "standard_output.h"
-#include "stop_request.h"
+#include "application.h"
+#include "log.h"
+#include "process.h"
+#include "terminal.h"
 
 namespace orvocap {
+
+namespace {
+
+constexpr size_t fewestFields = 5;  // a line may tell a second time behind the first
+
+// Takes the fields from the front of the line.
+std::vector<std::string> takeFields(std::string_view& line) {
+    std::vector<std::string> fields;
+    for (size_t end; !line.empty() && line[0] == '[' && (end = line.find(']')) != std::string_view::npos;) {
+        fields.emplace_back(line.substr(1, end - 1));
+        line.remove_prefix(end + 1);
+    }
+    return fields;
+}
+
+std::string lineJson(const std::string& line) {
+    std::string_view rest = line;
+    const auto fields = takeFields(rest);
+    if (fields.size() < fewestFields || rest.substr(0, 2) != ": ") return jsonLine({{"text", line}});
+    const size_t last = fields.size() - 1;
+    std::string level = fields[last - 2];
+    level.erase(level.find_last_not_of(' ') + 1);
+    return jsonLine({{"time", fields[0]},
+                     {"level", level},
+                     {"thread", fields[last - 1]},
+                     {"source", fields[last]},
+                     {"text", rest.substr(2)}});
+}
+
+}  // namespace
+
+std::string logJson(const std::string& plain) {
+    std::istringstream lines(plain);
+    std::string json;
+    for (std::string line; std::getline(lines, line);) json += lineJson(line);
+    return json;
+}
 
 namespace {
 
@@ -101,8 +139,9 @@ void followSources(const std::vector<std::unique_ptr<Source>>& sources) {
     }
 }
 
-}  // namespace
-
+// Prints the files one after the other; "-" and an empty list stand for standard input. With `follow` it goes on to
+// print what is added to them, until the user stops it.
+// Result: exitFailure when one of the files could not be read; the others are printed all the same.
 ExitCode printLogs(const std::vector<std::string>& files, bool follow, bool asJson) {
     const auto output = [asJson](const std::string& plain) { print(asJson ? logJson(plain) : plain); };
     std::vector<std::unique_ptr<Source>> sources;
@@ -122,6 +161,8 @@ ExitCode printLogs(const std::vector<std::string>& files, bool follow, bool asJs
     flushOutput();
     return exitSuccess;
 }
+
+}  // namespace
 
 void addLogCommand(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand("log", "Print the library's scrambled log files as plain text.");

@@ -1,5 +1,5 @@
 // Finds the starts of the logged lines and undoes their scrambling.
-#include "log_lines.h"
+#include "log.h"
 
 #include <algorithm>
 #include <iterator>

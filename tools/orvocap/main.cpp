@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "application.h"
-#include "standard_output.h"
+#include "terminal.h"
 
 namespace {
 

@@ -10,23 +10,20 @@
 #include <optional>
 #include <vector>
 
+#include "application.h"
 #include "capture.h"
-#include "command.h"
-#include "main_queue.h"
-#include "option_numbers.h"
-#include "output.h"
-#include "progress.h"
-#include "quiet_console.h"
-#include "standard_output.h"
-#include "stop_request.h"
-#include "target_options.h"
+#include "options.h"
+#include "process.h"
+#include "recording.h"
+#include "system.h"
+#include "targets.h"
+#include "terminal.h"
 
 namespace orvocap {
 
 namespace {
 
 constexpr auto firstFrameWithin = std::chrono::seconds(5);
-constexpr int sliceMilliseconds = 20;
 
 using Outputs = std::vector<std::unique_ptr<Output>>;
 
@@ -117,7 +114,7 @@ void capture(const RecordOptions& options, const Outputs& outputs, Progress& pro
     capture.start();
     const auto deadline = std::chrono::steady_clock::now() + firstFrameWithin;
     while (!complete(outputs) && !closed(outputs) && !stopRequested()) {
-        runMainQueue(sliceMilliseconds);
+        runMainQueue(mainQueueSlice);
         capture.check();
         reception.check();
         for (const auto& output : outputs) output->writer.check();

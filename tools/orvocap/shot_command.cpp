@@ -3,13 +3,12 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "command.h"
-#include "png_file.h"
-#include "quiet_console.h"
-#include "standard_output.h"
-#include "still.h"
-#include "stop_request.h"
-#include "target_options.h"
+#include "application.h"
+#include "capture.h"
+#include "png_files.h"
+#include "process.h"
+#include "targets.h"
+#include "terminal.h"
 
 namespace orvocap {
 

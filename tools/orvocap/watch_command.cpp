@@ -5,22 +5,20 @@
 #include <cstdio>
 #include <memory>
 
+#include "application.h"
 #include "capture.h"
-#include "command.h"
 #include "events.h"
-#include "main_queue.h"
-#include "option_numbers.h"
-#include "quiet_console.h"
-#include "standard_output.h"
-#include "stop_request.h"
-#include "window_targets.h"
+#include "options.h"
+#include "process.h"
+#include "system.h"
+#include "targets.h"
+#include "terminal.h"
 
 namespace orvocap {
 
 namespace {
 
 constexpr int framesPerSecond = 5;  // the slowest: every tick looks after the windows once
-constexpr int sliceMilliseconds = 20;
 
 using Clock = std::chrono::steady_clock;
 
@@ -122,7 +120,7 @@ ExitCode watch(const WatchOptions& options) {
     News news;
     watched.start(options.windows);
     while (!stopRequested() && (options.seconds <= 0 || watched.seconds() < options.seconds)) {
-        runMainQueue(sliceMilliseconds);
+        runMainQueue(mainQueueSlice);
         printNews(watched.take(), options, news);
         if (watched.error() == ORVO_CAPTURE_ERROR_INTERRUPTED) break;
     }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "support/temporary_folder.h"
-#include "tools/orvocap/frame_sink.h"
+#include "tools/orvocap/frame_writer.h"
 
 namespace orvocap {
 

@@ -2,7 +2,7 @@
 #include <sstream>
 
 #include "pages.h"
-#include "tools/orvocap/failure.h"
+#include "tools/orvocap/application.h"
 
 namespace orvocap {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tools/orvocap/option_table.h"
+#include "tools/orvocap/options.h"
 
 namespace orvocap {
 
