@@ -4,7 +4,10 @@
 #include <chrono>
 
 #include "ScreenCapture/platform/platform.h"
-#include "support/x11/x_server.h"
+#include "ScreenCapture/thumbnail/OrvoAppProxy.h"
+#include "ScreenCapture/thumbnail/OrvoWindowProxy.h"
+#include "ScreenCapture/window/OrvoWindow.h"
+#include "support/x11/x_windows.h"
 
 namespace orvo::testing {
 namespace {
@@ -36,29 +39,83 @@ TEST(Displays, OneScreenIsOneDisplay) {
     EXPECT_EQ(displays().bounds(0xfffffff0U), Rect{});
 }
 
-TEST(Displays, MonitorsComeAndGo) {
-    XServer server("800x600x24");
-    const uint32_t before = displays().mainDisplay();
-    ASSERT_EQ(server.run({"xrandr", "--setmonitor", "high", "500/100x400/100+300+0", "screen"}), 0);
-    ASSERT_EQ(server.run({"xrandr", "--setmonitor", "low", "300/100x200/100+0+400", "none"}), 0);
+// Every pair of monitors is looked at from its main display's corner: displays, windows, areas, pictures, the pointer.
+struct Layout {
+    const char* first;   // a monitor's name for xrandr, "*": primary; it is made before the other
+    const char* second;  // at the place that has the number 1 below
+    int main;            // which of the two is the main display
+    Area places[2];
+};
+const Layout layouts[] = {
+    {"*a", "b", 0, {{0, 0, 300, 200}, {300, 100, 500, 400}}},
+    {"a", "*b", 1, {{0, 0, 300, 200}, {300, 100, 500, 400}}},
+    {"*a", "b", 0, {{300, 100, 500, 400}, {0, 300, 300, 300}}},
+    {"a", "b", 1, {{500, 0, 300, 200}, {0, 0, 500, 400}}},
+    {"a", "b", 0, {{300, 100, 500, 400}, {0, 40, 300, 300}}},
+};
 
-    const auto screens = displays().screens();
-    ASSERT_EQ(screens.size(), 2U);
-    const bool highFirst = screens[0].frame.width == 500;
-    const Display& high = screens[highFirst ? 0 : 1];
-    const Display& low = screens[highFirst ? 1 : 0];
-    EXPECT_NE(high.number, low.number);
-    EXPECT_NE(high.number, before);
-    // The main display's top is the root's; the other lies wholly below its bottom.
-    EXPECT_EQ(displays().mainDisplay(), high.number);
-    EXPECT_EQ(displays().mainDisplayPixelsHigh(), 400U);
-    EXPECT_EQ(high.frame, (Rect{300, 0, 500, 400}));
-    EXPECT_EQ(low.frame, (Rect{0, -200, 300, 200}));
-    EXPECT_EQ(displays().bounds(low.number), (Rect{0, 400, 300, 200}));
+std::vector<uint8_t> pixelsOf(const platform::Shot& shot) {
+    std::vector<uint8_t> pixels;
+    if (!shot.image) return pixels;
+    for (int y = 0; y < shot.image->height(); ++y) {
+        const uint8_t* row = shot.image->bytes() + static_cast<size_t>(y) * shot.image->bytesPerRow();
+        pixels.insert(pixels.end(), row, row + static_cast<size_t>(shot.image->width()) * 4);
+    }
+    for (size_t i = 3; i < pixels.size(); i += 4) pixels[i] = 0;  // as the root has it
+    return pixels;
+}
 
-    ASSERT_EQ(server.run({"xrandr", "--delmonitor", "low"}), 0);
-    EXPECT_EQ(displays().screens().size(), 1U);
-    EXPECT_EQ(displays().bounds(low.number), Rect{});
+TEST(Displays, EverythingCountsFromTheMainDisplaysCorner) {
+    for (const Layout& layout : layouts) {
+        const Area main = layout.places[layout.main];
+        SCOPED_TRACE(std::string(layout.first) + " " + layout.second + " " + std::to_string(main.x));
+        XServer server("800x600x24");
+        const uint32_t before = displays().mainDisplay();
+        for (int i = 0; i < 2; ++i) {
+            const Area& a = layout.places[i];
+            const std::string size = std::to_string(a.width) + "/100x" + std::to_string(a.height) + "/100+";
+            ASSERT_EQ(server.run({"xrandr", "--setmonitor", i == 0 ? layout.first : layout.second,
+                                  size + std::to_string(a.x) + "+" + std::to_string(a.y), i == 0 ? "screen" : "none"}),
+                      0);
+        }
+        Windows windows(server);
+        Painter& painter = windows.painter();
+        const auto back = painter.window({0, 0, 800, 600}, 0);
+        windows.paintPattern(back, 800, 600);
+        const auto window = painter.window({350, 150, 120, 90}, 0x806040);
+        painter.warpPointer(420, 130);
+
+        const auto screens = displays().screens();
+        ASSERT_EQ(screens.size(), 2U);
+        EXPECT_NE(displays().mainDisplay(), before);
+        EXPECT_EQ(displays().mainDisplayPixelsHigh(), static_cast<uint32_t>(main.height));
+        for (const Display& screen : screens) {
+            const bool isMain = screen.number == displays().mainDisplay();
+            const Area& place = layout.places[isMain ? layout.main : 1 - layout.main];
+            const Rect global{1.0 * place.x - main.x, 1.0 * place.y - main.y, 1.0 * place.width, 1.0 * place.height};
+            EXPECT_EQ(displays().bounds(screen.number), global);
+            EXPECT_EQ(screen.frame,
+                      (Rect{global.x, main.height - global.y - global.height, global.width, global.height}));
+            OrvoWindow record;
+            record.isScreen = true;
+            record.windowID = screen.number;
+            record.windowBounds = screen.frame;
+            const auto grabber = platform::platform().windowServer().grabber(screen.number, true);
+            EXPECT_EQ(pixelsOf(grabber->composed(record.deskBounds(), {window, back})), painter.read(place));
+        }
+        const auto infos = platform::platform().windowServer().onScreenWindows();
+        ASSERT_EQ(infos.size(), 2U);
+        const Rect global{350.0 - main.x, 150.0 - main.y, 120, 90};
+        EXPECT_EQ(infos[0].bounds, global);
+        EXPECT_EQ(OrvoAppProxy::initWithPID(infos[0].ownerPID)->windowWithWindowId(window)->frame(), global);
+        const auto grabber = platform::platform().windowServer().grabber(window, false);
+        EXPECT_EQ(pixelsOf(grabber->area(global)), painter.read({350, 150, 120, 90}));
+        EXPECT_EQ(platform::platform().pointer().location(),
+                  (platform::Point{420.0 - main.x, main.height - (130.0 - main.y)}));
+
+        ASSERT_EQ(server.run({"xrandr", "--delmonitor", "b"}), 0);
+        EXPECT_EQ(displays().screens().size(), 1U);
+    }
 }
 
 TEST(Displays, NothingWithoutAServer) {

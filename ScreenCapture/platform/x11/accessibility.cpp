@@ -63,18 +63,16 @@ const char* subroleOf(const DesktopWindow& window) {
     }
 }
 
-Attribute windowAttribute(const WindowList& windows, const DesktopWindow& window, std::string_view name) {
-    const PixelRect& bounds = window.bounds;
+Attribute windowAttribute(const Desktop& desktop, const DesktopWindow& window, std::string_view name) {
+    const Rect bounds = desktop.monitors->toGlobal(window.bounds);
     if (name == "AXTitle") return text(window.title);
-    if (name == "AXPosition")
-        return {0, Point{static_cast<double>(bounds.x), static_cast<double>(bounds.y)}, kOtherKind};
-    if (name == "AXSize")
-        return {0, Size{static_cast<double>(bounds.width), static_cast<double>(bounds.height)}, kOtherKind};
+    if (name == "AXPosition") return {0, bounds.origin(), kOtherKind};
+    if (name == "AXSize") return {0, bounds.size(), kOtherKind};
     if (name == "AXRole") return text("AXWindow");
     if (name == "AXSubrole") return text(subroleOf(window));
     if (name == "AXMinimized") return flag(window.iconic);
     if (name == "AXFullScreen") return flag(window.fullScreen);
-    if (name == "AXMain") return flag(windows.active == window.number);
+    if (name == "AXMain") return flag(desktop.windows->active == window.number);
     if (name == "AXIdentifier") return window.role.empty() ? failure(kNoValue) : text(window.role);
     return failure(kAttributeUnsupported);
 }
@@ -132,7 +130,7 @@ Attribute X11Accessibility::copyAttribute(const ElementRef& element, const char*
     if (asked.pid == 0 && asked.window == 0) return failure(kAttributeUnsupported);
     if (asked.window == 0) return applicationAttribute(*desktop->windows, asked.pid, name);
     const DesktopWindow* window = windowOf(*desktop, asked);
-    return window ? windowAttribute(*desktop->windows, *window, name) : failure(kInvalidElement);
+    return window ? windowAttribute(*desktop, *window, name) : failure(kInvalidElement);
 }
 
 int32_t X11Accessibility::copyElements(const ElementRef& element, const char* name, size_t from, size_t count,

@@ -19,12 +19,9 @@ std::vector<Display> X11Displays::screens() {
     const auto list = monitors();
     std::vector<Display> displays;
     for (const Monitor& monitor : list->all) {
-        const PixelRect& area = monitor.area;
-        const double bottom = list->main()->area.height - (area.y + area.height);
-        displays.push_back(
-            {monitor.number,
-             {static_cast<double>(area.x), bottom, static_cast<double>(area.width), static_cast<double>(area.height)},
-             1.0});
+        Rect frame = list->toGlobal(monitor.area);
+        frame.y = list->main()->area.height - (frame.y + frame.height);
+        displays.push_back({monitor.number, frame, 1.0});
     }
     return displays;
 }
@@ -37,10 +34,7 @@ uint32_t X11Displays::mainDisplay() {
 Rect X11Displays::bounds(uint32_t display) {
     const auto list = monitors();
     const Monitor* monitor = list->find(display);
-    if (!monitor) return {};
-    const PixelRect& area = monitor->area;
-    return {static_cast<double>(area.x), static_cast<double>(area.y), static_cast<double>(area.width),
-            static_cast<double>(area.height)};
+    return monitor ? list->toGlobal(monitor->area) : Rect();
 }
 
 uint32_t X11Displays::mainDisplayPixelsHigh() {

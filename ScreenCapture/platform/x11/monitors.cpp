@@ -30,13 +30,25 @@ const Monitor* MonitorList::find(uint32_t number) const {
 }
 
 const Monitor* MonitorList::main() const {
-    const Monitor* best = nullptr;
-    for (const Monitor& monitor : all) {
-        if (monitor.area.y != 0) continue;
-        if (monitor.primary) return &monitor;
-        if (!best) best = &monitor;
-    }
-    return best || all.empty() ? best : &all.front();
+    const auto isPrimary = [](const Monitor& monitor) { return monitor.primary; };
+    const auto isAtCorner = [](const Monitor& monitor) { return monitor.area.x == 0 && monitor.area.y == 0; };
+    auto found = std::find_if(all.begin(), all.end(), isPrimary);
+    if (found == all.end()) found = std::find_if(all.begin(), all.end(), isAtCorner);
+    if (found == all.end()) found = all.begin();
+    return all.empty() ? nullptr : &*found;
+}
+
+Rect MonitorList::toGlobal(const PixelRect& onRoot) const {
+    const Monitor* const origin = main();
+    return {static_cast<double>(onRoot.x - (origin ? origin->area.x : 0)),
+            static_cast<double>(onRoot.y - (origin ? origin->area.y : 0)), static_cast<double>(onRoot.width),
+            static_cast<double>(onRoot.height)};
+}
+
+PixelRect MonitorList::toRoot(const PixelRect& global) const {
+    const Monitor* const origin = main();
+    if (!origin) return global;
+    return {global.x + origin->area.x, global.y + origin->area.y, global.width, global.height};
 }
 
 MonitorList queryMonitors(Connection& x) {

@@ -23,8 +23,13 @@ struct MonitorList {
     std::vector<Monitor> all;  // in the server's order
 
     const Monitor* find(uint32_t number) const;
-    // The primary monitor if its top is at the root's, else the first such one, else the first; null without any.
+    // The primary monitor, else the one at the root's corner, else the first; null without any.
     const Monitor* main() const;
+
+    // Global coordinates begin at the main display's top-left corner, wherever that lies on the root; y goes downwards.
+    // Everything of this adapter counts from the root's corner, and is turned by these two where it crosses the port.
+    Rect toGlobal(const PixelRect& onRoot) const;
+    PixelRect toRoot(const PixelRect& global) const;
 };
 
 // Asks the server; the whole root window where it has no RandR 1.5.

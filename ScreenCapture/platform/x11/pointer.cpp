@@ -58,7 +58,8 @@ Point X11Pointer::location() {
     pointer.locate();
     const PointerPosition::Place& place = pointer.place();
     if (!place.known) return {};
-    return {static_cast<double>(place.x), static_cast<double>(main->area.height - place.y)};
+    const Point global = desktop->monitors->toGlobal({place.x, place.y, 0, 0}).origin();
+    return {global.x, main->area.height - global.y};
 }
 
 std::unique_ptr<ModelPart> makeCursorPart() {

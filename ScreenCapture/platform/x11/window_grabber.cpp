@@ -121,7 +121,7 @@ Shot WindowGrabber::area(const Rect& area) {
     const auto desktop = currentDesktop();
     if (!desktop) return NoImage::noServer;
     setLayersOfArea(layers_, *desktop->windows);
-    return scene_->take(pixelsOf(area), layers_, *desktop->windows);
+    return scene_->take(desktop->monitors->toRoot(pixelsOf(area)), layers_, *desktop->windows);
 }
 
 Shot WindowGrabber::composed(const Rect& bounds, const std::vector<uint32_t>& windows) {
@@ -131,7 +131,7 @@ Shot WindowGrabber::composed(const Rect& bounds, const std::vector<uint32_t>& wi
     if (!desktop) return NoImage::noServer;
     const PixelRect root{0, 0, x_->screen()->width_in_pixels, x_->screen()->height_in_pixels};
     setLayersOfList(layers_, *desktop->windows, windows, isScreen_, root);
-    return scene_->take(pixelsOf(bounds), layers_, *desktop->windows);
+    return scene_->take(desktop->monitors->toRoot(pixelsOf(bounds)), layers_, *desktop->windows);
 }
 
 Shot WindowGrabber::display() {

@@ -11,23 +11,14 @@
 #include "ScreenCapture/platform/x11/window_pictures.h"
 
 namespace orvo::platform::x11 {
-namespace {
-
-Rect rectOf(const PixelRect& area) {
-    return {static_cast<double>(area.x), static_cast<double>(area.y), static_cast<double>(area.width),
-            static_cast<double>(area.height)};
-}
-
-}  // namespace
-
 std::vector<WindowInfo> X11WindowServer::onScreenWindows() {
     std::vector<WindowInfo> infos;
     const auto desktop = currentDesktop();
     if (!desktop) return infos;
     for (const DesktopWindow& window : desktop->windows->all) {
         if (!window.onScreen || window.type == WindowType::desktop) continue;
-        infos.push_back({window.number, window.pid, window.layer, window.alpha, rectOf(window.bounds),
-                         applicationName(window), window.title});
+        infos.push_back({window.number, window.pid, window.layer, window.alpha,
+                         desktop->monitors->toGlobal(window.bounds), applicationName(window), window.title});
     }
     return infos;
 }
