@@ -60,7 +60,10 @@ void OrvoScreenCaptureImpl::Init() {
         m_settings = registry;
         m_captureSession = created;
     }
-    created->initCaptureSession();
+    if (created->initCaptureSession()) return;
+    // The next Init makes a new one; the registry with the reason stays.
+    std::lock_guard lock(m_mutex);
+    if (m_captureSession == created) m_captureSession = nullptr;
 }
 
 void OrvoScreenCaptureImpl::UnInit() {
@@ -206,7 +209,8 @@ void OrvoScreenCaptureImpl::registerCallback(int kind, void* callback, void* use
 }
 
 bool OrvoScreenCaptureImpl::GetStatistics(CaptureStatistics::Figures& figures) const {
-    const auto registry = session() ? settings() : nullptr;
-    if (registry) figures = registry->statistics().figures();
-    return registry != nullptr;
+    const auto registry = settings();
+    if (!registry || registry->isShut()) return false;
+    figures = registry->statistics().figures();
+    return true;
 }

@@ -49,7 +49,7 @@ class OrvoScreenCaptureImpl {
 
     void registerCallback(int kind, void* callback, void* userData);
 
-    // False before Init; then what became of the capture since.
+    // False before Init and after UnInit. After an Init that failed, why.
     bool GetStatistics(CaptureStatistics::Figures& figures) const;
 
     // _lists

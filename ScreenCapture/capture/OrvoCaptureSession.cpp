@@ -13,15 +13,19 @@ using orvo::capture::fire;
 namespace {
 
 constexpr int kDefaultFps = 15;
+constexpr uint64_t kMainQueuePatience = 3'000'000'000;  // nanoseconds
+constexpr const char* kMainQueueIsSilent = "the main queue is not run";
+
+}  // namespace
 
 // A platform call that fails ends its step; nothing leaves the queue.
 template <typename Work>
-void guarded(Work&& work) {
-    contained(work,
-              [](const char* name, const char* reason) { CS_LOG("error name:%s   error reason:%s", name, reason); });
+bool OrvoCaptureSession::guarded(Work&& work) {
+    return contained(work, [this](const char* name, const char* reason) {
+        CS_LOG("error name:%s   error reason:%s", name, reason);
+        m_settings->statistics().note(reason);
+    });
 }
-
-}  // namespace
 
 std::shared_ptr<OrvoCaptureSession> OrvoCaptureSession::initWithSettings(
     std::shared_ptr<OrvoCaptureSettings> settings) {
@@ -41,13 +45,13 @@ std::shared_ptr<OrvoWindowCaptureSession> OrvoCaptureSession::m_windowCaptureSes
     return parts ? parts->windowCaptureSession : nullptr;
 }
 
-void OrvoCaptureSession::initCaptureSession() {
+bool OrvoCaptureSession::initCaptureSession() {
     CS_LOG("%s", "-[OrvoCaptureSession initCaptureSession]");
     if (isInited) {
         CS_LOG("CaptureSession is  inited");
-        return;
+        return true;
     }
-    guarded([this] {
+    return guarded([this] {
         const PartsRef before = m_parts.load();
         if (!before) return;  // another thread has ended the session already
         const PartsRef parts = makeParts(*before);
@@ -92,7 +96,7 @@ bool OrvoCaptureSession::inited() const {
 void OrvoCaptureSession::enqueue(const PartsRef& parts, Step step) {
     if (!parts) return;
     parts->mainTaskQueue->async(
-        [self = shared_from_this(), parts, step = std::move(step)] { guarded([&] { step(*self, parts); }); });
+        [self = shared_from_this(), parts, step = std::move(step)] { self->guarded([&] { step(*self, parts); }); });
 }
 
 bool OrvoCaptureSession::refuseWithoutSource() {
@@ -126,21 +130,34 @@ void OrvoCaptureSession::stopCapture() {
 void OrvoCaptureSession::startStep(const PartsRef& parts) {
     // Uninitialised since: its stop has run or is about to.
     if (m_parts.load() != parts) return;
-    const auto& device = parts->screenCaptureSession;
-    const auto& windows = parts->windowCaptureSession;
-    if (captureSource == kWholeDisplay || captureSource == kDisplayRect) {
-        if (!device) return;
-        if (device->isRunning()) {
-            CS_LOG("ScreenCaptureSession already running");
-            return;
-        }
-        if (windows && windows->isRunning()) windows->stopCapture();
-        if (windows) windows->withdrawStart();
-        m_settings->statistics().begin();
-        device->startRunning();
-        CS_LOG("ScreenCaptureSession is started");
+    parts->refusal = nullptr;
+    m_otherPathToldAt = 0;
+    isOnDevicePath() ? startDevice(*parts) : startWindows(*parts);
+    watchMainQueue(parts);
+}
+
+void OrvoCaptureSession::startDevice(const Parts& parts) {
+    const auto& device = parts.screenCaptureSession;
+    const auto& windows = parts.windowCaptureSession;
+    if (!device) return m_settings->statistics().note("the capture device could not be made");
+    if (device->isRunning()) {
+        CS_LOG("ScreenCaptureSession already running");
         return;
     }
+    if (windows && windows->isRunning()) windows->stopCapture();
+    if (windows) windows->withdrawStart();
+    m_settings->statistics().begin();
+    device->startRunning();
+    CS_LOG("ScreenCaptureSession is started");
+    // Where there is no display at all the device says so itself.
+    if (!parts.captureScreenInput && !platform().displays().screens().empty())
+        m_settings->statistics().note("no display has the number " + std::to_string(parts.displayID));
+    noteExclusions(parts);
+}
+
+void OrvoCaptureSession::startWindows(const Parts& parts) {
+    const auto& device = parts.screenCaptureSession;
+    const auto& windows = parts.windowCaptureSession;
     if (!windows) return;
     if (windows->isRunning()) {
         CS_LOG("WindowCaptureSession already running");
@@ -150,11 +167,34 @@ void OrvoCaptureSession::startStep(const PartsRef& parts) {
     m_settings->statistics().begin();
     windows->startCapture();
     CS_LOG("WindowCaptureSession is started");
+    if (windows->targetWindows().empty()) m_settings->statistics().note("no window is chosen");
+}
+
+// Display frames, and the start of the window path itself, wait for the main queue: a job posted there has to run
+// within the patience, or the host is told that it does not run its main queue. The job ends the timer.
+void OrvoCaptureSession::watchMainQueue(const PartsRef& parts) {
+    m_isMainQueueSilent = false;
+    Dispatch& dispatch = platform().dispatch();
+    const auto onTick = [weak = weak_from_this(), watched = std::weak_ptr(parts), isFirst = true]() mutable {
+        if (std::exchange(isFirst, false)) return;  // it comes at once
+        const auto self = weak.lock();
+        const auto current = watched.lock();
+        if (!self || !current) return;
+        current->mainQueueWatch = nullptr;
+        self->m_isMainQueueSilent = true;
+        self->m_settings->statistics().note(kMainQueueIsSilent);
+    };
+    parts->mainQueueWatch = dispatch.makeTimer(parts->mainTaskQueue, kMainQueuePatience, onTick);
+    dispatch.mainAsync([weak = weak_from_this(), timer = std::weak_ptr(parts->mainQueueWatch)] {
+        if (const auto self = weak.lock()) self->m_isMainQueueSilent = false;
+        if (const auto watch = timer.lock()) watch->cancel();
+    });
 }
 
 void OrvoCaptureSession::stopCaptureByself(const Parts& parts) {
     const auto& device = parts.screenCaptureSession;
     const auto& windows = parts.windowCaptureSession;
+    parts.mainQueueWatch = nullptr;
     // A start of the window path that still waits for the main queue is void from here on.
     if (windows) windows->withdrawStart();
     if (captureSource == kNoSource) {
@@ -237,7 +277,8 @@ void OrvoCaptureSession::captureSessionRuntimeErrorOccur() {
 }
 
 void OrvoCaptureSession::onDropped(NoImage why) {
-    m_settings->statistics().dropped(describe(why));
+    const bool isSilent = why == NoImage::hostBusy && m_isMainQueueSilent;
+    m_settings->statistics().dropped(0, isSilent ? kMainQueueIsSilent : describe(why));
 }
 void OrvoCaptureSession::onRuntimeError(const CaptureFailure& failure) {
     captureSessionRuntimeErrorDidOccur(failure);
@@ -250,6 +291,7 @@ void OrvoCaptureSession::onInterruption(const CaptureFailure& failure) {
 void OrvoCaptureSession::captureSessionRuntimeErrorDidOccur(const CaptureFailure& failure) {
     const std::string& words = failure.recoverySuggestion.empty() ? failure.failureReason : failure.recoverySuggestion;
     platform().system().console("ERROR: " + (words.empty() ? "(null)" : words));
-    m_settings->statistics().failed(ORVO_CAPTURE_ERROR_INTERRUPTED, words);
+    m_settings->statistics().note(words.empty() ? "the capture device failed" : words);
+    m_settings->statistics().failed(ORVO_CAPTURE_ERROR_INTERRUPTED);
     fire<orvo::capture::kCaptureError>(*m_settings, static_cast<int>(ORVO_CAPTURE_ERROR_INTERRUPTED));
 }

@@ -21,7 +21,8 @@ class OrvoCaptureSession : public orvo::platform::DisplayCaptureDelegate,
     static std::shared_ptr<OrvoCaptureSession> initWithSettings(std::shared_ptr<OrvoCaptureSettings> settings);
     explicit OrvoCaptureSession(std::shared_ptr<OrvoCaptureSettings> settings);
 
-    void initCaptureSession();
+    // False when its parts could not be made: it is of no use then, and the statistics say why.
+    bool initCaptureSession();
     void unInitCaptureSession();
 
     void startCapture();
@@ -73,10 +74,14 @@ class OrvoCaptureSession : public orvo::platform::DisplayCaptureDelegate,
         mutable std::shared_ptr<orvo::platform::DisplayInput> captureScreenInput;
         mutable uint32_t displayID = 0;
         mutable int fps = 0;
+        mutable const char* refusal = nullptr;  // of the rectangle that was chosen last; null: it was taken
+        mutable std::shared_ptr<orvo::platform::Timer> mainQueueWatch;
     };
     using PartsRef = std::shared_ptr<const Parts>;
     using Step = std::function<void(OrvoCaptureSession&, const PartsRef&)>;
 
+    template <typename Work>
+    bool guarded(Work&& work);
     bool inited() const;
     PartsRef makeParts(const Parts& before);
     void enqueue(const PartsRef& parts, Step step);
@@ -85,6 +90,10 @@ class OrvoCaptureSession : public orvo::platform::DisplayCaptureDelegate,
     void stopCaptureByself(const Parts& parts);
     bool isCapture(const PartsRef& parts);
     bool refuseWithoutSource();
+    void startDevice(const Parts& parts);
+    void startWindows(const Parts& parts);
+    void watchMainQueue(const PartsRef& parts);
+    bool isOnDevicePath() const { return captureSource <= kDisplayRect; }
     void restart(const PartsRef& parts, uint64_t stopsSeen);
     void captureSessionRuntimeErrorDidOccur(const orvo::platform::CaptureFailure& failure);
 
@@ -92,10 +101,15 @@ class OrvoCaptureSession : public orvo::platform::DisplayCaptureDelegate,
     bool enqueueWindowStep(std::function<void(OrvoWindowCaptureSession&)> setting);
     void screenStep(const PartsRef& parts, uint32_t screenID, uint64_t stopsSeen);
     void replaceInput(const Parts& parts, uint32_t screenID);
+    void noteExclusions(const Parts& parts);
+    void refuseRect(const Parts& parts, const char* reason);
     void rectStep(const PartsRef& parts, uint32_t screenID, int left, int top, int width, int height,
                   uint64_t stopsSeen);
 
     // _delivery
+    bool dropOfOtherPath(uint32_t target);
+    void noteOtherPath(const Parts& parts);
+    void dropWithoutCallback(uint32_t target);
     void notifyImageRef(orvo::platform::PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime);
     OrvoScreenCaptureFrameFormat describeFrame(int32_t width, int32_t height, size_t bytesPerRow) const;
     const char* frameData(const orvo::platform::PixelBuffer& buffer, const void* pixels) const;
@@ -108,4 +122,6 @@ class OrvoCaptureSession : public orvo::platform::DisplayCaptureDelegate,
     std::atomic<int64_t> captureSource{kNoSource};
     // Counts the host's stops: a restart that a change of target queues is void when a stop came after the change.
     std::atomic<uint64_t> m_stops{0};
+    std::atomic<bool> m_isMainQueueSilent{false};  // since the last start
+    std::atomic<double> m_otherPathToldAt{0};      // seconds on the absolute clock; 0: not since the last start
 };

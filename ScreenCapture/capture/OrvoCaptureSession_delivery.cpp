@@ -1,6 +1,9 @@
 // Hands the frames of both paths to the host: the capture's own memory, described by a record on the stack. The format
 // is read again for each callback, so a change takes effect at once.
 #include "ScreenCapture/capture/OrvoCaptureSession.h"
+
+#include <cmath>
+
 #include "ScreenCapture/capture/capture_log.h"
 #include "ScreenCapture/capture/host_callbacks.h"
 
@@ -10,6 +13,7 @@ using orvo::capture::fire;
 namespace {
 
 constexpr unsigned int kMillisecondScale = 1000;
+constexpr double kTellInterval = 1.0;  // seconds between two lines about frames of the other path
 
 // Holds a buffer's pixels locked for reading while the host has them.
 class LockedPixels {
@@ -53,7 +57,10 @@ const char* OrvoCaptureSession::frameData(const PixelBuffer& buffer, const void*
 }
 
 void OrvoCaptureSession::onSample(PixelBuffer& buffer, const MediaTime& presentationTime) {
-    if (captureSource > kDisplayRect) return;
+    if (!isOnDevicePath()) {
+        dropOfOtherPath(0);
+        return;
+    }
     const Size size = buffer.displaySize();
     const size_t bytesPerRow = buffer.bytesPerRow();
     const auto format = describeFrame(truncated<int32_t>(size.width), truncated<int32_t>(size.height), bytesPerRow);
@@ -63,14 +70,47 @@ void OrvoCaptureSession::onSample(PixelBuffer& buffer, const MediaTime& presenta
                                     truncated<uint32_t>(static_cast<double>(bytesPerRow) * size.height), &format, time,
                                     kMillisecondScale))
         m_settings->statistics().delivered(0, time);
+    else
+        dropWithoutCallback(0);
 }
 
 void OrvoCaptureSession::onCapturedWindowImage(PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime) {
     if (captureSource != kWindow) {
-        CS_LOG("CaptureSession is not window !!!!!");
+        if (dropOfOtherPath(windowID)) CS_LOG("CaptureSession is not window !!!!!");
         return;
     }
     notifyImageRef(buffer, windowID, recordTime);
+}
+
+// A frame of the path that the target has left. A start that is queued already ends that path, so the reason is noted
+// behind it, on the queue. Answers, once a second, that a line may be logged.
+bool OrvoCaptureSession::dropOfOtherPath(uint32_t target) {
+    m_settings->statistics().dropped(target);
+    const double now = platform().clock().absoluteSeconds();
+    double toldAt = m_otherPathToldAt;
+    const bool isDue =
+        std::abs(now - toldAt) >= kTellInterval && m_otherPathToldAt.compare_exchange_strong(toldAt, now);
+    if (isDue) enqueue([](OrvoCaptureSession& self, const PartsRef& parts) { self.noteOtherPath(*parts); });
+    return isDue;
+}
+
+void OrvoCaptureSession::noteOtherPath(const Parts& parts) {
+    const auto& device = parts.screenCaptureSession;
+    const auto& windows = parts.windowCaptureSession;
+    const bool runs = isOnDevicePath() ? windows && windows->isRunning() : device && device->isRunning();
+    if (!runs) return;
+    const char* other = isOnDevicePath() ? "a display was chosen while windows are captured: start the capture again"
+                                         : "a window was chosen while a display is captured: start the capture again";
+    m_settings->statistics().note(parts.refusal ? parts.refusal : other);
+}
+
+// Nobody was called with a frame. One whose callback was taken away this moment is no case.
+void OrvoCaptureSession::dropWithoutCallback(uint32_t target) {
+    const bool hasWindowFrame = isRegistered(*m_settings, orvo::capture::kWindowFrame);
+    if (isRegistered(*m_settings, orvo::capture::kFrame) || (target != 0 && hasWindowFrame)) return;
+    m_settings->statistics().dropped(
+        target, hasWindowFrame ? "no frame callback is registered for displays: that of window frames is never called"
+                               : "no frame callback is registered");
 }
 
 void OrvoCaptureSession::notifyImageRef(PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime) {
@@ -85,5 +125,8 @@ void OrvoCaptureSession::notifyImageRef(PixelBuffer& buffer, uint32_t windowID, 
         fire<orvo::capture::kFrame>(*m_settings, frameData(buffer, address), length, &format, time, kMillisecondScale);
     const bool toldOfWindow = fire<orvo::capture::kWindowFrame>(*m_settings, frameData(buffer, address), length,
                                                                 &format, time, kMillisecondScale, windowID);
-    if (told || toldOfWindow) m_settings->statistics().delivered(windowID, time);
+    if (told || toldOfWindow)
+        m_settings->statistics().delivered(windowID, time);
+    else
+        dropWithoutCallback(windowID);
 }

@@ -28,12 +28,28 @@ void configure(DisplayCapture* device, Changes&& changes) {
     device->commitConfiguration();
 }
 
+// A crop without a size means the whole display.
+bool liesBeside(const Rect& crop, const Size& display) {
+    if (!(crop.width > 0) || !(crop.height > 0)) return false;
+    return crop.x >= display.width || crop.y >= display.height || crop.x + crop.width <= 0 || crop.y + crop.height <= 0;
+}
+
 }  // namespace
 
 void OrvoCaptureSession::setExcludeWindows(const unsigned int* ids, int count, bool add) {
     logWindows("setExcludeWindows", ids, count, add);
     if (!inited()) return;
     if (const auto windows = m_windowCaptureSession()) windows->setExcludeWindows(ids, count, add);
+    if (add) enqueue([](OrvoCaptureSession& self, const PartsRef& parts) { self.noteExclusions(*parts); });
+}
+
+// The device path shows every window.
+void OrvoCaptureSession::noteExclusions(const Parts& parts) {
+    const auto& device = parts.screenCaptureSession;
+    const auto& windows = parts.windowCaptureSession;
+    if (!isOnDevicePath() || !device || !device->isRunning()) return;
+    if (windows && !windows->excludeWindows().empty())
+        m_settings->statistics().note("windows are excluded when the display is chosen again, not before");
 }
 
 bool OrvoCaptureSession::setExtraWindows(const unsigned int* ids, int count, bool add) {
@@ -48,6 +64,7 @@ bool OrvoCaptureSession::enqueueWindowStep(std::function<void(OrvoWindowCaptureS
     if (!inited()) return false;
     captureSource = kWindow;
     enqueue([setting = std::move(setting), stops = m_stops.load()](OrvoCaptureSession& self, const PartsRef& parts) {
+        parts->refusal = nullptr;
         if (parts->windowCaptureSession) setting(*parts->windowCaptureSession);
         if (!self.isCapture(parts)) {
             self.captureSource = kWindow;
@@ -100,6 +117,7 @@ bool OrvoCaptureSession::setTargetScreen(uint32_t screenID) {
 }
 
 void OrvoCaptureSession::screenStep(const PartsRef& parts, uint32_t screenID, uint64_t stopsSeen) {
+    parts->refusal = nullptr;
     const bool wasRunning = isCapture(parts);
     if (wasRunning) stopCaptureByself(*parts);
     configure(parts->screenCaptureSession.get(), [&] {
@@ -142,11 +160,11 @@ void OrvoCaptureSession::rectStep(const PartsRef& parts, uint32_t screenID, int 
     CS_LOG("the screenSize is width:%f height:%f", bounds.width, bounds.height);
     if (wrappingSum(left, width) > bounds.width) {
         CS_LOG("the width is too large!!!!!! theScreenWidth is %f", bounds.width);
-        return;
+        return refuseRect(*parts, "the rectangle was refused: it reaches beyond the right edge of the display");
     }
     if (wrappingSum(top, height) > bounds.height) {
         CS_LOG("the height is too large!!!!!! theScreenHeight is %f", bounds.height);
-        return;
+        return refuseRect(*parts, "the rectangle was refused: it reaches beyond the bottom edge of the display");
     }
     const bool wasRunning = isCapture(parts);
     if (wasRunning) stopCaptureByself(*parts);
@@ -158,5 +176,12 @@ void OrvoCaptureSession::rectStep(const PartsRef& parts, uint32_t screenID, int 
         if (parts->captureScreenInput) parts->captureScreenInput->setCropRect(crop);
     });
     captureSource = kDisplayRect;
+    if (liesBeside(crop, bounds.size())) m_settings->statistics().note("the rectangle lies beside the display");
     if (wasRunning) restart(parts, stopsSeen);
+}
+
+// The display is captured as if nothing had been asked for; from a capture of windows it takes a start.
+void OrvoCaptureSession::refuseRect(const Parts& parts, const char* reason) {
+    parts.refusal = reason;
+    m_settings->statistics().note(reason);
 }

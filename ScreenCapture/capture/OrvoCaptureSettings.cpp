@@ -39,6 +39,11 @@ void OrvoCaptureSettings::endCall() {
     if (m_isShut) m_callEnded.notify_all();
 }
 
+bool OrvoCaptureSettings::isShut() const {
+    std::lock_guard lock(m_mtxCalls);
+    return m_isShut;
+}
+
 void OrvoCaptureSettings::shut() {
     std::unique_lock lock(m_mtxCalls);
     m_isShut = true;

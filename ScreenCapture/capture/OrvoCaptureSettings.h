@@ -25,6 +25,7 @@ class OrvoCaptureSettings {
     // From now on nothing is called any more. Waits, for a second at most, for a call that is under way on another
     // thread; from inside a callback it does not wait.
     void shut();
+    bool isShut() const;
 
     // Shared by everybody who shares the registry: what became of the capture since it was made.
     CaptureStatistics& statistics() { return m_statistics; }
@@ -36,7 +37,7 @@ class OrvoCaptureSettings {
     std::map<int, Callback> m_callbackList;
     mutable std::mutex m_mtxCallback;
 
-    std::mutex m_mtxCalls;
+    mutable std::mutex m_mtxCalls;
     std::condition_variable m_callEnded;
     int m_callsUnderWay = 0;
     bool m_isShut = false;

@@ -96,7 +96,7 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
 
     template <typename Job>
     void post(int kind, Job job);
-    void notifyCaptureError(int errorCode);
+    void notifyCaptureError(int errorCode, const char* reason);
     void sendWindowStatus(int status, uint32_t windowId, const OrvoScreenCaptureRect& rect);
 
     const std::shared_ptr<OrvoCaptureSettings> m_settings;

@@ -40,7 +40,9 @@ void OrvoWindowManager::post(int kind, Job job) {
     platform().dispatch().mainAsync([self = shared_from_this(), job = std::move(job)] { job(*self); });
 }
 
-void OrvoWindowManager::notifyCaptureError(int errorCode) {
+void OrvoWindowManager::notifyCaptureError(int errorCode, const char* reason) {
+    m_settings->statistics().note(reason);
+    m_settings->statistics().failed(errorCode);
     post(kCaptureError, [errorCode](OrvoWindowManager& self) { fire<kCaptureError>(*self.m_settings, errorCode); });
 }
 

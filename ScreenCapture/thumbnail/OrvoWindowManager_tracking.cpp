@@ -34,7 +34,7 @@ bool OrvoWindowManager::checkScreenIsValid(uint32_t displayId) {
     for (const auto& screen : platform().displays().screens()) {
         if (screen.number == displayId) return true;
     }
-    notifyCaptureError(ORVO_CAPTURE_ERROR_NO_CONTENT);
+    notifyCaptureError(ORVO_CAPTURE_ERROR_NO_CONTENT, "the display is gone");
     return false;
 }
 

@@ -19,6 +19,11 @@ void log(int line, const char* text) {
     syslog_ex(1, 3, "unnamed", line, text);
 }
 
+// A number may be chosen before its window is there.
+void logUnknown(uint32_t number) {
+    syslog_ex(1, ESYSLOG_DEBUG, "unnamed", __LINE__, "no window on screen has the number %u", number);
+}
+
 }  // namespace
 
 std::shared_ptr<OrvoWindowCaptureSession> OrvoWindowCaptureSession::initWithSettings(
@@ -146,7 +151,17 @@ bool OrvoWindowCaptureSession::setExcludeWindows(const uint32_t* windows, int co
         }
     });
     m_windowManager->setExcludeWindows(excludeWindows());
+    if (add && windows && count > 0) logUnknownOf({windows, windows + count});
     return true;
+}
+
+void OrvoWindowCaptureSession::logUnknownOf(Numbers numbers) {
+    captureQueue->async([numbers = std::move(numbers)] {
+        Numbers onScreen;
+        platform().windowServer().onScreenNumbers(onScreen);
+        for (const uint32_t number : numbers)
+            if (!contains(onScreen, number)) logUnknown(number);
+    });
 }
 
 // Prepares new targets before their first tick and lets go of old ones, also while nothing runs. A target that is
@@ -164,6 +179,8 @@ void OrvoWindowCaptureSession::retarget(Numbers added) {
             guardTarget(number, [&] {
                 if (const auto item = self->m_windowManager->getItemWithTargetWindow(number))
                     self->frameOf(number, *item);
+                else
+                    logUnknown(number);
             });
         }
     });

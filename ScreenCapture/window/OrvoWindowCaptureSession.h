@@ -63,6 +63,7 @@ class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowC
     void startOnMainQueue(uint64_t stopsSeen);
     void stopTimer();
     void retarget(Numbers added);
+    void logUnknownOf(Numbers numbers);
 
     // _tick
     void tick();
@@ -76,7 +77,7 @@ class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowC
                                                     const CaptureOptions& options);
     orvo::platform::Shot getExcludeWindowsImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
                                                               const CaptureOptions& options);
-    bool checkImageIsValidWithCGImage(const orvo::platform::Shot& shot);
+    bool checkImageIsValidWithCGImage(const orvo::platform::Shot& shot, uint32_t windowID);
     void notifySuccessWithCGImage(const ImageRef& image, uint32_t windowID);
     TargetFrame& frameOf(uint32_t windowID, const OrvoWindow& item);
 

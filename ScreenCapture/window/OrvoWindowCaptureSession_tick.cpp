@@ -12,7 +12,8 @@ namespace {
 constexpr uint32_t kModeArea = 3;
 constexpr uint32_t kModeApplication = 5;
 constexpr int kNarrowestImage = 2;  // pixels
-constexpr double kPatience = 3.0;   // seconds without a good picture before the delegate hears of it
+constexpr const char* kTooNarrow = "the picture is narrower than two pixels";
+constexpr double kPatience = 3.0;  // seconds without a good picture before the delegate hears of it
 constexpr double kMillisecondsPerSecond = 1000.0;
 
 bool isGood(const Shot& shot) {
@@ -24,7 +25,8 @@ bool isGood(const Shot& shot) {
 void OrvoWindowCaptureSession::tick() {
     const auto options = m_options.load();  // what one tick reads does not change under it
     for (const uint32_t windowID : options->targetWindows) {
-        guardTarget(windowID, [&] { createShotImageWithWindowID(windowID, *options); });
+        const bool done = guardTarget(windowID, [&] { createShotImageWithWindowID(windowID, *options); });
+        if (!done) m_settings->statistics().dropped(windowID, describe(NoImage::failed));
     }
 }
 
@@ -40,7 +42,7 @@ void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, co
     const bool withCursor = isGood(shot) && options.bVisible;
     const CursorMark cursor = withCursor ? windowCursor.appendMouseCursor(*shot.image, item) : CursorMark();
     look.reset();  // from here on the host may be called
-    if (!checkImageIsValidWithCGImage(shot)) return;
+    if (!checkImageIsValidWithCGImage(shot, windowID)) return;
     notifySuccessWithCGImage(frame->cropAndScale(shot.image, options, cursor), item->windowID);
 }
 
@@ -93,13 +95,13 @@ Shot OrvoWindowCaptureSession::getExcludeWindowsImageWithOrvoWindow(TargetFrame&
 
 // The time of the last good picture is left alone by a bad one: once the patience is over every bad picture is told of,
 // and the first one at once when none was ever good.
-bool OrvoWindowCaptureSession::checkImageIsValidWithCGImage(const Shot& shot) {
+bool OrvoWindowCaptureSession::checkImageIsValidWithCGImage(const Shot& shot, uint32_t windowID) {
     const double now = platform().clock().absoluteSeconds();
     if (isGood(shot)) {
         lastErrorTime = now;
         return true;
     }
-    m_settings->statistics().dropped(describe(shot.image ? NoImage::notOnScreen : shot.why));
+    m_settings->statistics().dropped(windowID, shot.image ? kTooNarrow : describe(shot.why));
     const auto delegate = m_delegate.load();
     if (const auto receiver = delegate ? delegate->lock() : nullptr; receiver && now - lastErrorTime > kPatience)
         receiver->captureSessionRuntimeErrorOccur();
@@ -110,7 +112,7 @@ bool OrvoWindowCaptureSession::checkImageIsValidWithCGImage(const Shot& shot) {
 void OrvoWindowCaptureSession::notifySuccessWithCGImage(const ImageRef& image, uint32_t windowID) {
     const Ref<PixelBuffer> buffer = image ? platform().imaging().wrap(image) : nullptr;
     lastImage = nullptr;
-    if (!buffer) m_settings->statistics().dropped("the picture does not fit the crop or the output size");
+    if (!buffer) m_settings->statistics().dropped(windowID, "the picture does not fit the crop or the output size");
     const uint64_t recordTime =
         uOffset + truncated<uint64_t>(platform().clock().secondsSince1970() * kMillisecondsPerSecond);
     const auto delegate = m_delegate.load();

@@ -1,4 +1,5 @@
-// What fails for one target ends in the log: the other targets go on, and nothing leaves the capture queue.
+// What fails for one target ends in the log: the other targets go on, and nothing leaves the capture queue. Answers
+// whether the work ran to its end.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +8,8 @@
 #include "xplatform/common/orvosyslog.h"
 
 template <typename Work>
-void guardTarget(uint32_t windowID, Work&& work) {
-    orvo::platform::contained(work, [windowID](const char* name, const char* reason) {
+bool guardTarget(uint32_t windowID, Work&& work) {
+    return orvo::platform::contained(work, [windowID](const char* name, const char* reason) {
         syslog_ex(1, 1, "unnamed", __LINE__, "target %u: %s: %s", windowID, name, reason);
     });
 }

@@ -138,9 +138,11 @@ TEST_F(Delivery, StatisticsTellWhatBecameOfTheTicks) {
     const struct {
         int64_t milliseconds;
         uint64_t merged, longestGap;
-    } ticks[] = {{1000, 0, 0}, {1067, 0, 67}, {1267, 2, 200}, {1300, 2, 200}};
+        int drops = 0;  // of ticks before this one
+    } ticks[] = {{1000, 0, 0}, {1067, 0, 67}, {1267, 2, 200}, {1300, 2, 200}, {1567, 3, 267, 2}, {1633, 3, 267, 1}};
     uint64_t delivered = 0;
     for (const auto& tick : ticks) {
+        for (int i = 0; i < tick.drops; ++i) desk.device().output.lock()->onDropped(platform::NoImage::noBuffer);
         deliver(platform::makeCounted<FrameBuffer>(pattern(1, 4, 1)), {tick.milliseconds, 1000});
         ASSERT_TRUE(orvo_screencapture_get_statistics(&figures));
         EXPECT_EQ(figures.framesDelivered, ++delivered);

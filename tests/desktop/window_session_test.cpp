@@ -317,6 +317,7 @@ TEST_F(WindowSession, ADisplayChosenMeanwhileTakesTheFramesAwayUntilTheNextStart
     EXPECT_FALSE(orvo_screencapture_is_capturing());
     orvo_screencapture_start_capture();
     runSteps();
+    desk.stepper.run(mainQueue);
     EXPECT_TRUE(desk.device().running);
     EXPECT_TRUE(desk.stepper.timers().empty());
     EXPECT_TRUE(orvo_screencapture_is_capturing());

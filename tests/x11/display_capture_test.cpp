@@ -1,14 +1,11 @@
 // The device path on a real server: pixels, cursor, clicks, crops, endings.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstring>
 #include <thread>
 
 #include "ScreenCapture/platform/platform.h"
 #include "support/x11/capture_recorder.h"
 #include "support/x11/x_server.h"
-#include "xplatform/common/orvosyslog.h"
 
 namespace orvo::testing {
 namespace {
@@ -225,20 +222,6 @@ TEST(DisplayCapture, HeldBuffersStayAsTheyAreAndAFullPoolDropsTicks) {
     c.capture->stopRunning();
     c.capture = nullptr;
     EXPECT_EQ(*static_cast<const uint32_t*>(c.recorder->kept[0]->baseAddress()), first[0]);
-}
-
-TEST(DisplayCapture, AHostThatNeverDrainsItsMainQueueIsToldOnce) {
-    static std::atomic<int> lines{0};
-    syslog_hook_ex(
-        1, [](int, const char*, int, const char* text, int) { lines += strstr(text, "main queue") != nullptr; });
-    const XServer server("64x64x24");
-    Capture c;
-    c.capture->startRunning();
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (lines == 0 && std::chrono::steady_clock::now() < end)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // ten more samples
-    EXPECT_EQ(lines, 1);
 }
 
 TEST(DisplayCapture, AKilledServerIsOneRuntimeErrorAndTheNextServerIsCaptured) {

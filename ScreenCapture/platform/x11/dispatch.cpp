@@ -14,12 +14,10 @@
 #include "ScreenCapture/platform/linux_main_queue.h"
 #include "ScreenCapture/platform/software/queues.h"
 #include "ScreenCapture/platform/x11/late_glib.h"
-#include "xplatform/common/orvosyslog.h"
 
 namespace orvo::platform::x11 {
 namespace {
 
-constexpr int64_t kUndrainedMicroseconds = 3'000'000;
 constexpr int kMostRounds = 100;
 constexpr int kLongestNap = 100;       // milliseconds of a host that drives a queue that cannot begin
 constexpr size_t kMostUnbegun = 1000;  // jobs kept while there is no main queue to run them
@@ -41,24 +39,9 @@ class MainQueue {
         {
             std::lock_guard lock(mutex_);
             if (!begun && waiting_.size() >= kMostUnbegun) return;
-            if (waiting_.empty()) waitingSince_ = now();
             waiting_.push_back(std::move(job));
         }
-        if (!begun) return;
-        glib().g_main_context_wakeup(nullptr);
-        noteDelay();
-    }
-
-    void noteDelay() {
-        if (drained_.load(std::memory_order_relaxed) || told_.load(std::memory_order_relaxed)) return;
-        {
-            std::lock_guard lock(mutex_);
-            if (waiting_.empty() || now() - waitingSince_ < kUndrainedMicroseconds) return;
-        }
-        if (!told_.exchange(true))
-            syslog_ex(1, ESYSLOG_WARN, "X11", __LINE__,
-                      "nobody drains the main queue: run GLib's default main context or call "
-                      "orvo_screencapture_run_main_queue");
+        if (begun) glib().g_main_context_wakeup(nullptr);
     }
 
     int run(int milliseconds) {
@@ -139,7 +122,6 @@ class MainQueue {
             std::lock_guard lock(mutex_);
             std::swap(waiting_, running_);
         }
-        drained_ = true;
         for (Job& job : running_) {
             runJob(std::exchange(job, nullptr));
             ran_++;
@@ -151,9 +133,6 @@ class MainQueue {
     std::atomic<bool> begun_{false};
     std::mutex mutex_;
     std::vector<Job> waiting_;
-    int64_t waitingSince_ = 0;
-    std::atomic<bool> drained_{false};
-    std::atomic<bool> told_{false};
     // Touched by the context's owner only.
     std::vector<Job> running_;
     uint64_t ran_ = 0;
@@ -164,9 +143,6 @@ class MainQueue {
 
 void postToMainQueue(Job job) {
     MainQueue::instance().post(std::move(job));
-}
-void noteMainQueueDelay() {
-    MainQueue::instance().noteDelay();
 }
 
 void X11Dispatch::mainAsync(Job job) {

@@ -16,8 +16,4 @@ class X11Dispatch final : public Dispatch {
 // Posts to the main queue; allocates nothing in steady state for a job that std::function keeps in itself.
 void postToMainQueue(Job job);
 
-// Says once in the log when jobs have waited for long in a main queue that nobody ever drained. For those who have
-// something to deliver and find the last delivery still waiting.
-void noteMainQueueDelay();
-
 }  // namespace orvo::platform::x11

@@ -13,7 +13,6 @@
 #include "ScreenCapture/platform/x11/desktop_model.h"
 #include "ScreenCapture/platform/x11/dispatch.h"
 #include "ScreenCapture/platform/x11/sample_output.h"
-#include "xplatform/common/orvosyslog.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -105,7 +104,6 @@ class CaptureEngine : public std::enable_shared_from_this<CaptureEngine> {
     void begin(uint64_t run) {
         if (!isCurrent(run)) return;  // stopped meanwhile
         activeRun_ = run;
-        toldOfDrops_ = false;
         const bool done = runJob([this] {
             auto connection = Connection::open();
             if (!connection) return;
@@ -139,18 +137,12 @@ class CaptureEngine : public std::enable_shared_from_this<CaptureEngine> {
             case TickResult::frame:
                 return output_->offer(activeRun_, session_->frame(), time);
             case TickResult::dropped:
-                return noteDrop(session_->whyDropped());
+                return output_->noteDrop(session_->whyDropped());
             case TickResult::serverLost:
                 return fail(&DisplayCaptureDelegate::onRuntimeError, "the connection to the X server is lost");
             case TickResult::displayGone:
                 return fail(&DisplayCaptureDelegate::onInterruption, "the display is gone");
         }
-    }
-
-    void noteDrop(NoImage why) {
-        output_->noteDrop(why);
-        if (std::exchange(toldOfDrops_, true)) return;
-        syslog_ex(1, ESYSLOG_WARN, "X11", __LINE__, "display capture drops frames: %s", describe(why));
     }
 
     // Ends the run and says why, unless it was stopped meanwhile.
@@ -185,7 +177,6 @@ class CaptureEngine : public std::enable_shared_from_this<CaptureEngine> {
     std::optional<CaptureRun> session_;
     std::shared_ptr<Timer> timer_;
     uint64_t interval_ = 0;
-    bool toldOfDrops_ = false;
 };
 
 class X11DisplayCapture final : public DisplayCapture {

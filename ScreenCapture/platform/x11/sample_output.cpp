@@ -30,7 +30,7 @@ void SampleOutput::offer(uint64_t run, const Ref<software::Frame>& frame, const 
         mustPost = !std::exchange(posted_, true);
     }
     if (replaced) noteDrop(NoImage::hostBusy);
-    if (!mustPost) return noteMainQueueDelay();
+    if (!mustPost) return;
     // A plain pointer fits into the job itself, so that posting allocates nothing.
     auto* self = Ref<SampleOutput>::retain(this).leak();
     try {
