@@ -89,5 +89,6 @@ class OrvoScreenCaptureImpl {
     std::shared_ptr<OrvoCaptureSettings> m_settings;
 };
 
-// Made when the library is loaded; nobody deletes it. Null in a child that is forked after the first call.
+// Made when the library is loaded; nobody deletes it. Null in a child that is forked after the first call. A host that
+// is not compiled as position-independent code has this variable in itself, so the library reads it like a foreign one.
 extern "C" ORVO_API OrvoScreenCaptureImpl* g_pScreenCaptureImpl;

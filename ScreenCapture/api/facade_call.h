@@ -9,12 +9,17 @@
 
 namespace orvo::api {
 
+// This copy's facade; null where the exported pointer is. That pointer is one variable for every copy of the library in
+// a process whose host was linked with one: the copies share its null, not their facades.
+OrvoScreenCaptureImpl* facade();
+
 // call(facade) gives the answer. No exception crosses the C boundary.
 template <typename Answer, typename Call>
 Answer ask(Answer neutral, Call&& call) noexcept {
-    if (!g_pScreenCaptureImpl) return neutral;
-    g_pScreenCaptureImpl->noteUse();
-    orvo::platform::contained([&] { neutral = call(*g_pScreenCaptureImpl); },
+    OrvoScreenCaptureImpl* const own = facade();
+    if (!own) return neutral;
+    own->noteUse();
+    orvo::platform::contained([&] { neutral = call(*own); },
                               [](const char* name, const char* reason) {
                                   syslog_ex(1, 1, "SC", __LINE__, "call failed: %s: %s", name, reason);
                               });

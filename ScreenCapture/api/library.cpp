@@ -2,26 +2,35 @@
 #include <pthread.h>
 
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
+#include "ScreenCapture/api/facade_call.h"
 #include "ScreenCapture/log/leave_log.h"
 
 constinit OrvoScreenCaptureImpl* g_pScreenCaptureImpl = nullptr;
 
 namespace {
 
+constinit OrvoScreenCaptureImpl* gFacade = nullptr;  // this copy's own
+
 // A forked child has none of the library's threads, and its locks may be held by one of them for ever. Where nothing
 // was called before, there is neither.
 void inForkedChild() {
-    if (!g_pScreenCaptureImpl || !g_pScreenCaptureImpl->isUsed()) return;
-    g_pScreenCaptureImpl = nullptr;
+    if (!gFacade || !gFacade->isUsed()) return;
+    if (g_pScreenCaptureImpl == gFacade) g_pScreenCaptureImpl = nullptr;
+    gFacade = nullptr;
     ORVO::ScreenCapture::leave_log();
 }
 
 struct Loader {
     Loader() {
-        g_pScreenCaptureImpl = new OrvoScreenCaptureImpl();
+        gFacade = new OrvoScreenCaptureImpl();
+        if (!g_pScreenCaptureImpl) g_pScreenCaptureImpl = gFacade;
         pthread_atfork(nullptr, nullptr, inForkedChild);
     }
 };
 [[maybe_unused]] const Loader loader;
 
 }  // namespace
+
+OrvoScreenCaptureImpl* orvo::api::facade() {
+    return g_pScreenCaptureImpl ? gFacade : nullptr;
+}

@@ -1,0 +1,17 @@
+#!/bin/bash
+# The exported pointer is one variable for library and host, however the host is compiled.
+# usage: pointer_test.sh SOURCE_FOLDER LIBRARY C_COMPILER...
+set -euo pipefail
+root=$1 library=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cp -L "$library" "$work/libOther.so"
+for compiler in "${@:3}"; do
+    for options in '-fno-pic -no-pie' '-fPIE -pie' ''; do
+        echo "$compiler $options"
+        # shellcheck disable=SC2086
+        "$compiler" $options -Wall -Wextra -Werror -I"$root/include" "$root/tests/host/pointer_host.c" "$library" \
+            -Wl,-rpath,"$(dirname "$library")" -o "$work/host"
+        "$work/host" "$work/libOther.so"
+    done
+done
