@@ -34,15 +34,17 @@ extern "C" {
  * Makes the capture objects. A second call does nothing until orvo_screencapture_uninit.
  * @threads any
  * @memory none
- * @errors none: what the system lacks shows when it is needed
+ * @errors what the system lacks shows when it is needed; when the objects themselves cannot be made,
+ *         orvo_screencapture_get_statistics tells why, and the next call tries again
  */
 ORVO_API void orvo_screencapture_init(void);
 
 /**
- * Stops the capture and drops the capture objects. Nothing is called back once it has returned and calls that were
- * under way have ended.
- * @threads any; a callback that runs on another thread is awaited for a bounded time
- * @memory none
+ * Stops the capture and drops the capture objects. No callback begins afterwards. One that runs on another thread is
+ * awaited for a second at most, and not at all when the call comes from inside a callback: such a callback may still
+ * run when this has returned.
+ * @threads any
+ * @memory what callbacks use, their user data too, may be freed once this has returned and no callback is still running
  * @errors none
  */
 ORVO_API void orvo_screencapture_uninit(void);
@@ -69,7 +71,8 @@ ORVO_API void orvo_screencapture_set_log_level(int level, const char* logFolder)
 ORVO_API void orvo_screencapture_start_capture(void);
 
 /**
- * Stops capturing. The target and all settings stay.
+ * Stops capturing, on the path of the chosen target. A capture on the other path, which ran when the target was chosen,
+ * goes on without frames until the next start. The target and all settings stay.
  * @threads queued
  * @memory none
  * @errors neutral before init
@@ -77,8 +80,8 @@ ORVO_API void orvo_screencapture_start_capture(void);
 ORVO_API void orvo_screencapture_stop_capture(void);
 
 /**
- * Asks whether frames are being captured; calls that are still queued do not count yet.
- * @return whether a capture runs now
+ * Asks whether the path of the chosen target captures; calls that are still queued do not count yet.
+ * @return whether it runs now; a capture on the other path does not count
  * @threads any
  * @memory none
  * @errors neutral before init
@@ -123,7 +126,7 @@ ORVO_API void orvo_screencapture_set_resolution(int width, int height);
 ORVO_API void orvo_screencapture_set_resolution_mode(OrvoScreenCaptureResolutionMode mode);
 
 /**
- * Shows or leaves out the mouse cursor. Shown at first.
+ * Shows or leaves out the mouse cursor. Shown at first, and on displays again whenever another display is chosen.
  * @param visible 0 or not 0
  * @threads queued
  * @memory none
@@ -132,7 +135,8 @@ ORVO_API void orvo_screencapture_set_resolution_mode(OrvoScreenCaptureResolution
 ORVO_API void orvo_screencapture_set_cursor_visible(int visible);
 
 /**
- * Draws a ring around the pointer while a button is down, on displays. Off at first.
+ * Draws a ring around the pointer while a button is down, on displays. Off at first, and again whenever another display
+ * is chosen.
  * @param enable 0 or not 0
  * @threads queued
  * @memory none
@@ -151,28 +155,35 @@ ORVO_API void orvo_screencapture_set_capture_video_pixel_format(OrvoScreenCaptur
 
 /* ---- Targets ----
  * A new target of the same path is taken over while the capture runs. Between the two paths, displays and rectangles on
- * one side and windows and displays without some windows on the other, stop, choose and start again.
+ * one side and windows and displays without some windows on the other, stop, choose and start again: a choice alone
+ * ends the frames.
  */
 
 /**
- * Captures a whole display. With excluded windows the display is captured on the window path without them.
+ * Captures a display. The one that is chosen already keeps its rectangle: orvo_screencapture_set_target_rect with a
+ * width of 0 shows all of it again. With excluded windows the display is captured on the window path without them.
  * @param screenID from orvo_screencapture_enum_screen_list; it is not checked
  * @return always false, also on success
  * @threads queued
  * @memory none
- * @errors an unknown display shows when the capture starts; neutral before init
+ * @errors of an unknown display no frame and no error comes, only a log line and the reason in the statistics at the
+ *         start; neutral before init
  */
 ORVO_API bool orvo_screencapture_set_target_screen(unsigned int screenID);
 
 /**
- * Captures a rectangle of a display. An id that is no display is taken as a window.
+ * Captures a rectangle of a display. An id that is no display is taken as a window. With excluded windows, and for a
+ * window, the rectangle becomes that of orvo_screencapture_set_target_window_rect: it is not checked but cut to the
+ * picture, and stays for later targets of the window path.
  * @param screenID the display
- * @param left,top points from the display's top-left corner
- * @param width,height points
+ * @param left,top points from the display's top-left corner; where they are negative the rectangle is cut
+ * @param width,height points; zero or less in either means the whole display
  * @return true after orvo_screencapture_init, whatever becomes of the request
  * @threads queued; asks the system for its displays first
  * @memory none
- * @errors a rectangle that reaches beyond the display is refused with a log line, and the earlier one stays
+ * @errors a rectangle that reaches beyond the right or bottom edge is refused with a log line: on the display that was
+ *         chosen before, its earlier rectangle stays; another display is captured whole; and where windows are
+ *         captured, their frames end until the next start
  */
 ORVO_API bool orvo_screencapture_set_target_rect(unsigned int screenID, int left, int top, int width, int height);
 
@@ -182,7 +193,8 @@ ORVO_API bool orvo_screencapture_set_target_rect(unsigned int screenID, int left
  * @return true after orvo_screencapture_init, whatever becomes of the request
  * @threads queued
  * @memory none
- * @errors an unknown window shows in the status and error callbacks; neutral before init
+ * @errors an unknown window shows in the error callback only, as ORVO_CAPTURE_ERROR_NO_CONTENT: at once when no picture
+ *         was ever good, else after three seconds, and then with every tick; neutral before init
  */
 ORVO_API bool orvo_screencapture_set_target_window(unsigned int windowID);
 
@@ -201,7 +213,9 @@ ORVO_API bool orvo_screencapture_set_target_window(unsigned int windowID);
 ORVO_API bool orvo_screencapture_set_extra_target_windows(unsigned int* windows, int count, bool add);
 
 /**
- * Leaves windows out of composed pictures, or lets them in again.
+ * Leaves windows out of composed pictures, those of ORVO_WINDOW_MODE_APPLICATION and of displays on the window path,
+ * or lets them in again. A display or rectangle that is captured already goes on with them: choose it again, and start
+ * again.
  * @param windows the numbers
  * @param count how many
  * @param add true leaves out, false lets in
@@ -222,7 +236,7 @@ ORVO_API void orvo_screencapture_set_excluded_windows(unsigned int* windows, int
 ORVO_API bool orvo_screencapture_set_target_window_mode(OrvoScreenCaptureWindowMode mode);
 
 /**
- * Crops window frames. All zero means no cropping.
+ * Crops the frames of the window path, also of targets that are chosen later. All zero means no cropping.
  * @param left,top points from the picture's top-left corner, multiplied by the main screen's scale
  * @param width,height points, multiplied likewise
  * @return true after orvo_screencapture_init, whatever becomes of the request

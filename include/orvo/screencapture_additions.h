@@ -89,11 +89,11 @@ ORVO_API bool orvo_screencapture_get_window_owner(unsigned int windowID, OrvoScr
 /** What has happened since orvo_screencapture_init. */
 typedef struct OrvoScreenCaptureStatistics {
     uint64_t framesDelivered;        /**< frames that a frame callback was called with */
-    uint64_t ticksMerged;            /**< ticks that gave no frame of their own because one before took too long */
-    uint64_t framesDropped;          /**< ticks that gave no usable picture, and pictures that no buffer was free for */
+    uint64_t ticksMerged;            /**< ticks that never came because one before took too long */
+    uint64_t framesDropped;          /**< ticks that came and reached no frame callback: lastErrorReason tells why */
     uint32_t longestGapMilliseconds; /**< between two frames of one target while the capture ran */
     int32_t lastErrorCode;           /**< the last ORVO_CAPTURE_ERROR_* that was told; 0: none */
-    char lastErrorReason[120];       /**< why there was an error or no picture, in words; UTF-8, zero-terminated */
+    char lastErrorReason[120];       /**< why no frame came or there was an error; UTF-8, zero-terminated */
 } OrvoScreenCaptureStatistics;
 
 /**
@@ -102,7 +102,8 @@ typedef struct OrvoScreenCaptureStatistics {
  * @return whether there are figures
  * @threads any
  * @memory none
- * @errors false for NULL, and before orvo_screencapture_init
+ * @errors false for NULL, before orvo_screencapture_init and after orvo_screencapture_uninit; after an
+ *         orvo_screencapture_init that failed, true with the reason
  */
 ORVO_API bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics);
 

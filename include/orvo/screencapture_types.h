@@ -66,8 +66,8 @@ enum {
 
 /** Codes of orvo_capture_error_callback. */
 enum {
-    ORVO_CAPTURE_ERROR_NO_SOURCE = 2,  /**< capture was started with no target chosen */
-    ORVO_CAPTURE_ERROR_NO_CONTENT = 3, /**< the target gave no usable picture for more than three seconds, or is gone */
+    ORVO_CAPTURE_ERROR_NO_SOURCE = 2,   /**< capture was started with no target chosen */
+    ORVO_CAPTURE_ERROR_NO_CONTENT = 3,  /**< no usable picture for three seconds, or the display is gone */
     ORVO_CAPTURE_ERROR_INTERRUPTED = 4, /**< the capture device failed or was interrupted; start again */
 };
 
@@ -100,12 +100,13 @@ typedef struct OrvoScreenCaptureFrameFormat {
     int32_t pixelFormat; /**< 100 when the host asked for the system's buffer, else 4 */
 } OrvoScreenCaptureFrameFormat;
 
-/** Four edges in points of the global display space, origin at the main display's top-left corner, y downwards. */
+/** A window: four edges in points, origin at the main display's top-left corner, y downwards.
+ *  A display: its bottom-left corner in points, y upwards from that of the main display, then width and height. */
 typedef struct OrvoScreenCaptureRect {
     int32_t left;   /**< points */
-    int32_t top;    /**< points */
-    int32_t right;  /**< points */
-    int32_t bottom; /**< points */
+    int32_t top;    /**< points; of a display the bottom edge */
+    int32_t right;  /**< points; of a display the width */
+    int32_t bottom; /**< points; of a display the height */
 } OrvoScreenCaptureRect;
 
 /** One display. */
@@ -163,7 +164,10 @@ typedef struct OrvoScreenCaptureProcessWindow {
  */
 
 /**
- * A capture error.
+ * A capture error. 3 for pictures comes when none was good for three seconds, or at once when none ever was, and again
+ * with every tick until one comes. All targets share the time of the last good picture: while one of them gives
+ * pictures, another that gives none is no error, but its reason stands in the log and in the statistics. A display of
+ * the window path that is gone is one 3 and ends the capture; 2 and 4 come once too.
  * @param errorCode one of ORVO_CAPTURE_ERROR_*
  * @param userData the pointer of the registration
  * @threads the starting thread (2), the capture queue (3), the main queue (3 and 4)

@@ -80,8 +80,10 @@ void XServer::launch() {
 }
 
 void XServer::restart() {
-    send(pid_, SIGKILL);
-    waitFor(pid_);
+    if (pid_ >= 0) {
+        send(pid_, SIGKILL);
+        waitFor(pid_);
+    }
     launch();
 }
 
