@@ -56,6 +56,7 @@ class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowC
     static orvo::platform::Picture ImageFromPixelBuffer(orvo::platform::PixelBuffer& buffer);
 
   private:
+    friend struct CaptureSessionPeer;  // tests run single ticks
     using Numbers = std::vector<uint32_t>;
     using ImageRef = orvo::platform::Ref<orvo::platform::Image>;
     template <typename Change>

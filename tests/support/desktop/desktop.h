@@ -50,7 +50,6 @@ struct ScriptedWindow {
     std::map<std::string, platform::Attribute> answers{};  // to questions for attributes, instead of the usual ones
     platform::NoImage refuses = platform::NoImage::none;   // why there is no picture of it
     platform::Ref<Bitmap> picture{};                       // instead of the pattern
-    uint64_t version = 0;                                  // of its picture
     uint64_t identity = 0;                                 // a number that returns is another window; set by addWindow
 };
 

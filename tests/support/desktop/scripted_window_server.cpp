@@ -1,5 +1,9 @@
 // Window lists and pictures of the scripted desktop.
 #include <algorithm>
+#include <cstring>
+#include <sstream>
+
+#include "ScreenCapture/platform/version.h"
 
 #include "support/desktop/desktop.h"
 #include "support/desktop/services.h"
@@ -28,7 +32,6 @@ platform::Ref<Bitmap> pictureOfWindow(Desktop& desktop, const ScriptedWindow& wi
     if (window.picture) return window.picture;
     const double scale = scaleAt(desktop, window.bounds);
     auto image = pattern(window.number, pixels(window.bounds.width, scale), pixels(window.bounds.height, scale));
-    image->versionNumber = window.version;
     return image;
 }
 
@@ -69,6 +72,28 @@ Shot compose(Desktop& desktop, const Rect& area, const std::vector<uint32_t>& nu
     return Shot(image);
 }
 
+// Everything that questions about displays, applications and windows are answered from. Nothing where a test has put
+// answers of its own: what they depend on is not known here.
+std::string factsOf(const Desktop& desktop) {
+    std::ostringstream facts;
+    for (const auto& d : desktop.displays) facts << d.number << ' ' << words(d.bounds) << ' ' << d.scale << '\n';
+    for (const auto& a : desktop.applications)
+        facts << a.pid << ' ' << a.name << '\t' << a.bundleIdentifier << '\t' << a.active << a.hidden << '\n';
+    for (const auto& w : desktop.windows) {
+        if (!w.answers.empty()) return {};
+        facts << w.number << ' ' << w.pid << ' ' << w.identity << ' ' << w.title << '\t' << words(w.bounds) << ' '
+              << w.layer << ' ' << w.alpha << ' ' << w.ownerName << '\t' << w.subrole << ' ' << w.isDesktopElement
+              << w.minimized << w.fullScreen << w.accessible << '\n';
+    }
+    return facts.str();
+}
+
+platform::Ref<Bitmap> copyOf(const platform::Image& image) {
+    auto copy = platform::makeCounted<Bitmap>(image.width(), image.height());
+    std::memcpy(copy->paint({}), image.bytes(), image.bytesPerRow() * static_cast<size_t>(image.height()));
+    return copy;
+}
+
 class ScriptedGrabber final : public platform::Grabber {
   public:
     ScriptedGrabber(Desktop& desktop, uint32_t target, bool isScreen) : desktop_(desktop), target_(target) {
@@ -82,7 +107,7 @@ class ScriptedGrabber final : public platform::Grabber {
         desktop_.pictures.push_back("window " + std::to_string(target_));
         const auto* found = desktop_.window(target_);
         gone_ = gone_ || !found || found->identity != identity_;
-        return gone_ ? Shot(NoImage::gone) : shotOfWindow(desktop_, target_);
+        return gone_ ? Shot(NoImage::gone) : numbered(shotOfWindow(desktop_, target_));
     }
     Shot area(const Rect& area) override {
         auto pass = desktop_.gate.enter("grabArea");
@@ -92,7 +117,7 @@ class ScriptedGrabber final : public platform::Grabber {
         for (const auto& window : desktop_.windows) {
             if (!window.isDesktopElement) numbers.push_back(window.number);
         }
-        return compose(desktop_, area, numbers);
+        return numbered(compose(desktop_, area, numbers));
     }
     Shot composed(const Rect& bounds, const std::vector<uint32_t>& windows) override {
         auto pass = desktop_.gate.enter("grabComposed");
@@ -100,17 +125,33 @@ class ScriptedGrabber final : public platform::Grabber {
         std::string asked = "composed " + words(bounds) + ":";
         for (uint32_t number : windows) asked += " " + std::to_string(number);
         desktop_.pictures.push_back(asked);
-        return compose(desktop_, bounds, windows);
+        return numbered(compose(desktop_, bounds, windows));
     }
     Shot display() override {
         auto pass = desktop_.gate.enter("grabDisplay");
         if (!pass) return NoImage::failed;
         desktop_.pictures.push_back("display " + std::to_string(target_));
         gone_ = gone_ || !desktop_.display(target_);
-        return gone_ ? Shot(NoImage::gone) : shotOfDisplay(desktop_, target_);
+        return gone_ ? Shot(NoImage::gone) : numbered(shotOfDisplay(desktop_, target_));
     }
 
   private:
+    // A picture that equals the one before has its version, as on a desktop that is told of damage.
+    Shot numbered(Shot shot) {
+        const auto& image = shot.image;
+        if (!image || !image->bytes() || image->bitsPerPixel() != 32) return shot;
+        const size_t size = image->bytesPerRow() * static_cast<size_t>(image->height());
+        if (!last_ || last_->width() != image->width() || last_->height() != image->height() ||
+            std::memcmp(last_->bytes(), image->bytes(), size) != 0) {
+            last_ = copyOf(*image);
+            last_->versionNumber = platform::nextVersion();
+        }
+        auto own = copyOf(*image);  // which the cursor may be painted into
+        own->versionNumber = last_->versionNumber;
+        return Shot(own);
+    }
+
+    platform::Ref<Bitmap> last_;  // picture, with its version
     Desktop& desktop_;
     const uint32_t target_;
     uint64_t identity_ = 0;
@@ -121,6 +162,14 @@ class ScriptedWindowServer final : public platform::WindowServer {
   public:
     explicit ScriptedWindowServer(Desktop& desktop) : desktop_(desktop) {}
 
+    uint64_t desktopVersion() override {
+        auto pass = desktop_.gate.enter("desktopVersion");
+        std::string facts = factsOf(desktop_);
+        if (!pass || facts.empty()) return 0;
+        if (facts != facts_) version_ = platform::nextVersion();
+        facts_ = std::move(facts);
+        return version_;
+    }
     std::vector<platform::WindowInfo> onScreenWindows() override {
         auto pass = desktop_.gate.enter("onScreenWindows");
         std::vector<platform::WindowInfo> list;
@@ -157,6 +206,8 @@ class ScriptedWindowServer final : public platform::WindowServer {
 
   private:
     Desktop& desktop_;
+    std::string facts_;  // at the last version
+    uint64_t version_ = 0;
 };
 
 }  // namespace

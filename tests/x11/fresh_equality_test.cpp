@@ -1,0 +1,111 @@
+// Long captures and fresh ones show the same on a real server, whatever is set and whatever happens.
+#include "support/fresh_equality.h"
+
+#include <unistd.h>
+
+#include <fstream>
+
+#include "ScreenCapture/platform/platform.h"
+#include "ScreenCapture/thumbnail/OrvoAppProxy.h"
+#include "support/temporary_folder.h"
+#include "support/x11/repainter.h"
+
+namespace orvo::testing {
+namespace {
+
+class RealScene final : public Scene {
+  public:
+    RealScene() : server_("320x240x24"), windows_(server_), painter_(windows_.painter()) {
+        // Its animations would go on after it has answered.
+        std::ofstream(folder_.path() + "/rc.xml") << "<openbox_config xmlns=\"http://openbox.org/3.4/rc\"><theme>"
+                                                     "<animateIconify>no</animateIconify></theme></openbox_config>";
+        server_.start({"openbox", "--sm-disable", "--config-file", folder_.path() + "/rc.xml"});
+        if (!windows_.awaitManager()) throw std::runtime_error("no window manager");
+        repainter_ = std::make_unique<Repainter>(windows_);
+        numbers_ = {
+            repainter_->make({.area = {20, 30, 120, 90}, .title = "below", .background = 0x102030}),
+            repainter_->make({.area = {60, 60, 100, 80}, .title = "no background", .background = 0x405060}, false),
+            repainter_->make({.area = {110, 20, 90, 100}, .title = "shaped", .background = 0x708090}),
+            repainter_->make({.area = {90, 90, 60, 40}, .overrideRedirect = true, .background = 0xA0B0C0})};
+        windows_.setNumber(numbers_[1], "WM_TRANSIENT_FOR", XCB_ATOM_WINDOW, numbers_[0]);
+        for (size_t i = 0; i < 3; i++)
+            if (!windows_.awaitMapped(numbers_[i])) throw std::runtime_error("a window is not mapped");
+        setMonitor(0, 0, 200);
+        repainter_->settle();
+    }
+
+    std::vector<uint32_t> windows() override { return numbers_; }
+    std::vector<uint32_t> displays() override {
+        std::vector<uint32_t> numbers;
+        for (const auto& screen : platform::platform().displays().screens()) numbers.push_back(screen.number);
+        return numbers;
+    }
+    bool shows(uint32_t target) override {
+        std::vector<uint32_t> shown;
+        platform::platform().windowServer().onScreenNumbers(shown);
+        const auto all = displays();
+        return std::count(shown.begin(), shown.end(), target) + std::count(all.begin(), all.end(), target) > 0;
+    }
+    void settle() override { repainter_->settle(); }
+
+    std::vector<Move> events() override {
+        const auto on = [this](auto act) { return [this, act](Dice& dice) { act(dice.oneOf(numbers_), dice); }; };
+        const auto part = [](Dice& dice) {
+            return Area{dice.number(-10, 100), dice.number(-10, 80), dice.number(1, 80), dice.number(1, 80)};
+        };
+        return {
+            {"paint", 5,
+             on([=, this](auto window, Dice& dice) { repainter_->paint(window, part(dice), dice.colour()); })},
+            {"move", 2, on([this](auto window, Dice& dice) {
+                 painter_.move(window, dice.number(-40, 280), dice.number(-40, 200));
+             })},
+            {"resize", 2, on([this](auto window, Dice& dice) {
+                 windows_.resize(window, dice.number(20, 200), dice.number(20, 160));
+             })},
+            {"raise", 2, on([this](auto window, Dice&) { painter_.raise(window); })},
+            {"lower", 1, on([this](auto window, Dice&) { windows_.lower(window); })},
+            {"iconify", 1, on([this](auto window, Dice&) { windows_.iconify(window); })},
+            {"hide or show", 1,
+             [](Dice& dice) {
+                 const auto application = OrvoAppProxy::initWithPID(getpid());
+                 dice.coin() ? application->hide() : application->show();
+             }},
+            {"map", 4, on([this](auto window, Dice&) { windows_.map(window); })},
+            {"unmap", 1, [this](Dice&) { windows_.unmap(numbers_[3]); }},
+            {"shape", 2, [=, this](Dice& dice) { painter_.shape(numbers_[2], part(dice)); }},
+            {"pointer", 2, [this](Dice& dice) { painter_.warpPointer(dice.number(0, 319), dice.number(0, 239)); }},
+            {"background", 2, [this](Dice& dice) { windows_.setBackground(dice.colour()); }},
+            {"root", 1, [this](Dice& dice) { painter_.setRootBackground(dice.colour()); }},
+            {"monitor", 2,
+             [this](Dice& dice) { setMonitor(dice.number(0, 60), dice.number(0, 40), dice.number(100, 200)); }, true},
+            {"screen", 1,
+             [this](Dice& dice) {
+                 server_.run({"xrandr", "--fb", dice.coin() ? "320x240" : "300x200"});
+             },
+             true},
+        };
+    }
+
+  private:
+    void setMonitor(int x, int y, int width) {
+        const auto text = [](int number) { return std::to_string(number); };
+        server_.run({"xrandr", "--setmonitor", "left",
+                     text(width) + "/50x" + text(200) + "/50+" + text(x) + "+" + text(y), "screen"});
+    }
+
+    TemporaryFolder folder_;
+    XServer server_;
+    Windows windows_;
+    Painter& painter_;
+    std::unique_ptr<Repainter> repainter_;
+    std::vector<uint32_t> numbers_;
+};
+
+TEST(FreshEquality, ALongCaptureShowsWhatAFreshOneShows) {
+    const bool full = std::getenv("ORVO_TEST_FULL");
+    expectFreshEquality([] { return std::make_unique<RealScene>(); }, full ? seedsTo(40) : std::vector{26, 38, 40},
+                        full ? 30 : 20);
+}
+
+}  // namespace
+}  // namespace orvo::testing
