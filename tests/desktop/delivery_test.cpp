@@ -154,6 +154,8 @@ TEST_F(Delivery, StatisticsTellWhatBecameOfTheTicks) {
     orvo_screencapture_get_statistics(&figures);
     EXPECT_EQ(figures.lastErrorCode, 4);
     EXPECT_STREQ(figures.lastErrorReason, "unplugged");
+    orvo_screencapture_uninit();
+    EXPECT_FALSE(orvo_screencapture_get_statistics(&figures));
 }
 
 TEST_F(Delivery, PermissionsAreThoseOfTheSystem) {

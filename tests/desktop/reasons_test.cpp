@@ -1,5 +1,5 @@
 // Wherever no frames come, the log and the statistics say why: a warning once in a run, and the last reason.
-#include <functional>
+#include <sstream>
 
 #include "orvo/screencapture_additions.h"
 #include "support/desktop/host.h"
@@ -15,18 +15,30 @@ class Reasons : public DesktopTest {
         desk.addWindow({.number = 8, .pid = 100, .title = "Tools", .bounds = {50, 40, 40, 40}});
         desk.addWindow({.number = 7, .pid = 100, .title = "Editor", .bounds = {10, 20, 64, 48}});
     }
-    void start(bool runsMainQueue = true) {
-        orvo_screencapture_start_capture();
+    // One word of a host or of what happens to it; "start 1" leaves the main queue alone.
+    void perform(const std::string& word, unsigned int number) {
+        if (word == "screen") orvo_screencapture_set_target_screen(number);
+        if (word == "window") orvo_screencapture_set_target_window(number);
+        if (word == "extra") orvo_screencapture_set_extra_target_windows(&number, 1, true);
+        if (word == "mode") orvo_screencapture_set_target_window_mode(static_cast<int>(number));
+        if (word == "exclude") orvo_screencapture_set_excluded_windows(&number, 1, true);
+        if (word == "wide") orvo_screencapture_set_target_rect(number, 1, 0, 1920, 10);
+        if (word == "high") orvo_screencapture_set_target_rect(number, 0, 1, 10, 1080);
+        if (word == "left") orvo_screencapture_set_target_rect(number, -10, 0, 10, 10);
+        if (word == "below") orvo_screencapture_set_target_rect(number, 0, INT_MAX, 5, 5);
+        if (word == "silence") host.silenceFrames();
+        if (word == "silence" && number == 4) orvo_screencapture_reg_mutiple_captured_frame_available_notify({}, {});
+        if (word == "start") orvo_screencapture_start_capture();
+        if (word == "stop") orvo_screencapture_stop_capture();
         runSteps();
-        if (runsMainQueue) desk.stepper.run(mainQueue);
-    }
-    void startDisplay(uint32_t number) {
-        orvo_screencapture_set_target_screen(number);
-        start();
-    }
-    void startWindow(uint32_t number) {
-        orvo_screencapture_set_target_window(number);
-        start();
+        if (word == "start" && number == 0) desk.stepper.run(mainQueue);
+        if (word == "pass") pass();
+        if (word == "unplug") desk.removeDisplay(number);
+        if (word == "close") desk.closeWindow(number);
+        if (word == "narrow") desk.window(number)->picture = pattern(7, 1, 10);
+        if (word == "refuse") desk.gate.failEvery("grabber");
+        if (word == "busy") desk.device().output.lock()->onDropped(platform::NoImage::hostBusy);
+        if (word == "wait") desk.stepper.advance(number);
     }
     // Two seconds: ticks of both paths, with what they queue.
     void pass() {
@@ -41,160 +53,65 @@ class Reasons : public DesktopTest {
         orvo_screencapture_get_statistics(&figures);
         return figures;
     }
-    static void listenForNothing() {
-        orvo_screencapture_reg_captured_frame_available_notify(nullptr, nullptr);
-        orvo_screencapture_reg_mutiple_captured_frame_available_notify(nullptr, nullptr);
+    static long logged(const std::string& line) {
+        const auto log = takeLog();
+        return std::count(log.begin(), log.end(), line);
     }
 };
 
 TEST_F(Reasons, AreLoggedOnceInARunAndStandInTheStatistics) {
-    unsigned int seven[] = {7};
     const struct {
+        const char* words;
         const char* reason;
-        std::function<void()> arrange;
-        uint32_t target = 0;  // named in the log
         bool drops = false;
+        const char* target = "";  // as the log names it
         int error = 0;
     } cases[] = {
-        {"no display has the number 99", [&] { startDisplay(99); }},
-        {"no window is chosen",
-         [&] {
-             orvo_screencapture_set_target_window_mode(1);
-             start();
-         }},
-        {"no frame callback is registered",
-         [&] {
-             listenForNothing();
-             startDisplay(1);
-         },
-         0, true},
-        {"no frame callback is registered",
-         [&] {
-             listenForNothing();
-             startWindow(7);
-         },
-         7, true},
-        {"no frame callback is registered for displays: that of window frames is never called",
-         [&] {
-             host.silenceFrames();
-             startDisplay(1);
-         },
-         0, true},
-        {"windows are excluded when the display is chosen again, not before",
-         [&] {
-             startDisplay(1);
-             orvo_screencapture_set_excluded_windows(seven, 1, true);
-             orvo_screencapture_set_excluded_windows(seven, 1, true);
-         }},
-        {"windows are excluded when the display is chosen again, not before",
-         [&] {
-             orvo_screencapture_set_target_screen(1);
-             orvo_screencapture_set_excluded_windows(seven, 1, true);
-             start();
-         }},
-        {"a window was chosen while a display is captured: start the capture again",
-         [&] {
-             startDisplay(1);
-             orvo_screencapture_set_target_window(7);
-         },
-         0, true},
-        {"a display was chosen while windows are captured: start the capture again",
-         [&] {
-             startWindow(7);
-             orvo_screencapture_set_target_screen(1);
-         },
-         0, true},
-        {"the rectangle was refused: it reaches beyond the right edge of the display",
-         [&] {
-             startWindow(7);
-             orvo_screencapture_set_target_rect(1, 1, 0, 1920, 10);
-         },
-         0, true},
-        {"the rectangle was refused: it reaches beyond the bottom edge of the display",
-         [&] { orvo_screencapture_set_target_rect(1, 0, 1, 10, 1080); }},
-        {"the rectangle lies beside the display", [&] { orvo_screencapture_set_target_rect(1, -10, 0, 10, 10); }},
-        {"the rectangle lies beside the display", [&] { orvo_screencapture_set_target_rect(1, 0, INT_MAX, 5, 5); }},
-        {"the display is gone",
-         [&] {
-             startWindow(2);
-             pass();
-             desk.removeDisplay(2);
-         },
-         0, false, ORVO_CAPTURE_ERROR_NO_CONTENT},
-        {"the picture is narrower than two pixels",
-         [&] {
-             desk.window(7)->picture = pattern(7, 1, 10);
-             startWindow(7);
-         },
-         7, true, ORVO_CAPTURE_ERROR_NO_CONTENT},
-        {"the target is gone",  // while the other one is captured there is no error
-         [&] {
-             orvo_screencapture_set_target_window(8);
-             runSteps();
-             orvo_screencapture_set_extra_target_windows(seven, 1, true);
-             start();
-             desk.closeWindow(7);
-         },
-         7, true},
-        {"the picture could not be taken",
-         [&] {
-             desk.gate.failEvery("grabber");
-             startWindow(7);
-         },
-         7, true},
-        {"unplugged",
-         [&] {
-             startDisplay(1);
-             desk.device().fail({"", "unplugged"});
-         },
-         0, false, ORVO_CAPTURE_ERROR_INTERRUPTED},
+        {"screen 99 start 0", "no display has the number 99"},
+        {"mode 1 start 0", "no window is chosen"},
+        {"silence 4 screen 1 start 0", "no frame callback is registered", true},
+        {"silence 4 window 7 start 0", "no frame callback is registered", true, "target 7: "},
+        {"silence 3 screen 1 start 0",
+         "no frame callback is registered for displays: that of window frames is never called", true},
+        {"screen 1 start 0 exclude 7 exclude 8", "windows are excluded when the display is chosen again, not before"},
+        {"screen 1 exclude 7 start 0", "windows are excluded when the display is chosen again, not before"},
+        {"screen 1 start 0 window 7", "a window was chosen while a display is captured: start the capture again", true},
+        {"window 7 start 0 screen 1", "a display was chosen while windows are captured: start the capture again", true},
+        {"window 7 start 0 wide 1", "the rectangle was refused: it reaches beyond the right edge of the display", true},
+        {"high 1", "the rectangle was refused: it reaches beyond the bottom edge of the display"},
+        {"left 1", "the rectangle lies beside the display"},
+        {"below 1", "the rectangle lies beside the display"},
+        {"window 2 start 0 pass 0 unplug 2", "the display is gone", false, "", ORVO_CAPTURE_ERROR_NO_CONTENT},
+        {"narrow 7 window 7 start 0", "the picture is narrower than two pixels", true,
+         "target 7: ", ORVO_CAPTURE_ERROR_NO_CONTENT},
+        // While the other one is captured there is no error.
+        {"window 8 extra 7 start 0 close 7", "the target is gone", true, "target 7: "},
+        {"refuse 0 window 7 start 0", "the picture could not be taken", true, "target 7: "},
+        {"screen 1 start 1 wait 3 busy 0", "the main queue is not run", true},
+        {"window 7 start 1 wait 3", "the main queue is not run"},
+        {"window 7 start 1 wait 2", ""},
+        {"window 7 start 1 wait 2 stop 0 wait 2", ""},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.words);
         TearDown();
         SetUp();
         init();
-        c.arrange();
-        runSteps();
+        std::istringstream words(c.words);
+        unsigned int number = 0;
+        for (std::string word; words >> word >> number;) perform(word, number);
         pass();
         EXPECT_STREQ(figures().lastErrorReason, c.reason);
-        EXPECT_EQ(figures().lastErrorCode, c.error) << c.reason;
-        EXPECT_EQ(figures().framesDropped > 0, c.drops) << c.reason;
-        const auto log = takeLog();
-        const std::string line = "2 CS " + (c.target ? "target " + std::to_string(c.target) + ": " : "") + c.reason;
-        EXPECT_EQ(std::count(log.begin(), log.end(), line), 1) << line;
-        EXPECT_LE(std::count(log.begin(), log.end(), "CS CaptureSession is not window !!!!!"), 3);  // of some 30
-    }
-}
-
-TEST_F(Reasons, AMainQueueThatIsNotRunIsNoticedAfterThreeSecondsOnBothPaths) {
-    for (const bool isWindow : {false, true}) {
-        for (const bool stops : {false, true}) {
-            init();
-            isWindow ? orvo_screencapture_set_target_window(7) : orvo_screencapture_set_target_screen(1);
-            start(false);
-            desk.stepper.advance(2.9);
-            if (stops) orvo_screencapture_stop_capture();
-            desk.stepper.advance(3);
-            if (auto output = isWindow ? nullptr : desk.device().output.lock())
-                output->onDropped(platform::NoImage::hostBusy);
-            EXPECT_EQ(std::string(figures().lastErrorReason) == "the main queue is not run", !stops);
-            const auto log = takeLog();
-            EXPECT_EQ(std::count(log.begin(), log.end(), "2 CS the main queue is not run"), stops ? 0 : 1);
-            start();  // it is run now
-            desk.stepper.advance(4);
-            for (const auto& line : takeLog()) EXPECT_EQ(line.find("main queue"), line.npos) << line;
-            orvo_screencapture_uninit();
-            desk.stepper.settle();
-        }
+        EXPECT_EQ(figures().lastErrorCode, c.error);
+        EXPECT_EQ(figures().framesDropped > 0, c.drops);
+        EXPECT_EQ(logged(std::string("2 CS ") + c.target + c.reason), *c.reason ? 1 : 0);
     }
 }
 
 TEST_F(Reasons, NumbersThatNoWindowHasAreDebugLines) {
-    unsigned int numbers[] = {7, 99};
     init();
-    orvo_screencapture_set_extra_target_windows(numbers, 2, true);
-    orvo_screencapture_set_excluded_windows(numbers, 2, true);
-    orvo_screencapture_set_excluded_windows(numbers, 2, false);
+    for (const char* word : {"extra", "exclude"})
+        for (const unsigned int number : {7, 99}) perform(word, number);
     takeLog();
     desk.stepper.settle();
     const std::string line = "4 unnamed no window on screen has the number 99";
@@ -206,14 +123,11 @@ TEST_F(Reasons, AnInitThatFailedLeavesItsReasonAndTheNextOneIsReal) {
     orvo_screencapture_init();
     desk.gate.failEvery("");
     EXPECT_STREQ(figures().lastErrorReason, "add 1");
-    EXPECT_FALSE(orvo_screencapture_is_capturing());
     init();
-    startDisplay(1);
+    perform("screen", 1);
+    perform("start", 0);
     deliver();
     EXPECT_EQ(host.take(), Lines{"frame"});
-    orvo_screencapture_uninit();
-    OrvoScreenCaptureStatistics figures{};
-    EXPECT_FALSE(orvo_screencapture_get_statistics(&figures));
 }
 
 }  // namespace
