@@ -27,7 +27,7 @@ class Reasons : public DesktopTest {
         if (word == "left") orvo_screencapture_set_target_rect(number, -10, 0, 10, 10);
         if (word == "below") orvo_screencapture_set_target_rect(number, 0, INT_MAX, 5, 5);
         if (word == "silence") host.silenceFrames();
-        if (word == "silence" && number == 4) orvo_screencapture_reg_mutiple_captured_frame_available_notify({}, {});
+        if (word == "deafen") orvo_screencapture_reg_mutiple_captured_frame_available_notify({}, {});
         if (word == "start") orvo_screencapture_start_capture();
         if (word == "stop") orvo_screencapture_stop_capture();
         runSteps();
@@ -69,9 +69,9 @@ TEST_F(Reasons, AreLoggedOnceInARunAndStandInTheStatistics) {
     } cases[] = {
         {"screen 99 start 0", "no display has the number 99"},
         {"mode 1 start 0", "no window is chosen"},
-        {"silence 4 screen 1 start 0", "no frame callback is registered", true},
-        {"silence 4 window 7 start 0", "no frame callback is registered", true, "target 7: "},
-        {"silence 3 screen 1 start 0",
+        {"silence 0 deafen 0 screen 1 start 0", "no frame callback is registered", true},
+        {"silence 0 deafen 0 window 7 start 0", "no frame callback is registered", true, "target 7: "},
+        {"silence 0 screen 1 start 0",
          "no frame callback is registered for displays: that of window frames is never called", true},
         {"screen 1 start 0 exclude 7 exclude 8", "windows are excluded when the display is chosen again, not before"},
         {"screen 1 exclude 7 start 0", "windows are excluded when the display is chosen again, not before"},
@@ -89,12 +89,12 @@ TEST_F(Reasons, AreLoggedOnceInARunAndStandInTheStatistics) {
         {"refuse 0 window 7 start 0", "the picture could not be taken", true, "target 7: "},
         {"screen 1 start 1 wait 3 busy 0", "the main queue is not run", true},
         {"window 7 start 1 wait 3", "the main queue is not run"},
-        {"window 7 start 1 wait 2", ""},
         {"window 7 start 1 wait 2 stop 0 wait 2", ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.words);
         TearDown();
+        host.take();
         SetUp();
         init();
         std::istringstream words(c.words);
@@ -103,6 +103,9 @@ TEST_F(Reasons, AreLoggedOnceInARunAndStandInTheStatistics) {
         pass();
         EXPECT_STREQ(figures().lastErrorReason, c.reason);
         EXPECT_EQ(figures().lastErrorCode, c.error);
+        EXPECT_EQ(host.count("error 3") > 0, c.error != 0);
+        // Without its display the capture has ended.
+        EXPECT_EQ(desk.stepper.timers().empty() && host.count("error 3") == 1, c.error && !c.drops);
         EXPECT_EQ(figures().framesDropped > 0, c.drops);
         EXPECT_EQ(logged(std::string("2 CS ") + c.target + c.reason), *c.reason ? 1 : 0);
     }

@@ -241,18 +241,6 @@ TEST_F(WindowSession, ANumberThatReturnsIsAnotherWindowUntilItIsChosenAgain) {
     EXPECT_EQ(nextFrame().format.width, 32);
 }
 
-TEST_F(WindowSession, AVanishedDisplayEndsTheCapture) {
-    desk.addDisplay({.number = 2, .bounds = {1920, 0, 32, 24}});
-    start(2);
-    EXPECT_EQ(nextFrame().window, 2u);
-    desk.removeDisplay(2);
-    nextFrame();
-    desk.stepper.run(mainQueue);
-    EXPECT_EQ(host.count("error 3"), 1u);
-    EXPECT_TRUE(desk.stepper.timers().empty());
-    EXPECT_FALSE(orvo_screencapture_is_capturing());
-}
-
 // That a result serves only while it is right is tried at random elsewhere.
 TEST_F(WindowSession, AnUnchangedPictureIsScaledOnce) {
     start(7);

@@ -261,25 +261,6 @@ TEST(DisplayCapture, AHangingServerIsARuntimeErrorWithinTheLimit) {
     server.resume();
 }
 
-TEST(DisplayCapture, AnUnpluggedDisplayIsAnInterruption) {
-    XServer server("200x100x24");
-    ASSERT_EQ(server.run({"xrandr", "--setmonitor", "right", "100/10x100/10+100+0", "none"}), 0);
-    uint32_t right = 0;
-    for (const auto& screen : platform::platform().displays().screens())
-        if (screen.frame.x == 100) right = screen.number;
-    Capture c(right);
-    ASSERT_NE(c.input, nullptr);
-    c.capture->startRunning();
-    ASSERT_TRUE(c.recorder->nextSample());
-    EXPECT_EQ(c.recorder->width, 100);
-    ASSERT_EQ(server.run({"xrandr", "--delmonitor", "right"}), 0);
-    ASSERT_TRUE(runUntil([&] { return c.recorder->interruptions > 0; }));
-    EXPECT_FALSE(c.capture->isRunning());
-    platform::runMainQueue(30);
-    EXPECT_EQ(c.recorder->interruptions, 1);
-    EXPECT_EQ(c.recorder->runtimeErrors, 0);
-}
-
 TEST(DisplayCapture, ADelegateThatIsGoneIsNotCalled) {
     const XServer server("64x64x24");
     Capture c;
