@@ -72,6 +72,7 @@ enum class NoImage {
     none,          // there is an image
     gone,          // the target does not exist, or no longer
     notOnScreen,   // it exists but shows nothing now: minimised, unmapped, empty
+    tooLarge,      // the window server has no picture of that size
     notPermitted,  // the system refuses
     noServer,      // the window server cannot be reached
     noBuffer,      // every buffer of the pool is in use
@@ -87,6 +88,8 @@ inline const char* describe(NoImage why) {
             return "the target is gone";
         case NoImage::notOnScreen:
             return "the target is not on screen";
+        case NoImage::tooLarge:
+            return "the target is larger than a picture can be";
         case NoImage::notPermitted:
             return "the system does not permit it";
         case NoImage::noServer:

@@ -29,8 +29,7 @@ class Grabber {
 
     // The target window alone, whatever covers it, without frame and shadow.
     virtual Shot window() = 0;
-    // The screen area (points, global, origin top-left) with every window there but desktop elements. The target's own
-    // life does not matter.
+    // The screen area (points, global, origin top-left) with every window there but desktop elements.
     virtual Shot area(const Rect& area) = 0;
     // The windows of the list (front to back), frames included, over a rectangle (points, global, origin top-left).
     // What no window covers is four zero bytes a pixel.

@@ -14,7 +14,6 @@ namespace {
 
 // One being delivered, one waiting, one being written, and five that a host may keep.
 constexpr size_t kMostFrames = 8;
-constexpr int kLargestSide = 32767;  // of what the server draws
 
 xcb_rectangle_t rectangle(const PixelRect& area) {
     return {static_cast<int16_t>(area.x), static_cast<int16_t>(area.y), static_cast<uint16_t>(area.width),
@@ -39,18 +38,19 @@ SceneGrabber::SceneGrabber(Connection& x, Heard others) : x_(x), others_(std::mo
     }
 }
 
-void SceneGrabber::pin(xcb_window_t window) {
+bool SceneGrabber::pin(xcb_window_t window) {
     kept_.push_back(window);
     pinned_ = sources_.emplace(window, std::make_unique<SceneSource>(x_, window)).first->second.get();
+    const auto size = x_.await<xcb_get_geometry_reply_t>(xcb_get_geometry(x_.raw(), window).sequence);
+    if (!size) return false;
+    pinned_->fit({0, 0, size->width + 2 * size->border_width, size->height + 2 * size->border_width});
+    x_.sync();  // whatever is drawn from here on goes into its picture
+    return true;
 }
 
 void SceneGrabber::handle(const xcb_generic_event_t& event) {
     for (auto& [window, source] : sources_)
         if (source->handle(event)) return;
-}
-
-PixelRect SceneGrabber::root() const {
-    return {0, 0, x_.screen()->width_in_pixels, x_.screen()->height_in_pixels};
 }
 
 void SceneGrabber::readEvents() {
@@ -82,7 +82,7 @@ Shot SceneGrabber::finish() {
 // The result, or anything when there is a slot that the server draws into.
 Shot SceneGrabber::ask(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows) {
     if (bounds.empty()) return NoImage::notOnScreen;
-    if (bounds.width > kLargestSide || bounds.height > kLargestSide) return NoImage::failed;
+    if (!fitsPicture(bounds)) return NoImage::tooLarge;
     const bool otherWindows = updateSources(layers, windows);
     const bool otherPictures = namePictures(layers);
     if (x_.lost()) return NoImage::noServer;
@@ -117,7 +117,8 @@ bool SceneGrabber::updateSources(const std::vector<SceneLayer>& layers, const Wi
         auto& source = sources_[layer.window];
         if (source) continue;
         source = std::make_unique<SceneSource>(x_, layer.window);
-        if (!windows.isSeenWhole(layer.window, root())) covered.push_back(source.get());
+        source->fit(layer.outer);
+        if (!windows.isSeenWhole(layer.window)) covered.push_back(source.get());
         changed = true;
     }
     if (!covered.empty() && x_.sync())
@@ -130,11 +131,13 @@ bool SceneGrabber::updateSources(const std::vector<SceneLayer>& layers, const Wi
 void SceneGrabber::expect(const DesktopWindow& window, const WindowList& windows) {
     auto& source = sources_[window.number];
     if (source) return;
-    const bool shows = windows.isSeenWhole(window.number, root());
+    const bool shows = windows.isSeenWhole(window.number);
     // What the screen shows needs no repaint and costs the server no memory.
     const bool asShown = shows && onServer_ && window.border == 0;
     source = std::make_unique<SceneSource>(x_, window.number,
                                            asShown ? SceneSource::Way::shown : SceneSource::Way::redirected);
+    const int borders = 2 * window.border;
+    source->fit({0, 0, window.bounds.width + borders, window.bounds.height + borders});
     if (!shows) source->expectRepaint();
     source->askPicture();
     kept_.push_back(window.number);
@@ -149,7 +152,7 @@ bool SceneGrabber::wasCovered(xcb_window_t window, const WindowList& windows) co
     const auto found = sources_.find(window);
     if (found == sources_.end() || !found->second->isShown()) return false;
     // What came over it before it was watched made no event, but is in the list.
-    return found->second->covered() || !windows.isSeenWhole(window, root());
+    return found->second->covered() || !windows.isSeenWhole(window);
 }
 
 void SceneGrabber::waitForRepaint(const std::vector<SceneLayer>& layers) {
@@ -229,11 +232,12 @@ void SceneGrabber::layOut(const PixelRect& bounds, const std::vector<SceneLayer>
         part.drawn = software::intersection(frame, reach);
         part.visible = visible[i].intersected(part.drawn);
         part.region = regionOf(part.visible);
-        uncovered_.subtract(part.visible);
+        // The background may have gone meanwhile, and then draws nothing.
+        if (part.source) uncovered_.subtract(part.visible);
         parts_.push_back(std::move(part));
     }
     uncoveredRegion_ = regionOf(uncovered_);
-    anyPicture_ = std::any_of(parts_.begin(), parts_.end(), [](const Part& part) { return !part.visible.empty(); });
+    noteMissing(layers, std::any_of(parts_.begin(), parts_.end(), [](const Part& part) { return !part.visible.empty(); }));
     for (const auto& slot : ring_->slots()) slot->backing.all = slot->backing.isStale = true;
     laidOut_ = true;
     version_ = nextVersion();
@@ -329,6 +333,12 @@ void SceneGrabber::draw(Ring::Slot& slot) {
     backing.all = false;
 }
 
+void SceneGrabber::noteMissing(const std::vector<SceneLayer>& layers, bool anyPicture) {
+    const bool isWindow = layers.size() == 1 && layers.front().window != 0;
+    const bool tooLarge = isWindow && sources_[layers.front().window]->tooLarge();
+    missing_ = anyPicture ? NoImage::none : tooLarge ? NoImage::tooLarge : NoImage::notOnScreen;
+}
+
 // Each window's picture as the server sends it; needs nothing but Composite.
 Shot SceneGrabber::composeHere(const PixelRect& bounds, const std::vector<SceneLayer>& layers) {
     std::vector<unsigned> cookies(layers.size());
@@ -338,7 +348,7 @@ Shot SceneGrabber::composeHere(const PixelRect& bounds, const std::vector<SceneL
             .sequence;
     };
     std::vector<software::Layer> parts;
-    anyPicture_ = false;
+    bool anyPicture = false;
     for (size_t i = 0; i < layers.size(); ++i) {
         if (layers[i].window == 0) continue;
         const SceneSource& source = *sources_[layers[i].window];
@@ -363,11 +373,12 @@ Shot SceneGrabber::composeHere(const PixelRect& bounds, const std::vector<SceneL
                 const PixelRect inside = software::intersection(moved(layer.clip, -layer.outer.x, -layer.outer.y),
                                                                 {0, 0, size.width, size.height});
                 if (!inside.empty()) part.image = makeCounted<software::BitmapView>(bitmap, inside);
-                anyPicture_ = true;
+                anyPicture = true;
             }
         }
         parts.push_back(std::move(part));
     }
+    noteMissing(layers, anyPicture);
     const Ref<Image> result = software::compose(bounds, parts);
     if (x_.lost()) return NoImage::noServer;
     return result ? Shot(result) : Shot(NoImage::failed);

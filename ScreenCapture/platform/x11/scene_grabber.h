@@ -35,8 +35,8 @@ class SceneGrabber {
     // others: gets every event too, for what else the connection is used for.
     explicit SceneGrabber(Connection& x, Heard others = nullptr);
 
-    // Redirects and watches a window whatever the scene is made of.
-    void pin(xcb_window_t window);
+    // Redirects and watches a window whatever the scene is made of. False when there is no such window.
+    bool pin(xcb_window_t window);
     bool pinnedGone() const { return pinned_ && pinned_->gone(); }
 
     // Watches a window for a picture later; waits for nothing. It is redirected unless all of it shows.
@@ -45,8 +45,8 @@ class SceneGrabber {
     // Whether the window's last picture may not be its own: it was taken as shown, and something came over it.
     // windows: the desktop after the picture.
     bool wasCovered(xcb_window_t window, const WindowList& windows) const;
-    // Smaller pictures are views of frames of this size, so that their memory serves for all.
-    void setRoom(int width, int height) { room_ = {0, 0, width, height}; }
+    // Smaller pictures are views of frames of this size, so that their memory serves for all; not if it is too large.
+    void setRoom(const PixelRect& room) { room_ = fitsPicture(room) ? room : PixelRect(); }
 
     void readEvents();
 
@@ -57,8 +57,8 @@ class SceneGrabber {
     // The two halves of take(): the server draws while the caller is busy with something else. After flushing.
     void begin(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows);
     Shot finish();  // once for each begin()
-    // Whether the window of the only layer had a picture the last time.
-    bool anyPicture() const { return anyPicture_; }
+    // Why the window of the only layer had no picture the last time.
+    NoImage missing() const { return missing_; }
 
   private:
     struct Backing : SharedFrame {
@@ -79,7 +79,6 @@ class SceneGrabber {
     void handle(const xcb_generic_event_t& event);
     Shot ask(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows);
     bool updateSources(const std::vector<SceneLayer>& layers, const WindowList& windows);
-    PixelRect root() const;
     void waitForRepaint(const std::vector<SceneLayer>& layers);
     bool namePictures(const std::vector<SceneLayer>& layers);
     void layOut(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
@@ -90,6 +89,7 @@ class SceneGrabber {
     void refresh(Ring::Slot& slot, bool asksNews);
     bool awaitRefreshed(Ring::Slot& slot);
     void draw(Ring::Slot& slot);
+    void noteMissing(const std::vector<SceneLayer>& layers, bool anyPicture);
     Shot composeHere(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
 
     Connection& x_;
@@ -116,7 +116,7 @@ class SceneGrabber {
     Ring::Slot* slot_ = nullptr;    // that the server draws into
     unsigned drawn_ = 0;            // answered when it has; 0: it had nothing to draw
     bool asksNews_ = false;         // with what is new
-    bool anyPicture_ = false;
+    NoImage missing_ = NoImage::none;
 };
 
 }  // namespace orvo::platform::x11

@@ -19,22 +19,40 @@ SceneSource::SceneSource(Connection& x, xcb_window_t window, Way way) : x_(x), w
     // Its visibility tells when it comes back with a window that holds it, and so has another picture.
     const uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_VISIBILITY_CHANGE;
     xcb_change_window_attributes(x_.raw(), window_, XCB_CW_EVENT_MASK, &events);
-    if (way_ == Way::shown || !x_.extensions().composite) return;
+}
+
+SceneSource::~SceneSource() {
+    if (asked_)
+        for (const unsigned request : {geometry_, windowGeometry_})
+            if (request != 0) xcb_discard_reply(x_.raw(), request);
+    // Of a window that has gone nothing is left to undo; another one may have its number.
+    if (gone_) return;
+    const uint32_t none = 0;
+    xcb_change_window_attributes(x_.raw(), window_, XCB_CW_EVENT_MASK, &none);
+    unredirect();
+}
+
+void SceneSource::fit(const PixelRect& outer) {
+    tooLarge_ = !fitsPicture(outer);
+    if (tooLarge_)
+        unredirect();
+    else
+        redirect();
+}
+
+void SceneSource::redirect() {
+    if (redirects_ || way_ == Way::shown || !x_.extensions().composite) return;
+    redirects_ = true;
     xcb_composite_redirect_window(x_.raw(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     if (!x_.extensions().damage || !x_.extensions().xfixes) return;
     damage_ = ServerDamage(x_);
     xcb_damage_create(x_.raw(), damage_.id(), window_, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
 }
 
-SceneSource::~SceneSource() {
-    if (asked_)
-        for (const unsigned request : {geometry_, windowGeometry_}) xcb_discard_reply(x_.raw(), request);
-    // Of a window that has gone nothing is left to undo; another one may have its number.
-    if (gone_) return;
-    const uint32_t none = 0;
-    xcb_change_window_attributes(x_.raw(), window_, XCB_CW_EVENT_MASK, &none);
-    if (way_ == Way::redirected && x_.extensions().composite)
-        xcb_composite_unredirect_window(x_.raw(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+void SceneSource::unredirect() {
+    if (!std::exchange(redirects_, false)) return;
+    damage_ = {};
+    xcb_composite_unredirect_window(x_.raw(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
 }
 
 bool SceneSource::isRepainted() {
@@ -64,7 +82,9 @@ bool SceneSource::handle(const xcb_generic_event_t& event) {
         configuredWidth_ = notify.width;
         configuredHeight_ = notify.height;
         configuredBorder_ = notify.border_width;
-        if (!same) becomeStale(event);
+        if (same) return true;
+        becomeStale(event);
+        fit({0, 0, notify.width + 2 * notify.border_width, notify.height + 2 * notify.border_width});
         return true;
     }
     if (type == XCB_VISIBILITY_NOTIFY) {
@@ -95,6 +115,10 @@ void SceneSource::askPicture() {
     if (gone_ || !stale_ || asked_ || !x_.extensions().composite) return;
     picture_ = {};
     pixmap_ = {};
+    geometry_ = windowGeometry_ = 0;
+    asked_ = true;
+    stale_ = false;
+    if (tooLarge_) return;  // until it has another size
     if (way_ == Way::redirected) {
         pixmap_ = ServerPixmap(x_);
         naming_ = xcb_composite_name_window_pixmap(x_.raw(), window_, pixmap_.id()).sequence;
@@ -102,19 +126,17 @@ void SceneSource::askPicture() {
     }
     windowGeometry_ = xcb_get_geometry(x_.raw(), window_).sequence;
     if (way_ == Way::shown) naming_ = windowGeometry_;
-    asked_ = true;
-    stale_ = false;
 }
 
 bool SceneSource::readPicture() {
     if (!std::exchange(asked_, false)) return false;
-    const auto window = x_.await<xcb_get_geometry_reply_t>(windowGeometry_);
-    const auto pixmap = pixmap_ ? x_.await<xcb_get_geometry_reply_t>(geometry_) : nullptr;
+    const auto window = windowGeometry_ ? x_.await<xcb_get_geometry_reply_t>(windowGeometry_) : nullptr;
+    const auto pixmap = geometry_ ? x_.await<xcb_get_geometry_reply_t>(geometry_) : nullptr;
     const xcb_get_geometry_reply_t* picture = pixmap_ ? pixmap.get() : window.get();
     const bool before = named_;
     named_ = picture && window;
     if (!named_) {
-        stale_ = true;  // a window without a picture is asked again
+        stale_ |= !tooLarge_;  // a window without a picture is asked again
         pixmap_ = {};
         return before;
     }

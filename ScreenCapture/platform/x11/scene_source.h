@@ -4,12 +4,22 @@
 #include <xcb/xcb.h>
 
 #include <chrono>
+#include <cstdint>
 #include <utility>
 
 #include "ScreenCapture/platform/values.h"
 #include "ScreenCapture/platform/x11/server_objects.h"
 
 namespace orvo::platform::x11 {
+
+// Whether the server can have a picture of that size, and a frame is made of it: the sides are those of a pixmap, whose
+// limits the server itself does not survive, and the area is one that it can still be asked for without standing still.
+inline bool fitsPicture(const PixelRect& size) {
+    constexpr int kLargestSide = 32767;
+    constexpr int64_t kMostPixels = 64'000'000;
+    return size.width <= kLargestSide && size.height <= kLargestSide &&
+           int64_t{size.width} * size.height <= kMostPixels;
+}
 
 // For one thread, on the connection of its owner, who hands it the events. Asking and reading are apart, so that the
 // requests for many windows travel together.
@@ -18,11 +28,16 @@ class SceneSource {
     // Shown: the picture is what the screen shows of a window without a border, good for as long as it shows whole.
     enum class Way { redirected, shown };
 
-    // Watches the window, redirected if so wanted. Nothing is taken for granted: the window may have gone already.
+    // Watches the window. Nothing is taken for granted: the window may have gone already.
     SceneSource(Connection& x, xcb_window_t window, Way way = Way::redirected);
     ~SceneSource();
     SceneSource(const SceneSource&) = delete;
     SceneSource& operator=(const SceneSource&) = delete;
+
+    // The window's size with its border: it is redirected from now on if that is wanted and its picture is not too
+    // large. Later sizes are told by events.
+    void fit(const PixelRect& outer);
+    bool tooLarge() const { return tooLarge_; }
 
     // True when the event was about this window.
     bool handle(const xcb_generic_event_t& event);
@@ -57,6 +72,8 @@ class SceneSource {
   private:
     using Clock = std::chrono::steady_clock;
     void becomeStale(const xcb_generic_event_t& event);
+    void redirect();
+    void unredirect();
 
     Connection& x_;
     const xcb_window_t window_;
@@ -74,6 +91,8 @@ class SceneSource {
     bool stale_ = true;  // the window has another picture, or none, since the last naming
     bool news_ = true;
     bool gone_ = false;
+    bool redirects_ = false;
+    bool tooLarge_ = false;
     int configuredWidth_ = -1, configuredHeight_ = -1, configuredBorder_ = -1;
     Clock::time_point redirected_{}, repainted_{};  // the epoch: no repaint is expected
 };

@@ -44,11 +44,12 @@ bool contains(const std::vector<uint32_t>& numbers, xcb_atom_t atom) {
     return atom != XCB_ATOM_NONE && std::find(numbers.begin(), numbers.end(), atom) != numbers.end();
 }
 
-// The server counts from inside the border, the answer from its corner. outer: the window with its border.
+// The server counts from inside the border, the answer from its corner. outer: the window with its border. Of windows
+// that are larger than the numbers of a rectangle nothing can be told.
 std::vector<PixelRect> shapeOf(const xcb_shape_get_rectangles_reply_t* reply, const PixelRect& outer, int border) {
     std::vector<PixelRect> shape;
     const int count = reply ? xcb_shape_get_rectangles_rectangles_length(reply) : -1;
-    if (count < 0 || count > kLargestShape) return shape;
+    if (count < 0 || count > kLargestShape || std::max(outer.width, outer.height) > INT16_MAX) return shape;
     const xcb_rectangle_t* rects = xcb_shape_get_rectangles_rectangles(reply);
     for (int i = 0; i < count; ++i)
         shape.push_back({rects[i].x + border, rects[i].y + border, rects[i].width, rects[i].height});

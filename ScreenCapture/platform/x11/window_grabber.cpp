@@ -65,11 +65,8 @@ void WindowGrabber::begin() {
 }
 
 void WindowGrabber::watchTarget() {
-    scene_->pin(target_);
     if (x_->extensions().shape) xcb_shape_select_input(x_->raw(), target_, 1);
-    const auto cookie = xcb_get_window_attributes(x_->raw(), target_);
-    const auto attributes = x_->await<xcb_get_window_attributes_reply_t>(cookie.sequence);
-    if (!x_->lost() && !attributes) gone_ = true;
+    if (!scene_->pin(target_) && !x_->lost()) gone_ = true;
 }
 
 void WindowGrabber::readEvents() {
@@ -96,49 +93,55 @@ Shot WindowGrabber::checked(Shot shot, uint64_t roundTripsBefore) {
     return x_->lost() ? NoImage::noServer : std::move(shot);
 }
 
+// The desktop as it is now; null when there is no target or nobody to ask: why then says so.
+std::shared_ptr<const Desktop> WindowGrabber::reach(NoImage& why) {
+    const bool reached = !gone_ && connect();
+    auto desktop = reached && !gone_ ? currentDesktop() : nullptr;
+    why = gone_ ? NoImage::gone : NoImage::noServer;
+    return desktop;
+}
+
 Shot WindowGrabber::window() {
     const PipeGuard guard;
-    if (gone_) return NoImage::gone;
-    const bool reached = connect();
-    if (gone_) return NoImage::gone;
-    if (!reached) return NoImage::noServer;
+    NoImage why;
+    const auto desktop = reach(why);
+    if (!desktop) return why;
     if (!x_->extensions().composite) return NoImage::failed;
-    const auto desktop = currentDesktop();
-    if (!desktop) return NoImage::noServer;
     const DesktopWindow* window = desktop->windows->find(target_);
     if (!window || !window->onScreen) return NoImage::notOnScreen;
     const uint64_t roundTrips = x_->roundTrips();
     readShape();
     layers_.assign(1, layerOfClient(*window, shape_));
     Shot shot = scene_->take(boundsOfClient(*window), layers_, *desktop->windows);
-    if (shot.image && !scene_->anyPicture()) shot = NoImage::notOnScreen;
+    if (shot.image && scene_->missing() != NoImage::none) shot = scene_->missing();
     return checked(std::move(shot), roundTrips);
 }
 
 Shot WindowGrabber::area(const Rect& area) {
     const PipeGuard guard;
-    if (!connect()) return NoImage::noServer;
-    const auto desktop = currentDesktop();
-    if (!desktop) return NoImage::noServer;
+    NoImage why;
+    const auto desktop = reach(why);
+    if (!desktop) return why;
+    const uint64_t roundTrips = x_->roundTrips();
     setLayersOfArea(layers_, *desktop->windows);
-    return scene_->take(desktop->monitors->toRoot(pixelsOf(area)), layers_, *desktop->windows);
+    return checked(scene_->take(desktop->monitors->toRoot(pixelsOf(area)), layers_, *desktop->windows), roundTrips);
 }
 
 Shot WindowGrabber::composed(const Rect& bounds, const std::vector<uint32_t>& windows) {
     const PipeGuard guard;
-    if (!connect()) return NoImage::noServer;
-    const auto desktop = currentDesktop();
-    if (!desktop) return NoImage::noServer;
-    const PixelRect root{0, 0, x_->screen()->width_in_pixels, x_->screen()->height_in_pixels};
-    setLayersOfList(layers_, *desktop->windows, windows, isScreen_, root);
-    return scene_->take(desktop->monitors->toRoot(pixelsOf(bounds)), layers_, *desktop->windows);
+    NoImage why;
+    const auto desktop = reach(why);
+    if (!desktop) return why;
+    const uint64_t roundTrips = x_->roundTrips();
+    setLayersOfList(layers_, *desktop->windows, windows, isScreen_);
+    return checked(scene_->take(desktop->monitors->toRoot(pixelsOf(bounds)), layers_, *desktop->windows), roundTrips);
 }
 
 Shot WindowGrabber::display() {
     const PipeGuard guard;
-    if (!connect()) return NoImage::noServer;
-    const auto desktop = currentDesktop();
-    if (!desktop) return NoImage::noServer;
+    NoImage why;
+    const auto desktop = reach(why);
+    if (!desktop) return why;
     const Monitor* monitor = desktop->monitors->find(target_);
     if (!monitor) return NoImage::gone;
     if (!display_ || display_->area() != monitor->area) display_ = std::make_unique<DisplayGrabber>(*x_, monitor->area);

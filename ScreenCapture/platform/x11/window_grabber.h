@@ -15,7 +15,7 @@ struct Desktop;
 
 // On a connection of its own, so that it hears of a destroyed target before any later answer. A target window is
 // redirected from the start: what was covered has time to be painted again before the first picture. When the server
-// has gone, so has a target window; a display is found again on the next server.
+// has gone, so has a target window, and there is no picture of any kind; a display is found again on the next server.
 class WindowGrabber final : public Grabber {
   public:
     WindowGrabber(uint32_t target, bool isScreen);
@@ -28,7 +28,7 @@ class WindowGrabber final : public Grabber {
 
   private:
     bool connect();
-    bool hasTarget() const { return connected_ && !gone_; }
+    std::shared_ptr<const Desktop> reach(NoImage& why);
     void begin();
     void watchTarget();
     void readEvents();

@@ -16,8 +16,7 @@ constexpr int64_t kMostPixels = 4 << 20;  // of windows that are redirected ahea
 // Of the scene that was begun.
 Shot pictureOf(SceneGrabber& scene) {
     Shot shot = scene.finish();
-    if (shot.image && !scene.anyPicture()) return NoImage::notOnScreen;
-    return shot;
+    return shot.image && scene.missing() != NoImage::none ? Shot(scene.missing()) : shot;
 }
 
 }  // namespace
@@ -37,9 +36,10 @@ WindowPictures::WindowPictures(std::unique_ptr<Connection> connection, std::vect
     for (const uint32_t number : numbers_) {
         shapes.emplace_back(*x_, number);
         const PixelRect& bounds = windows.find(number)->bounds;
-        room = {0, 0, std::max(room.width, bounds.width), std::max(room.height, bounds.height)};
+        if (fitsPicture(bounds))
+            room = {0, 0, std::max(room.width, bounds.width), std::max(room.height, bounds.height)};
     }
-    scene_->setRoom(room.width, room.height);
+    scene_->setRoom(room);
     for (const ShapeRequest& shape : shapes) shapes_.push_back(shape.read(*x_));
     prepare(windows);
     x_->flush();
@@ -93,7 +93,7 @@ void WindowPictures::begin(size_t index, const DesktopWindow& window, const Wind
 void WindowPictures::prepare(const WindowList& windows) {
     for (; prepared_.size() < numbers_.size() && pixels_ < kMostPixels; pixels_ += prepared_.back()) {
         const DesktopWindow* window = windows.find(numbers_[prepared_.size()]);
-        const bool shows = window && window->onScreen;
+        const bool shows = window && window->onScreen && fitsPicture(window->bounds);
         prepared_.push_back(shows ? int64_t{window->bounds.width} * window->bounds.height : 0);
         if (shows) scene_->expect(*window, windows);
     }

@@ -33,13 +33,14 @@ void setLayersOfArea(std::vector<SceneLayer>& layers, const WindowList& windows)
 }
 
 void setLayersOfList(std::vector<SceneLayer>& layers, const WindowList& windows, const std::vector<uint32_t>& numbers,
-                     bool withBackground, const PixelRect& root) {
+                     bool withBackground) {
     layers.clear();
     for (const uint32_t number : numbers) {
         const DesktopWindow* window = windows.find(number);
         if (window && window->onScreen) addFrame(layers, *window);
     }
-    if (withBackground && windows.background != 0) layers.push_back({0, windows.background, root, root, {}});
+    if (withBackground && windows.background != 0)
+        layers.push_back({0, windows.background, windows.root, windows.root, {}});
 }
 
 }  // namespace orvo::platform::x11

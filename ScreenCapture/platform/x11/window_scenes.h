@@ -21,6 +21,6 @@ void setLayersOfArea(std::vector<SceneLayer>& layers, const WindowList& windows)
 // The windows of the list, each with its frame, in the order given; numbers that are not on screen are left out.
 // withBackground: what the root shows lies behind them.
 void setLayersOfList(std::vector<SceneLayer>& layers, const WindowList& windows, const std::vector<uint32_t>& numbers,
-                     bool withBackground, const PixelRect& root);
+                     bool withBackground);
 
 }  // namespace orvo::platform::x11

@@ -4,6 +4,7 @@
 #include <xcb/shape.h>
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <unordered_map>
 
@@ -42,7 +43,7 @@ class WindowPart final : public ModelPart {
     bool isMove(const xcb_configure_notify_event_t& notify) const;
     void applyMoves(Desktop& next);
     bool askRoot(Connection& x, WindowList& list);
-    void askTopLevels(Connection& x);
+    void askTopLevels(Connection& x, const WindowList& list);
     void readTopLevels(Connection& x, WindowList& list);
     void takeListedClients(Connection& x);
     void takeOverrideWindows();
@@ -65,6 +66,7 @@ class WindowPart final : public ModelPart {
     std::vector<xcb_window_t> listed_;   // the manager's clients, back to front
     xcb_window_t checkWindow_ = 0;       // proves that the manager lives
     unsigned check_ = 0;
+    std::array<unsigned, 2> background_{};
 };
 
 // A top-level window that only goes elsewhere, as when it is dragged, takes the server no question.
@@ -157,6 +159,7 @@ bool WindowPart::askRoot(Connection& x, WindowList& list) {
         return xcb_get_property(x.raw(), 0, x.root(), atom, XCB_ATOM_ANY, 0, longs).sequence;
     };
     const unsigned tree = xcb_query_tree(x.raw(), x.root()).sequence;
+    const unsigned root = xcb_get_geometry(x.raw(), x.root()).sequence;
     const unsigned stacking = ask(atoms_.NET_CLIENT_LIST_STACKING, 4096);
     const unsigned clients = ask(atoms_.NET_CLIENT_LIST, 4096);
     const unsigned active = ask(atoms_.NET_ACTIVE_WINDOW, 1);
@@ -172,6 +175,7 @@ bool WindowPart::askRoot(Connection& x, WindowList& list) {
     };
 
     const auto children = x.await<xcb_query_tree_reply_t>(tree);
+    const auto size = x.await<xcb_get_geometry_reply_t>(root);
     listed_ = numbers(stacking);
     inOrder_ = numbers(clients);
     if (listed_.empty()) listed_ = inOrder_;
@@ -179,7 +183,8 @@ bool WindowPart::askRoot(Connection& x, WindowList& list) {
     checkWindow_ = first(check);
     list.background = first(background);
     tops_.clear();
-    if (!children) return false;
+    if (!children || !size) return false;
+    list.root = {0, 0, size->width, size->height};
     const xcb_window_t* windows = xcb_query_tree_children(children.get());
     for (int i = 0; i < xcb_query_tree_children_length(children.get()); ++i) {
         // The compositor's overlay belongs to the server itself and is no window of anybody.
@@ -190,11 +195,13 @@ bool WindowPart::askRoot(Connection& x, WindowList& list) {
 }
 
 // The second batch: the top-level windows, and all that the manager's list names.
-void WindowPart::askTopLevels(Connection& x) {
+void WindowPart::askTopLevels(Connection& x, const WindowList& list) {
     for (TopLevel& top : tops_) {
         known_[top.window].askGeometry(x, top.window);
         top.tree = xcb_query_tree(x.raw(), top.window).sequence;
     }
+    background_ = {xcb_get_geometry(x.raw(), list.background).sequence,
+                   xcb_get_window_attributes(x.raw(), list.background).sequence};
     check_ = xcb_get_property(x.raw(), 0, checkWindow_, atoms_.NET_SUPPORTING_WM_CHECK, XCB_ATOM_ANY, 0, 1).sequence;
     for (const xcb_window_t client : listed_) {
         known_[client].askGeometry(x, client);
@@ -210,6 +217,10 @@ void WindowPart::readTopLevels(Connection& x, WindowList& list) {
             top.children.assign(children, children + xcb_query_tree_children_length(tree.get()));
         }
     }
+    // The property outlives the pixmap, and may name anything; of a window its picture would show what is on screen.
+    const auto background = x.await<xcb_get_geometry_reply_t>(background_[0]);
+    const auto window = x.await<xcb_get_window_attributes_reply_t>(background_[1]);
+    if (!background || background->depth != x.screen()->root_depth || window) list.background = 0;
     const auto check = x.await<xcb_get_property_reply_t>(check_);
     // What a manager that has gone left behind counts no more.
     list.hasManager = checkWindow_ != 0 && decodeNumber(atoms_.property(check.get()), 0) == checkWindow_;
@@ -351,7 +362,7 @@ void WindowPart::refresh(Connection& x, Desktop& next) {
     auto list = std::make_shared<WindowList>();
     mustAsk_ = !askRoot(x, *list);
     if (mustAsk_) return;
-    askTopLevels(x);
+    askTopLevels(x, *list);
     readTopLevels(x, *list);
     if (list->hasManager) {
         takeListedClients(x);
@@ -376,7 +387,7 @@ const DesktopWindow* WindowList::find(xcb_window_t number) const {
     return found == all.end() ? nullptr : &*found;
 }
 
-bool WindowList::isSeenWhole(xcb_window_t window, const PixelRect& root) const {
+bool WindowList::isSeenWhole(xcb_window_t window) const {
     const auto found =
         std::find_if(all.begin(), all.end(), [=](auto& each) { return each.number == window || each.frame == window; });
     if (found == all.end()) return false;

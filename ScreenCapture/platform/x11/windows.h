@@ -46,12 +46,13 @@ struct WindowList {
     std::vector<DesktopWindow> all;  // front to back, those that are not on screen at their place in the stack
     std::vector<int32_t> processes;  // that own clients, in the order in which they appeared
     xcb_window_t active = 0;         // the client that has the focus; 0 without one
-    xcb_pixmap_t background = 0;     // what the root shows; 0 when nobody says
+    xcb_pixmap_t background = 0;     // what the root shows; 0 when nobody says, or it is no pixmap of the root's depth
+    PixelRect root;                  // the root window, at the origin
     bool hasManager = false;         // a window manager that keeps the common hints runs
 
     const DesktopWindow* find(xcb_window_t number) const;
     // Whether all of a client or frame shows on the root, as far as the bounds of others tell.
-    bool isSeenWhole(xcb_window_t window, const PixelRect& root) const;
+    bool isSeenWhole(xcb_window_t window) const;
 };
 
 // How far in front a window is kept.
