@@ -176,7 +176,7 @@ void OrvoWindowCaptureSession::retarget(Numbers added) {
         });
         for (const uint32_t number : added) {
             if (!contains(options->targetWindows, number)) continue;
-            guardTarget(number, [&] {
+            guardTarget(self->m_settings->statistics(), number, [&] {
                 if (const auto item = self->m_windowManager->getItemWithTargetWindow(number))
                     self->frameOf(number, *item);
                 else

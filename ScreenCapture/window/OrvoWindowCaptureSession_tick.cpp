@@ -25,8 +25,9 @@ bool isGood(const Shot& shot) {
 void OrvoWindowCaptureSession::tick() {
     const auto options = m_options.load();  // what one tick reads does not change under it
     for (const uint32_t windowID : options->targetWindows) {
-        const bool done = guardTarget(windowID, [&] { createShotImageWithWindowID(windowID, *options); });
-        if (!done) m_settings->statistics().dropped(windowID, describe(NoImage::failed));
+        CaptureStatistics& statistics = m_settings->statistics();
+        const auto shoot = [&] { createShotImageWithWindowID(windowID, *options); };
+        if (!guardTarget(statistics, windowID, shoot)) statistics.dropped(windowID);
     }
 }
 

@@ -1,15 +1,14 @@
-// What fails for one target ends in the log: the other targets go on, and nothing leaves the capture queue. Answers
-// whether the work ran to its end.
+// What fails for one target is noted and leaves the other targets alone: nothing leaves the capture queue.
 #pragma once
 
 #include <cstdint>
 
+#include "ScreenCapture/capture/capture_statistics.h"
 #include "ScreenCapture/platform/contained.h"
-#include "xplatform/common/orvosyslog.h"
 
+// Result: whether the work ran to its end.
 template <typename Work>
-bool guardTarget(uint32_t windowID, Work&& work) {
-    return orvo::platform::contained(work, [windowID](const char* name, const char* reason) {
-        syslog_ex(1, 1, "unnamed", __LINE__, "target %u: %s: %s", windowID, name, reason);
-    });
+bool guardTarget(CaptureStatistics& statistics, uint32_t windowID, Work&& work) {
+    return orvo::platform::contained(
+        work, [&](const char* /*name*/, const char* reason) { statistics.note(reason, windowID); });
 }

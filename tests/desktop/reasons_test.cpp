@@ -86,7 +86,7 @@ TEST_F(Reasons, AreLoggedOnceInARunAndStandInTheStatistics) {
          "target 7: ", ORVO_CAPTURE_ERROR_NO_CONTENT},
         // While the other one is captured there is no error.
         {"window 8 extra 7 start 0 close 7", "the target is gone", true, "target 7: "},
-        {"refuse 0 window 7 start 0", "the picture could not be taken", true, "target 7: "},
+        {"refuse 0 window 7 start 0", "no grabber", true, "target 7: "},
         {"screen 1 start 1 wait 3 busy 0", "the main queue is not run", true},
         {"window 7 start 1 wait 3", "the main queue is not run"},
         {"window 7 start 1 wait 2 stop 0 wait 2", ""},
