@@ -237,7 +237,8 @@ void SceneGrabber::layOut(const PixelRect& bounds, const std::vector<SceneLayer>
         parts_.push_back(std::move(part));
     }
     uncoveredRegion_ = regionOf(uncovered_);
-    noteMissing(layers, std::any_of(parts_.begin(), parts_.end(), [](const Part& part) { return !part.visible.empty(); }));
+    noteMissing(layers,
+                std::any_of(parts_.begin(), parts_.end(), [](const Part& part) { return !part.visible.empty(); }));
     for (const auto& slot : ring_->slots()) slot->backing.all = slot->backing.isStale = true;
     laidOut_ = true;
     version_ = nextVersion();
