@@ -1,17 +1,20 @@
 // Task threads and the queue runner: order, delays, cancelling, dead targets, stopping and starting again.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <functional>
 #include <future>
+#include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "common/utils/orvo_queue_runner.h"
 #include "support/runtime/log_lines.h"
-#include "xplatform/common/orvotask.h"
+#include "xplatform/common/orvotask_io.h"
 #include "xplatform/common/orvoutil.h"
 
 namespace {
@@ -73,16 +76,47 @@ TEST_F(Tasks, RunInOrderOneAPassUnderUniqueIds) {
     EXPECT_TRUE(task.IsIdle());
 }
 
-TEST_F(Tasks, DelayedCallsKeepTheOrderOfEqualTimes) {
-    Stepped task;
-    // Further ahead than the others, and pushed first: it must not hold them back.
-    runner_.add_job(note(9), &task, 3600000, nullptr);
-    EXPECT_FALSE(task.Eachloop());
-    for (int i = 1; i <= 5; ++i) runner_.add_job(note(i), &task, 20, nullptr);
-    orvo_msleep(25);
-    EXPECT_EQ(task.passes_until_idle(), 5);
-    EXPECT_EQ(order_, std::vector<int>({1, 2, 3, 4, 5}));
-    EXPECT_FALSE(task.IsIdle());
+// What was not cancelled runs once: ready calls in the order of their pushes, delayed ones in that of their times,
+// which are known up to the milliseconds that a push takes.
+TEST_F(Tasks, RunInTheOrderOfTheirTimes) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 20; ++round) {
+        Stepped task;
+        runner_.add_job(note(-1), &task, 3600000, nullptr);  // must not hold the others back
+        std::vector<uint64_t> earliest, latest;
+        std::vector<unsigned> ids;
+        std::set<int> left[2];  // of the ready calls, of the delayed ones
+        std::vector<bool> delayed;
+        for (int i = 0; i < 200; ++i) {
+            const unsigned delay = random() % 4 ? random() % 12 : 0;
+            earliest.push_back(orvo_gettickcount64() + delay);
+            ids.push_back(runner_.add_job(note(i), &task, delay, nullptr));
+            latest.push_back(orvo_gettickcount64() + delay);
+            delayed.push_back(delay != 0);
+            left[delay != 0].insert(i);
+            if (random() % 4) continue;
+            const size_t victim = random() % ids.size();
+            CORVOTaskBase::CancelTask(&task, ids[victim]);
+            left[delayed[victim]].erase(static_cast<int>(victim));
+        }
+        orvo_msleep(15);
+        order_.clear();
+        task.passes_until_idle();
+        EXPECT_FALSE(task.IsIdle());
+        int before = -1;
+        for (const int i : order_) {
+            ASSERT_EQ(left[delayed[i]].erase(i), 1u);
+            if (!delayed[i]) {
+                EXPECT_TRUE(left[0].empty() || i < *left[0].begin());
+                continue;
+            }
+            if (before >= 0) {
+                EXPECT_LT(std::pair(earliest[before], before), std::pair(latest[i], i));
+            }
+            before = i;
+        }
+        EXPECT_TRUE(left[0].empty() && left[1].empty());
+    }
 }
 
 TEST_F(Tasks, CancelTakesEffectAtTheNextPass) {
@@ -283,35 +317,65 @@ TEST_F(TasksDeathTest, MisuseOfTheRunnerEndsTheProcess) {
     orvoevent_destory(event);
 }
 
-// A worker that rests while nothing is queued.
-class Resting : public CORVOTaskBase {
+// A worker with nothing to do for an hour, or for ever.
+class Resting : public CORVOTaskIO {
   public:
-    Resting() : CORVOTaskBase("resting", 1, ETHREAD_PRIORITY_NORMAL) {}
+    explicit Resting(bool awaits) : CORVOTaskIO("resting", 3600000, ETHREAD_PRIORITY_NORMAL), awaits_(awaits) {}
     ~Resting() override { Join(); }
     void OnIdle() override {
         rests++;
-        AwaitCall();
+        if (awaits_) AwaitCall();
     }
     std::atomic<int> rests{0};
+
+  private:
+    const bool awaits_;
 };
 
-TEST_F(Tasks, ARestEndsWithACallACancellationOrTheTask) {
-    Resting task;
-    task.Start();
-    const auto await_rest = [&task](int number) {
-        while (task.rests < number) std::this_thread::yield();
-    };
-    await_rest(1);
-    for (long long delay : {0, 1}) {
-        std::promise<void> ran;
-        runner_.add_job([&ran] { ran.set_value(); }, &task, delay, nullptr);
-        ran.get_future().wait();
+TEST_F(Tasks, ARestEndsWithWhatThereIsToDo) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    for (const bool awaits : {false, true}) {
+        Resting task(awaits);
+        task.Start();
+        const auto rest_then = [&task](int number, auto&& act) {
+            while (task.rests < number) std::this_thread::yield();
+            std::promise<void> promise;
+            auto done = promise.get_future();
+            act(std::move(promise));
+            done.wait();
+        };
+        const auto run = [this, &task](long long delay) {
+            return [this, &task, delay](std::promise<void> done) {
+                auto shared = std::make_shared<std::promise<void>>(std::move(done));
+                return runner_.add_job([shared] { shared->set_value(); }, &task, delay, nullptr);
+            };
+        };
+        rest_then(1, run(0));
+        rest_then(2, run(1));
+        rest_then(
+            3, [&](std::promise<void> dropped) { CORVOTaskBase::CancelTask(&task, run(3600000)(std::move(dropped))); });
+        for (const unsigned timeout : {1u, 3600000u}) {
+            rest_then(1, [&](std::promise<void> called) {
+                static std::promise<void> done;
+                done = std::move(called);
+                const auto callback = [](orvofe*, long long, int, void*) { done.set_value(); };
+                runner_.AsyncRun(
+                    [&, callback] {
+                        orvofe_addonce(CORVOTaskIO::GetFevent(), ends[0], 2, callback, nullptr, nullptr, timeout);
+                    },
+                    &task);
+                if (timeout > 1) {
+                    EXPECT_EQ(write(ends[1], "x", 1), 1);
+                }
+            });
+        }
+        EXPECT_TRUE(task.Stop());
+        char byte;
+        EXPECT_EQ(read(ends[0], &byte, 1), 1);
     }
-    await_rest(2);
-    int before = task.rests;
-    CORVOTaskBase::CancelTask(&task, 1000);
-    await_rest(before + 1);
-    EXPECT_TRUE(task.Stop());
+    close(ends[0]);
+    close(ends[1]);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <poll.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <climits>
@@ -10,6 +11,8 @@
 #include <new>
 
 #include "xplatform/common/orvobarray.h"
+#include "xplatform/common/orvofe_wait.h"
+#include "xplatform/common/orvosys_thread.h"
 #include "xplatform/common/orvosyslog.h"
 #include "xplatform/common/orvoutil.h"
 
@@ -17,6 +20,8 @@ namespace {
 
 constexpr int kInvalidArgument = 22, kExists = 17, kOutOfSlots = 12, kNotFound = 2;
 constexpr int kIdleWaitMs = 1, kWaitAfterFailureMs = 10;
+// The wall clock may be set while somebody waits for a deadline on it: it is read again after this time.
+constexpr uint64_t kMaxDeadlineWait = 1000000000;  // nanoseconds
 
 struct feitem {
     long long fd = 0;
@@ -85,27 +90,38 @@ void leave_silently(orvofe* pump, const feitem& item) {
     if (item.release == CFECallbackWraper::FERelease) item.release(pump, item.fd, item.user);
 }
 
-// Milliseconds to wait: up to the earliest deadline, rounded up so that it has passed afterwards.
-int wait_time(const orvofe& pump) {
+constexpr uint64_t kNoDeadline = UINT64_MAX;
+
+// Microseconds until the earliest deadline; kNoDeadline without one.
+uint64_t time_to_deadline(const orvofe& pump) {
     const feitem* earliest = nullptr;
     for (const feitem& item : pump.items) {
         if (!item.has_deadline()) continue;
         if (earliest == nullptr || timercmp(&item.deadline, &earliest->deadline, <)) earliest = &item;
     }
-    if (earliest == nullptr) return kIdleWaitMs;
+    if (earliest == nullptr) return kNoDeadline;
     const timeval now = wall_clock();
     if (earliest->passed(now)) return 0;
     timeval left;
     timersub(&earliest->deadline, &now, &left);
-    if (left.tv_sec >= INT_MAX / 1000) return INT_MAX;
-    return static_cast<int>(left.tv_sec * 1000 + (left.tv_usec + 999) / 1000);
+    return static_cast<uint64_t>(left.tv_sec) * 1000000 + static_cast<uint64_t>(left.tv_usec);
+}
+
+// Milliseconds that a pass waits: up to the earliest deadline, rounded up so that it has passed afterwards.
+int wait_time(const orvofe& pump) {
+    const uint64_t left = time_to_deadline(pump);
+    return left == kNoDeadline ? kIdleWaitMs : static_cast<int>(std::min<uint64_t>((left + 999) / 1000, INT_MAX));
+}
+
+pollfd to_poll(const feitem& item) {
+    const int wanted =
+        ((item.flags & ORVOFE_READABLE) != 0 ? POLLIN : 0) | ((item.flags & ORVOFE_WRITABLE) != 0 ? POLLOUT : 0);
+    return {static_cast<int>(item.fd), static_cast<short>(wanted), 0};
 }
 
 void prepare(const orvofe& pump, pass& p) {
     for (const feitem& item : pump.items) {
-        const int wanted =
-            ((item.flags & ORVOFE_READABLE) != 0 ? POLLIN : 0) | ((item.flags & ORVOFE_WRITABLE) != 0 ? POLLOUT : 0);
-        p.polled[p.count] = {static_cast<int>(item.fd), static_cast<short>(wanted), 0};
+        p.polled[p.count] = to_poll(item);
         p.uids[p.count] = item.uid;
         p.events[p.count++] = 0;
     }
@@ -243,6 +259,15 @@ int orvofe_loop(orvofe* pump) {
 
 int orvofe_loop_within(orvofe* pump, unsigned int milliseconds) {
     return run_pass(pump, milliseconds > INT_MAX ? INT_MAX : static_cast<int>(milliseconds));
+}
+
+void orvo::wait_for_events(const orvofe& pump, int descriptor, uint64_t nanoseconds) {
+    pollfd polled[ORVOFE_MAX_FDS + 1] = {{descriptor, POLLIN, 0}};
+    const auto end = std::transform(pump.items.begin(), pump.items.end(), polled + 1, to_poll);
+    const uint64_t left = time_to_deadline(pump);
+    if (left != kNoDeadline) nanoseconds = std::min({nanoseconds, left * 1000, kMaxDeadlineWait});
+    if (sys::poll_within(polled, static_cast<std::size_t>(end - polled), nanoseconds) < 0 && errno != EINTR)
+        orvo_msleep(kWaitAfterFailureMs);
 }
 
 namespace {

@@ -34,16 +34,18 @@ enum { ORVOFE_MAX_FDS = 64 };
 
 /* Called on the pump's thread, inside orvofe_loop, with one or more of the events. */
 typedef void (*orvofe_callback)(orvofe* pump, long long fd, int events, void* user);
-/* Called when the loop has removed the descriptor: the place to free `user`. */
+/* Called when the loop has removed the descriptor: the place to free `user`. Not called for what orvofe_unset,
+ * orvofe_clearup and orvofe_free remove. */
 typedef void (*orvofe_release)(orvofe* pump, long long fd, void* user);
 
 /* A new empty pump, to be given back with orvofe_free. NULL when there is no memory. */
 ORVO_API orvofe* orvofe_alloc(void);
-/* Frees the pump; no callback and no release function is called. NULL is allowed. */
+/* Frees the pump as orvofe_clearup empties it. NULL is allowed. */
 ORVO_API void orvofe_free(orvofe* pump);
 /* The number of descriptors in the pump. */
 ORVO_API int orvofe_fdsize(const orvofe* pump);
-/* Removes every descriptor; no callback and no release function is called. */
+/* Removes every descriptor. No callback is called, and no release function but CFECallbackWraper::FERelease, which
+ * gives up the reference to its handler. */
 ORVO_API void orvofe_clearup(orvofe* pump);
 
 /*
@@ -62,7 +64,7 @@ ORVO_API int orvofe_addonce(orvofe* pump, long long fd, int flags, orvofe_callba
                             orvofe_release release, unsigned int timeout);
 /* Changes the watched events. What is kept, and the deadline, stay as they are. */
 ORVO_API int orvofe_set(orvofe* pump, long long fd, int flags);
-/* Removes a descriptor; its release function is not called. */
+/* Removes a descriptor. Its release function is called only when it is CFECallbackWraper::FERelease. */
 ORVO_API int orvofe_unset(orvofe* pump, long long fd);
 ORVO_API bool orvofe_is_added(const orvofe* pump, long long fd);
 

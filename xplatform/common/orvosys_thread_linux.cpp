@@ -1,4 +1,6 @@
 // Threads and clocks on Linux.
+#include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
 #include <time.h>
 #include <unistd.h>
@@ -40,6 +42,15 @@ int name_thread(const char* name) {
     char cut[kNameRoom] = {};
     strncpy(cut, name, kNameRoom - 1);
     return pthread_setname_np(pthread_self(), cut);
+}
+
+bool open_pipe(int (&ends)[2]) {
+    return pipe2(ends, O_CLOEXEC | O_NONBLOCK) == 0;
+}
+
+int poll_within(pollfd* descriptors, std::size_t count, uint64_t nanoseconds) {
+    const timespec limit{static_cast<time_t>(nanoseconds / 1000000000), static_cast<long>(nanoseconds % 1000000000)};
+    return ppoll(descriptors, count, nanoseconds == UINT64_MAX ? nullptr : &limit, nullptr);
 }
 
 }  // namespace orvo::sys

@@ -2,7 +2,7 @@
 // that writes them stands: readers of logs know the messages by them.
 #include "xplatform/common/orvotask.h"
 
-#include <time.h>
+#include <poll.h>
 
 #include <algorithm>
 
@@ -16,11 +16,6 @@ namespace {
 
 constexpr char kModule[] = "task";
 constexpr uint64_t kNanosecondsPerMillisecond = 1000000;
-
-void sleep_for(uint64_t nanoseconds) {
-    timespec time{static_cast<time_t>(nanoseconds / 1000000000), static_cast<long>(nanoseconds % 1000000000)};
-    nanosleep(&time, nullptr);
-}
 
 // The tick that lies `delay` milliseconds ahead.
 uint64_t due_after(int64_t delay) {
@@ -42,15 +37,13 @@ local_context::item make_item(const CScopeCall& call, long long delay, etask_mod
 
 // Queues the call and tells the observer, both under the lock. Result: the id; 0 when there is no room.
 unsigned int push(CORVOTaskBase* task, local_context& context, local_context::item item, task_type type) {
-    unsigned int id = 0;
-    {
-        std::lock_guard guard(context.lock);
-        if (context.full()) return 0;
-        uint64_t push_time = item->element.push_time;
-        id = type == TASK_TYPE_IMMEDIATE ? context.add_ready(std::move(item)) : context.add_delayed(std::move(item));
-        CORVOTaskBase::Observer(task, context.observer, id, type, TASK_STATE_QUEUED, push_time, 0, 0);
-    }
-    context.changed.notify_one();
+    std::lock_guard guard(context.lock);
+    if (context.full()) return 0;
+    uint64_t push_time = item->element.push_time;
+    unsigned int id =
+        type == TASK_TYPE_IMMEDIATE ? context.add_ready(std::move(item)) : context.add_delayed(std::move(item));
+    CORVOTaskBase::Observer(task, context.observer, id, type, TASK_STATE_QUEUED, push_time, 0, 0);
+    context.wake();
     return id;
 }
 
@@ -67,7 +60,9 @@ unsigned int run(CORVOTaskBase* task, task_observer observer, const task_context
 }  // namespace
 
 CORVOTaskBase::CORVOTaskBase(const char* name, int idleInterval, ethread_priority priority)
-    : idle_interval_(idleInterval), priority_(priority), context_(std::make_unique<local_context>(name)) {
+    : idle_interval_(static_cast<uint64_t>(std::max(idleInterval, 1)) * kNanosecondsPerMillisecond),
+      priority_(priority),
+      context_(std::make_unique<local_context>(name)) {
     if (name) {
         orvo_syslog(ESYSLOG_NOTICE, kModule, 81, "create a Task[%s]", name);
     } else {
@@ -78,10 +73,10 @@ CORVOTaskBase::CORVOTaskBase(const char* name, int idleInterval, ethread_priorit
 CORVOTaskBase::~CORVOTaskBase() {
     Join();
     int id = thread_id_;
-    if (context_->name.empty()) {
-        orvo_syslog(ESYSLOG_NOTICE, kModule, 97, "delete a Task[unname][%d]", id);
+    if (context_->has_name) {
+        orvo_syslog(ESYSLOG_NOTICE, kModule, 95, "delete a Task[%s][%d]", GetName(), id);
     } else {
-        orvo_syslog(ESYSLOG_NOTICE, kModule, 95, "delete a Task[%s][%d]", context_->name.c_str(), id);
+        orvo_syslog(ESYSLOG_NOTICE, kModule, 97, "delete a Task[unname][%d]", id);
     }
 }
 
@@ -95,6 +90,7 @@ bool CORVOTaskBase::Start() {
     std::lock_guard guard(start_stop_);
     if (thread_.load()) return refuse();
     stop_ = false;
+    context_->waker.open();
     thread_ = orvothread_create([](void* task) { static_cast<CORVOTaskBase*>(task)->Runloop(); }, this, priority_);
     return thread_.load() != nullptr;
 }
@@ -104,24 +100,25 @@ bool CORVOTaskBase::Stop() {
         orvo_syslog(ESYSLOG_WARN, kModule, 255, "thread[%d] has not started yet!", orvothread_selfid());
         return false;
     }
-    AskToEnd();
+    RequestStop();
     if (GetCurrentTask() != this) Join();
     return true;
 }
 
-void CORVOTaskBase::AskToEnd() {
+void CORVOTaskBase::RequestStop() {
     std::lock_guard guard(context_->lock);
     stop_ = true;
-    context_->changed.notify_one();
+    context_->wake();
 }
 
 void CORVOTaskBase::Join() {
     std::lock_guard guard(start_stop_);
     orvothread* thread = thread_.load();
     if (!thread) return;
-    AskToEnd();
+    RequestStop();
     orvothread_terminate(thread, -1);
     thread_ = nullptr;
+    context_->waker.close();
 }
 
 bool CORVOTaskBase::IsStarted() const {
@@ -139,26 +136,46 @@ bool CORVOTaskBase::HasReady() const {
     return !context_->ready.empty();
 }
 
-// To the nanosecond: a periodic call that begins within the millisecond in which it is due never drifts.
-uint64_t CORVOTaskBase::IdleTime() const {
-    uint64_t longest = idle_interval_ > 0 ? static_cast<uint64_t>(idle_interval_) * kNanosecondsPerMillisecond : 0;
+// In nanoseconds, up to the limit; 0 while calls are ready. To the beginning of the millisecond in which the first
+// delayed call is due: whole milliseconds would wake the worker up to one too late, with each period of a periodic
+// call.
+uint64_t CORVOTaskBase::TimeToNextCall(uint64_t limit) const {
     std::lock_guard guard(context_->lock);
     if (!context_->ready.empty()) return 0;
-    if (context_->delayed.empty()) return longest;
-    uint64_t due = context_->delayed.begin()->due;
+    if (context_->delayed.empty()) return limit;
+    uint64_t due = context_->delayed.begin()->first.first;
     uint64_t now = orvo::sys::tick_nanoseconds();
-    uint64_t tick = now / kNanosecondsPerMillisecond;
-    if (due <= tick) return 0;
-    if (due - tick > longest / kNanosecondsPerMillisecond) return longest;
-    return std::min(longest, due * kNanosecondsPerMillisecond - now);
+    if (due <= now / kNanosecondsPerMillisecond) return 0;
+    if (due > UINT64_MAX / kNanosecondsPerMillisecond) return limit;
+    return std::min(limit, due * kNanosecondsPerMillisecond - now);
 }
 
 void CORVOTaskBase::AwaitCall() {
+    Rest(TimeToNextCall(UINT64_MAX));
+}
+
+// The worker's one way to wait. Whoever queues a call sets a mark, which is cleared before a pass looks at the queues:
+// what comes after that look keeps the worker from resting. The waker costs its system call only while the worker does
+// rest.
+void CORVOTaskBase::Rest(uint64_t nanoseconds) {
     local_context& context = *context_;
-    std::unique_lock lock(context.lock);
-    context.changed.wait(lock, [&] {
-        return stop_ || !context.ready.empty() || !context.delayed.empty() || !context.cancelled.empty();
-    });
+    if (!context.waker.is_open()) nanoseconds = std::min(nanoseconds, idle_interval_);
+    {
+        std::lock_guard guard(context.lock);
+        if (nanoseconds == 0 || context.woken || stop_) return;
+        context.resting = true;
+    }
+    WaitFor(context.waker.descriptor(), nanoseconds);
+    {
+        std::lock_guard guard(context.lock);
+        context.resting = false;
+    }
+    context.waker.drain();
+}
+
+void CORVOTaskBase::WaitFor(int descriptor, uint64_t nanoseconds) {
+    pollfd readable{descriptor, POLLIN, 0};
+    orvo::sys::poll_within(&readable, 1, nanoseconds);
 }
 
 const char* CORVOTaskBase::GetName() const {
@@ -217,7 +234,7 @@ int CORVOTaskBase::CancelTask(CORVOTaskBase* task, unsigned int id) {
     }
     std::lock_guard guard(task->context_->lock);
     task->context_->cancelled.insert(id);
-    task->context_->changed.notify_one();
+    task->context_->wake();
     return 1;
 }
 
@@ -235,7 +252,7 @@ void CORVOTaskBase::OnStop() {
 
 void CORVOTaskBase::Runloop() {
     orvo_syslog(ESYSLOG_NOTICE, kModule, 281, "enter Runloop");
-    while (!thread_.load()) orvo_msleep(idle_interval_);
+    while (!thread_.load()) orvo_msleep(1);
     if (orvothread_setspecific_private(orvo::kThreadTaskSlot, this) != 0) {
         orvo_syslog(ESYSLOG_ERROR, kModule, 288, "thread[%d] stop exceptly!", orvothread_selfid());
         return;
@@ -246,15 +263,16 @@ void CORVOTaskBase::Runloop() {
     }
     thread_id_ = orvothread_selfid();
     OnStart();
-    while (GoesOn()) {
-        if (!Eachloop()) sleep_for(IdleTime());
+    while (ShouldContinue()) {
+        context_->woken = false;
+        if (!Eachloop()) Rest(TimeToNextCall(idle_interval_));
     }
     orvo_syslog(ESYSLOG_NOTICE, kModule, 312, "thread %s will stop", GetName());
     OnStop();
 }
 
 // A stop drains the ready calls and abandons the delayed ones.
-bool CORVOTaskBase::GoesOn() {
+bool CORVOTaskBase::ShouldContinue() {
     if (!stop_ && IsIdle()) OnIdle();
     return !stop_ || HasReady();
 }
@@ -304,7 +322,7 @@ bool CORVOTaskBase::RunDue(uint64_t now) {
     context.due = due_after(context.interval);
     context.push_time = orvo_gettimeofday_millisecond();
     std::lock_guard guard(context_->lock);
-    context_->insert_by_due(std::move(item));
+    context_->insert_by_due(item);
     return true;
 }
 

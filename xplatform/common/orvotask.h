@@ -42,7 +42,8 @@ using task_observer = void (*)(CORVOTaskBase* task, task_observer_info* info);
 // calls its virtual operations. Threads: every operation may be called from any thread, unless it says otherwise.
 class ORVO_API CORVOTaskBase : public CRefCountSafe {
   public:
-    // `name` is copied, null for none. An idle worker looks for calls every `idleInterval` milliseconds.
+    // `name` is copied, null for none. A worker without calls makes a pass every `idleInterval` milliseconds, at least
+    // 1; what is pushed, cancelled or due in between wakes it.
     CORVOTaskBase(const char* name, int idleInterval, ethread_priority priority);
     ~CORVOTaskBase() override;
 
@@ -76,8 +77,8 @@ class ORVO_API CORVOTaskBase : public CRefCountSafe {
     // the task of the calling thread.
     static unsigned int PushTask(CORVOTaskBase* task, const CScopeCall& call);
     static unsigned int PushTask(const CScopeCall& call);
-    // Queues a call to run after `delayMs` milliseconds, at the resolution of the idle interval. A periodic one runs
-    // again `delayMs` after each of its ends, under the same id, until it is cancelled or its target is gone.
+    // Queues a call to run after `delayMs` milliseconds of the monotonic clock. A periodic one runs again `delayMs`
+    // after each of its ends, under the same id, until it is cancelled or its target is gone.
     static unsigned int PushDelayTask(CORVOTaskBase* task, const CScopeCall& call, long long delayMs, etask_mode mode);
     static unsigned int PushDelayTask(const CScopeCall& call, long long delayMs, etask_mode mode);
     // Drops a queued call at the start of the worker's next pass; one that runs already finishes. Result: 0, with a
@@ -91,23 +92,25 @@ class ORVO_API CORVOTaskBase : public CRefCountSafe {
                          task_state_type state, uint64_t push, uint64_t start, uint64_t end);
 
   protected:
-    // How long the worker has nothing to do, in nanoseconds: until the first delayed call is due, but no longer than
-    // the idle interval, after which it looks again; 0 while calls are ready.
-    uint64_t IdleTime() const;
-    // Waits until something is queued or cancelled, or the worker is asked to end: for an OnIdle that would rather not
-    // have the worker look again and again. Worker only.
+    // Rests until something is queued, cancelled or due, or the worker is asked to end, however long the idle interval
+    // is: for an OnIdle without work of its own. It may return earlier. Worker only.
     void AwaitCall();
+    // Waits up to `nanoseconds` (UINT64_MAX: without a limit) for the descriptor to become readable, or for what else
+    // gives the task something to do. It may return earlier. The descriptor is -1 when the system has none left.
+    virtual void WaitFor(int descriptor, uint64_t nanoseconds);
     // Asks the worker, if there is one, to end, and waits for its end.
     void Join();
 
   private:
-    void AskToEnd();
-    bool GoesOn();
+    uint64_t TimeToNextCall(uint64_t limit) const;
+    void Rest(uint64_t nanoseconds);
+    void RequestStop();
+    bool ShouldContinue();
     bool HasReady() const;
     bool RunReady();
     bool RunDue(uint64_t now);
 
-    const int idle_interval_;
+    const uint64_t idle_interval_;  // nanoseconds
     const ethread_priority priority_;
     std::mutex start_stop_;
     std::atomic<orvothread*> thread_{nullptr};

@@ -1,6 +1,7 @@
 // A task thread that serves a descriptor event pump in the same loop.
 #include "xplatform/common/orvotask_io.h"
 
+#include "xplatform/common/orvofe_wait.h"
 #include "xplatform/common/orvosyslog.h"
 
 CORVOTaskIO::CORVOTaskIO(const char* name, int idleInterval, ethread_priority priority)
@@ -13,10 +14,12 @@ CORVOTaskIO::~CORVOTaskIO() {
 
 bool CORVOTaskIO::Eachloop() {
     bool worked = CORVOTaskBase::Eachloop();
-    if (orvofe_fdsize(pump_) == 0) return worked;  // polling nothing would be one more wake-up a pass
-    // No far deadline holds up the calls: the pump waits no longer than an idle task sleeps.
-    auto longest = static_cast<unsigned int>(IdleTime() / 1000000);
-    return orvofe_loop_within(pump_, longest) > 0 || worked;
+    return (orvofe_fdsize(pump_) > 0 && orvofe_loop_within(pump_, 0) > 0) || worked;
+}
+
+void CORVOTaskIO::WaitFor(int descriptor, uint64_t nanoseconds) {
+    if (!pump_) return CORVOTaskBase::WaitFor(descriptor, nanoseconds);
+    orvo::wait_for_events(*pump_, descriptor, nanoseconds);
 }
 
 orvofe* CORVOTaskIO::GetFevent() {

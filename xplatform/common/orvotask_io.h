@@ -19,12 +19,16 @@ class ORVO_API CORVOTaskIO : public CORVOTaskBase {
     CORVOTaskIO(const char* name, int idleInterval, ethread_priority priority);
     ~CORVOTaskIO() override;
 
-    // A pass of the task, then one of its pump, which does not wait while calls are ready. Result: whether either had
-    // something to do. Worker only.
+    // A pass of the task, then one of its pump, which does not wait. Result: whether either had something to do. Worker
+    // only.
     bool Eachloop() override;
     // The pump of the task whose worker calls this, for that worker alone; it lives as long as the task. Null, with a
     // line in the log, on a thread without a task; null for a task without a pump.
     static orvofe* GetFevent();
+
+  protected:
+    // Also for events and the earliest deadline of the pump.
+    void WaitFor(int descriptor, uint64_t nanoseconds) override;
 
   private:
     orvofe* const pump_;

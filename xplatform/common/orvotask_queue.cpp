@@ -1,65 +1,71 @@
 // What a task has queued.
 #include "xplatform/common/orvotask_queue.h"
 
-unsigned int local_context::take_id(list* queue) {
-    while (!where.insert(next_id, queue)) ++next_id;
-    return next_id++;
+unsigned int local_context::take_id(list::Item* call) {
+    while (!where.insert(next_id, call)) ++next_id;
+    return call->element.id = next_id++;
 }
 
 unsigned int local_context::add_ready(item call) {
-    unsigned int id = call->element.id = take_id(&ready);
+    unsigned int id = take_id(call.get());
     ready.insert(ready.end(), *call.release());
     return id;
 }
 
 unsigned int local_context::add_delayed(item call) {
-    unsigned int id = call->element.id = take_id(&delayed);
-    insert_by_due(std::move(call));
+    unsigned int id = take_id(call.get());
+    insert_by_due(call);
     return id;
 }
 
-void local_context::insert_by_due(item call) {
-    auto place = delayed.end();
-    for (auto before = place; !delayed.empty() && place != delayed.begin(); place = before) {
-        --before;
-        if (before->due <= call->element.due) break;
-    }
-    delayed.insert(place, *call.release());
+void local_context::insert_by_due(item& call) {
+    task_context& context = call->element;
+    auto* node = where.findnode(context.id);
+    if (!node) return;
+    context.turn = next_turn_++;
+    node->value = call.get();
+    delayed.emplace(std::pair(context.due, context.turn), std::move(call));
 }
 
 void local_context::drop_cancelled(list& dropped) {
     for (auto id = cancelled.begin(); !id.atEnd(); ++id) {
         auto* node = where.findnode(*id);
         if (!node) continue;
-        list& queue = *node->value;
-        for (auto call = queue.begin(); call != queue.end(); ++call) {
-            if (call->id != *id) continue;
-            list::Item& found = *call.getItem();
-            queue.Detach(found);
-            dropped.insert(dropped.end(), found);
-            break;
+        if (list::Item* call = node->value) {
+            if (call->element.turn == 0) {
+                ready.Detach(*call);
+            } else {
+                delayed.extract({call->element.due, call->element.turn}).mapped().release();
+            }
+            dropped.insert(dropped.end(), *call);
         }
         where.erase(*id);
     }
     cancelled.clear();
 }
 
-local_context::item local_context::take_first(list& queue) {
-    item first(queue.begin().getItem());
-    queue.Detach(*first);
-    return first;
-}
-
 local_context::item local_context::take_ready() {
     if (ready.empty()) return nullptr;
-    item call = take_first(ready);
+    item call(ready.begin().getItem());
+    ready.Detach(*call);
     where.erase(call->element.id);
     return call;
 }
 
 local_context::item local_context::take_due(uint64_t now) {
-    if (delayed.empty() || delayed.begin()->due > now) return nullptr;
-    item call = take_first(delayed);
-    if (call->element.mode != ETASK_MODE_PERIODIC) where.erase(call->element.id);
+    if (delayed.empty() || delayed.begin()->first.first > now) return nullptr;
+    item call = std::move(delayed.extract(delayed.begin()).mapped());
+    if (call->element.mode != ETASK_MODE_PERIODIC) {
+        where.erase(call->element.id);
+    } else {
+        where.findnode(call->element.id)->value = nullptr;
+    }
     return call;
+}
+
+void local_context::wake() {
+    woken = true;
+    if (!resting) return;
+    resting = false;
+    waker.signal();
 }
