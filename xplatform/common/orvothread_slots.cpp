@@ -3,7 +3,6 @@
 
 #include <pthread.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <mutex>
@@ -25,28 +24,26 @@ struct orvothread_key_t {
 
     constexpr unsigned int key() const { return slot; }
 };
-constinit std::mutex keys_lock;
-constinit orvo::barray<orvothread_key_t, unsigned int, kMaxSlots> keys;
+using Keys = orvo::barray<orvothread_key_t, unsigned int, kMaxSlots>;
 
-// The runtime's own numbers are asked for with every log line: their places are known without the lock.
-constexpr unsigned int kReserved[] = {orvo::kThreadNameSlot, orvo::kThreadHandleSlot, orvo::kThreadTaskSlot};
-constinit std::atomic<int> reserved_places[3] = {-1, -1, -1};
-
-std::atomic<int>* reserved_place(unsigned int slot) {
-    unsigned int index = slot - kReserved[0];
-    return index < 3 ? &reserved_places[index] : nullptr;
+// The runtime's own numbers have the first places from the start: callers cannot take them away.
+constexpr Keys reserved_keys() {
+    Keys reserved;
+    for (unsigned int place = 0; place < orvo::kReservedSlots; ++place)
+        reserved.insert({orvo::kThreadNameSlot + place, static_cast<int>(place)});
+    return reserved;
 }
+constinit std::mutex keys_lock;
+constinit Keys keys = reserved_keys();
 
 // Result: the slot's place; -1 when the number is unknown and not to be added, or beyond the limit.
 int place_of(unsigned int slot, bool add) {
-    std::atomic<int>* known = reserved_place(slot);
-    if (known && *known >= 0) return *known;
+    // Without the lock: the runtime's own numbers are asked for with every log line.
+    if (slot - orvo::kThreadNameSlot < orvo::kReservedSlots) return static_cast<int>(slot - orvo::kThreadNameSlot);
     std::lock_guard guard(keys_lock);
     if (const orvothread_key_t* used = keys.find(slot)) return used->place;
     int place = static_cast<int>(keys.size());
-    if (!add || !keys.insert({slot, place})) return -1;
-    if (known) *known = place;
-    return place;
+    return add && keys.insert({slot, place}) ? place : -1;
 }
 
 // A thread's values by place, `size` of them behind this head; freed with the thread.
