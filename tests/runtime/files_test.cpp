@@ -182,7 +182,8 @@ TEST_F(Files, CopiesAndMeasures) {
     EXPECT_FALSE(orvoio_copyfile(path("missing").c_str(), path("to").c_str()));
     EXPECT_FALSE(orvoio_copyfile(path("from").c_str(), path("missing/to").c_str()));
     EXPECT_FALSE(orvoio_copyfile(path("from").c_str(), nullptr));
-    EXPECT_FALSE(orvoio_copyfile(folder_.c_str(), path("to").c_str())) << "reading a folder fails";
+    EXPECT_FALSE(orvoio_copyfile(folder_.c_str(), path("to").c_str()));
+    EXPECT_EQ(orvoio_fsize(path("to").c_str()), 1200000u) << "what cannot be read empties nothing";
     EXPECT_EQ(symlink(path("from").c_str(), path("link").c_str()), 0);
     EXPECT_FALSE(orvoio_copyfile(path("link").c_str(), path("from").c_str()));
     EXPECT_EQ(orvoio_fsize(path("from").c_str()), 1200000u) << "the source outlives a copy onto itself";

@@ -44,6 +44,10 @@ const well_known_folders& folders() {
     return found;
 }
 
+struct file_close {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
 struct heap_free {
     void operator()(void* block) const { std::free(block); }
 };
@@ -93,17 +97,17 @@ bool orvoio_copyfile(const char* from, const char* to) {
     orvo::io::CFile source, target;
     if (!source.Open(from, "rb")) return false;
     if (to != nullptr && same_file(from, to)) return false;  // opening the target would empty the source
-    if (!target.Open(to, "wb")) return false;
+    const std::unique_ptr<std::FILE, file_close> from_file(source.Detach());
     for (std::size_t got = kCopyChunk; got == kCopyChunk;) {
         const std::unique_ptr<void, heap_free> chunk(std::malloc(kCopyChunk));
         if (!chunk) return false;
-        got = source.Read(chunk.get(), kCopyChunk);
+        got = std::fread(chunk.get(), 1, kCopyChunk, from_file.get());
+        if (std::ferror(from_file.get()) != 0) return false;
+        // Not before there is something to put there: a folder can be opened like a file, but not read.
+        if (!target.IsOpened() && !target.Open(to, "wb")) return false;
         if (target.Write(chunk.get(), got) != got) return false;
     }
-    std::FILE* const end = source.Detach();
-    const bool complete = std::ferror(end) == 0;
-    std::fclose(end);
-    return target.Close() && complete;
+    return target.Close();
 }
 
 bool orvoio_copyfile(const char16_t* from, const char16_t* to) {

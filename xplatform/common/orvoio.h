@@ -34,8 +34,9 @@ ORVO_API uint64_t orvoio_fsize(const char* path);
  * Result: false when the system does not tell, and for a null argument, which logs a line. */
 ORVO_API bool orvoio_fsinfo(const char* path, uint64_t* total, uint64_t* available);
 
-/* Copies a file over another, which is created or emptied first; not its attributes. Result: false when one of them
- * cannot be opened, when both are the same file, and when reading or writing fails: then the copy is incomplete. */
+/* Copies a file over another, which is created or emptied; not its attributes. Result: false when both are the same
+ * file, when one of them cannot be opened or nothing can be read, which leaves the other as it is, and when reading or
+ * writing fails later: then the copy is incomplete. */
 ORVO_API bool orvoio_copyfile(const char* from, const char* to);
 
 #ifdef __cplusplus

@@ -1,9 +1,10 @@
 // Files over stdio streams.
-#include <fcntl.h>
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <string>
 #include <utility>
 
 #include "xplatform/common/orvoio.h"
@@ -32,14 +33,15 @@ bool CFile::Open(const char* path, const char* mode) {
         log_error(__LINE__, "illegal agurment!");
         return false;
     }
-    stream_ = std::fopen(path, mode);
+    std::string closed_in_children(mode);  // a coding may follow the letters
+    closed_in_children.insert(std::min(closed_in_children.find(','), closed_in_children.size()), 1, 'e');
+    stream_ = std::fopen(path, closed_in_children.c_str());
     if (stream_ == nullptr) {
         const int reason = errno;
         orvo_syslog(ESYSLOG_ERROR, "orvofile", __LINE__, "failed to open file[%s]!", path);
         errno = reason;
         return false;
     }
-    fcntl(fileno(stream_), F_SETFD, FD_CLOEXEC);
     name_ = path;
     return true;
 }

@@ -27,8 +27,9 @@ bool executable_path(char* path, std::size_t size) {
 bool file_system_totals(const char* path, uint64_t* total, uint64_t* available) {
     struct statfs info;
     if (statfs(path, &info) != 0) return false;
-    *total = uint64_t{info.f_blocks} * static_cast<uint64_t>(info.f_bsize);
-    *available = uint64_t{info.f_bavail} * static_cast<uint64_t>(info.f_bsize);
+    // In fragments: f_bsize is the size of a transfer.
+    *total = uint64_t{info.f_blocks} * static_cast<uint64_t>(info.f_frsize);
+    *available = uint64_t{info.f_bavail} * static_cast<uint64_t>(info.f_frsize);
     return true;
 }
 
