@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "ScreenCapture/api/impl_log.h"
+#include "ScreenCapture/log/orvo_log.h"
 #include "ScreenCapture/thumbnail/bitmap_memory.h"
 
 using orvo::platform::Display;
@@ -78,6 +79,7 @@ void OrvoScreenCaptureImpl::UnInit() {
     // The registry stays, but from here on nothing of this session reaches the host.
     if (registry) registry->shut();
     orvo::thumbnail::freeKeptMemory();
+    ORVO::ScreenCapture::flush_log();
 }
 
 void OrvoScreenCaptureImpl::StartCapture() {

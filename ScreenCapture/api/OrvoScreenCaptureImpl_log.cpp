@@ -1,18 +1,21 @@
 // The facade's log: the thread that it runs on, and which of the three files it continues.
-#include <algorithm>
 #include <cstring>
 #include <string>
 
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
 #include "ScreenCapture/api/impl_log.h"
 #include "ScreenCapture/log/orvo_log.h"
+#include "ScreenCapture/log/orvo_log_files.h"
+#include "ScreenCapture/platform/platform.h"
 #include "common/utils/orvo_signal_block.h"
 #include "xplatform/common/orvoio.h"
+
+using orvo::platform::platform;
 
 namespace {
 
 constexpr unsigned long long kFileSizeLimit = 5'242'880;  // bytes
-constexpr int kLogThreadIdleInterval = 10;                // milliseconds in which lines gather for the next pass
+constexpr int kLogThreadIdleInterval = 10;                // milliseconds
 constexpr size_t kFiles = 3;
 constexpr const char* kFileNames[kFiles] = {"/orvoscreencaplog1.txt", "/orvoscreencaplog2.txt",
                                             "/orvoscreencaplog3.txt"};
@@ -34,19 +37,7 @@ std::string folderOf(const char* logFolder) {
     return folder;
 }
 
-bool hasRoom(const std::string& path) {
-    return !orvo::io::CFile::IsExisted(path.c_str()) || orvoio_fsize(path.c_str()) < kFileSizeLimit;
-}
-
-// The file to continue: the first with room. When all are full they are deleted, and the first begins anew.
-size_t fileToContinue(const std::string (&paths)[kFiles]) {
-    const auto* found = std::find_if(std::begin(paths), std::end(paths), hasRoom);
-    if (found != std::end(paths)) return static_cast<size_t>(found - paths);
-    for (const std::string& path : paths) orvo::io::CFile::Remove(path.c_str());
-    return 0;
-}
-
-// While there is nothing to write it sleeps until there is, instead of looking a hundred times a second.
+// While there is nothing to write it rests until there is, instead of making a hundred passes a second.
 class LogWriterTask final : public CORVOTaskIO {
   public:
     using CORVOTaskIO::CORVOTaskIO;
@@ -75,13 +66,15 @@ bool OrvoScreenCaptureImpl::StartThreadIfNeeded() {
     return m_logTask->IsStarted();
 }
 
-// Needs no Init, and does not start the log thread: until Init or a registration does, lines wait in its queue.
+// Needs no Init, and does not start the log thread: until Init or a registration does, the latest lines wait.
 bool OrvoScreenCaptureImpl::SetLogLevel(int level, const char* logFolder) {
     const std::string folder = folderOf(logFolder);
     if (!orvo::io::CDirectory::IsExisted(folder.c_str())) orvo::io::CDirectory::Create(folder.c_str());
-    std::string paths[kFiles];
+    ORVO::ScreenCapture::LogFiles::Paths paths;
     for (size_t i = 0; i < kFiles; ++i) paths[i] = folder + kFileNames[i];
-    const size_t first = fileToContinue(paths);
+    const auto chosen = ORVO::ScreenCapture::LogFiles::choose(paths, kFileSizeLimit);
+    if (!chosen) platform().system().console("no log file can be opened in the folder \"" + folder + "\"");
+    const size_t first = chosen.value_or(0);
     {
         std::lock_guard lock(gPathsMutex);
         copyPath(g_strFullLogPath, paths[first]);

@@ -1,8 +1,9 @@
-// The exported additions: version, permissions, a window's owner, statistics.
+// The exported additions: version, permissions, a window's owner, statistics, the log's level.
 #include <algorithm>
 #include <cstring>
 
 #include "ScreenCapture/api/facade_call.h"
+#include "ScreenCapture/log/orvo_log.h"
 #include "ScreenCapture/thumbnail/window_info.h"
 #include "orvo/screencapture_additions.h"
 
@@ -82,4 +83,9 @@ bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics) 
                      sizeof(statistics->lastErrorReason) - 1);
         return true;
     });
+}
+
+void orvo_screencapture_change_log_level(int level) {
+    EXPORT_LOG("SC", "%s log level:%d", __func__, level);
+    orvo::api::tell([=](OrvoScreenCaptureImpl&) { ORVO::ScreenCapture::set_log_level(level); });
 }

@@ -3,7 +3,6 @@
 
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
 #include "ScreenCapture/api/facade_call.h"
-#include "ScreenCapture/log/leave_log.h"
 
 constinit OrvoScreenCaptureImpl* g_pScreenCaptureImpl = nullptr;
 
@@ -17,7 +16,6 @@ void inForkedChild() {
     if (!gFacade || !gFacade->isUsed()) return;
     if (g_pScreenCaptureImpl == gFacade) g_pScreenCaptureImpl = nullptr;
     gFacade = nullptr;
-    ORVO::ScreenCapture::leave_log();
 }
 
 struct Loader {

@@ -1,22 +1,23 @@
 // The log's hook, its level, and the jobs that it posts to the log thread.
 #include "ScreenCapture/log/orvo_log.h"
 
-#include <signal.h>
+#include <pthread.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <functional>
+#include <future>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <string>
 #include <utility>
 
-#include "ScreenCapture/log/leave_log.h"
+#include "ScreenCapture/log/log_queue.h"
 #include "ScreenCapture/log/orvo_log_files.h"
 #include "ScreenCapture/log/sym_encrypt.h"
 #include "xplatform/common/orvosyslog.h"
@@ -29,6 +30,7 @@ namespace {
 constexpr char kModule[] = "OrvoLog";
 constexpr char kRule[] = "-------------------------------------------";
 constexpr int kLastFramedLevel = ESYSLOG_WARN;
+constexpr std::chrono::milliseconds kMaxFlushTime{200};
 
 constinit std::atomic<int> g_LogLevel{ESYSLOG_DEBUG};
 
@@ -38,81 +40,34 @@ LogFiles& files() {
     return instance;
 }
 
-// What waits for the log thread, in order. Lines that come while a batch of them waits join it, so that a burst costs
-// each caller little more than a copy.
-class Waiting {
-  public:
-    void run_on(BASE::COrvoQueueRunner* runner, CORVOTaskBase* task) {
-        const std::lock_guard lock(mutex_);
-        runner_ = runner;
-        task_ = task;
-        batch_.reset();
-    }
-    void post(std::function<void()>&& job) {
-        const std::lock_guard lock(mutex_);
-        batch_.reset();  // later lines stay behind the job
-        if (runner_ && task_) runner_->AsyncRun(std::move(job), task_);
-    }
-    void add(const char* text, size_t length) {
-        const std::lock_guard lock(mutex_);
-        if (!runner_ || !task_) return;
-        if (batch_) {
-            batch_->append(text, length + 1);
-            return;
-        }
-        const auto batch = std::make_shared<std::string>(text, length + 1);
-        batch_ = batch;
-        if (!push(batch)) batch_.reset();
-    }
+void write_line(char* text, size_t length) {
+    sym_encrypt(text);
+    files().write({text, length}, g_LogLevel.load(std::memory_order_relaxed) == ESYSLOG_DEBUG);
+}
 
-  private:
-    bool push(const std::shared_ptr<std::string>& batch) {
-        try {
-            return runner_->AsyncRun([this, batch] { write(batch); }, task_) != 0;
-        } catch (const std::bad_alloc&) {
-            return false;
-        }
-    }
-    // On the log thread: the lines stand one after the other, each with its terminating zero.
-    void write(const std::shared_ptr<std::string>& batch) {
-        {
-            const std::lock_guard lock(mutex_);
-            if (batch_ == batch) batch_.reset();
-        }
-        char* const end = batch->data() + batch->size();
-        for (char* line = batch->data(); line < end;) {
-            const size_t length = strlen(line);
-            sym_encrypt(line);
-            files().write({line, length}, g_LogLevel.load(std::memory_order_relaxed) == ESYSLOG_DEBUG);
-            line += length + 1;
-        }
-    }
+void write_dropped(unsigned int lines) {
+    std::string text = "*** lines dropped, because too many waited: " + std::to_string(lines);
+    write_line(text.data(), text.size());
+}
 
-    std::recursive_mutex mutex_;  // a push that fails writes a line itself
-    BASE::COrvoQueueRunner* runner_ = nullptr;
-    CORVOTaskBase* task_ = nullptr;
-    std::shared_ptr<std::string> batch_;
-};
-
-Waiting& waiting() {
-    static Waiting& instance = *new Waiting;
+LogQueue& queue() {
+    static LogQueue& instance = *new LogQueue({write_line, write_dropped});
     return instance;
 }
 
-// Set in a forked child.
-constinit std::atomic<bool> left{false};
+// Set in a forked child: its lines are echoed only, and those that wait are the parent's to write.
+constinit std::atomic<bool> stopped{false};
 
 void post(std::function<void()>&& job) {
-    if (!left) waiting().post(std::move(job));
+    if (!stopped) queue().post(std::move(job));
 }
 
-// What a log file still holds is written by the thread that exits: a limit on the size of files must not end the
-// process there.
-void block_size_signal() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGXFSZ);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+void flush_at_exit() {
+    try {
+        flush_log();
+    } catch (const std::bad_alloc&) {
+        // The lines are lost: an exception here would end the process in another way.
+    }
 }
 
 void echo(int level, const char* text, size_t length) {
@@ -129,22 +84,37 @@ void echo(int level, const char* text, size_t length) {
 }  // namespace
 
 void run_log_on(BASE::COrvoQueueRunner* new_runner, CORVOTaskBase* new_task) {
-    waiting().run_on(new_runner, new_task);
+    queue().run_on(new_runner, new_task);
 }
 
-void leave_log() {
-    left = true;
+void flush_log() {
+    CORVOTaskBase* const task = stopped ? nullptr : queue().running_task();
+    if (!task || task == CORVOTaskBase::GetCurrentTask()) return;
+    const auto flushed = std::make_shared<std::promise<void>>();
+    const std::future<void> done = flushed->get_future();
+    queue().post([flushed] {
+        files().flush();
+        flushed->set_value();
+    });
+    done.wait_for(kMaxFlushTime);
 }
 
 void init_log(const char* path0, const char* path1, const char* path2, unsigned long long maxSize) {
-    struct Paths {
-        std::string each[3];
-    };
-    post([paths = Paths{{path0, path1, path2}}, maxSize] { files().init(paths.each, maxSize); });
+    // A forked child has no log thread, and locks on the way to it may be held for ever.
+    [[maybe_unused]] static const int at_fork = pthread_atfork(nullptr, nullptr, [] { stopped = true; });
+    [[maybe_unused]] static const int at_exit = atexit(flush_at_exit);
     syslog_hook_ex(1, orvo_log_hook);
     syslog_hook(orvo_log_hook);
-    [[maybe_unused]] static const int registered = atexit(block_size_signal);
-    post([] { files().open(); });
+    for (const char* path : {path0, path1, path2}) {
+        if (path && strlen(path) <= LogFiles::kMaxPath) continue;
+        syslog_ex(1, ESYSLOG_ERROR, kModule, __LINE__,
+                  "init_log illegal argument: no path, or a longer one than 511 bytes");
+        return;
+    }
+    post([paths = LogFiles::Paths{path0, path1, path2}, maxSize] {
+        files().init(paths, maxSize);
+        files().open();
+    });
     syslog_ex(1, ESYSLOG_NOTICE, kModule, __LINE__, "*** SDK Version: %s", ORVO_VERSION_TEXT);
 }
 
@@ -165,10 +135,8 @@ void remove_log_after_upload() {
 
 void verbose_output(const char* format, ...) {
     char buffer[orvo::log::kLineSize + orvo::log::kLineSlack];
-    time_t now = time(nullptr);
-    tm local{};
-    localtime_r(&now, &local);
-    size_t prefix = strftime(buffer, sizeof(buffer), "[%Y-%m-%d %H:%M:%S][orvo] ", &local);
+    const size_t prefix =
+        orvo::log::print_local_time(buffer, sizeof(buffer), "[%Y-%m-%d %H:%M:%S][orvo] ", time(nullptr));
     va_list arguments;
     va_start(arguments, format);
     orvo::log::print_message(buffer, prefix, format, arguments);
@@ -180,9 +148,9 @@ void orvo_log_hook(int level, const char* /*module*/, int /*line*/, const char* 
     if (!text) return;
     const size_t length = strlen(text);
     if (g_LogLevel.load(std::memory_order_relaxed) >= level) echo(level, text, length);
-    if (left || g_LogLevel.load(std::memory_order_relaxed) < level) return;
+    if (stopped || g_LogLevel.load(std::memory_order_relaxed) < level) return;
     try {
-        waiting().add(text, length);
+        queue().add(text, length);
     } catch (const std::bad_alloc&) {
         // No memory for the line: the echo has to do.
     }

@@ -50,13 +50,20 @@ ORVO_API void orvo_screencapture_init(void);
 ORVO_API void orvo_screencapture_uninit(void);
 
 /**
- * Opens the three rotating log files "orvoscreencaplog1.txt" to "orvoscreencaplog3.txt" in a folder. Needs no
- * orvo_screencapture_init.
+ * Sets the log's level, and logs to the three rotating files "orvoscreencaplog1.txt" to "orvoscreencaplog3.txt" of a
+ * folder, 5 MiB each. Needs no orvo_screencapture_init, but it is the log's thread that writes, which
+ * orvo_screencapture_init or a registration starts; of the lines before, the latest megabyte waits. At a normal exit of
+ * the process, and in orvo_screencapture_uninit, what is logged so far is waited for, at most 200 ms. A folder is for
+ * one process: two that log to the same one delete each other's lines.
+ *
+ * The first file that has room and can be opened is continued; when all are full, they are deleted. A second call
+ * chooses again. It may choose a file that is almost full, and when that one is, the next one begins anew, though it
+ * may be the newest: to change the level alone, call orvo_screencapture_change_log_level.
  * @param level 0 import, 1 error, 2 warn, 3 notice, 4 debug; lines above it are dropped
- * @param logFolder UTF-8, made when missing; one trailing slash is ignored
+ * @param logFolder UTF-8, at most 489 bytes, made when missing; one trailing slash is ignored
  * @threads any
  * @memory none
- * @errors a folder that cannot be written leaves the log without files
+ * @errors a folder in which no file can be opened leaves the log without files; the system's console is told
  */
 ORVO_API void orvo_screencapture_set_log_level(int level, const char* logFolder);
 

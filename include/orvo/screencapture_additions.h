@@ -1,7 +1,8 @@
 /**
  * @file
  * What Orvo Screen Capture offers beside its capture interface, on every system: its version, the permissions that it
- * needs, the owner of a window, the statistics of the capture. Nothing here changes how capturing works.
+ * needs, the owner of a window, the statistics of the capture, the level of the log. Nothing here changes how capturing
+ * works.
  *
  * Every function may be called from any thread, also from inside a callback, and returns at once unless it says
  * otherwise. This header is plain C11 and compiles as C++ too.
@@ -106,6 +107,15 @@ typedef struct OrvoScreenCaptureStatistics {
  *         orvo_screencapture_init that failed, true with the reason
  */
 ORVO_API bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics);
+
+/**
+ * Sets the level of the log alone; its files go on as they are. Needs no orvo_screencapture_init.
+ * @param level 0 import, 1 error, 2 warn, 3 notice, 4 debug, initially 4; lines above it are dropped
+ * @threads any
+ * @memory none
+ * @errors none
+ */
+ORVO_API void orvo_screencapture_change_log_level(int level);
 
 #ifdef __cplusplus
 } /* extern "C" */

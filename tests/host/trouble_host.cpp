@@ -8,12 +8,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include "check.h"
@@ -198,6 +200,19 @@ void exits(Library& library, int number) {
     exit(library.frames < 2 || number == 1 || number == 2);
 }
 
+// Whatever is logged before a normal exit is in the file.
+void logsAndExits(Library& library, int) {
+    const std::string file = gFolder + "/orvoscreencaplog1.txt";
+    inAChild([&] {
+        library.CALL(orvo_screencapture_set_log_level)(3, gFolder.c_str());
+        library.CALL(orvo_screencapture_init)();
+        for (int i = 0; i < 300; ++i) library.CALL(orvo_screencapture_is_capturing)();
+        exit(EXIT_SUCCESS);
+    });
+    std::ifstream in(file);
+    CHECK(std::count(std::istreambuf_iterator<char>(in), {}, '\n') >= 900);
+}
+
 void logLines(Library& library, int count) {
     for (int i = 0; i < count; ++i) library.CALL(orvo_screencapture_is_capturing)();
     live(library);  // the log thread has to run
@@ -242,6 +257,7 @@ const struct {
     {"two copies", twoCopies, 0},
     {"closed", closed, 0},
     {"exit", exits, 3},
+    {"logs and exits", logsAndExits, 0},
     {"full disk", fullDisk, 3},
     {"no log folder", noLogFolder, 0},
 };

@@ -6,10 +6,12 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -50,7 +52,7 @@ std::string plain(const std::string& path) {
 
 class LogFolder : public testing::Test {
   protected:
-    const std::string& path(int i) const { return paths_[i]; }
+    const std::string& path(size_t i) const { return paths_[i]; }
     // Opens three files of that size; lines need room for their end too.
     void open_files(unsigned long long size) {
         files_.init(paths_, size);
@@ -59,7 +61,7 @@ class LogFolder : public testing::Test {
 
     const orvo::testing::TemporaryFolder temporary_;
     const std::string folder_ = temporary_.path();
-    const std::string paths_[3] = {folder_ + "/0", folder_ + "/1", folder_ + "/2"};
+    const LogFiles::Paths paths_ = {folder_ + "/0", folder_ + "/1", folder_ + "/2"};
     LogFiles files_;
 };
 
@@ -123,8 +125,21 @@ TEST_F(LogFile, ContinuesAFileAndCountsWhatItHolds) {
     files_.write(std::string(38, 'a'), true);
     EXPECT_EQ(read_file(path(0)), std::string(60, 'x') + "\n" + std::string(38, 'a') + "\n");
     files_.init(paths_, 100);  // the open file stays, its size is counted anew
+    files_.open();
     files_.write("b", true);
     EXPECT_TRUE(exists(path(1)));
+
+    std::ofstream(path(2)) << "the middle of a li";
+    files_.init({path(2), path(0), path(1)}, 100);
+    files_.open();
+    files_.write("c", true);
+    EXPECT_EQ(read_file(path(2)), "the middle of a li\nc\n") << "another file is closed first";
+    files_.write(std::string(76, 'd'), true);
+    EXPECT_EQ(read_file(path(2)).size(), 98u);
+    files_.write("e", true);
+    EXPECT_EQ(read_file(path(2)).size(), 100u);
+    files_.write("", true);
+    EXPECT_EQ(plain(path(0)), kHeader + "\n");
 }
 
 TEST_F(LogFile, FlushesEveryFourthLine) {
@@ -136,6 +151,10 @@ TEST_F(LogFile, FlushesEveryFourthLine) {
     files_.write("x", true);
     EXPECT_EQ(read_file(path(0)).size(), 22u);
     files_.write("x", false);
+    const pid_t child = fork();
+    if (child == 0) exit(0);
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ(read_file(path(0)).size(), 22u) << "what waits is this process's to write";
     files_.close();
     EXPECT_EQ(read_file(path(0)).size(), 24u);
 }
@@ -179,26 +198,54 @@ TEST_F(LogFile, BeginsALineOfItsOwnAfterAFullDisk) {
     small.rlim_cur = 10;
     setrlimit(RLIMIT_FSIZE, &small);
     files_.write("torn apart", true);
-    files_.write("lost", true);
+    for (int n = 0; n < 300; ++n) files_.write("lost", n % 3 == 2);
     setrlimit(RLIMIT_FSIZE, &whole);
     files_.write("after", true);
-    const std::string file = read_file(path(0));
-    EXPECT_EQ(file.find("before\ntor"), 0u) << file;
-    EXPECT_EQ(file.substr(file.size() - 7), "\nafter\n");
+    EXPECT_EQ(read_file(path(0)), "before\ntor\nafter\n");
+    EXPECT_FALSE(exists(path(1))) << "what was lost does not fill a file";
+    files_.write(std::string(982, 'x'), true);
+    EXPECT_FALSE(exists(path(1)));
+    files_.write("", true);
+    EXPECT_TRUE(exists(path(1)));
 }
 
-TEST_F(LogFile, RefusesWhatIsNoPlainFile) {
-    ASSERT_EQ(mkfifo(path(0).c_str(), 0600), 0);
-    open_files(10);
-    files_.write("x", true);
-    files_.close();
-    unlink(path(0).c_str());
-    std::string elsewhere = folder_ + "/elsewhere";
+// Every combination of what the three names may be.
+TEST_F(LogFile, TheOneToContinueIsTheFirstThatOpensAndHasRoom) {
+    enum Kind { missing, small, full, link, folder, pipe, kinds };
+    const std::string elsewhere = folder_ + "/elsewhere";
+    const auto make = [&](const std::string& name, int kind) {
+        if (kind == small || kind == full) std::ofstream(name) << std::string(kind == full ? 10 : 9, 'x');
+        const int made = kind == link     ? symlink(elsewhere.c_str(), name.c_str())
+                         : kind == folder ? mkdir(name.c_str(), 0700)
+                         : kind == pipe   ? mkfifo(name.c_str(), 0600)
+                                          : 0;
+        EXPECT_EQ(made, 0);
+    };
     std::ofstream{elsewhere};
-    ASSERT_EQ(symlink(elsewhere.c_str(), path(0).c_str()), 0);
-    files_.open();
-    files_.write("x", true);
+    for (int all = 0; all < kinds * kinds * kinds; ++all) {
+        const int kind[] = {all % kinds, all / kinds % kinds, all / kinds / kinds};
+        std::optional<size_t> expected, first_full;
+        for (size_t i = 3; i-- > 0;) {
+            make(path(i), kind[i]);
+            if (kind[i] == missing || kind[i] == small) expected = i;
+            if (kind[i] == full) first_full = i;
+        }
+        ASSERT_EQ(LogFiles::choose(paths_, 10), expected ? expected : first_full) << all;
+        for (size_t i = 0; i < 3; ++i) {
+            const bool is_chosen = i == (expected ? expected : first_full);
+            EXPECT_EQ(exists(path(i)), is_chosen || (kind[i] != missing && (expected || kind[i] != full))) << all;
+            files_.init({path(i), path(i), path(i)}, 100);
+            files_.open();
+            files_.write("line", true);
+            files_.close();
+            struct stat status {};
+            EXPECT_EQ(lstat(path(i).c_str(), &status), 0);
+            EXPECT_EQ(S_ISREG(status.st_mode), kind[i] < link) << "opened if and only if it may be chosen";
+            EXPECT_EQ(remove(path(i).c_str()), 0);
+        }
+    }
     EXPECT_EQ(read_file(elsewhere), "");
+    EXPECT_EQ(LogFiles::choose({folder_ + std::string(512, '/') + "0", "/dev/null/1", "/dev/null"}, 10), std::nullopt);
 }
 
 // The whole way of a line, with standard output in a file of the test.
@@ -238,6 +285,8 @@ class LogThread : public LogFolder {
 TEST_F(LogThread, WritesAndEchoesWhatPasses) {
     init(5242880);
     set_log_level(3);
+    init_log(nullptr, "", "", 1);
+    init_log((folder_ + std::string(512, '/') + "0").c_str(), "", "", 1);
     syslog_ex(1, 1, "SC", 1, "an error\r\n");
     syslog_ex(1, 4, "SC", 2, "too detailed");
     orvo_syslog(3, "task", 3, "of the base library");
@@ -250,6 +299,7 @@ TEST_F(LogThread, WritesAndEchoesWhatPasses) {
         EXPECT_NE(file.find(text), std::string::npos) << text << file;
     }
     EXPECT_EQ(file.find("too detailed"), std::string::npos);
+    EXPECT_NE(file.find("init_log illegal argument"), file.rfind("init_log illegal argument")) << "both refused";
     EXPECT_NE(out.find("++\n["), std::string::npos);
     EXPECT_NE(out.find("[SC:1]: an error\n-------------------------------------------\n["), std::string::npos) << out;
     EXPECT_NE(out.find("[task:3]: of the base library\n["), std::string::npos);
@@ -281,6 +331,28 @@ TEST_F(LogThread, KeepsEveryLineOfEightThreadsOverARotation) {
     EXPECT_EQ(next, std::vector<int>(kThreads, kLines));
     EXPECT_TRUE(exists(path(1)));
     EXPECT_FALSE(exists(path(2)));
+}
+
+TEST_F(LogThread, TheLatestLinesWaitForItsStart) {
+    constexpr int kLines = 3000;
+    task_.Stop();
+    init(5242880);
+    set_log_level(3);
+    for (int n = 0; n < kLines; ++n) syslog_ex(1, 3, "SC", 1, "%01000d", n);
+    task_.Start();
+    flush_log();
+    const std::string file = plain(path(0));
+    int dropped = -1;
+    ASSERT_EQ(sscanf(file.c_str(), "*** lines dropped, because too many waited: %d", &dropped), 1)
+        << file.substr(0, 99);
+    EXPECT_NEAR(static_cast<double>(file.size()), 1024 * 1024, 99999);
+    std::stringstream lines(file);
+    int next = dropped - 3;  // the version's, and two of the task that stopped
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find("[SC:1]") == std::string::npos) continue;
+        EXPECT_EQ(std::stoi(line.substr(line.size() - 9)), next++);
+    }
+    EXPECT_EQ(next, kLines);
 }
 
 TEST_F(LogThread, BeginsAnewAfterAnUpload) {

@@ -124,7 +124,11 @@ inline const ExportCall everyExport[] = {
     {"orvo_screencapture_stop_capture", [](const With&) { orvo_screencapture_stop_capture(); }},
     {"orvo_screencapture_uninit", [](const With&) { orvo_screencapture_uninit(); }},
     {"orvo_screencapture_init", [](const With&) { orvo_screencapture_init(); }},
-    {"orvo_screencapture_set_log_level", [](const With&) { orvo_screencapture_set_log_level(-1, "/dev/null"); }},
+    {"orvo_screencapture_set_log_level orvo_screencapture_change_log_level",
+     [](const With&) {
+         orvo_screencapture_set_log_level(-1, "/dev/null");
+         orvo_screencapture_change_log_level(-1);
+     }},
 };
 
 }  // namespace orvo::test

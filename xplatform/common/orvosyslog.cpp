@@ -52,10 +52,8 @@ struct Stamp {
 
     void set(time_t now) {
         if (length != 0 && second == now) return;
-        tm local{};
-        if (localtime_r(&now, &local) == nullptr) local = tm{};
         second = now;
-        length = strftime(text, sizeof(text), "[%Y-%m-%d %H:%M:%S]", &local);
+        length = print_local_time(text, sizeof(text), "[%Y-%m-%d %H:%M:%S]", now);
     }
 };
 constinit thread_local Stamp t_local;

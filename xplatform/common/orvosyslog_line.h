@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstring>
+#include <ctime>
 
 namespace orvo::log {
 
@@ -15,6 +16,10 @@ constexpr size_t kLineSlack = 7;
 // Prints the caller's message behind the first `prefix` bytes of a buffer of kLineSize + kLineSlack bytes, cut to
 // kLineSize with its terminator.
 void print_message(char* buffer, size_t prefix, const char* format, va_list arguments);
+
+// Prints local time as strftime() does, in the zone that holds now: the system's, and the environment's, is looked up
+// again once a second.
+size_t print_local_time(char* text, size_t size, const char* format, time_t time);
 
 class Line {
   public:

@@ -24,6 +24,7 @@ from ._lists import (
     request_permission,
     screens,
     set_log,
+    set_log_level,
     version,
     windows,
 )
@@ -57,6 +58,7 @@ __all__ = [
     "request_permission",
     "screens",
     "set_log",
+    "set_log_level",
     "version",
     "windows",
 ]

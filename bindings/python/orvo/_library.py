@@ -24,6 +24,7 @@ _FUNCTIONS: dict[str, tuple[Any, ...]] = {
     "orvo_screencapture_init": (None,),
     "orvo_screencapture_uninit": (None,),
     "orvo_screencapture_set_log_level": (None, c_int, c_char_p),
+    "orvo_screencapture_change_log_level": (None, c_int),
     "orvo_screencapture_start_capture": (None,),
     "orvo_screencapture_stop_capture": (None,),
     "orvo_screencapture_is_capturing": (c_bool,),

@@ -161,5 +161,10 @@ def request_permission(which: Permission) -> PermissionState:
 
 
 def set_log(level: LogLevel, folder: str) -> None:
-    """Opens the library's three rotating log files in a folder, which is made when missing."""
+    """Logs to the library's three rotating files in a folder, which is made when missing, from the first capture on."""
     library().orvo_screencapture_set_log_level(level, folder.encode())
+
+
+def set_log_level(level: LogLevel) -> None:
+    """Changes how much is logged; the files go on as they are."""
+    library().orvo_screencapture_change_log_level(level)
