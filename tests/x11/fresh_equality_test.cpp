@@ -15,7 +15,8 @@ namespace {
 
 class RealScene final : public Scene {
   public:
-    RealScene() : server_("320x240x24"), windows_(server_), painter_(windows_.painter()) {
+    explicit RealScene(const std::vector<std::string>& arguments)
+        : server_("320x240x24", arguments), windows_(server_), painter_(windows_.painter()) {
         // Its animations would go on after it has answered.
         std::ofstream(folder_.path() + "/rc.xml") << "<openbox_config xmlns=\"http://openbox.org/3.4/rc\"><theme>"
                                                      "<animateIconify>no</animateIconify></theme></openbox_config>";
@@ -101,10 +102,20 @@ class RealScene final : public Scene {
     std::vector<uint32_t> numbers_;
 };
 
+// A server with everything, and servers that lack an extension. Without Damage nobody knows when a window has
+// repainted.
 TEST(FreshEquality, ALongCaptureShowsWhatAFreshOneShows) {
     const bool full = std::getenv("ORVO_TEST_FULL");
-    expectFreshEquality([] { return std::make_unique<RealScene>(); }, full ? seedsTo(40) : std::vector{26, 38, 40},
-                        full ? 30 : 20);
+    expectFreshEquality([] { return std::make_unique<RealScene>(std::vector<std::string>{}); },
+                        full ? seedsTo(40) : std::vector{26, 38, 40}, full ? 30 : 20);
+    for (const char* lacking : {"MIT-SHM", "RENDER"}) {
+        SCOPED_TRACE(lacking);
+        expectFreshEquality(
+            [=] {
+                return std::make_unique<RealScene>(std::vector<std::string>{"-extension", lacking});
+            },
+            full ? seedsTo(10) : std::vector{26}, full ? 30 : 20);
+    }
 }
 
 }  // namespace
