@@ -45,6 +45,7 @@ if(TARGET orvocap)
     install(FILES ${pages}/orvocap.man DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 RENAME orvocap.1)
     install(FILES ${pages}/orvocap.bash DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions
         RENAME orvocap)
+    install(FILES ${pages}/orvocap.fish DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/fish/vendor_completions.d)
     # A Debian package has a folder of its own for zsh.
     install(CODE "set(ORVO_ZSH_FOLDER site-functions)
         if(CMAKE_INSTALL_PREFIX STREQUAL /usr AND EXISTS /etc/debian_version)

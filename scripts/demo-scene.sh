@@ -76,7 +76,7 @@ windows_act() {
         "$orvocap" record --window "$xterm" --size 400x400 --fit letterbox --fps 10 --seconds 1 \
         --png "$output/window-letterbox"
     act 'Two windows at once, each with a film of its own' \
-        "$orvocap" record --window "$xterm" --extra "$xlogo" --fps 15 --seconds 1 --y4m "$output/film.y4m"
+        "$orvocap" record --window "$xterm" --extra "$xlogo" --fps 15 --seconds 1 --y4m "$output/video.y4m"
     act 'The screen without the window in front; the root has no picture, so it is black' \
         "$orvocap" record --screen main --exclude "$xlogo" --fps 10 --seconds 1 --png "$output/screen-without-xlogo"
 }

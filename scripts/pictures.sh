@@ -18,9 +18,9 @@ xdotool search --sync --onlyvisible --class XTerm >/dev/null
 xdotool search --sync --onlyvisible --class XLogo >/dev/null
 sleep 3 # what the terminal prints
 mkdir -p docs/pictures
-"$orvocap" shot --screen main --out docs/pictures/desktop.png
+"$orvocap" shot --force --screen main --out docs/pictures/desktop.png
 covered=$(xdotool search --onlyvisible --class XTerm | tail -n 1)
-"$orvocap" shot --window "$covered" --out docs/pictures/covered-window.png
+"$orvocap" shot --force --window "$covered" --out docs/pictures/covered-window.png
 if command -v chromium >/dev/null; then
     "$orvocap" picker --out "$work/picker.html"
     chromium --headless --no-sandbox --disable-gpu --hide-scrollbars --window-size=960,600 \

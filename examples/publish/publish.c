@@ -3,6 +3,7 @@
  * SIGINT ends the stream cleanly, SIGUSR1 changes to the other target.
  */
 #include <glib-unix.h>
+#include <glib/gstdio.h>
 #include <gst/app/gstappsrc.h>
 #include <gst/gst.h>
 #include <gst/video/video.h>
@@ -136,6 +137,18 @@ static gboolean read_target(const char* text, Target* target) {
     return target->is_window || strcmp(text, "screen") == 0 || g_str_has_prefix(text, "screen:");
 }
 
+/* Whether it is there now: an unknown one would make an empty file. */
+static gboolean is_there(const Target* target) {
+    OrvoScreenCaptureWindowOwner owner;
+    unsigned int count = 0;
+    gboolean found = FALSE;
+    if (target->is_window) return orvo_screencapture_get_window_owner(target->number, &owner);
+    OrvoScreenCaptureScreenItem* screens = orvo_screencapture_enum_screen_list(&count);
+    for (unsigned int i = 0; i < count; i++) found |= !target->number || screens[i].screenID == target->number;
+    orvo_screencapture_free_screen_list(screens);
+    return found;
+}
+
 /* Screens and windows are captured on two paths; the one has ended before the other is chosen. */
 static gboolean show_when_stopped(gpointer publisher) {
     if (((Publisher*)publisher)->finished) return G_SOURCE_REMOVE;
@@ -249,20 +262,56 @@ static void publish(Publisher* self) {
     g_print("%u frames, %u dropped\n", self->sent, self->dropped);
 }
 
+/* ---- Options */
+
+typedef struct Options {
+    gchar *target, *other, *file;
+    int port, fps;
+    double seconds, switch_after;
+} Options;
+
+/* What is wrong with them, in words; NULL when nothing is. targets: become those that were named. */
+static gchar* mistake(const Options* options, Target targets[2]) {
+    const char* names[] = {options->target, options->other};
+    if (!options->file && !options->port) return g_strdup("say where to publish: --file FILE or --rtp PORT");
+    if (options->file && options->port) return g_strdup("publish into a file or as RTP, not both: leave out one");
+    if (options->file && !g_str_has_suffix(options->file, ".mp4") && !g_str_has_suffix(options->file, ".mkv"))
+        return g_strdup_printf("%s has to end with .mp4 or .mkv", options->file);
+    if (options->port < 0 || options->port > 65535)
+        return g_strdup_printf("there is no port %d: it is a number from 1 to 65535", options->port);
+    if (options->fps < 5 || options->fps > 30)
+        return g_strdup_printf("%d frames a second: it can be 5 to 30", options->fps);
+    if (options->seconds < 0 || options->switch_after < 0) return g_strdup("a time cannot be below 0");
+    if (options->switch_after > 0 && !options->other) return g_strdup("--switch-after needs --other");
+    for (int i = 0; i < 2; i++) {
+        if (!names[i]) continue;
+        if (!read_target(names[i], &targets[i]))
+            return g_strdup_printf("%s is no target: it is screen, screen:NUMBER or window:NUMBER", names[i]);
+        if (!is_there(&targets[i]))
+            return g_strdup_printf("there is no %s; orvocap windows lists what is there", names[i]);
+    }
+    return is_there(&targets[0]) ? NULL : g_strdup("there is no screen; is DISPLAY set to your X server?");
+}
+
+static void add_signals(Publisher* self) {
+    g_unix_signal_add(SIGINT, finish, self);
+    g_unix_signal_add(SIGTERM, finish, self);
+    g_unix_signal_add(SIGUSR1, change_target, self);
+}
+
 int main(int argc, char** argv) {
-    static gchar *target, *other, *file;
-    static int port, fps = 15;
-    static double seconds, switch_after;
+    static Options given = {.fps = 15};
     const GOptionEntry options[] = {
-        {"target", 't', 0, G_OPTION_ARG_STRING, &target, "what to show: screen (unless given), screen:N, window:N",
+        {"target", 't', 0, G_OPTION_ARG_STRING, &given.target, "what to show: screen (default), screen:N, window:N",
          "TARGET"},
-        {"other", 0, 0, G_OPTION_ARG_STRING, &other, "what to change to", "TARGET"},
-        {"switch-after", 0, 0, G_OPTION_ARG_DOUBLE, &switch_after, "change after so long; SIGUSR1 does at any time",
+        {"other", 0, 0, G_OPTION_ARG_STRING, &given.other, "what to change to; screen by default", "TARGET"},
+        {"switch-after", 0, 0, G_OPTION_ARG_DOUBLE, &given.switch_after,
+         "change after so long; SIGUSR1 does at any time", "SECONDS"},
+        {"file", 'o', 0, G_OPTION_ARG_FILENAME, &given.file, "write this .mp4 or .mkv", "FILE"},
+        {"rtp", 0, 0, G_OPTION_ARG_INT, &given.port, "send RTP to this local port", "PORT"},
+        {"fps", 0, 0, G_OPTION_ARG_INT, &given.fps, "5 to 30 frames a second", "N"},
+        {"seconds", 's', 0, G_OPTION_ARG_DOUBLE, &given.seconds, "end after so long; SIGINT does at any time",
          "SECONDS"},
-        {"file", 'o', 0, G_OPTION_ARG_FILENAME, &file, "write this .mp4 or .mkv", "FILE"},
-        {"rtp", 0, 0, G_OPTION_ARG_INT, &port, "send RTP to this local port", "PORT"},
-        {"fps", 0, 0, G_OPTION_ARG_INT, &fps, "5 to 30 frames a second", "N"},
-        {"seconds", 's', 0, G_OPTION_ARG_DOUBLE, &seconds, "end after so long; SIGINT does at any time", "SECONDS"},
         {0},
     };
     Publisher self = {.targets = {{FALSE, 0}, {FALSE, 0}}};
@@ -272,21 +321,24 @@ int main(int argc, char** argv) {
     g_option_context_add_group(context, gst_init_get_option_group());
     const gboolean read = g_option_context_parse(context, &argc, &argv, &error);
     g_option_context_free(context);
-    if (!read || !file == !port || fps < 5 || fps > 30 || (target && !read_target(target, &self.targets[0])) ||
-        (other && !read_target(other, &self.targets[1]))) {
-        g_printerr("publish: %s\n",
-                   error ? error->message : "needs --file or --rtp, a TARGET, 5 to 30 frames; see --help");
+    gchar* wrong = read ? mistake(&given, self.targets) : g_strdup(error->message);
+    if (wrong) {
+        g_printerr("publish: %s\n", wrong);
+        g_free(wrong);
+        g_clear_error(&error);
         return 2;
     }
-    self.fps = fps;
+    self.fps = given.fps;
     self.loop = g_main_loop_new(NULL, FALSE);
-    if (!make_pipeline(&self, file, port)) return 1;
-    g_unix_signal_add(SIGINT, finish, &self);
-    g_unix_signal_add(SIGTERM, finish, &self);
-    g_unix_signal_add(SIGUSR1, change_target, &self);
-    if (seconds > 0) g_timeout_add((guint)(seconds * 1000), finish_later, &self);
-    if (switch_after > 0) g_timeout_add((guint)(switch_after * 1000), change_target_once, &self);
+    if (!make_pipeline(&self, given.file, given.port)) return 1;
+    add_signals(&self);
+    if (given.seconds > 0) g_timeout_add((guint)(given.seconds * 1000), finish_later, &self);
+    if (given.switch_after > 0) g_timeout_add((guint)(given.switch_after * 1000), change_target_once, &self);
     publish(&self);
+    if (self.sent == 0) { /* a file without a picture is none */
+        self.exit_code = 1;
+        if (given.file) g_remove(given.file);
+    }
     gst_clear_caps(&self.caps);
     gst_object_unref(self.source);
     gst_object_unref(self.pipeline);

@@ -6,7 +6,6 @@ import argparse
 import sys
 
 import orvo
-from PIL import Image  # type: ignore[import]
 
 
 def choose(capture: orvo.Capture, title: str | None) -> None:
@@ -34,9 +33,7 @@ def main() -> int:
     except orvo.OrvoError as error:
         print(f"shot.py: {error}", file=sys.stderr)
         return 1
-    # Blue, green, red and one byte more, rows `stride` bytes apart.
-    size = (frame.width, frame.height)
-    Image.frombytes("RGB", size, bytes(frame.pixels), "raw", "BGRX", frame.stride, 1).save(arguments.file)
+    frame.to_pil().save(arguments.file)
     return 0
 
 

@@ -22,9 +22,9 @@ open() {
     number=$(tail -n 1 "$work/found")
 }
 
-record() { "$orvocap" record --seconds 0.5 --fps 10 --y4m "$work/film.y4m" "$@" >"$work/log" 2>&1 || fail "$(cat "$work/log")"; }
+record() { "$orvocap" record --force --no-cursor --seconds 0.5 --fps 10 --y4m "$work/video.y4m" "$@" >"$work/log" 2>&1 || fail "$(cat "$work/log")"; }
 
-# expect FILE WxH COLUMN,ROW=LUMA...: size and brightness of a film's first picture.
+# expect FILE WxH COLUMN,ROW=LUMA...: size and brightness of a video's first picture.
 expect() {
     local file=$work/$1 size=$2 header pixel place luma found
     IFS= read -r header <"$file"
@@ -51,18 +51,18 @@ above=$number above_process=$!
 xdotool windowactivate --sync "$above"
 
 record --window "$below"
-expect film.y4m 300x200 5,5=$red 150,100=$red 299,199=$red
+expect video.y4m 300x200 5,5=$red 150,100=$red 299,199=$red
 record --window "$below" --mode area
-expect film.y4m 300x200 5,5=$red 150,100=$green
-record --window "$below" --size 200x200 --fit letterbox
-expect film.y4m 200x200 100,5=$black 100,100=$red 100,195=$black
+expect video.y4m 300x200 5,5=$red 150,100=$green
+record --window belo --size 200x200 --fit letterbox
+expect video.y4m 200x200 100,5=$black 100,100=$red 100,195=$black
 record --window "$below" --size 200x200 --fit fill --crop 0,0,50,40
-expect film.y4m 200x200 100,5=$red 100,195=$red
+expect video.y4m 200x200 100,5=$red 100,195=$red
 record --screen main --exclude "$above"
-expect film.y4m 1280x800 250,220=$red 1000,700=$black
+expect video.y4m 1280x800 250,220=$red 1000,700=$black
 record --window "$below" --extra "$above"
-expect "film-window-$below.y4m" 300x200 150,100=$red
-expect "film-window-$above.y4m" 100x100 50,50=$green
+expect "video-window-$below.y4m" 300x200 150,100=$red
+expect "video-window-$above.y4m" 100x100 50,50=$green
 
 # A pipe gets the pixels and nothing else, as many as its reader takes.
 "$orvocap" record --window "$below" --seconds 0.5 --fps 10 --raw - 2>"$work/log" >"$work/raw"
@@ -85,6 +85,33 @@ assert (target["frames"], target["bytes"]) == (len(files), sum(map(os.path.getsi
 assert (target["width"], target["height"]) == (300, 200), target
 END
 
+# The older series is not mixed with a new one.
+expect_exit 1 "$orvocap" record --window "$below" --seconds 0.2 --png "$work/pictures" </dev/null
+expect_exit 0 "$orvocap" record --window "$below" --seconds 0.2 --png "$work/pictures" --force
+[ "$(find "$work/pictures" -name 'frame-*' | wc -l)" -lt 5 ] || fail 'frames of the older recording'
+
+# Paused for longer than it may take, and minimised; then closed.
+open gone '#0000ff' 100x100+500+150
+gone_process=$!
+"$orvocap" record --window gone --fps 10 -o "$work/gone.y4m" >"$work/said" 2>&1 &
+recording=$!
+bytes() { stat -c %s "$work/gone.y4m"; }
+grows() { [ "$(bytes)" -gt "$size" ]; }
+eventually test -s "$work/gone.y4m"
+kill -USR1 "$recording"
+sleep 0.5
+size=$(bytes)
+sleep 0.5
+[ "$(bytes)" = "$size" ] || fail 'recorded while paused'
+kill -USR1 "$recording"
+xdotool windowminimize "$number"
+eventually grep -q 'is minimised; the recording goes on' "$work/said"
+size=$(bytes)
+eventually grows
+xdotool windowmap "$number"
+kill "$gone_process"
+expect_exit 1 wait "$recording"
+grep -q 'the window was closed' "$work/said" || fail "a window that was closed: $(cat "$work/said")"
 expect_exit 3 "$orvocap" record --window 99 --png "$work"
 expect_exit 3 "$orvocap" watch --window 99
 expect_exit 2 "$orvocap" record --window "$below" --extra "$above" --y4m -

@@ -28,7 +28,7 @@ def near(pixel, colour):
     return all(abs(a - b) < 24 for a, b in zip(pixel, colour))
 
 
-class Film:
+class Video:
     """A decoded stream: its size, the times of its frames in seconds, and their pixels."""
 
     def __init__(self, told, raw):
@@ -57,7 +57,7 @@ def decode(folder, *source):
     command = ["gst-launch-1.0", "-v", *source, "!", *RAW, "!", "identity", "silent=false", "!", "filesink", f"location={raw}"]
     told = subprocess.run(command, capture_output=True, text=True, timeout=20)
     expect("decoding" + told.stderr, 0, told.returncode)
-    return Film(told.stdout[told.stdout.index("identity0.GstPad:src"):], raw)
+    return Video(told.stdout[told.stdout.index("identity0.GstPad:src"):], raw)
 
 
 def main(folder):
@@ -67,14 +67,25 @@ def main(folder):
     window = found.stdout.split()[-1]
     time.sleep(0.5)  # the window manager frames it
 
+    # Each mistake is told in its own words and leaves no file behind.
+    there, words = folder / "none.mkv", set()
+    avi = folder / "a.avi"
+    for wrong in (["-o", avi], [], ["-o", there, "--rtp", "9"], ["-t", "window:99", "-o", there], ["-t", "screen:99", "-o", there],
+                  ["-t", "desk", "-o", there], ["--fps", "60", "-o", there], ["--rtp", "70000"], ["--switch-after", "1", "-o", there]):
+        told = subprocess.run([publish, *wrong], capture_output=True, text=True, timeout=20)
+        expect(f"publish {wrong}", (2, 1), (told.returncode, told.stderr.count("\n")))
+        words.add(told.stderr)
+    expect("messages", 9, len(words))
+    expect("files", (False, False), (there.exists(), avi.exists()))
+
     # An odd window, then the screen, scaled into the window's size with bars: 300x187 of 300x200.
-    film = str(folder / "film.mp4")
-    expect("a film", 0, start(publish, "-t", f"window:{window}", "--other", "screen", "--switch-after", "1.5", "-o", film, "-s", "3").wait(20))
-    decoded = decode(folder, "filesrc", f"location={film}", "!", "decodebin")
+    video = str(folder / "video.mp4")
+    expect("a video", 0, start(publish, "-t", f"window:{window}", "--other", "screen", "--switch-after", "1.5", "-o", video, "-s", "3").wait(20))
+    decoded = decode(folder, "filesrc", f"location={video}", "!", "decodebin")
     expect("size", (300, 200), (decoded.width, decoded.height))
-    decoded.check_times("a film", 30)
+    decoded.check_times("a video", 30)
     if not 2 < decoded.times[-1] - decoded.times[0] < 3.5:
-        raise SystemExit(f"the film lasts from {decoded.times[0]} to {decoded.times[-1]}")
+        raise SystemExit(f"the video lasts from {decoded.times[0]} to {decoded.times[-1]}")
     decoded.shows("the window", 0, (1, 1, RED), (150, 100, RED), (298, 198, RED))
     decoded.shows("the screen", -1, (150, 2, BLACK), (150, 197, BLACK), (250, 150, GREEN), (60, 50, RED))
 
@@ -92,15 +103,15 @@ def main(folder):
     expect("an end by a signal", 0, sender.wait(10))
 
     # A change by a signal to a window, which is then closed: the file is whole all the same.
-    film = str(folder / "film.mkv")
-    sender = start(publish, "--other", f"window:{window}", "-o", film)
+    video = str(folder / "video.mkv")
+    sender = start(publish, "--other", f"window:{window}", "-o", video)
     time.sleep(1)
     sender.send_signal(signal.SIGUSR1)
     time.sleep(1)
     started[0].kill()
     expect("a target that is gone", 1, sender.wait(20))
-    decoded = decode(folder, "filesrc", f"location={film}", "!", "decodebin")
-    decoded.check_times("a film until its target is gone", 15)
+    decoded = decode(folder, "filesrc", f"location={video}", "!", "decodebin")
+    decoded.check_times("a video until its target is gone", 15)
     decoded.shows("its begin", 0, (5, 5, GREEN), (250, 250, RED))
     decoded.shows("its end", -1, (640, 5, RED), (640, 795, RED))
 

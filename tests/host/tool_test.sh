@@ -19,23 +19,28 @@ code_of() {
 if [ "${4-}" = pictures ]; then # on the server
     xsetroot -solid '#20c060'
     xclock -bg '#c02060' -geometry 200x150+700+300 &
-    shot=("$orvocap" shot --out "$work/shot.png")
+    shot=("$orvocap" shot --force --out "$work/shot.png")
     expect 'a shot of the screen' 0 "$(code_of "${shot[@]}" --screen main)"
     expect 'the screen' '1280x800 #20c060' "$("$png_pixel" "$work/shot.png" 5 795)"
-    expect 'a shot of a rectangle' 0 "$(code_of "${shot[@]}" --screen main --rect 690,290,31,41)"
+    expect 'a shot of a rectangle' 0 "$(code_of "${shot[@]}" --rect 690,290,31,41)"
     expect 'the rectangle' '31x41 #20c060' "$("$png_pixel" "$work/shot.png" 0 0)"
     # The window manager may still be at work on the window: for a moment it is not on screen.
     for _ in $(seq 20); do
-        window=$("$orvocap" windows --json 2>/dev/null | python3 -c \
-            'import json,sys; print(*[i["id"] for i in json.load(sys.stdin) if i["kind"] == "window"])')
-        code=$(code_of "${shot[@]}" --window "${window:-0}")
+        code=$(code_of "${shot[@]}" --class xclock)
         [ "$code" != 0 ] || break
         sleep 0.1
     done
     expect 'a shot of a window' 0 "$code"
     expect 'the window' '200x150 #c02060' "$("$png_pixel" "$work/shot.png" 1 1)"
+    for click in '400 1' '310 1' '400 3'; do # the window, its title bar, the wrong button
+        (sleep 1 && xdotool mousemove 800 "${click% *}" click "${click#* }") &
+        code_of "${shot[@]}" --window pick
+    done >"$work/codes"
+    expect 'a window that is clicked' '0 0 3' "$(paste -sd' ' "$work/codes")"
     expect 'a rectangle beside the screen' 2 "$(code_of "${shot[@]}" --screen main --rect 1270,0,30,30)"
     expect 'a folder that is not there' 1 "$(code_of "$orvocap" shot --screen main --out "$work/none/shot.png")"
+    expect 'a picture that is there' 1 "$(code_of "$orvocap" shot --out "$work/shot.png" </dev/null)"
+    expect 'a name of another format' 2 "$(code_of "$orvocap" shot --out "$work/shot.jpg")"
     expect 'a healthy server' 0 "$(code_of "$orvocap" doctor)"
     expect 'its windows' 'works    windows: 1 on screen' "$(grep ' windows: ' "$work/out")"
     expect 'findings on it' '' "$(grep -v '^works' "$work/out" || true)"
@@ -55,6 +60,12 @@ expect 'no display' 1 "$(code_of env -u DISPLAY "$orvocap" doctor --json)"
 expect 'its findings' "['display']" "$(python3 -c \
     'import json,sys; print([i["subject"] for i in json.load(sys.stdin) if i["state"] == "broken" and i["advice"]])' <"$work/out")"
 
+for endless in /dev/zero "$work/pipe"; do
+    [ -e "$endless" ] || mkfifo "$endless"
+    expect "a log of $endless" 1 "$(code_of timeout 5 "$orvocap" log "$endless")"
+done
+expect 'a slip of the fingers' 2 "$(code_of "$orvocap" recrod)"
+expect 'its correction' 1 "$(grep -c 'did you mean record?' "$work/err")"
 expect 'a dead display' 1 "$(code_of env DISPLAY=:65000 "$orvocap" doctor)"
 expect 'its finding' 1 "$(grep -c '^broken   display: no screen on display :65000' "$work/out" || true)"
 
@@ -66,7 +77,7 @@ for lacking in MIT-SHM Composite RANDR DAMAGE; do
     read -r -t 20 number <"$work/display"
     DISPLAY=":$number" xsetroot -solid "#20c060"
     expect "a server without $lacking" 0 "$(code_of env DISPLAY=":$number" "$orvocap" doctor)"
-    expect "findings without $lacking" "extension $lacking,window manager" \
+    expect "findings without $lacking" "verdict,extension $lacking,window manager" \
         "$(sed -n 's/^limited  \([^:]*\):.*/\1/p' "$work/out" | paste -sd,)"
     expect "advice without $lacking" 2 "$(grep -c '^         -> ' "$work/out" || true)"
     kill "$server"

@@ -51,6 +51,14 @@ class Layout(unittest.TestCase):
             self.assertEqual(found, expected)
 
 
+    def test_the_library_is_loaded_by_the_first_question(self):
+        code = "import orvo; print('imported'); orvo.version()"
+        environment = {"ORVO_LIBRARY": "/nonexistent", "PYTHONPATH": str(ROOT / "bindings/python")}
+        done = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, env=environment)
+        self.assertEqual(done.stdout, "imported\n")
+        self.assertRegex(done.stderr, "LibraryNotFound: .*ORVO_LIBRARY")
+
+
 class Desktop(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -102,6 +110,8 @@ class Desktop(unittest.TestCase):
         above, _ = self.open("above", "#0000ff", "100x100+200+150")
         self.assertEqual((below.owner.process_id, below.rect[2:], below.picture.width), (process.pid, (300, 200), 400))
         self.assertEqual(below.picture.data[:4], bytes((*RED[::-1], 255)))
+        self.assertEqual(below.picture.to_pil().getpixel((9, 9)), (*RED, 255))
+        self.assertLess(len(repr(below)), 600)
         moves, states = [], []
         with orvo.Capture(fps=30, cursor=False) as capture:
             capture.on_window_moved(lambda window_id, rect: moves.append((window_id, rect)))

@@ -12,7 +12,7 @@ namespace {
 
 void parse(TargetOptions& options, const std::string& line) {
     CLI::App app;
-    options.addTo(app);
+    options.addTo(app, false);
     app.parse(line);
 }
 
@@ -28,16 +28,17 @@ TEST(TargetOptions, RefusesWhatMakesNoSense) {
         "--screen main --rect 0,0,9,9 --size 4x4",
         "--screen main --rect 0,0,9,9 --crop 0,0,4,4",
         "--screen main --window 1",
-        "--screen main --mode area",
-        "--screen main --extra 1",
         "--screen main --fit fill",
-        "--rect 0,0,9,9",
         "--window 1 --rect 0,0,9,9",
+        "--window ''",
+        "--pid x",
+        "--pid 0",
+        "--class ''",
+        "--rect 0,0,101%,1",
+        "--rect 0,0,x%,1",
+        "--cursor --no-cursor",
         "--window 1 2",
-        "--window x",
-        "--window -1",
         "--window 1 --extra",
-        "--window 1 --extra x",
         "--window 1 --mode 2",
         "--window 1 --mode all",
         "--window 1 --size 10",
@@ -51,51 +52,107 @@ TEST(TargetOptions, RefusesWhatMakesNoSense) {
         TargetOptions options;
         EXPECT_THROW(parse(options, line), CLI::ParseError) << line;
     }
-    for (const char* line : {"", "--window 1 --exclude 2", "--window 1 --exclude 2 --mode 3"}) {
+    for (const char* line : {"--extra 1", "--mode area", "--screen main --mode area", "--window 1 --exclude 2"}) {
         TargetOptions options;
         parse(options, line);
         EXPECT_THROW(options.resolve(), Failure) << line;
     }
 }
 
-TEST(Seconds, AreAboveZeroAndEnd) {
-    for (const char* text : {"0", "-1", "nan", "inf", "1e999", "x", ""}) {
+TEST(Seconds, AreWrittenAsPeopleDo) {
+    const std::pair<const char*, double> good[] = {{"10", 10},   {"0.5", 0.5}, {"90s", 90},       {"2m", 120},
+                                                   {"1h", 3600}, {"1:30", 90}, {"1:02:03", 3723}, {"0:01.5", 1.5}};
+    for (const auto& [text, seconds] : good) EXPECT_EQ(readSeconds(text), seconds) << text;
+    for (const char* text :
+         {"0", "-1", "nan", "inf", "1e999", "x", "", "1:", ":1", "1:2:3:4", "1:30m", "5d", "s", "1.2.3"})
+        EXPECT_FALSE(readSeconds(text)) << text;
+}
+
+TEST(Area, MayBeInPercent) {
+    EXPECT_EQ(Area::inPoints("0,0,50%,100%", 1281, 800), "0,0,640,800");
+    EXPECT_EQ(Area::inPoints("25%,10%,9,9", 1280, 800), "320,80,9,9");
+}
+
+TEST(Windows, AreNamedByWhatAPersonKnows) {
+    const std::vector<ListedItem> items = {
+        {.number = 1, .isScreen = true, .title = "desk 1"},
+        {.number = 12, .title = "Inbox - Mail", .owner = "Mail", .processID = 5, .classes = {"mail", "Mail"}},
+        {.number = 13, .title = "Mail", .owner = "Editor", .processID = 6, .classes = {"edit", "Editor"}},
+        {.number = 14, .title = "12 monkeys", .owner = "Player", .processID = 5, .classes = {"mpv", "Mpv"}},
+    };
+    struct Case {
+        const char* what;
+        WindowQuery query;
+        std::vector<unsigned int> found;
+    };
+    const Case cases[] = {
+        {"a number", {.text = "12"}, {12}},
+        {"a number in sixteens", {.text = "0xd"}, {13}},
+        {"a number that is none", {.text = "99"}, {}},
+        {"a part that is unique", {.text = "inbox"}, {12}},
+        {"the whole title, though it is a part of another", {.text = "mail"}, {13}},
+        {"a part of a title that looks like a number", {.text = "2 m"}, {14}},
+        {"a part of several", {.text = "m"}, {12, 13, 14}},
+        {"a screen is no window", {.text = "desk"}, {}},
+        {"the number of a screen", {.text = "1"}, {14}},
+        {"a process", {.processID = 6}, {13}},
+        {"a process and a title", {.text = "monk", .processID = 5}, {14}},
+        {"a class", {.className = "MPV"}, {14}},
+        {"an application", {.className = "editor"}, {13}},
+        {"nothing of that class", {.text = "inbox", .className = "mpv"}, {}},
+    };
+    for (const auto& [what, query, found] : cases) {
+        std::vector<unsigned int> numbers;
+        for (const auto& item : matchingWindows(items, query)) numbers.push_back(item.number);
+        EXPECT_EQ(numbers, found) << what;
+    }
+    const std::pair<const char*, std::vector<unsigned int>> lines[] = {
+        {"--window 0xc --extra 13,14", {12, 13, 14}},
+        {"--window mail --extra 13 inbox --extra 12,13", {13, 12}},
+        {"--window monkeys --extra 'Inbox - Mail'", {14, 12}},
+        {"--window m", {}},
+        {"--window mail --extra m", {}},
+        {"--pid 5", {}},
+        {"--pid 6", {13}},
+        {"--class mpv", {14}},
+    };
+    for (const auto& [line, numbers] : lines) {
         CLI::App app;
-        double seconds = 7;
-        addSeconds(app, seconds, "how long");
-        EXPECT_THROW(app.parse(std::vector<std::string>{std::string("--seconds=") + text}), CLI::ParseError) << text;
-        EXPECT_EQ(seconds, 7) << text;
+        WindowTargets windows;
+        windows.addTo(app);
+        app.parse(line);
+        try {
+            windows.resolve(items);
+            EXPECT_EQ(windows.numbers(), numbers) << line;
+        } catch (const Failure& failure) {
+            EXPECT_TRUE(numbers.empty()) << line << ": " << failure.what();
+            EXPECT_NE(std::string(failure.what()).find("\n  12 \"Inbox - Mail\" [Mail, process 5]"), std::string::npos);
+        }
     }
 }
 
 TEST(TargetOptions, KnowWhereTheirFramesComeFrom) {
-    struct Case {
-        const char* line;
-        bool onWindowPath;
-        std::vector<unsigned int> targets;
+    const std::pair<const char*, bool> cases[] = {
+        {"", false},
+        {"--screen main", false},
+        {"--screen main --rect 0,0,9,9 --cursor", false},
+        {"--screen main --exclude 5", true},
+        {"--size 64x48", true},
+        {"--screen main --crop 0,0,9,9", true},
+        {"--window pick", true},
+        {"--class a", true},
+        {"--pid 7 --mode application --exclude 2,3", true},
     };
-    const Case cases[] = {
-        {"--screen main", false, {0}},
-        {"--screen main --rect 0,0,9,9 --cursor", false, {0}},
-        {"--screen main --exclude 5", true, {0}},  // the screen's number is known once it is resolved
-        {"--screen main --size 64x48", true, {0}},
-        {"--screen main --crop 0,0,9,9", true, {0}},
-        {"--window 7", true, {7}},
-        {"--window 0x10 --mode application --exclude 2,3", true, {16}},
-        {"--window 7 --extra 8 9 --mode 3 --size 64x48 --fit fill", true, {7, 8, 9}},
-        {"--window 7 --extra 8,7,8 --extra 9", true, {7, 8, 9}},
-    };
-    for (const Case& given : cases) {
+    for (const auto& [line, onWindowPath] : cases) {
         TargetOptions options;
-        ASSERT_NO_THROW(parse(options, given.line)) << given.line;
-        EXPECT_EQ(options.onWindowPath(), given.onWindowPath) << given.line;
-        EXPECT_EQ(options.targets(), given.targets) << given.line;
+        ASSERT_NO_THROW(parse(options, line)) << line;
+        EXPECT_EQ(options.onWindowPath(), onWindowPath) << line;
     }
 }
 
 TEST(TargetOptions, KnowTheFramesOfTheirRectangle) {
     TargetOptions options;
-    parse(options, "--screen main --rect 10,20,64,40");
+    parse(options, "--rect 10,20,64,40");
     EXPECT_TRUE(options.matches(64, 40));
     EXPECT_TRUE(options.matches(128, 80));  // two pixels to the point
     EXPECT_FALSE(options.matches(1280, 801));
@@ -105,15 +162,17 @@ TEST(TargetOptions, KnowTheFramesOfTheirRectangle) {
 
 TEST(Output, GivesEachWindowAFileOfItsOwn) {
     const std::pair<const char*, const char*> cases[] = {
-        {"film.y4m", "film-window-12.y4m"},
-        {"a.b/film.y4m", "a.b/film-window-12.y4m"},
-        {"a.b/film", "a.b/film-window-12"},
-        {"a/.film", "a/.film-window-12"},
+        {"video.y4m", "video-window-12.y4m"},
+        {"a.b/video.y4m", "a.b/video-window-12.y4m"},
+        {"a.b/video", "a.b/video-window-12"},
+        {"a/.video", "a/.video-window-12"},
     };
     for (const auto& [file, expected] : cases) EXPECT_EQ(withWindow(file, 12), expected);
-    OutputOptions options;
-    options.y4mFile = "-";
-    EXPECT_THROW(static_cast<void>(options.makeSink(12)), Failure);
+    for (const char* file : {"-", "a.jpg", "a", "a.mkv/b", ".mkv.txt"}) {
+        OutputOptions options;
+        options.file = file;
+        EXPECT_THROW((options.resolve(), static_cast<void>(options.makeSink(12))), Failure) << file;
+    }
 }
 
 }  // namespace

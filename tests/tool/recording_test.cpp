@@ -8,6 +8,8 @@
 #include <cstring>
 
 #include "support/tool/frames.h"
+#include "tools/orvocap/application.h"
+#include "tools/orvocap/output_stream.h"
 #include "tools/orvocap/png_files.h"
 #include "tools/orvocap/terminal.h"
 
@@ -25,6 +27,7 @@ class GatedSink : public FrameSink {
         if (frame.time == failAt) throw std::runtime_error("full");
         frames.push_back(frame);
     }
+    void hold(unsigned long long time) override { held.push_back(time); }
     void finish() override { finished = true; }
     std::string summary() const override { return {}; }
     uint64_t bytes() const override { return 0; }
@@ -40,6 +43,7 @@ class GatedSink : public FrameSink {
     }
 
     std::vector<Frame> frames;
+    std::vector<unsigned long long> held;
     unsigned long long failAt = 0;
     bool finished = false;
 
@@ -133,17 +137,44 @@ TEST(Recording, TakesTheFramesOfItsTime) {
     }
 }
 
+TEST(Recording, LeavesPausesOutAndShowsWhatIsAwayOn) {
+    GatedSink sink;
+    FrameWriter writer(sink, 8);
+    Recording recording(writer, 0, 10);
+    const auto take = [&](std::initializer_list<unsigned long long> times) {
+        for (const auto time : times) recording.take(LentFrame(time).view());
+    };
+    take({1000, 1100});
+    recording.setPaused(true);
+    take({1200, 4900});
+    recording.hold();
+    recording.setPaused(false);
+    take({5000, 5100});
+    Recording brief(writer, 0.0005, 10);
+    brief.take(LentFrame(7000).view());
+    brief.hold();
+    writer.finish();
+    std::vector<unsigned long long> times;
+    for (const Frame& frame : sink.frames) times.push_back(frame.time);
+    EXPECT_EQ(times, (std::vector<unsigned long long>{1000, 1100, 1200, 1300, 7000}));
+    EXPECT_EQ(recording.figures().longestGap, 100u);
+    EXPECT_EQ(sink.held, std::vector<unsigned long long>{7000});
+    EXPECT_TRUE(brief.complete());
+}
+
 TEST(Progress, FillsItsBarAndKeepsToTheLine) {
     EXPECT_EQ(progressLine(0.5, "text", 80), "[########........] text");
     EXPECT_EQ(progressLine(7, "text", 80), "[################] text");
     EXPECT_EQ(progressLine(-1, "text", 80), "text");
     EXPECT_EQ(progressLine(0, "text", 22), "[................] te");
     EXPECT_EQ(progressLine(0, "text", 0), "");
+    EXPECT_EQ(clockText(7.9) + clockText(62) + clockText(3723), "0:071:021:02:03");
 }
 
 TEST(PngSink, WritesPicturesThatReadBackTheSameAndShowEmptyPixelsBlack) {
     TemporaryFolder folder;
-    PngSink sink(folder.path() + "/new/deep");
+    const std::string start = folder.path() + "/new/deep/frame-";
+    PngSink sink(start, false);
     Frame frame = solidFrame(3, 2, {1, 2, 3}, 0);
     setPixel(frame, 2, 1, {0, 0, 0, 0});
     sink.write(solidFrame(3, 2, {9, 9, 9}, 0));
@@ -158,7 +189,14 @@ TEST(PngSink, WritesPicturesThatReadBackTheSameAndShowEmptyPixelsBlack) {
     EXPECT_EQ(pixels, frame.pixels);
     EXPECT_THROW(writePng("/dev/full", frame), std::runtime_error);
     EXPECT_EQ(access("/dev/full", F_OK), 0);
-    EXPECT_THROW(PngSink("/dev/null/folder"), std::runtime_error);
+    EXPECT_THROW(PngSink("/dev/null/folder/a", false), std::runtime_error);
+    EXPECT_THROW(PngSink(start, false), Failure);  // nobody can be asked
+    writeFile(start + "1x.png", "", 0);
+    PngSink(start, true).write(frame);
+    EXPECT_EQ(access((start + "000001.png").c_str(), F_OK), 0);
+    EXPECT_NE(access((start + "000002.png").c_str(), F_OK), 0);  // of the older series
+    EXPECT_EQ(access((start + "1x.png").c_str(), F_OK), 0);      // of none
+    PngSink other(folder.path() + "/new/deep/other-", false);
     EXPECT_THROW(writePng(folder.path() + "/none/x.png", frame), std::runtime_error);
 }
 

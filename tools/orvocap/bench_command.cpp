@@ -223,14 +223,11 @@ void printCostsAsJson(const Costs& costs, const BenchOptions& options) {
 void addBenchCommand(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand("bench", "Measure what capture costs here: processor time, frames, gaps.");
     auto options = std::make_shared<BenchOptions>();
-    options->target.addTo(*command);
-    command->add_option("--fps", options->framesPerSecond, "frames a second, 5 to 30")
-        ->check(CLI::Range(5, 30))
-        ->type_name("N")
-        ->capture_default_str();
-    addSeconds(*command, options->seconds, "how long to measure (3 unless given)");
+    options->target.addTo(*command, false);
+    addFrameRate(*command, options->framesPerSecond);
+    addSeconds(*command, options->seconds, "how long to measure; 3 by default");
     command->add_flag("--json", options->asJson, "print JSON");
-    command->footer("  orvocap bench --screen main\n  orvocap bench --window 8388620 --seconds 10 --json\n");
+    command->footer("  orvocap bench\n  orvocap bench --window firefox -t 10 --json\n");
     command->callback([options, &action] {
         action = [options] {
             const Costs costs = bench(*options);

@@ -57,6 +57,10 @@ class Capture {
     // Throws a Failure that says what happened if the library has reported an error.
     void check() const;
 
+    // The error that the library has reported last; 0 for none.
+    [[nodiscard]] int error() const { return error_; }
+    void forgetError() { error_ = 0; }
+
   private:
     std::function<void(const FrameView&)> onFrame_;
     std::function<void(int)> onError_;

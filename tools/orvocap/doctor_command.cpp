@@ -1,5 +1,6 @@
 // orvocap doctor: what works here and what does not, and what to do about it.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -74,6 +75,7 @@ Findings examine() {
     const QuietConsole quiet;
     Findings findings;
     findings.push_back({"library", State::works, orvo_screencapture_version(), ""});
+    findings.push_back({"orvocap", State::works, ORVOCAP_VERSION, ""});
     examinePermission(ORVO_PERMISSION_SCREEN_RECORDING, "Screen Recording", findings);
     examinePermission(ORVO_PERMISSION_ACCESSIBILITY, "Accessibility", findings);
     std::vector<OrvoScreenCaptureScreenItem> screens;
@@ -100,6 +102,22 @@ const char* name(State state) {
     return state == State::works ? "works" : state == State::limited ? "limited" : "broken";
 }
 
+// The answer to the question that the doctor is asked, before everything that it rests on.
+Finding verdictOf(const Findings& findings) {
+    const auto first = [&](State state) {
+        return std::find_if(findings.begin(), findings.end(), [=](const auto& one) { return one.state == state; });
+    };
+    if (const auto broken = first(State::broken); broken != findings.end())
+        return {"verdict", State::broken, "this screen cannot be captured: " + broken->text, ""};
+    const auto limits = std::count_if(findings.begin(), findings.end(),
+                                      [](const auto& finding) { return finding.state == State::limited; });
+    if (limits > 0)
+        return {"verdict", State::limited,
+                "this screen can be captured, with " + std::to_string(limits) + (limits == 1 ? " limit" : " limits"),
+                ""};
+    return {"verdict", State::works, "this screen can be captured", ""};
+}
+
 void printText(const Findings& findings) {
     for (const auto& finding : findings) {
         std::printf("%-8s %s: %s\n", name(finding.state), finding.subject.c_str(), finding.text.c_str());
@@ -120,21 +138,21 @@ void printFindings(const Findings& findings) {
 
 ExitCode diagnose(bool asJson) {
     listenForStop();
-    const Findings findings = examine();
+    Findings findings = examine();
+    findings.insert(findings.begin(), verdictOf(findings));
     (asJson ? printFindings : printText)(findings);
-    for (const auto& finding : findings) {
-        if (finding.state == State::broken) return exitFailure;
-    }
-    return exitSuccess;
+    return findings.front().state == State::broken ? exitFailure : exitSuccess;
 }
 
 }  // namespace
 
 void addDoctorCommand(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand(
-        "doctor", "Tell what works here, what does not and what to do. Ends with 1 when capture does not work.");
+        "doctor",
+        "Check what works here, what does not and what to do. Ends with 1 when the screen cannot be captured.");
     auto asJson = std::make_shared<bool>(false);
-    command->add_flag("--json", *asJson, "print JSON");
+    command->add_flag("--json", *asJson, "print JSON, for a report of a fault");
+    command->footer("  orvocap doctor\n  orvocap doctor --json >report.json\n");
     command->callback([asJson, &action] { action = [asJson] { return diagnose(*asJson); }; });
 }
 

@@ -40,6 +40,14 @@ bool FrameWriter::offer(const FrameView& view) {
     return true;
 }
 
+void FrameWriter::hold(unsigned long long time) {
+    const std::lock_guard lock(mutex_);
+    if (failure_ || ending_) return;
+    waiting_.emplace_back().time = time;
+    ++held_;
+    ready_.notify_one();
+}
+
 void FrameWriter::run() {
     std::unique_lock lock(mutex_);
     while (true) {
@@ -51,14 +59,17 @@ void FrameWriter::run() {
         lock.unlock();
         std::exception_ptr failure;
         try {
-            if (!skip) sink_.write(frame);
+            if (!skip && frame.pixels.empty())
+                sink_.hold(frame.time);
+            else if (!skip)
+                sink_.write(frame);
         } catch (...) {
             failure = std::current_exception();
         }
         lock.lock();
         if (failure) failure_ = failure;
         --held_;
-        spare_.push_back(std::move(frame));
+        if (!frame.pixels.empty()) spare_.push_back(std::move(frame));
     }
 }
 

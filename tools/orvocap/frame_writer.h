@@ -19,6 +19,7 @@ class FrameSink {
   public:
     virtual ~FrameSink() = default;
     virtual void write(const Frame& frame) = 0;
+    virtual void hold(unsigned long long) {}                // the last picture is shown until then, in milliseconds
     virtual void finish() = 0;                              // all frames are written; reports what is still unsaid
     [[nodiscard]] virtual std::string summary() const = 0;  // what was written, for the user
 
@@ -38,6 +39,9 @@ class FrameWriter {
     // Takes a copy; false when there is no room. Never waits for the sink. From one thread at a time.
     bool offer(const FrameView& view);
 
+    // The picture of the last frame is shown until then, in milliseconds of the frames' own clock.
+    void hold(unsigned long long time);
+
     // Throws what the sink has thrown, if anything.
     void check();
 
@@ -52,9 +56,9 @@ class FrameWriter {
     const size_t capacity_;
     std::mutex mutex_;
     std::condition_variable ready_;
-    std::deque<Frame> waiting_;
-    std::vector<Frame> spare_;  // their memory is used again
-    size_t held_ = 0;           // frames that wait or are being copied or written
+    std::deque<Frame> waiting_;  // one without pixels stands for hold
+    std::vector<Frame> spare_;   // their memory is used again
+    size_t held_ = 0;            // frames that wait or are being copied or written
     bool ending_ = false;
     std::exception_ptr failure_;
     std::thread thread_;

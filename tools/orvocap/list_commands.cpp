@@ -5,6 +5,8 @@
 
 #include "application.h"
 #include "lists.h"
+#include "options.h"
+#include "output_stream.h"
 #include "png_files.h"
 #include "terminal.h"
 
@@ -13,16 +15,25 @@ namespace orvocap {
 namespace {
 
 ExitCode printScreens(bool asJson) {
-    const auto screens = requireScreens();
+    const auto screens = describeScreens();
     if (asJson) {
         auto list = Json::array();
-        for (const auto& screen : screens)
-            list.push_back({{"id", screen.screenID}, {"primary", screen.isPrimary != 0}});
-        printJson(list);
-    } else {
         for (const auto& screen : screens) {
-            std::printf("screen %u%s\n", screen.screenID, screen.isPrimary ? " (main)" : "");
+            list.push_back(
+                {{"id", screen.number},
+                 {"primary", screen.isMain},
+                 {"name", screen.name},
+                 {"bounds",
+                  {{"x", screen.left}, {"y", screen.top}, {"width", screen.width}, {"height", screen.height}}},
+                 {"scale", screen.scale}});
         }
+        printJson(list);
+        return exitSuccess;
+    }
+    for (const auto& screen : screens) {
+        std::printf("screen %-10u %5dx%-5d at %5d,%-5d scale %g  %s%s\n", screen.number, screen.width, screen.height,
+                    screen.left, screen.top, screen.scale, printable(screen.name).c_str(),
+                    screen.isMain ? " (main)" : "");
     }
     return exitSuccess;
 }
@@ -33,6 +44,7 @@ void addScreensCommand(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand("screens", "List the screens that can be captured.");
     auto asJson = std::make_shared<bool>(false);
     command->add_flag("--json", *asJson, "print JSON");
+    command->footer("  orvocap screens\n  orvocap screens --json\n");
     command->callback([asJson, &action] { action = [asJson] { return printScreens(*asJson); }; });
 }
 
@@ -42,6 +54,7 @@ struct WindowsOptions {
     bool asJson = false;
     std::string iconFolder;
     std::string pictureFolder;
+    bool force = false;
 };
 
 void printItems(const std::vector<ListedItem>& items) {
@@ -57,6 +70,7 @@ void printItems(const std::vector<ListedItem>& items) {
         if (!item.isScreen) {
             entry["owner"] = item.owner;
             entry["pid"] = item.processID;
+            entry["class"] = item.classes;
         }
         list.push_back(std::move(entry));
     }
@@ -72,21 +86,38 @@ void printText(const std::vector<ListedItem>& items) {
     }
 }
 
-void writePictures(const std::vector<ListedItem>& items, const std::string& folder, const char* prefix,
-                   std::optional<Frame> ListedItem::*which) {
-    if (folder.empty()) return;
-    makeFolder(folder);
-    for (const auto& item : items) {
-        if (!(item.*which)) continue;
-        const char* const kind = item.isScreen ? "screen" : "window";
-        writePng(folder + "/" + prefix + "-" + kind + "-" + std::to_string(item.number) + ".png", *(item.*which));
+// The pictures of one folder, with their files' names.
+struct PictureFiles {
+    std::vector<std::pair<std::string, const Frame*>> files;
+
+    PictureFiles(const std::vector<ListedItem>& items, const std::string& folder, const char* prefix,
+                 std::optional<Frame> ListedItem::*which) {
+        if (folder.empty()) return;
+        makeFolder(folder);
+        for (const auto& item : items) {
+            const std::string kind = item.isScreen ? "-screen-" : "-window-";
+            if (item.*which)
+                files.emplace_back(folder + "/" + prefix + kind + std::to_string(item.number) + ".png",
+                                   &*(item.*which));
+        }
     }
-}
+    void check(bool force) const {
+        for (const auto& [name, frame] : files) allowOverwriting(name, force);
+    }
+    void write() const {
+        for (const auto& [name, frame] : files) writePng(name, *frame);
+    }
+};
 
 ExitCode listWindows(const WindowsOptions& options) {
-    const auto items = listItems(!options.pictureFolder.empty());
-    writePictures(items, options.iconFolder, "icon", &ListedItem::icon);
-    writePictures(items, options.pictureFolder, "picture", &ListedItem::picture);
+    auto items = listItems(!options.pictureFolder.empty());
+    const PictureFiles icons(items, options.iconFolder, "icon", &ListedItem::icon);
+    const PictureFiles pictures(items, options.pictureFolder, "picture", &ListedItem::picture);
+    icons.check(options.force);
+    pictures.check(options.force);
+    icons.write();
+    pictures.write();
+    if (options.asJson) addClasses(items);
     if (options.asJson) {
         printItems(items);
     } else {
@@ -104,6 +135,7 @@ void addWindowsCommand(CLI::App& app, Action& action) {
     command->add_option("--icons", options->iconFolder, "write each application's icon as a PNG file")
         ->type_name("DIR");
     command->add_option("--pictures", options->pictureFolder, "write each picture as a PNG file")->type_name("DIR");
+    addForce(*command, options->force);
     command->footer("  orvocap windows\n  orvocap windows --json --pictures pictures --icons icons\n");
     command->callback([options, &action] { action = [options] { return listWindows(*options); }; });
 }

@@ -2,6 +2,7 @@
 #include "lists.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -9,6 +10,7 @@
 #include "application.h"
 #include "orvo/screencapture_additions.h"
 #include "process.h"
+#include "system.h"
 #include "terminal.h"
 
 namespace orvocap {
@@ -31,6 +33,13 @@ std::vector<OrvoScreenCaptureScreenItem> requireScreens() {
 }
 
 namespace {
+
+// Of ASCII; other letters stay as they are.
+std::string smallLetters(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return text;
+}
 
 class Library {
   public:
@@ -106,17 +115,68 @@ std::vector<ListedItem> listItems(bool withPictures) {
     return items;
 }
 
-std::string noWindowText(uint32_t number) {
-    constexpr size_t most = 8;
-    std::string known;
-    size_t count = 0;
+void addClasses(std::vector<ListedItem>& items) {
+    std::vector<uint32_t> numbers;
+    for (const auto& item : items) numbers.push_back(item.isScreen ? 0 : item.number);
+    auto classes = windowClasses(numbers);
+    for (size_t i = 0; i < items.size() && i < classes.size(); ++i) items[i].classes = std::move(classes[i]);
+}
+
+std::vector<ScreenDescription> describeScreens() {
+    const auto screens = requireScreens();
+    std::vector<ScreenDescription> descriptions;
     for (const ListedItem& item : listItems(false)) {
-        if (item.isScreen || count++ >= most) continue;
-        known += (known.empty() ? "" : ", ") + std::to_string(item.number) + " (" + printable(item.title) + ")";
+        if (!item.isScreen) continue;
+        const bool isMain = std::any_of(screens.begin(), screens.end(), [&](const auto& screen) {
+            return screen.screenID == item.number && screen.isPrimary;
+        });
+        descriptions.push_back({item.number, isMain, screenName(item.number), item.left, item.top, item.width,
+                                item.height, screenScale(item.number)});
     }
-    if (count > most) known += " and " + std::to_string(count - most) + " more";
-    return "no window " + std::to_string(number) + " can be captured now; it may be minimised or closed; " +
-           (known.empty() ? "there is no window" : "there is: " + known);
+    const auto main = std::find_if(descriptions.begin(), descriptions.end(), [](const auto& d) { return d.isMain; });
+    const int mainHeight = main == descriptions.end() ? 0 : main->height;
+    for (auto& screen : descriptions) screen.top = mainHeight - screen.top - screen.height;
+    return descriptions;
+}
+
+std::optional<uint32_t> WindowQuery::number() const {
+    const bool isHex = text.substr(0, 2) == "0x";
+    const char* const begin = text.data() + (isHex ? 2 : 0);
+    const char* const end = text.data() + text.size();
+    uint32_t value = 0;
+    const auto [rest, error] = std::from_chars(begin, end, value, isHex ? 16 : 10);
+    return begin != end && rest == end && error == std::errc() ? std::optional(value) : std::nullopt;
+}
+
+std::string WindowQuery::asText() const {
+    std::string words;
+    if (!text.empty()) words += number() ? text : "\"" + printable(text) + "\"";
+    if (processID) words += (words.empty() ? "" : " ") + std::string("of process ") + std::to_string(processID);
+    if (!className.empty()) words += (words.empty() ? "" : " ") + std::string("of class ") + printable(className);
+    return words;
+}
+
+std::vector<ListedItem> matchingWindows(const std::vector<ListedItem>& items, const WindowQuery& query) {
+    const auto select = [&](const auto& fits) {
+        std::vector<ListedItem> found;
+        for (const auto& item : items) {
+            if (item.isScreen || (query.processID && item.processID != query.processID)) continue;
+            const std::string wanted = smallLetters(query.className);
+            const bool isOfClass = wanted.empty() || smallLetters(item.owner) == wanted ||
+                                   std::any_of(item.classes.begin(), item.classes.end(),
+                                               [&](const std::string& name) { return smallLetters(name) == wanted; });
+            if (isOfClass && fits(item)) found.push_back(item);
+        }
+        return found;
+    };
+    if (const auto number = query.number()) {
+        auto found = select([&](const ListedItem& item) { return item.number == *number; });
+        if (!found.empty()) return found;
+    }
+    const std::string text = smallLetters(query.text);
+    auto exact = select([&](const ListedItem& item) { return smallLetters(item.title) == text; });
+    if (!text.empty() && !exact.empty()) return exact;
+    return select([&](const ListedItem& item) { return smallLetters(item.title).find(text) != std::string::npos; });
 }
 
 }  // namespace orvocap

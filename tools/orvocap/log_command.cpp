@@ -80,7 +80,7 @@ class Source {
         while (!stopRequested()) {
             const ssize_t count = read(descriptor_, chunk, sizeof(chunk));
             if (count < 0 && errno == EINTR) continue;
-            if (count < 0) return complain();
+            if (count < 0) return complain(std::strerror(errno));
             if (count == 0) return true;
             offset_ += count;
             lines_.feed(chunk, static_cast<size_t>(count));
@@ -105,8 +105,11 @@ class Source {
 
   private:
     bool open() {
-        descriptor_ = name_ == "-" ? STDIN_FILENO : ::open(name_.c_str(), O_RDONLY | O_CLOEXEC);
-        if (descriptor_ < 0) return complain();
+        // A named pipe without a writer would keep its reader waiting before it could be refused.
+        descriptor_ = name_ == "-" ? STDIN_FILENO : ::open(name_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+        if (descriptor_ < 0) return complain(std::strerror(errno));
+        if (const char* reason = whyEndless()) return complain(reason);
+        if (descriptor_ != STDIN_FILENO) fcntl(descriptor_, F_SETFL, 0);
         offset_ = 0;
         complained_ = false;
         return true;
@@ -117,9 +120,21 @@ class Source {
         descriptor_ = -1;
     }
 
-    bool complain() {
-        if (!complained_) std::fprintf(stderr, "orvocap: cannot read %s: %s\n", name_.c_str(), std::strerror(errno));
+    // A log is a file, or comes through a pipe that a shell has made: those end. Result: null then.
+    [[nodiscard]] const char* whyEndless() const {
+        struct stat opened {
+        }, named{}, null{};
+        if (fstat(descriptor_, &opened) != 0) return std::strerror(errno);
+        const bool isNull = stat("/dev/null", &null) == 0 && opened.st_rdev == null.st_rdev;
+        if (S_ISBLK(opened.st_mode) || (S_ISCHR(opened.st_mode) && !isNull)) return "it is a device, not a log file";
+        const bool isNamedPipe = lstat(name_.c_str(), &named) == 0 && S_ISFIFO(named.st_mode);
+        return name_ != "-" && isNamedPipe ? "it is a named pipe, not a log file" : nullptr;
+    }
+
+    bool complain(const char* reason) {
+        if (!complained_) std::fprintf(stderr, "orvocap: cannot read %s: %s\n", name_.c_str(), reason);
         complained_ = true;
+        close();
         return false;
     }
 
@@ -146,6 +161,7 @@ ExitCode printLogs(const std::vector<std::string>& files, bool follow, bool asJs
     const auto output = [asJson](const std::string& plain) { print(asJson ? logJson(plain) : plain); };
     std::vector<std::unique_ptr<Source>> sources;
     for (const auto& file : files) sources.push_back(std::make_unique<Source>(file, output));
+    if (sources.empty() && isatty(STDIN_FILENO)) throw Failure(exitUsage, "no log to print: name its files");
     if (sources.empty()) sources.push_back(std::make_unique<Source>("-", output));
     bool good = true;
     for (const auto& source : sources) {
@@ -168,7 +184,7 @@ void addLogCommand(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand("log", "Print the library's scrambled log files as plain text.");
     auto files = std::make_shared<std::vector<std::string>>();
     auto follow = std::make_shared<bool>(false);
-    command->add_option("FILE", *files, "log files; - or none for standard input");
+    command->add_option("FILE", *files, "log files; - or none for standard input, when that is a pipe or a file");
     command->add_flag("-f,--follow", *follow, "go on with what is added; give all three files to follow a running log");
     auto asJson = std::make_shared<bool>(false);
     command->add_flag("--json", *asJson, "print a JSON object a line");

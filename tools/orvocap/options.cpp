@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <cstdlib>
 #include <sstream>
 
 #include "application.h"
@@ -20,17 +21,81 @@ Area Area::read(const std::string& option, const std::string& text) {
     return area;
 }
 
-void addSeconds(CLI::App& command, double& seconds, const std::string& text) {
+std::string Area::inPoints(const std::string& text, int width, int height) {
+    std::string points;
+    std::istringstream parts(text);
+    bool isHorizontal = true;
+    for (std::string part; std::getline(parts, part, ','); isHorizontal = !isHorizontal) {
+        points += points.empty() ? "" : ",";
+        std::array<int, 1> percent{};
+        if (!part.empty() && part.back() == '%' && readNumbers(part.substr(0, part.size() - 1), ',', percent) &&
+            std::abs(percent[0]) <= 100)
+            part = std::to_string(percent[0] * (isHorizontal ? width : height) / 100);
+        points += part;
+    }
+    return points;
+}
+
+std::optional<double> readSeconds(const std::string& text) {
+    if (text.find_first_not_of("0123456789.:smh") != std::string::npos) return std::nullopt;
+    double seconds = 0;
+    char* rest = nullptr;
+    const char* from = text.c_str();
+    int parts = 0;
+    for (; parts < 3; from = rest + 1) {
+        const double number = std::strtod(from, &rest);
+        if (rest == from) return std::nullopt;
+        seconds = seconds * 60 + number;
+        ++parts;
+        if (*rest != ':') break;
+    }
+    if (const double unit = *rest == 's' ? 1 : *rest == 'm' ? 60 : *rest == 'h' ? 3600 : 0; unit > 0 && parts == 1) {
+        seconds *= unit;
+        ++rest;
+    }
+    return *rest == '\0' && std::isfinite(seconds) && seconds > 0 ? std::optional(seconds) : std::nullopt;
+}
+
+namespace {
+
+void addTime(CLI::App& command, const std::string& names, double& seconds, const std::string& text) {
+    const std::string option = names.substr(names.find("--"));
     command
-        .add_option_function<double>(
-            "--seconds",
-            [&seconds](const double& value) {
-                if (!std::isfinite(value) || value <= 0)
-                    throw CLI::ValidationError("--seconds", "needs a number above 0");
-                seconds = value;
+        .add_option_function<std::string>(
+            names,
+            [&seconds, option](const std::string& value) {
+                const auto read = readSeconds(value);
+                if (!read) throw CLI::ValidationError(option, "needs a time above 0, such as 10, 1:30 or 5m");
+                seconds = *read;
             },
             text)
         ->type_name("S");
+}
+
+}  // namespace
+
+void addSeconds(CLI::App& command, double& seconds, const std::string& text) {
+    addTime(command, "-t,--seconds", seconds, text);
+}
+
+void addDelay(CLI::App& command, double& seconds) {
+    addTime(command, "-d,--delay", seconds, "wait so many seconds first");
+}
+
+void Verbosity::addTo(CLI::App& command) {
+    auto* quiet = command.add_flag("-q,--quiet", isQuiet, "print nothing but failures");
+    command.add_flag("-v,--verbose", isVerbose, "print also what the library reports")->excludes(quiet);
+}
+
+void addForce(CLI::App& command, bool& force) {
+    command.add_flag("-y,--force", force, "write over what is there, without a question");
+}
+
+void addFrameRate(CLI::App& command, int& framesPerSecond) {
+    command.add_option("-r,--fps", framesPerSecond, "frames a second, 5 to 30")
+        ->check(CLI::Range(5, 30))
+        ->type_name("N")
+        ->capture_default_str();
 }
 
 namespace {
@@ -46,7 +111,7 @@ OptionEntry entry(const CLI::Option& option) {
     else if (option.get_expected_max() > 0)
         result.value = option.get_type_name().substr(0, option.get_type_name().find(':'));  // a check comes after it
     result.text = option.get_description();
-    if (!option.get_default_str().empty()) result.text += " (" + option.get_default_str() + " unless given)";
+    if (!option.get_default_str().empty()) result.text += " (" + option.get_default_str() + " by default)";
     result.isRequired = option.get_required();
     result.mayRepeat = option.get_expected_max() > 1;
     return result;

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <charconv>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,11 +32,31 @@ struct Area {
     int left = 0, top = 0, width = 0, height = 0;
 
     static Area read(const std::string& option, const std::string& text);
+    // A text whose numbers may be in percent of so many points, as one without: "0,0,50%,100%" of 1280 and 800 is
+    // "0,0,640,800".
+    static std::string inPoints(const std::string& text, int width, int height);
     [[nodiscard]] bool isEmpty() const { return width == 0; }
 };
 
-// Adds --seconds. seconds: keeps its value unless the option is given; then it is above 0 and finite.
+// A time as people write it: "10", "1.5", "90s", "2m", "1h", "1:30", "1:02:03". Nothing unless it is above 0 and
+// finite.
+std::optional<double> readSeconds(const std::string& text);
+
+// Adds --seconds and --delay. seconds: keeps its value unless the option is given.
 void addSeconds(CLI::App& command, double& seconds, const std::string& text);
+void addDelay(CLI::App& command, double& seconds);
+
+// How much a command says beside its results.
+struct Verbosity {
+    bool isQuiet = false;
+    bool isVerbose = false;
+
+    void addTo(CLI::App& command);
+};
+
+// Adds --force, and --fps.
+void addForce(CLI::App& command, bool& force);
+void addFrameRate(CLI::App& command, int& framesPerSecond);
 
 struct OptionEntry {
     std::vector<std::string> names;  // "-f", "--follow"; a positional argument has one without dashes
@@ -49,6 +70,8 @@ struct OptionEntry {
     [[nodiscard]] std::vector<std::string> choices() const;
     [[nodiscard]] bool takesFile() const { return value == "FILE"; }
     [[nodiscard]] bool takesFolder() const { return value == "DIR"; }
+    [[nodiscard]] bool takesWindow() const { return value.substr(0, 7) == "TITLE|N"; }
+    [[nodiscard]] bool takesScreen() const { return value == "N|NAME|main"; }
 };
 
 struct CommandEntry {

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "application.h"
+#include "options.h"
 #include "output_stream.h"
 #include "png_files.h"
 
@@ -146,7 +147,8 @@ std::string pickerPage(const std::vector<ListedItem>& items) {
 
 namespace {
 
-ExitCode writePage(const std::string& path) {
+ExitCode writePage(const std::string& path, bool force) {
+    allowOverwriting(path, force);
     const auto items = listItems(true);
     const std::string page = pickerPage(items);
     writeFile(path, page.data(), page.size());
@@ -159,9 +161,11 @@ ExitCode writePage(const std::string& path) {
 void addPickerCommand(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand("picker", "Write a page with a card for every screen and window.");
     auto path = std::make_shared<std::string>();
-    command->add_option("--out", *path, "the HTML file; - is standard output")->type_name("FILE")->required();
+    auto force = std::make_shared<bool>(false);
+    command->add_option("-o,--out", *path, "the HTML file; - is standard output")->type_name("FILE")->required();
+    addForce(*command, *force);
     command->footer("  orvocap picker --out picker.html\n");
-    command->callback([path, &action] { action = [path] { return writePage(*path); }; });
+    command->callback([=, &action] { action = [=] { return writePage(*path, *force); }; });
 }
 
 }  // namespace orvocap

@@ -21,14 +21,16 @@ size_t writePng(const std::string& path, const Frame& frame);
 
 class PngSink : public FrameSink {
   public:
-    explicit PngSink(std::string folder);  // made when missing
+    // start: what stands before the number in each file's name, such as "folder/frame-". A folder that is missing is
+    // made. Throws a Failure rather than to mix two recordings; force takes the older one away.
+    PngSink(std::string start, bool force);
     void write(const Frame& frame) override;
     void finish() override {}
     [[nodiscard]] uint64_t bytes() const override { return bytes_; }
     [[nodiscard]] std::string summary() const override;
 
   private:
-    std::string folder_;
+    std::string start_;
     Frame opaque_;  // its memory is used again
     unsigned int count_ = 0;
     std::atomic<uint64_t> bytes_ = 0;

@@ -1,33 +1,32 @@
-// Termination signals as a flag, and standard error turned aside for a while.
+// Signals as flags, a wait that they end, and standard error turned aside for a while.
 #include "process.h"
 
 #include <fcntl.h>
 #include <unistd.h>
+#include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <csignal>
 #include <initializer_list>
+#include <thread>
+#include <utility>
 
 namespace orvocap {
 
 namespace {
 
 volatile std::sig_atomic_t requested = 0;
+volatile std::sig_atomic_t toggled = 0;
 
-void onSignal(int signal) {
+// A second signal ends the process in the system's own way.
+void onStop(int signal) {
     requested = 1;
     std::signal(signal, SIG_DFL);
 }
 
-}  // namespace
-
-void listenForStop() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, onSignal);
+void onToggle(int) {
+    toggled = 1 - toggled;
 }
-
-bool stopRequested() {
-    return requested != 0;
-}
-
-namespace {
 
 std::FILE* openCopy(int descriptor) {
     const int copy = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
@@ -38,7 +37,38 @@ std::FILE* openCopy(int descriptor) {
 
 }  // namespace
 
-QuietConsole::QuietConsole() : console_(openCopy(STDERR_FILENO), &std::fclose) {
+void listenForStop() {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, onStop);
+}
+
+bool stopRequested() {
+    return requested != 0;
+}
+
+void listenForPause() {
+    struct sigaction action {};
+    action.sa_handler = onToggle;
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGUSR1, &action, nullptr);
+}
+
+bool isPauseToggled() {
+    return toggled != 0;
+}
+
+void waitBefore(double seconds, const std::function<void(int left)>& onSecond) {
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::duration<double>(seconds);
+    for (int announced = -1; !stopRequested();) {
+        const double left = std::chrono::duration<double>(end - Clock::now()).count();
+        if (left <= 0) return;
+        if (const int whole = static_cast<int>(std::ceil(left)); whole != announced) onSecond(announced = whole);
+        std::this_thread::sleep_for(std::chrono::duration<double>(std::min(left, 0.02)));
+    }
+}
+
+QuietConsole::QuietConsole(bool isVerbose) : console_(openCopy(STDERR_FILENO), &std::fclose) {
+    if (isVerbose) return;
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (console_ && nowhere >= 0) {
         std::fflush(stderr);

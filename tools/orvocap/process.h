@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <functional>
 #include <memory>
 
 namespace orvocap {
@@ -9,10 +10,17 @@ namespace orvocap {
 void listenForStop();
 bool stopRequested();
 
-// Drops what is written to standard error while it lives.
+// SIGUSR1, which pauses a recording and lets it go on: whether the number of those that have come is odd.
+void listenForPause();
+bool isPauseToggled();
+
+// Waits, unless the user wishes to end. onSecond: called at once and then after each second, with the seconds left.
+void waitBefore(double seconds, const std::function<void(int left)>& onSecond);
+
+// Drops what is written to standard error while it lives, unless the user wants to see it.
 class QuietConsole {
   public:
-    QuietConsole();
+    explicit QuietConsole(bool isVerbose = false);
     ~QuietConsole();
     QuietConsole(const QuietConsole&) = delete;
     QuietConsole& operator=(const QuietConsole&) = delete;

@@ -1,13 +1,15 @@
-// orvocap record: frames of a screen, a part of it or windows, into PNG files, films or a pipe.
+// orvocap record: frames of a screen, a part of it or windows, into a video, PNG files or a pipe.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <exception>
+#include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "application.h"
@@ -23,13 +25,19 @@ namespace orvocap {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr auto firstFrameWithin = std::chrono::seconds(5);
+constexpr auto holdEvery = std::chrono::seconds(1);
+constexpr auto explanationWithin = std::chrono::seconds(2);
 
 using Outputs = std::vector<std::unique_ptr<Output>>;
 
 struct RecordOptions {
     TargetOptions target;
     OutputOptions output;
+    Verbosity verbosity;
+    double delay = 0;
     bool asJson = false;
 
     [[nodiscard]] Outputs makeOutputs() const {
@@ -38,6 +46,11 @@ struct RecordOptions {
         for (const unsigned int number : targets)
             outputs.push_back(std::make_unique<Output>(output, number, targets.size() == 1));
         return outputs;
+    }
+
+    [[nodiscard]] Progress::Level progressLevel() const {
+        if (verbosity.isQuiet) return Progress::Level::quiet;
+        return verbosity.isVerbose ? Progress::Level::verbose : Progress::Level::usual;
     }
 };
 
@@ -73,6 +86,73 @@ class Reception {
     int height_ = 0;
 };
 
+// What becomes of the windows that are recorded. A minimised or hidden one gives no frames, and comes back; the library
+// reports that nothing came for a while, which is the end only of a window that is closed. Used on the main queue.
+class WindowStates {
+  public:
+    WindowStates(const Outputs& outputs, Progress& progress) : outputs_(outputs), progress_(progress) {}
+
+    void listen() {
+        orvo_screencapture_reg_captured_window_status_change_notify(
+            [](int status, unsigned int window, OrvoScreenCaptureRect, void* self) {
+                static_cast<WindowStates*>(self)->note(window, status);
+            },
+            this);
+    }
+
+    // Shows the last pictures on while their windows are away. Throws when the capture cannot go on.
+    void check(Capture& capture) {
+        if (Clock::now() >= nextHold_) {
+            nextHold_ = Clock::now() + holdEvery;
+            hold();
+        }
+        if (closed_.size() == outputs_.size())
+            throw Failure(exitFailure, outputs_.size() == 1 ? "the window was closed" : "all windows were closed");
+        if (capture.error() != ORVO_CAPTURE_ERROR_NO_CONTENT) return capture.check();
+        // The report that nothing came may arrive before the one that says what has happened to the window.
+        if (!unexplained_) unexplained_ = Clock::now();
+        const bool isExplained = !away_.empty() || !closed_.empty();
+        if (!isExplained && Clock::now() > *unexplained_ + explanationWithin) return capture.check();
+        if (!isExplained) return;
+        unexplained_.reset();
+        capture.forgetError();
+    }
+
+    // What is away now is shown until now.
+    void hold() {
+        for (const auto& output : outputs_) {
+            if (const auto found = away_.find(output->target); found != away_.end() && found->second)
+                output->recording.hold();
+        }
+    }
+
+    [[nodiscard]] bool anyAway() const { return !away_.empty(); }
+
+  private:
+    void note(unsigned int window, int status) {
+        const bool isAway = status == ORVO_WINDOW_STATUS_MINIMIZED || status == ORVO_WINDOW_STATUS_HIDDEN;
+        if (status == ORVO_WINDOW_STATUS_MISSING) {
+            away_.erase(window);
+            closed_.insert(window);
+        } else if (isAway) {
+            if (!std::exchange(away_[window], true))
+                progress_.note("window " + std::to_string(window) + " is " +
+                               (status == ORVO_WINDOW_STATUS_MINIMIZED ? "minimised" : "hidden") +
+                               "; the recording goes on with its last picture");
+        } else if (status == ORVO_WINDOW_STATUS_NORMAL || status == ORVO_WINDOW_STATUS_SHOWN) {
+            if (const auto found = away_.find(window); found != away_.end()) found->second = false;
+            closed_.erase(window);
+        }
+    }
+
+    const Outputs& outputs_;
+    Progress& progress_;
+    std::map<unsigned int, bool> away_;  // windows that were away once, and whether they are now
+    std::set<unsigned int> closed_;
+    Clock::time_point nextHold_;
+    std::optional<Clock::time_point> unexplained_;  // since when nothing comes for a reason that is not known
+};
+
 bool complete(const Outputs& outputs) {
     return std::all_of(outputs.begin(), outputs.end(), [](const auto& output) { return output->recording.complete(); });
 }
@@ -83,44 +163,50 @@ bool closed(const Outputs& outputs) {
 }
 
 // Throws when a target has given no frame.
-void requireFrames(const Outputs& outputs, const TargetOptions& target) {
+void requireFrames(const Outputs& outputs, const TargetOptions& target, const WindowStates& states) {
     for (const auto& output : outputs) {
         if (output->recording.figures().frames > 0) continue;
-        const std::string hint = target.noFrameHint();
+        const std::string hint = states.anyAway() ? "the window is minimised or hidden" : target.noFrameHint();
         throw Failure(exitFailure,
                       output->name() + "no frame came within 5 seconds" + (hint.empty() ? "" : "; " + hint));
     }
 }
 
-void showProgress(const Outputs& outputs, double seconds, Progress& progress) {
+void showProgress(const Outputs& outputs, double wanted, bool isPaused, Progress& progress) {
     std::string text;
     double elapsed = 0;
     for (const auto& output : outputs) {
         const RecordingFigures figures = output->recording.figures();
         if (figures.frames == 0) continue;
-        text += (text.empty() ? "" : "; ") + output->name() + figures.progressText(output->sink->bytes());
-        elapsed = std::max(elapsed, figures.seconds());
+        text += (text.empty() ? "" : "; ") + output->name() + figures.progressText(wanted, output->sink->bytes());
+        elapsed = std::max(elapsed, static_cast<double>(figures.lastTime - figures.firstTime) / 1000);
     }
-    if (!text.empty()) progress.update(seconds > 0 ? elapsed / seconds : -1, "recording: " + text);
+    if (!text.empty())
+        progress.update(wanted > 0 ? elapsed / wanted : -1, (isPaused ? "paused " : "") + text + " - Ctrl-C ends");
 }
 
 // Captures until the recording is complete or somebody stops it; throws when it cannot go on.
 void capture(const RecordOptions& options, const Outputs& outputs, Progress& progress) {
     Reception reception(options.target, outputs);
+    WindowStates states(outputs, progress);
     Capture capture(options.target.onWindowPath() ? Capture::Path::windows : Capture::Path::display,
                     [&](const FrameView& frame) { reception.take(frame); });
+    if (options.target.ofWindows()) states.listen();
     options.target.choose();
     orvo_screencapture_set_fps(options.output.framesPerSecond);
     capture.start();
-    const auto deadline = std::chrono::steady_clock::now() + firstFrameWithin;
+    const auto deadline = Clock::now() + firstFrameWithin;
     while (!complete(outputs) && !closed(outputs) && !stopRequested()) {
         runMainQueue(mainQueueSlice);
-        capture.check();
+        const bool isPaused = isPauseToggled();
+        for (const auto& output : outputs) output->recording.setPaused(isPaused);
+        states.check(capture);
         reception.check();
         for (const auto& output : outputs) output->writer.check();
-        showProgress(outputs, options.output.seconds, progress);
-        if (std::chrono::steady_clock::now() > deadline) requireFrames(outputs, options.target);
+        showProgress(outputs, options.output.seconds, isPaused, progress);
+        if (!isPaused && Clock::now() > deadline) requireFrames(outputs, options.target, states);
     }
+    states.hold();
 }
 
 void printSummary(const Outputs& outputs, std::FILE* stream) {
@@ -184,22 +270,28 @@ void keepFailure(std::optional<Failure>& failure, const Step& step) {
 }
 
 ExitCode record(RecordOptions& options) {
+    options.output.resolve();
     options.target.resolve();
     const auto outputs = options.makeOutputs();
-    const QuietConsole quiet;
-    Progress progress(quiet.console());
+    const QuietConsole quiet(options.verbosity.isVerbose);
+    Progress progress(quiet.console(), options.progressLevel());
     listenForStop();
+    listenForPause();
 
     // What was recorded before a failure is still written, and said.
     std::optional<Failure> failure;
-    keepFailure(failure, [&] { capture(options, outputs, progress); });
+    if (options.delay > 0)
+        waitBefore(options.delay, [&](int left) {
+            progress.update(-1, "recording starts in " + std::to_string(left) + " s - Ctrl-C ends");
+        });
+    if (!stopRequested()) keepFailure(failure, [&] { capture(options, outputs, progress); });
     keepFailure(failure, [&] { finish(outputs); });
     progress.finish();
-    // Data on standard output leaves the error stream for what is told.
+    // Data on standard output leaves the error stream for what is said.
     std::FILE* const stream = options.output.onStandardOutput() ? quiet.console() : stdout;
     if (options.asJson)
         printSummaryAsJson(outputs, failure ? failure->what() : "", stream);
-    else
+    else if (!options.verbosity.isQuiet)
         printSummary(outputs, stream);
     if (failure) throw Failure(*failure);
     return exitSuccess;
@@ -208,31 +300,40 @@ ExitCode record(RecordOptions& options) {
 }  // namespace
 
 void addRecordCommand(CLI::App& app, Action& action) {
-    auto* command = app.add_subcommand("record", "Record a screen, a part of it, or windows.");
+    auto* command = app.add_subcommand("record",
+                                       "Record a screen, a part of it, or windows. Ctrl-C ends it; "
+                                       "SIGUSR1 pauses it and lets it go on.");
     auto options = std::make_shared<RecordOptions>();
-    options->target.addTo(*command);
-    command->add_option("--fps", options->output.framesPerSecond, "frames a second, 5 to 30")
-        ->check(CLI::Range(5, 30))
-        ->type_name("N")
-        ->capture_default_str();
-    addSeconds(*command, options->output.seconds, "how long; without it until Ctrl-C");
-    command->add_flag("--json", options->asJson,
-                      "print the summary as JSON; on standard error when the frames are on standard output");
+    options->target.addTo(*command, true);
     auto* output = command->add_option_group("output", "where the frames go; each of several windows has its own");
+    output
+        ->add_option("-o,--out", options->output.file,
+                     "a video (.mkv, .mp4, .webm: these need ffmpeg or GStreamer; .y4m), PNG files (.png, or a folder "
+                     "with / at its end), or - for Y4M on standard output; recording-DATE.mkv by default")
+        ->type_name("FILE");
     output->add_option("--png", options->output.pngFolder, "a folder for PNG files, one a frame")->type_name("DIR");
-    output->add_option("--y4m", options->output.y4mFile, "a Y4M film; - is standard output")->type_name("FILE");
+    output->add_option("--y4m", options->output.y4mFile, "a Y4M video; - is standard output")->type_name("FILE");
     output
         ->add_option("--raw", options->output.rawFile,
                      "the pixels alone: 32-bit BGRA, row after row, picture after picture; - is standard output")
         ->type_name("FILE");
-    output->require_option(1);
+    output->require_option(0, 1);
+    addForce(*command, options->output.force);
+    addFrameRate(*command, options->output.framesPerSecond);
+    addSeconds(*command, options->output.seconds, "how long, such as 10, 1:30 or 5m; until Ctrl-C by default");
+    addDelay(*command, options->delay);
+    command->add_flag("--json", options->asJson,
+                      "print the summary as JSON; on standard error when the frames are on standard output");
+    options->verbosity.addTo(*command);
     command->footer(
-        "  orvocap record --screen main --seconds 2 --png pictures\n"
-        "  orvocap record --screen main --rect 40,40,640,400 --cursor --fps 30 --y4m film.y4m\n"
-        "  orvocap record --window 8388620 --size 640x480 --fit letterbox --png pictures\n"
-        "  orvocap record --screen main --fps 30 --y4m - | ffmpeg -i - film.mp4\n"
-        "  orvocap record --screen main --fps 30 --raw - |\n"
-        "      ffmpeg -f rawvideo -pixel_format bgra -video_size 1280x800 -framerate 30 -i - film.mp4\n");
+        "  orvocap record                                        the main screen, until Ctrl-C\n"
+        "  orvocap record --window firefox -t 10 -o firefox.mp4  a window by its title, 10 seconds\n"
+        "  orvocap record --window pick -o video.webm            the window that you click\n"
+        "  orvocap record --rect 0,0,50%,100% -d 3 -o left.mkv   the left half, after 3 seconds\n"
+        "  orvocap record --window mail --size 640x480 --fit letterbox -o pictures/\n"
+        "  orvocap record -r 30 -o - | mpv -\n"
+        "  orvocap record -r 30 --raw - |\n"
+        "      ffmpeg -f rawvideo -pixel_format bgra -video_size 1280x800 -framerate 30 -i - video.mp4\n");
     command->callback([options, &action] { action = [options] { return record(*options); }; });
 }
 

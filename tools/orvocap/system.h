@@ -1,6 +1,7 @@
 // What each operating system does in its own way: the main queue, and what its window server tells of itself.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +13,19 @@ void runMainQueue(int milliseconds);
 
 // So long at a time, in milliseconds, by a command that looks in between whether it is to end.
 constexpr int mainQueueSlice = 20;
+
+// The name of a screen's output; empty when it has none.
+std::string screenName(uint32_t screen);
+
+// Pixels to the point.
+double screenScale(uint32_t screen);
+
+// For each window the names that its application gives to its kind; none for a number that is no window.
+std::vector<std::vector<std::string>> windowClasses(const std::vector<uint32_t>& windows);
+
+// Lets the user click one of these windows, or its frame. Nothing when the user chose none of them. Throws a Failure
+// where this cannot be asked.
+std::optional<uint32_t> pickWindow(const std::vector<uint32_t>& windows);
 
 struct ServerProcess {
     int pid = 0;             // 0: not known

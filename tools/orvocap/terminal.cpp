@@ -94,10 +94,24 @@ std::string progressLine(double share, const std::string& text, size_t width) {
     return line.substr(0, width > 1 ? width - 1 : 0);
 }
 
-Progress::Progress(std::FILE* stream)
-    : stream_(stream), terminal_(canRedraw(stream)), next_(terminal_ ? Clock::now() : Clock::now() + printEvery) {}
+std::string clockText(double seconds) {
+    const auto whole = static_cast<long>(std::max(0.0, seconds));
+    char text[32];
+    if (whole >= 3600)
+        std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", whole / 3600, whole / 60 % 60, whole % 60);
+    else
+        std::snprintf(text, sizeof text, "%ld:%02ld", whole / 60, whole % 60);
+    return text;
+}
+
+Progress::Progress(std::FILE* stream, Level level)
+    : stream_(stream),
+      level_(level),
+      terminal_(canRedraw(stream)),
+      next_(terminal_ ? Clock::now() : Clock::now() + printEvery) {}
 
 void Progress::update(double share, const std::string& text) {
+    if (level_ == Level::quiet || (!terminal_ && level_ != Level::verbose)) return;
     const auto now = Clock::now();
     if (now < next_) return;
     next_ = now + (terminal_ ? Clock::duration(redrawEvery) : Clock::duration(printEvery));
@@ -107,6 +121,13 @@ void Progress::update(double share, const std::string& text) {
         std::fprintf(stream_, "%s\n", text.c_str());
     std::fflush(stream_);
     drawn_ = terminal_;
+}
+
+void Progress::note(const std::string& text) {
+    if (level_ == Level::quiet) return;
+    finish();
+    std::fprintf(stream_, "%s\n", text.c_str());
+    std::fflush(stream_);
 }
 
 void Progress::finish() {

@@ -31,16 +31,23 @@ void keepStandardStreams();
 // nobody knows, which leaves the bar out. text: ASCII.
 std::string progressLine(double share, const std::string& text, size_t width);
 
+// Seconds as a clock shows them: "0:07", "1:02:03".
+std::string clockText(double seconds);
+
 class Progress {
   public:
-    explicit Progress(std::FILE* stream);
+    enum class Level { quiet, usual, verbose };  // verbose: a line a second also where nothing can be redrawn
+
+    Progress(std::FILE* stream, Level level);
     void update(double share, const std::string& text);  // as often as one likes
+    void note(const std::string& text);                  // a line that stays; not when quiet
     void finish();                                       // takes the bar away
 
   private:
     using Clock = std::chrono::steady_clock;
 
     std::FILE* stream_;
+    Level level_;
     bool terminal_;
     bool drawn_ = false;
     Clock::time_point next_;

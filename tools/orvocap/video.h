@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -26,24 +27,32 @@ class VideoSink : public FrameSink {
   public:
     // path: "-" is standard output. format: outlives the sink.
     VideoSink(const std::string& path, const VideoFormat& format, int framesPerSecond);
+    // Y4M into an encoder. Those have even sizes: an odd last column or row is left out.
+    VideoSink(std::unique_ptr<Encoder> encoder, int framesPerSecond);
     void write(const Frame& frame) override;
-    void finish() override { stream_.finish(); }
+    void hold(unsigned long long time) override;
+    void finish() override;
     [[nodiscard]] uint64_t bytes() const override { return stream_.bytes(); }
     [[nodiscard]] bool isClosed() const override { return stream_.isClosed(); }
     [[nodiscard]] std::string summary() const override;
 
   private:
     void begin(const Frame& frame);
+    const Frame& fitted(const Frame& frame);
+    void repeatUntil(unsigned long long time);
     void putPicture();
 
     OutputStream stream_;
     const VideoFormat& format_;
-    unsigned long long rate_;
-    int width_ = 0;
+    const unsigned long long rate_;
+    const bool isEncoded_ = false;
+    int width_ = 0;  // of the video, which has one size
     int height_ = 0;
     unsigned long long firstTime_ = 0;
     unsigned long long written_ = 0;
     unsigned long long repeated_ = 0;
+    unsigned int scaled_ = 0;       // frames of another size
+    Frame fitted_;                  // one of them, made to fit
     std::vector<uint8_t> picture_;  // the last one, encoded
 };
 

@@ -112,7 +112,8 @@ void printNews(const std::vector<Event>& events, const WatchOptions& options, Ne
     flushOutput();
 }
 
-ExitCode watch(const WatchOptions& options) {
+ExitCode watch(WatchOptions& options) {
+    if (options.windows.empty()) throw Failure(exitUsage, "no window to watch: name one with --window");
     options.windows.resolve();
     listenForStop();
     const QuietConsole quiet;
@@ -134,11 +135,11 @@ ExitCode watch(const WatchOptions& options) {
 void addWatchCommand(CLI::App& app, Action& action) {
     auto* command = app.add_subcommand("watch", "Capture windows and print what happens to them, as it happens.");
     auto options = std::make_shared<WatchOptions>();
-    options->windows.addTo(*command)->required();
-    addSeconds(*command, options->seconds, "how long; without it until Ctrl-C");
-    command->add_flag("--all", options->all, "print also what is told again with every tick");
+    options->windows.addTo(*command);
+    addSeconds(*command, options->seconds, "how long, such as 10, 1:30 or 5m; until Ctrl-C by default");
+    command->add_flag("--all", options->all, "print also what is reported again with every tick");
     command->add_flag("--json", options->asJson, "print a JSON object a line");
-    command->footer("  orvocap watch --window 8388620\n  orvocap watch --window 8388620 --json --seconds 10\n");
+    command->footer("  orvocap watch --window firefox\n  orvocap watch --window pick --json -t 10\n");
     command->callback([options, &action] { action = [options] { return watch(*options); }; });
 }
 

@@ -87,6 +87,12 @@ class Frame:
         blue, green, red, _ = self.row(y)[x * BYTES_PER_PIXEL : (x + 1) * BYTES_PER_PIXEL]
         return red, green, blue
 
+    def to_pil(self) -> Any:
+        """A PIL.Image.Image in mode RGB, with memory of its own. Needs Pillow."""
+        from PIL import Image  # type: ignore[import]
+
+        return Image.frombytes("RGB", (self.width, self.height), bytes(self.pixels), "raw", "BGRX", self.stride, 1)
+
     def copy(self) -> Frame:
         """A frame with memory of its own, rows without gaps."""
         rows = b"".join(self.row(y) for y in range(self.height))

@@ -2,7 +2,7 @@
 from __future__ import annotations
 
 import ctypes
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from typing import Any, NamedTuple
 
 from . import _records as records
@@ -27,12 +27,19 @@ class Picture:
 
     width: int
     height: int
-    data: bytes  #: width * height * 4 bytes, the top row first
+    data: bytes = field(repr=False)  #: width * height * 4 bytes, the top row first
 
     @property
     def __array_interface__(self) -> dict[str, Any]:
         """What NumPy reads: an array of height, width, 4 without a copy."""
         return {"version": 3, "shape": (self.height, self.width, 4), "typestr": "|u1", "data": memoryview(self.data)}
+
+    def to_pil(self) -> Any:
+        """A PIL.Image.Image in mode RGBA. Needs Pillow."""
+        from PIL import Image  # type: ignore[import]
+
+        size = (self.width, self.height)
+        return Image.frombytes("RGBa", size, self.data, "raw", "BGRa").convert("RGBA")
 
 
 @dataclass(frozen=True)

@@ -1,4 +1,4 @@
-// Completions for bash and zsh: commands, options, and the values that can be known.
+// Completions for bash, zsh and fish: commands, options, and the values that can be known, windows and screens too.
 #include "pages.h"
 
 namespace orvocap {
@@ -21,8 +21,19 @@ std::string quoted(const std::string& text, const std::string& backslash = "") {
     return result;
 }
 
+// A shell's command that prints the numbers of what is there now.
+std::string numbersOf(const OptionEntry& option) {
+    if (option.takesWindow()) return "orvocap windows 2>/dev/null | awk '$1 == \"window\" { print $2 }'";
+    return "orvocap screens 2>/dev/null | awk '{ print $2 }'";
+}
+
+bool isListed(const OptionEntry& option) {
+    return option.takesWindow() || option.takesScreen();
+}
+
 std::string bashCandidates(const OptionEntry& option) {
     const auto choices = option.choices();
+    if (isListed(option)) return "_orvocap_from -W \"" + joined(choices, " ") + " $(" + numbersOf(option) + ")\"; ";
     if (!choices.empty()) return "_orvocap_from -W '" + joined(choices, " ") + "'; ";
     if (option.takesFile()) return "_orvocap_from -f; ";
     return option.takesFolder() ? "_orvocap_from -d; " : "";
@@ -30,6 +41,9 @@ std::string bashCandidates(const OptionEntry& option) {
 
 std::string zshAction(const OptionEntry& option) {
     const auto choices = option.choices();
+    if (isListed(option))
+        return std::string("_orvocap_listed ") + (option.takesWindow() ? "windows" : "screens") +
+               (choices.empty() ? "" : " " + joined(choices, " "));
     if (!choices.empty()) return "(" + joined(choices, " ") + ")";
     if (option.takesFile()) return "_files";
     return option.takesFolder() ? "_files -/" : " ";
@@ -95,6 +109,15 @@ std::string zshCompletion(const std::vector<CommandEntry>& table) {
     std::string own;
     for (const auto& option : table[0].options) own += " \\\n        " + zshArgument(option);
     return "#compdef orvocap\n"
+           // Each line of the list is a number and what a person knows it by.
+           "_orvocap_listed() {\n"
+           "    local -a listed=(\"${@:2}\")\n"
+           "    local kind number rest\n"
+           "    while read -r kind number rest; do\n"
+           "        [[ $kind != ${1%s} ]] || listed+=(\"$number:$rest\")\n"
+           "    done < <(orvocap $1 2>/dev/null)\n"
+           "    _describe $1 listed\n"
+           "}\n"
            "_orvocap() {\n"
            "    local -a commands=(\n" +
            commands +
@@ -112,6 +135,56 @@ std::string zshCompletion(const std::vector<CommandEntry>& table) {
            " \\\n        '1:command:{_describe command commands}'\n"
            "}\n"
            "_orvocap \"$@\"\n";
+}
+
+namespace {
+
+std::string fishOption(const std::string& condition, const OptionEntry& option) {
+    std::string line = "complete -c orvocap -n '" + condition + "'";
+    for (const auto& name : option.names) line += name[1] == '-' ? " -l " + name.substr(2) : " -s " + name.substr(1);
+    const auto choices = option.choices();
+    if (isListed(option))
+        line += " -x -a '(_orvocap_listed " + std::string(option.takesWindow() ? "windows" : "screens") + ") " +
+                joined(choices, " ") + "'";
+    else if (!choices.empty())
+        line += " -x -a '" + joined(choices, " ") + "'";
+    else if (option.takesFolder())
+        line += " -x -a '(__fish_complete_directories)'";
+    else if (option.takesFile())
+        line += " -r -F";
+    else if (!option.value.empty())
+        line += " -x";
+    std::string text;
+    for (const char c : option.text) text += c == '\'' ? "\\'" : c == '\\' ? "\\\\" : std::string(1, c);
+    return line + " -d '" + text + "'\n";
+}
+
+}  // namespace
+
+std::string fishCompletion(const std::vector<CommandEntry>& table) {
+    std::string lines =
+        "# fish completion for orvocap\n"
+        "function _orvocap_listed\n"
+        "    orvocap $argv[1] 2>/dev/null | string replace -rf '^'(string sub -e -1 $argv[1])' +(\\d+) +(.*)' "
+        "'$1\\t$2'\n"
+        "end\n"
+        "complete -c orvocap -f\n";
+    for (const auto& command : table) {
+        if (command.name.empty()) {
+            for (const auto& option : command.options) lines += fishOption("__fish_use_subcommand", option);
+            continue;
+        }
+        lines +=
+            "complete -c orvocap -n __fish_use_subcommand -a " + command.name + " -d '" + quoted(command.text) + "'\n";
+        const std::string condition = "__fish_seen_subcommand_from " + command.name;
+        for (const auto& option : command.options) {
+            if (!option.isPositional)
+                lines += fishOption(condition, option);
+            else if (option.takesFile())
+                lines += "complete -c orvocap -n '" + condition + "' -F\n";
+        }
+    }
+    return lines;
 }
 
 }  // namespace orvocap

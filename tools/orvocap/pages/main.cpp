@@ -10,7 +10,10 @@ int main(int argc, char** argv) {
     static constexpr struct {
         const char* name;
         std::string (*make)(const std::vector<orvocap::CommandEntry>&);
-    } pages[] = {{"man", orvocap::manPage}, {"bash", orvocap::bashCompletion}, {"zsh", orvocap::zshCompletion}};
+    } pages[] = {{"man", orvocap::manPage},
+                 {"bash", orvocap::bashCompletion},
+                 {"zsh", orvocap::zshCompletion},
+                 {"fish", orvocap::fishCompletion}};
     CLI::App app;
     orvocap::Action action;
     orvocap::describe(app, action);
@@ -18,6 +21,6 @@ int main(int argc, char** argv) {
         if (argc != 2 || std::strcmp(argv[1], page.name) != 0) continue;
         return std::fputs(page.make(orvocap::optionTable(app)).c_str(), stdout) < 0 || std::fflush(stdout) != 0;
     }
-    std::fprintf(stderr, "usage: orvocap_pages man|bash|zsh\n");
+    std::fprintf(stderr, "usage: orvocap_pages man|bash|zsh|fish\n");
     return 2;
 }

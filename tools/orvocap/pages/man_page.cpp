@@ -59,23 +59,26 @@ std::string section(const CommandEntry& command) {
 
 std::string manPage(const std::vector<CommandEntry>& table) {
     std::string text =
-        ".TH ORVOCAP 1 \"\" \"orvocap " ORVOCAP_VERSION
+        ".TH ORVOCAP 1 \"" ORVOCAP_DATE "\" \"orvocap " ORVOCAP_VERSION
         "\" \"User Commands\"\n"
         ".SH NAME\norvocap \\- list and record screens and windows\n"
         ".SH SYNOPSIS\n.B orvocap\n.I COMMAND\n[\\fIOPTIONS\\fP]\n.br\n.B orvocap\n\\fB\\-\\-help\\fP |\n"
         "\\fB\\-\\-version\\fP\n.SH DESCRIPTION\n";
-    text +=
-        escaped(table[0].text) +
-        "\nEach command explains itself with \\fB\\-\\-help\\fP. Numbers of screens and windows are those of\n"
-        "\\fBorvocap screens\\fP and \\fBorvocap windows\\fP. Ctrl\\-C ends a command that goes on, and what it has\n"
-        "written until then is complete.\n.SH COMMANDS\n";
+    text += escaped(table[0].text) +
+            "\n\\fBorvocap\\fP \\fICOMMAND\\fP \\fB\\-\\-help\\fP prints the options of a command.\n"
+            "\\fBorvocap screens\\fP and \\fBorvocap windows\\fP print the numbers of screens and windows.\n"
+            "A window may also be named by a part of its title.\n"
+            "Ctrl\\-C ends a recording; the file is complete.\n"
+            "A file that exists is written over only after a question, or with \\fB\\-\\-force\\fP.\n.SH COMMANDS\n";
     for (const auto& command : table) {
         if (!command.name.empty()) text += section(command);
     }
     text += ".SH EXIT STATUS\n";
     for (const auto& meaning : exitMeanings)
         text += ".TP\n.B " + std::to_string(meaning.code) + "\n" + escaped(meaning.text) + "\n";
-    return text + ".SH ENVIRONMENT\n.TP\n.B DISPLAY\nThe X server, on Linux.\n.SH EXAMPLES\n.EX\n" +
+    return text +
+           ".SH ENVIRONMENT\n.TP\n.B DISPLAY\nThe X server, on Linux.\n.TP\n.B PATH\nIs searched for "
+           "\\fBffmpeg\\fP(1) and \\fBgst\\-launch\\-1.0\\fP(1), which encode videos.\n.SH EXAMPLES\n.EX\n" +
            verbatim(table[0].examples) + ".EE\n";
 }
 

@@ -10,5 +10,6 @@ namespace orvocap {
 std::string manPage(const std::vector<CommandEntry>& table);  // for man, in roff
 std::string bashCompletion(const std::vector<CommandEntry>& table);
 std::string zshCompletion(const std::vector<CommandEntry>& table);
+std::string fishCompletion(const std::vector<CommandEntry>& table);
 
 }  // namespace orvocap
