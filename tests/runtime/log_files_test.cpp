@@ -9,9 +9,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <map>
 #include <optional>
+#include <random>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -91,32 +94,52 @@ TEST(SymEncrypt, UndoesItself) {
     EXPECT_TRUE(should_encrypt('\r'));
 }
 
-TEST_F(LogFile, RotatesThroughTheThree) {
+// Random lines, resets, other orders of the three files, closing and opening again.
+TEST_F(LogFile, TurnsThroughTheThreeAsAModelDoes) {
+    std::mt19937 random(5);
+    LogFiles::Paths order = paths_;
+    std::map<std::string, std::string> model;  // plain contents by path
+    size_t counted = 0, index = 0;
+    std::string now = order[0];
     files_.write("lost: nothing is open", true);
     open_files(100);
-    auto line = [](int n) {
-        std::string text = std::string(46, '.') + std::to_string(100 + n);
-        sym_encrypt(text.data());
-        return text;
-    };
-    std::string text[10];
-    for (int n = 0; n < 10; ++n) {
-        text[n] = std::string(46, '.') + std::to_string(100 + n) + "\n";
-        files_.write(line(n), true);
+    model[now];
+    for (int step = 0; step < 2000; ++step) {
+        const unsigned act = random() % 60;
+        if (act == 0) {
+            files_.reset();
+            model = {{now = order[0], kHeader}};
+            counted = index = 0;
+        } else if (act == 1) {
+            std::rotate(order.begin(), order.begin() + 1 + random() % 2, order.end());
+            files_.init(order, 100);
+            files_.open();
+            counted = model[now = order[0]].size();
+            index = 0;
+        } else if (act == 2) {
+            files_.close();
+            files_.open();
+            model[now = order[0]];
+        } else {
+            std::string line(random() % 60, static_cast<char>('A' + step % 26));
+            counted += line.size() + 1;
+            if (counted > 100) {
+                counted = 0;
+                model[now = order[index = (index + 1) % 3]] = kHeader;  // deleted before it is used again
+            }
+            model[now] += line + "\n";
+            sym_encrypt(line.data());
+            files_.write(line, true);
+        }
+        for (const std::string& each : paths_) {
+            ASSERT_EQ(exists(each), model.count(each) == 1) << step;
+            ASSERT_EQ(plain(each), model[each]) << step;
+            if (!exists(each)) model.erase(each);
+        }
     }
-    // Two lines fill a file; after a rotation a third one comes uncounted before them.
-    EXPECT_EQ(plain(path(1)), kHeader + text[2] + text[3] + text[4]);
-    EXPECT_EQ(plain(path(2)), kHeader + text[5] + text[6] + text[7]);
-    EXPECT_EQ(plain(path(0)), kHeader + text[8] + text[9]) << "deleted before it is used again";
     struct stat status {};
-    ASSERT_EQ(stat(path(1).c_str(), &status), 0);
+    ASSERT_EQ(stat(now.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0600u);
-
-    files_.reset();
-    EXPECT_EQ(plain(path(0)), kHeader);
-    EXPECT_FALSE(exists(path(1)) || exists(path(2)));
-    for (int n = 0; n < 3; ++n) files_.write(line(n), true);
-    EXPECT_EQ(plain(path(1)), kHeader + text[2]);
 }
 
 TEST_F(LogFile, ContinuesAFileAndCountsWhatItHolds) {

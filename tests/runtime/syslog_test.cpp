@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <clocale>
+#include <cstdlib>
 #include <cstring>
 #include <regex>
 #include <string>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "support/runtime/log_lines.h"
+#include "xplatform/common/orvosyslog_line.h"
 #include "xplatform/common/orvothread.h"
 
 namespace {
@@ -146,6 +148,19 @@ TEST_F(Syslog, ShowsASecondClockOnceInstalled) {
     char stamp[32];
     strftime(stamp, sizeof(stamp), "][%Y-%m-%d %H:%M:%S][", localtime(&second));
     EXPECT_EQ(lines[0].text.find(stamp), 20u) << lines[0].text;
+}
+
+TEST_F(Syslog, FollowsTheZone) {
+    const auto hour = [] {
+        char text[8];
+        orvo::log::print_local_time(text, sizeof(text), "%H", 0);
+        return std::string(text);
+    };
+    for (const auto& [zone, midnight] : {std::pair("UTC", "00"), {"JST-9", "09"}, {"EST5", "19"}}) {
+        setenv("TZ", zone, 1);
+        while (hour() != midnight) std::this_thread::yield();
+    }
+    unsetenv("TZ");
 }
 
 TEST_F(Syslog, KeepsEveryThreadsOrder) {
