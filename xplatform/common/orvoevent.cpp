@@ -8,7 +8,8 @@
 #include <memory>
 #include <new>
 
-#include "xplatform/common/orvosyslog.h"
+#include "xplatform/common/orvofailure.h"
+#include "xplatform/common/orvoutil.h"
 
 struct orvoevent {
     pthread_mutex_t lock;
@@ -19,17 +20,11 @@ struct orvoevent {
 
 namespace {
 
-constexpr int kInvalidArgument = 22;
+using orvo::log_failure;
+using orvo::refuse_argument;
+
+constexpr char kModule[] = "event";
 constexpr int kTimedOut = 60;
-
-void report(int line, const char* text) {
-    orvo_syslog(ESYSLOG_ERROR, "event", line, "%s", text);
-}
-
-int refuse(int line) {
-    report(line, "illegal argument!");
-    return kInvalidArgument;
-}
 
 // The event's lock, held for a scope.
 class Locked {
@@ -60,16 +55,16 @@ extern "C" {
 orvoevent* orvoevent_create(int manualReset, int initialState) {
     std::unique_ptr<orvoevent> event(new (std::nothrow) orvoevent);
     if (!event) {
-        report(__LINE__, "out of memory!");
+        log_failure(kModule, __LINE__, "out of memory!");
         return nullptr;
     }
     if (pthread_mutex_init(&event->lock, nullptr) != 0) {
-        report(__LINE__, "failed to create mutex for new event!");
+        log_failure(kModule, __LINE__, "failed to create mutex for new event!");
         return nullptr;
     }
     if (pthread_cond_init(&event->changed, nullptr) != 0) {
         pthread_mutex_destroy(&event->lock);
-        report(__LINE__, "failed to create cond for new event!");
+        log_failure(kModule, __LINE__, "failed to create cond for new event!");
         return nullptr;
     }
     event->manual_reset = manualReset != 0;
@@ -78,7 +73,7 @@ orvoevent* orvoevent_create(int manualReset, int initialState) {
 }
 
 int orvoevent_destory(orvoevent* event) {
-    if (!event) return refuse(__LINE__);
+    if (!event) return refuse_argument(kModule, __LINE__);
     pthread_cond_destroy(&event->changed);
     pthread_mutex_destroy(&event->lock);
     delete event;
@@ -86,7 +81,7 @@ int orvoevent_destory(orvoevent* event) {
 }
 
 int orvoevent_signal(orvoevent* event) {
-    if (!event) return refuse(__LINE__);
+    if (!event) return refuse_argument(kModule, __LINE__);
     Locked locked(event);
     event->signaled = 1;
     // Intended: one waiter, of an event that is reset by hand too. Under the lock, so that who was woken may free it.
@@ -95,20 +90,20 @@ int orvoevent_signal(orvoevent* event) {
 }
 
 int orvoevent_reset(orvoevent* event) {
-    if (!event) return refuse(__LINE__);
+    if (!event) return refuse_argument(kModule, __LINE__);
     Locked locked(event);
     event->signaled = 0;
     return 0;
 }
 
 int orvoevent_issignaled(orvoevent* event) {
-    if (!event) return refuse(__LINE__);
+    if (!event) return refuse_argument(kModule, __LINE__);
     Locked locked(event);
     return event->signaled;
 }
 
 int orvoevent_wait(orvoevent* event) {
-    if (!event) return refuse(__LINE__);
+    if (!event) return refuse_argument(kModule, __LINE__);
     Locked locked(event);
     while (!event->signaled) pthread_cond_wait(&event->changed, &event->lock);
     leave_wait(event);
@@ -116,7 +111,7 @@ int orvoevent_wait(orvoevent* event) {
 }
 
 int orvoevent_timedwait(orvoevent* event, int milliseconds) {
-    if (!event) return refuse(__LINE__);
+    if (!event) return refuse_argument(kModule, __LINE__);
     if (milliseconds == -1) return orvoevent_wait(event);
     timespec deadline = deadline_after(milliseconds);
     Locked locked(event);

@@ -11,14 +11,18 @@
 #include <new>
 
 #include "xplatform/common/orvobarray.h"
+#include "xplatform/common/orvofailure.h"
 #include "xplatform/common/orvofe_wait.h"
 #include "xplatform/common/orvosys_thread.h"
-#include "xplatform/common/orvosyslog.h"
 #include "xplatform/common/orvoutil.h"
 
 namespace {
 
-constexpr int kInvalidArgument = 22, kExists = 17, kOutOfSlots = 12, kNotFound = 2;
+using orvo::kInvalidArgument;
+using orvo::log_failure;
+
+constexpr char kModule[] = "fevent";
+constexpr int kExists = 17, kOutOfSlots = 12, kNotFound = 2;
 constexpr int kIdleWaitMs = 1, kWaitAfterFailureMs = 10;
 // The wall clock may be set while somebody waits for a deadline on it: it is read again after this time.
 constexpr uint64_t kMaxDeadlineWait = 1000000000;  // nanoseconds
@@ -46,10 +50,6 @@ timeval wall_clock() {
     return now;
 }
 
-void log_failure(int line, const char* text) {
-    orvo_syslog(ESYSLOG_ERROR, "fevent", line, "%s", text);
-}
-
 }  // namespace
 
 struct orvofe {
@@ -69,17 +69,17 @@ struct pass {
 int add(orvofe* pump, const feitem& item, const char* argument_error) {
     // poll takes an int: a larger number would name another descriptor.
     if (pump == nullptr || item.flags == 0 || item.callback == nullptr || item.fd != static_cast<int>(item.fd)) {
-        log_failure(__LINE__, argument_error);
+        log_failure(kModule, __LINE__, argument_error);
         return kInvalidArgument;
     }
     if (pump->items.find(item.fd) != nullptr) {
-        log_failure(__LINE__, "file aready existed!");
+        log_failure(kModule, __LINE__, "file aready existed!");
         return kExists;
     }
     feitem added = item;
     added.uid = g_next_uid.fetch_add(1, std::memory_order_relaxed);
     if (!pump->items.insert(added)) {
-        log_failure(__LINE__, "out of memory!");
+        log_failure(kModule, __LINE__, "out of memory!");
         return kOutOfSlots;
     }
     return 0;
@@ -227,12 +227,12 @@ int orvofe_addonce(orvofe* pump, long long fd, int flags, orvofe_callback callba
 
 int orvofe_set(orvofe* pump, long long fd, int flags) {
     if (pump == nullptr) {
-        log_failure(__LINE__, "set illegal argument!");
+        log_failure(kModule, __LINE__, "set illegal argument!");
         return kInvalidArgument;
     }
     feitem* item = pump->items.find(fd);
     if (item == nullptr) {
-        log_failure(__LINE__, "file not found!");
+        log_failure(kModule, __LINE__, "file not found!");
         return kNotFound;
     }
     item->flags = flags;

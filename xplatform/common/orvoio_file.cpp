@@ -7,16 +7,14 @@
 #include <string>
 #include <utility>
 
+#include "xplatform/common/orvofailure.h"
 #include "xplatform/common/orvoio.h"
-#include "xplatform/common/orvosyslog.h"
 
 namespace orvo::io {
 
 namespace {
 
-void log_error(int line, const char* text) {
-    orvo_syslog(ESYSLOG_ERROR, "orvofile", line, "%s", text);
-}
+constexpr char kModule[] = "orvofile";
 
 }  // namespace
 
@@ -26,11 +24,11 @@ CFile::~CFile() {
 
 bool CFile::Open(const char* path, const char* mode) {
     if (stream_ != nullptr) {
-        log_error(__LINE__, "CFile object is under used!");
+        log_failure(kModule, __LINE__, "CFile object is under used!");
         return false;
     }
     if (path == nullptr || mode == nullptr) {
-        log_error(__LINE__, "illegal agurment!");
+        log_failure(kModule, __LINE__, "illegal agurment!");
         return false;
     }
     std::string closed_in_children(mode);  // a coding may follow the letters
@@ -38,7 +36,7 @@ bool CFile::Open(const char* path, const char* mode) {
     stream_ = std::fopen(path, closed_in_children.c_str());
     if (stream_ == nullptr) {
         const int reason = errno;
-        orvo_syslog(ESYSLOG_ERROR, "orvofile", __LINE__, "failed to open file[%s]!", path);
+        orvo_syslog(ESYSLOG_ERROR, kModule, __LINE__, "failed to open file[%s]!", path);
         errno = reason;
         return false;
     }
@@ -57,7 +55,7 @@ bool CFile::Close() {
 
 bool CFile::Attach(std::FILE* stream) {
     if (stream_ != nullptr || stream == nullptr) {
-        log_error(__LINE__, stream_ != nullptr ? "CFile object is under used!" : "illegal agurment!");
+        log_failure(kModule, __LINE__, stream_ != nullptr ? "CFile object is under used!" : "illegal agurment!");
         return false;
     }
     stream_ = stream;
@@ -71,7 +69,7 @@ std::FILE* CFile::Detach() {
 
 // The stream, or null with a line.
 std::FILE* CFile::usable(int line) const {
-    if (stream_ == nullptr) log_error(line, "illegal operating!");
+    if (stream_ == nullptr) log_failure(kModule, line, "illegal operating!");
     return stream_;
 }
 

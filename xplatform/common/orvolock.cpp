@@ -4,7 +4,7 @@
 #include <memory>
 #include <new>
 
-#include "xplatform/common/orvosyslog.h"
+#include "xplatform/common/orvofailure.h"
 
 struct orvorwlock {
     pthread_rwlock_t lock;
@@ -12,24 +12,18 @@ struct orvorwlock {
 
 namespace {
 
-constexpr int kInvalidArgument = 22;
+using orvo::log_failure;
+using orvo::refuse_argument;
 
-void report(int line, const char* text) {
-    orvo_syslog(ESYSLOG_ERROR, "lock", line, "%s", text);
-}
-
-int refuse(int line) {
-    report(line, "illegal argument!");
-    return kInvalidArgument;
-}
+constexpr char kModule[] = "lock";
 
 // Asks the system, unless the lock is null.
 int ask(int (*call)(pthread_mutex_t*), orvolock_t* mutex, int line) {
-    return mutex ? call(mutex) : refuse(line);
+    return mutex ? call(mutex) : refuse_argument(kModule, line);
 }
 
 int ask(int (*call)(pthread_rwlock_t*), orvorwlock_t* lock, int line) {
-    return lock ? call(&lock->lock) : refuse(line);
+    return lock ? call(&lock->lock) : refuse_argument(kModule, line);
 }
 
 }  // namespace
@@ -38,11 +32,11 @@ extern "C" {
 
 orvolock_t* orvolock_init(orvolock_t* mutex) {
     if (!mutex) {
-        refuse(__LINE__);
+        refuse_argument(kModule, __LINE__);
         return nullptr;
     }
     if (pthread_mutex_init(mutex, nullptr) == 0) return mutex;
-    report(__LINE__, "faile to init mutex object!");
+    log_failure(kModule, __LINE__, "faile to init mutex object!");
     return nullptr;
 }
 
@@ -65,7 +59,7 @@ int orvolock_unlock(orvolock_t* mutex) {
 orvorwlock_t* orvorwlock_alloc(void) {
     std::unique_ptr<orvorwlock> lock(new (std::nothrow) orvorwlock);
     if (lock && pthread_rwlock_init(&lock->lock, nullptr) == 0) return lock.release();
-    report(__LINE__, "faile to init rwlock object!");
+    log_failure(kModule, __LINE__, "faile to init rwlock object!");
     return nullptr;
 }
 
@@ -74,7 +68,7 @@ int orvorwlock_destroy(orvorwlock_t* lock) {
     if (error == 0) {
         delete lock;
     } else if (lock) {
-        report(__LINE__, "faile to destroy rwlock object!");
+        log_failure(kModule, __LINE__, "faile to destroy rwlock object!");
     }
     return error;
 }

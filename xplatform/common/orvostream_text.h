@@ -49,28 +49,19 @@ std::size_t first_match(Text text, std::size_t text_length, Needle needle, std::
     constexpr std::size_t kOnStack = 51;
     unsigned int on_stack[kOnStack];
     std::unique_ptr<unsigned int[]> on_heap;
-    unsigned int* borders = nullptr;  // only made when a match of two units and more breaks off
-
     if (length == 0) return 0;
+    if (length > text_length) return text_length;
+    if (length >= kOnStack) on_heap.reset(new unsigned int[length]);
+    unsigned int* const borders = on_heap ? on_heap.get() : on_stack;
+    find_borders(needle, length, fold, borders);
+
     std::size_t matched = 0;
-    for (std::size_t i = 0;;) {
-        if (text_length - i < length - matched) return text_length;
-        if (fold(text[i]) == fold(needle[matched])) {
-            ++i;
-            if (++matched == length) return i - length;
-        } else if (matched == 0) {
-            ++i;
-        } else if (matched == 1) {
-            matched = 0;
-        } else {
-            if (borders == nullptr) {
-                if (length >= kOnStack) on_heap.reset(new unsigned int[length]);
-                borders = on_heap ? on_heap.get() : on_stack;
-                find_borders(needle, length, fold, borders);
-            }
-            matched = borders[matched - 1];
-        }
+    for (std::size_t i = 0; i < text_length; ++i) {
+        while (matched != 0 && fold(text[i]) != fold(needle[matched])) matched = borders[matched - 1];
+        if (fold(text[i]) == fold(needle[matched])) ++matched;
+        if (matched == length) return i + 1 - length;
     }
+    return text_length;
 }
 
 template <typename T>

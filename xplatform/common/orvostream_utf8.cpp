@@ -121,64 +121,6 @@ std::size_t match_bytes(Text text, std::size_t text_length, Text needle, std::si
     return first_match(text, text_length, needle, length, [](char c) { return c; });
 }
 
-// The exact search forwards: looks at sixteen places at a time for the needle's first, second and last byte, and
-// compares where all three fit. Goes over to match_bytes, which never looks back, once it has compared too much in
-// vain.
-class exact_search {
-  public:
-    exact_search(const char* text, std::size_t text_length, const char* needle, std::size_t length, std::size_t from)
-        : text_(text), text_length_(text_length), needle_(needle), length_(length), at_(from) {}
-
-    // The offset of the first match, or the text's length. The needle is not empty and no longer than the text.
-    std::size_t run() {
-        constexpr std::size_t kPlaces = sizeof(places);
-        const std::size_t end = text_length_ - length_ + 1, last = length_ - 1;
-        const std::size_t second = length_ > 1 ? 1 : 0;
-        for (; end - at_ >= kPlaces; at_ += kPlaces) {
-            const places fitting = (load(at_) == needle_[0]) & (load(at_ + second) == needle_[second]) &
-                                   (load(at_ + last) == needle_[last]);
-            std::uint64_t any[2];
-            std::memcpy(any, &fitting, kPlaces);
-            if ((any[0] | any[1]) == 0) continue;
-            for (std::size_t i = 0; i < kPlaces; ++i)
-                if (fitting[i] != 0 && settled(at_ + i)) return found_;
-        }
-        for (; at_ < end; ++at_)
-            if (text_[at_] == needle_[0] && text_[at_ + last] == needle_[last] && settled(at_)) return found_;
-        return text_length_;
-    }
-
-  private:
-    typedef char places __attribute__((vector_size(16)));
-
-    places load(std::size_t from) const {
-        places result;
-        std::memcpy(&result, text_ + from, sizeof(result));
-        return result;
-    }
-
-    // True when the result is known: the needle is here, or the other search has taken over.
-    bool settled(std::size_t place) {
-        std::size_t same = 0;
-        while (same < length_ && text_[place + same] == needle_[same]) ++same;
-        found_ = place;
-        if (same == length_) return true;
-        in_vain_ += same;
-        if (in_vain_ < 4 * place + 256) return false;
-        ++place;
-        found_ = place + match_bytes(text_ + place, text_length_ - place, needle_, length_, false);
-        return true;
-    }
-
-    const char* const text_;
-    const std::size_t text_length_;
-    const char* const needle_;
-    const std::size_t length_;
-    std::size_t at_;
-    std::size_t in_vain_ = 0;  // bytes compared without a match
-    std::size_t found_ = 0;
-};
-
 }  // namespace
 
 void strutf8::tolower() {
@@ -202,21 +144,7 @@ unsigned int strutf8::find(const char* needle, unsigned int start, bool ignoreCa
     if (needle == nullptr || start >= length_) return npos;
     const std::size_t length = std::strlen(needle), rest = length_ - start;
     if (length > rest) return npos;
-    const char* const text = data_ + start;
-    std::size_t at = 0;
-    if (ignoreCase || length == 0) {
-        at = match_bytes(text, rest, needle, length, true);
-    } else {
-        // Setting out for a longer search does not pay for the first few places.
-        const std::size_t places = rest - length + 1;
-        for (const std::size_t near = std::min<std::size_t>(places, 16); at < near; ++at) {
-            std::size_t same = 0;
-            while (same < length && text[at + same] == needle[same]) ++same;
-            if (same == length) return static_cast<unsigned int>(start + at);
-        }
-        if (at == places) return npos;
-        at = exact_search(text, rest, needle, length, at).run();
-    }
+    const std::size_t at = match_bytes<const char*>(data_ + start, rest, needle, length, ignoreCase);
     return at == rest ? npos : static_cast<unsigned int>(start + at);
 }
 

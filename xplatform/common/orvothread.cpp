@@ -10,6 +10,7 @@
 #include <mutex>
 #include <new>
 
+#include "xplatform/common/orvofailure.h"
 #include "xplatform/common/orvosys_thread.h"
 #include "xplatform/common/orvothread_slots.h"
 
@@ -26,7 +27,7 @@ struct orvothread {
 
 namespace {
 
-constexpr int kInvalidArgument = 22;
+using orvo::kInvalidArgument;
 
 int scheduling_priority(int policy, ethread_priority priority) {
     int lowest = sched_get_priority_min(policy);

@@ -12,12 +12,12 @@
 #include <limits>
 #include <type_traits>
 
+#include "xplatform/common/orvofailure.h"
 #include "xplatform/common/orvosys_thread.h"
 #include "xplatform/common/orvothread.h"
 
 namespace {
 
-constexpr int kInvalidArgument = 22;
 constexpr uint64_t kNanosecondsPerMillisecond = 1000000;
 constexpr size_t kDecimalSize = 21;  // the digits of the largest 64-bit number and a terminator
 
@@ -84,7 +84,7 @@ void orvo_msleep(int milliseconds) {
 }
 
 int orvo_gettimeofday(struct timeval* now) {
-    if (!now) return kInvalidArgument;
+    if (!now) return orvo::kInvalidArgument;
     return gettimeofday(now, nullptr) == 0 ? 0 : errno;
 }
 
