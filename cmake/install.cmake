@@ -19,7 +19,7 @@ if(NOT APPLE)
 endif()
 file(GLOB base_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/xplatform/common/*.h)
 list(FILTER base_headers EXCLUDE REGEX
-    "/orvo(assert|stream_text|sys|sys_thread|syslog_line|syslog_slots|task_queue|thread_slots)\\.h$")
+    "/orvo(assert|failure|fe_wait|stream_text|sys|sys_thread|syslog_line|syslog_slots|task_queue|thread_slots|waker)\\.h$")
 install(FILES ${base_headers} DESTINATION ${ORVO_HEADER_DIR}/xplatform/common)
 install(FILES common/utils/orvo_queue_runner.h DESTINATION ${ORVO_HEADER_DIR}/common/utils)
 install(FILES ScreenCapture/log/orvo_log.h ScreenCapture/log/sym_encrypt.h
