@@ -30,7 +30,7 @@ using Event = Reply<xcb_generic_event_t>;
 bool serverHangs();
 
 // Keeps signals from the calling thread that would end the process: that of a server that has gone, and that of memory
-// beyond the process's limit. Does nothing on the library's own threads: they block every signal.
+// beyond the process's limit. Does nothing on the library's own threads: they block both.
 class PipeGuard {
   public:
     PipeGuard();
