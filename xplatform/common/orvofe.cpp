@@ -27,6 +27,8 @@ constexpr int kIdleWaitMs = 1, kWaitAfterFailureMs = 10;
 // The wall clock may be set while somebody waits for a deadline on it: it is read again after this time.
 constexpr uint64_t kMaxDeadlineWait = 1000000000;  // nanoseconds
 
+constexpr std::uint64_t kNoDeadline = UINT64_MAX;
+
 struct feitem {
     long long fd = 0;
     int flags = 0;  // watched events
@@ -34,21 +36,13 @@ struct feitem {
     orvofe_callback callback = nullptr;
     void* user = nullptr;
     orvofe_release release = nullptr;
-    timeval deadline{};     // wall clock; zero: none
-    std::uint64_t uid = 0;  // tells an item from a later one of the same descriptor
+    std::uint64_t deadline = kNoDeadline;  // wall clock, microseconds
+    std::uint64_t uid = 0;                 // tells an item from a later one of the same descriptor
 
     constexpr long long key() const { return fd; }
-    bool has_deadline() const { return deadline.tv_sec != 0 || deadline.tv_usec != 0; }
-    bool passed(const timeval& now) const { return has_deadline() && !timercmp(&now, &deadline, <); }
 };
 
 constinit std::atomic<std::uint64_t> g_next_uid{1};
-
-timeval wall_clock() {
-    timeval now{};
-    orvo_gettimeofday(&now);
-    return now;
-}
 
 }  // namespace
 
@@ -90,21 +84,13 @@ void leave_silently(orvofe* pump, const feitem& item) {
     if (item.release == CFECallbackWraper::FERelease) item.release(pump, item.fd, item.user);
 }
 
-constexpr uint64_t kNoDeadline = UINT64_MAX;
-
 // Microseconds until the earliest deadline; kNoDeadline without one.
-uint64_t time_to_deadline(const orvofe& pump) {
-    const feitem* earliest = nullptr;
-    for (const feitem& item : pump.items) {
-        if (!item.has_deadline()) continue;
-        if (earliest == nullptr || timercmp(&item.deadline, &earliest->deadline, <)) earliest = &item;
-    }
-    if (earliest == nullptr) return kNoDeadline;
-    const timeval now = wall_clock();
-    if (earliest->passed(now)) return 0;
-    timeval left;
-    timersub(&earliest->deadline, &now, &left);
-    return static_cast<uint64_t>(left.tv_sec) * 1000000 + static_cast<uint64_t>(left.tv_usec);
+std::uint64_t time_to_deadline(const orvofe& pump) {
+    std::uint64_t earliest = kNoDeadline;
+    for (const feitem& item : pump.items) earliest = std::min(earliest, item.deadline);
+    if (earliest == kNoDeadline) return kNoDeadline;
+    const std::uint64_t now = orvo_gettimeofday_microsecond();
+    return earliest > now ? earliest - now : 0;
 }
 
 // Milliseconds that a pass waits: up to the earliest deadline, rounded up so that it has passed afterwards.
@@ -149,10 +135,10 @@ bool wait(pass& p, int timeout) {
 }
 
 void add_passed_deadlines(const orvofe& pump, pass& p) {
-    const timeval now = wall_clock();
+    const std::uint64_t now = orvo_gettimeofday_microsecond();
     for (nfds_t i = 0; i < p.count; ++i) {
         const bool ready = (p.events[i] & (ORVOFE_READABLE | ORVOFE_WRITABLE)) != 0;
-        if (!ready && pump.items[i].passed(now)) p.events[i] |= ORVOFE_TIMEOUT;
+        if (!ready && pump.items[i].deadline <= now) p.events[i] |= ORVOFE_TIMEOUT;
     }
 }
 
@@ -210,19 +196,13 @@ void orvofe_clearup(orvofe* pump) {
 
 int orvofe_add(orvofe* pump, long long fd, int flags, int keep, orvofe_callback callback, void* user,
                orvofe_release release) {
-    return add(pump, {fd, flags, keep, callback, user, release, {}, 0}, "add illegal argument!");
+    return add(pump, {fd, flags, keep, callback, user, release}, "add illegal argument!");
 }
 
 int orvofe_addonce(orvofe* pump, long long fd, int flags, orvofe_callback callback, void* user, orvofe_release release,
                    unsigned int timeout) {
-    timeval deadline = wall_clock();
-    deadline.tv_sec += timeout / 1000;
-    deadline.tv_usec += static_cast<suseconds_t>(timeout % 1000 * 1000);
-    if (deadline.tv_usec >= 1000000) {
-        ++deadline.tv_sec;
-        deadline.tv_usec -= 1000000;
-    }
-    return add(pump, {fd, flags, 0, callback, user, release, deadline, 0}, "addonce illegal argument!");
+    const std::uint64_t deadline = orvo_gettimeofday_microsecond() + std::uint64_t{timeout} * 1000;
+    return add(pump, {fd, flags, 0, callback, user, release, deadline}, "addonce illegal argument!");
 }
 
 int orvofe_set(orvofe* pump, long long fd, int flags) {

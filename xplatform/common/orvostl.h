@@ -230,16 +230,8 @@ class map {
     iterator find(const Key& key) { return iterator(this, findnode(key)); }
     const_iterator find(const Key& key) const { return const_iterator(this, findnode(key)); }
     Node* findnode(const Key& key) const {
-        Node* candidate = nullptr;  // the lowest node so far that is not below the key
-        for (Node* node = root_; node != nullptr;) {
-            if (node->key < key) {
-                node = node->right;
-            } else {
-                candidate = node;
-                node = node->left;
-            }
-        }
-        return candidate != nullptr && !(key < candidate->key) ? candidate : nullptr;
+        Node* node = nearest(key);
+        return has_key(node, key) ? node : nullptr;
     }
 
     // The node with the key, or else the last node visited on the way to its place, which may lie on either side of
@@ -333,10 +325,13 @@ class map {
         return last;
     }
 
+    static bool has_key(const Node* node, const Key& key) {
+        return node != nullptr && !(key < node->key) && !(node->key < key);
+    }
+
     Node* behind(const Key& key) const {
         Node* node = nearest(key);
-        const bool equal = node != nullptr && !(key < node->key) && !(node->key < key);
-        return equal ? following(node) : node;
+        return has_key(node, key) ? following(node) : node;
     }
 
     // The pointer that leads to the node: a link of its parent, or the root.
@@ -359,22 +354,11 @@ class map {
 
     // The node of the key, and whether it had to be added.
     pair<Node*, bool> insert_node(const Key& key, const Value& value) {
-        Node* parent = nullptr;
-        Node** link = &root_;
-        Node* candidate = nullptr;
-        while (*link != nullptr) {
-            parent = *link;
-            if (parent->key < key) {
-                link = &parent->right;
-            } else {
-                candidate = parent;
-                link = &parent->left;
-            }
-        }
-        if (candidate != nullptr && !(key < candidate->key)) return {candidate, false};
+        Node* parent = nearest(key);
+        if (has_key(parent, key)) return {parent, false};
         Node* node = new Node(key, value);
         node->parent = parent;
-        *link = node;
+        (parent == nullptr ? root_ : key < parent->key ? parent->left : parent->right) = node;
         ++size_;
         repair_after_insert(node);
         return {node, true};
