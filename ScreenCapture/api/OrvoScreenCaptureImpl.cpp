@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "ScreenCapture/api/impl_log.h"
+#include "ScreenCapture/log/component_log.h"
 #include "ScreenCapture/log/orvo_log.h"
 #include "ScreenCapture/thumbnail/bitmap_memory.h"
 
@@ -36,7 +36,7 @@ std::shared_ptr<OrvoCaptureSettings> OrvoScreenCaptureImpl::settings() const {
 
 std::shared_ptr<OrvoCaptureSession> OrvoScreenCaptureImpl::existingSession() const {
     auto existing = session();
-    if (!existing) IMPL_LOG("Capture Session not exists");
+    if (!existing) COMPONENT_LOG("Impl", "Capture Session not exists");
     return existing;
 }
 
@@ -47,9 +47,9 @@ std::shared_ptr<OrvoWindowManager> OrvoScreenCaptureImpl::windowManager() const 
 }
 
 void OrvoScreenCaptureImpl::Init() {
-    IMPL_LOG("%s", "Init");
+    COMPONENT_LOG("Impl", "%s", "Init");
     if (session()) {
-        IMPL_LOG("%s already init", "Init");
+        COMPONENT_LOG("Impl", "%s already init", "Init");
         return;
     }
     StartThreadIfNeeded();
@@ -68,7 +68,7 @@ void OrvoScreenCaptureImpl::Init() {
 }
 
 void OrvoScreenCaptureImpl::UnInit() {
-    IMPL_LOG("%s", "UnInit");
+    COMPONENT_LOG("Impl", "%s", "UnInit");
     StopCapture();
     if (const auto current = existingSession()) current->unInitCaptureSession();
     const auto registry = settings();
@@ -83,51 +83,51 @@ void OrvoScreenCaptureImpl::UnInit() {
 }
 
 void OrvoScreenCaptureImpl::StartCapture() {
-    IMPL_LOG("%s", "StartCapture");
+    COMPONENT_LOG("Impl", "%s", "StartCapture");
     orvo::thumbnail::freeKeptMemory();  // the user has chosen
     if (const auto current = existingSession()) current->startCapture();
-    IMPL_LOG("CaptureSession is started");
+    COMPONENT_LOG("Impl", "CaptureSession is started");
 }
 
 void OrvoScreenCaptureImpl::StopCapture() {
-    IMPL_LOG("%s", "StopCapture");
+    COMPONENT_LOG("Impl", "%s", "StopCapture");
     if (const auto current = existingSession()) current->stopCapture();
 }
 
 bool OrvoScreenCaptureImpl::IsCapture() const {
-    IMPL_LOG("%s", "IsCapture");
+    COMPONENT_LOG("Impl", "%s", "IsCapture");
     const auto current = existingSession();
     const bool running = current && current->isCapture();
-    IMPL_LOG("provider running state: %d", running);
+    COMPONENT_LOG("Impl", "provider running state: %d", running);
     return running;
 }
 
 void OrvoScreenCaptureImpl::SetFPS(int fps) {
-    IMPL_LOG("%s fps: %d", "SetFPS", fps);
+    COMPONENT_LOG("Impl", "%s fps: %d", "SetFPS", fps);
     if (fps < kLowestFps || fps > kHighestFps) {
-        IMPL_LOG("Fps out of range");
+        COMPONENT_LOG("Impl", "Fps out of range");
         return;
     }
     if (const auto current = existingSession()) current->setFPS(fps);
 }
 
 void OrvoScreenCaptureImpl::SetTimeStampOffset(unsigned long long offset) {
-    IMPL_LOG("%s, timestamp offset: %llu", "SetTimeStampOffset", offset);
+    COMPONENT_LOG("Impl", "%s, timestamp offset: %llu", "SetTimeStampOffset", offset);
     if (const auto current = session()) current->setTimeStampOffset(offset);
 }
 
 void OrvoScreenCaptureImpl::SetResolution(int width, int height) {
-    IMPL_LOG("%s,SetResolutionwidth %d , height%d", "SetResolution", width, height);
+    COMPONENT_LOG("Impl", "%s,SetResolutionwidth %d , height%d", "SetResolution", width, height);
     if (const auto current = session()) current->setResolutionWidth(width, height);
 }
 
 void OrvoScreenCaptureImpl::SetCursorVisible(bool visible) {
-    IMPL_LOG("%s, visible state: %d", "SetCursorVisible", visible);
+    COMPONENT_LOG("Impl", "%s, visible state: %d", "SetCursorVisible", visible);
     if (const auto current = existingSession()) current->setCursorVisible(visible);
 }
 
 void OrvoScreenCaptureImpl::EnableMouseClickAnimation(bool enable) {
-    IMPL_LOG("%s, animation state: %d", "EnableMouseClickAnimation", enable);
+    COMPONENT_LOG("Impl", "%s, animation state: %d", "EnableMouseClickAnimation", enable);
     if (const auto current = existingSession()) current->enableMouseClickAnimation(enable);
 }
 
@@ -136,7 +136,7 @@ void OrvoScreenCaptureImpl::SetCatureVideoPixelFormat(OrvoScreenCaptureVideoPixe
 }
 
 bool OrvoScreenCaptureImpl::SetTargetWindow(unsigned int windowID) {
-    IMPL_LOG("%s, window handle: %u", "SetTargetWindow", windowID);
+    COMPONENT_LOG("Impl", "%s, window handle: %u", "SetTargetWindow", windowID);
     const auto current = existingSession();
     return current && current->setTargetWindow(windowID);
 }
@@ -147,13 +147,13 @@ bool OrvoScreenCaptureImpl::SetExtraWindows(unsigned int* windows, int count, bo
 }
 
 bool OrvoScreenCaptureImpl::SetTargetWindowMode(OrvoScreenCaptureWindowMode mode) {
-    IMPL_LOG("%s, window mode: %u", "SetTargetWindowMode", static_cast<unsigned int>(mode));
+    COMPONENT_LOG("Impl", "%s, window mode: %u", "SetTargetWindowMode", static_cast<unsigned int>(mode));
     const auto current = existingSession();
     return current && current->setTargetWindowMode(mode);
 }
 
 bool OrvoScreenCaptureImpl::SetTargetWindowResolutionMode(OrvoScreenCaptureResolutionMode mode) {
-    IMPL_LOG("%s, ResolutionMode: %u", "SetTargetWindowResolutionMode", static_cast<unsigned int>(mode));
+    COMPONENT_LOG("Impl", "%s, ResolutionMode: %u", "SetTargetWindowResolutionMode", static_cast<unsigned int>(mode));
     const auto current = existingSession();
     return current && current->setTargetWindowResolutionMode(mode);
 }
@@ -174,7 +174,8 @@ size_t OrvoScreenCaptureImpl::excludedWindows() const {
 
 // With excluded windows a display can only be captured by the window path, which takes its number like a window's.
 bool OrvoScreenCaptureImpl::SetTargetRect(unsigned int screenID, int left, int top, int width, int height) {
-    IMPL_LOG("%s, screenID: %u, pos:(%d, %d), size:(%d, %d)", "SetTargetRect", screenID, left, top, width, height);
+    COMPONENT_LOG("Impl", "%s, screenID: %u, pos:(%d, %d), size:(%d, %d)", "SetTargetRect", screenID, left, top, width,
+                  height);
     const auto current = existingSession();
     if (!current) return false;
     const bool display = isDisplay(screenID);
@@ -186,17 +187,17 @@ bool OrvoScreenCaptureImpl::SetTargetRect(unsigned int screenID, int left, int t
     }
     current->setTargetWindow(screenID);
     current->setTargetWindowRectLeft(left, top, width, height);
-    IMPL_LOG(excluding ? "excludeWindows count is exists" : "screenID is not screen");
+    COMPONENT_LOG("Impl", excluding ? "excludeWindows count is exists" : "screenID is not screen");
     return true;
 }
 
 bool OrvoScreenCaptureImpl::SetTargetScreen(unsigned int screenID) {
-    IMPL_LOG("%s, screen name: %u", "SetTargetScreen", screenID);
+    COMPONENT_LOG("Impl", "%s, screen name: %u", "SetTargetScreen", screenID);
     const auto current = existingSession();
     if (!current) return false;
     if (excludedWindows() != 0) {
         current->setTargetWindow(screenID);
-        IMPL_LOG("excludeWindows count is exists");
+        COMPONENT_LOG("Impl", "excludeWindows count is exists");
     } else {
         current->setTargetScreen(screenID);
     }
@@ -206,7 +207,7 @@ bool OrvoScreenCaptureImpl::SetTargetScreen(unsigned int screenID) {
 // Before Init there is no registry, and the registration is lost.
 void OrvoScreenCaptureImpl::registerCallback(int kind, void* callback, void* userData) {
     StartThreadIfNeeded();
-    IMPL_LOG("%s, callback:%p user data:%p", "registerCallback", callback, userData);
+    COMPONENT_LOG("Impl", "%s, callback:%p user data:%p", "registerCallback", callback, userData);
     if (const auto registry = settings()) registry->registerCallback(kind, callback, userData);
 }
 

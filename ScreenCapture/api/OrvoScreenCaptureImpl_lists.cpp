@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
-#include "ScreenCapture/api/impl_log.h"
+#include "ScreenCapture/log/component_log.h"
 #include "ScreenCapture/thumbnail/window_info.h"
 
 using orvo::platform::platform;
@@ -27,7 +27,7 @@ std::vector<uint32_t> windowNumbers(const std::vector<OrvoWindowRef>& records) {
 }  // namespace
 
 OrvoScreenCaptureScreenItem* OrvoScreenCaptureImpl::EnumScreenList(unsigned int& count) {
-    IMPL_LOG("%s", "EnumScreenList");
+    COMPONENT_LOG("Impl", "%s", "EnumScreenList");
     const auto screens = platform().displays().screens();
     const uint32_t mainDisplay = platform().displays().mainDisplay();
     count = static_cast<unsigned int>(screens.size());
@@ -35,20 +35,21 @@ OrvoScreenCaptureScreenItem* OrvoScreenCaptureImpl::EnumScreenList(unsigned int&
     for (unsigned int i = 0; i < count; ++i) {
         list[i].screenID = screens[i].number;
         list[i].isPrimary = screens[i].number == mainDisplay;
-        IMPL_LOG("find out screen: %u, is primary: %d", list[i].screenID, static_cast<int>(list[i].isPrimary));
+        COMPONENT_LOG("Impl", "find out screen: %u, is primary: %d", list[i].screenID,
+                      static_cast<int>(list[i].isPrimary));
     }
-    IMPL_LOG("screen list ptr: %ull, count: %d", lowHalf(list), static_cast<int>(count));
+    COMPONENT_LOG("Impl", "screen list ptr: %ull, count: %d", lowHalf(list), static_cast<int>(count));
     return list;
 }
 
 void OrvoScreenCaptureImpl::FreeScreenList(const OrvoScreenCaptureScreenItem* list) {
-    IMPL_LOG("%s, screen list ptr: %ull", "FreeScreenList", lowHalf(list));
+    COMPONENT_LOG("Impl", "%s, screen list ptr: %ull", "FreeScreenList", lowHalf(list));
     delete[] list;
 }
 
 OrvoThumbnailWindowInfo* OrvoScreenCaptureImpl::EnumWindowList(int& count, bool skipImages, bool includeIconic,
                                                                bool /*legacyFlag*/) {
-    IMPL_LOG("%s", "EnumWindowList");
+    COMPONENT_LOG("Impl", "%s", "EnumWindowList");
     const auto manager = windowManager();
     std::vector<OrvoWindowRef> records;
     if (manager) records = includeIconic ? manager->allWindowWithIncludeIconic(true) : manager->allWindow();
@@ -65,38 +66,38 @@ OrvoThumbnailWindowInfo* OrvoScreenCaptureImpl::EnumWindowList(int& count, bool 
         orvo::thumbnail::fillWindowInfo(item, record);
         if (!skipImages) item.imageThumbnail = manager->imageForAppname(record.appName, &record).release();
         item.iconThumbnail = manager->iconForAppname(record.appName).release();
-        IMPL_LOG("find out window %u, title: %s", item.windowID, item.title);
+        COMPONENT_LOG("Impl", "find out window %u, title: %s", item.windowID, item.title);
     }
-    IMPL_LOG("find out window time %f ms", (platform().clock().absoluteSeconds() - begin) * 1000);
-    IMPL_LOG("window list ptr: %ull, count: %d", lowHalf(list.get()), count);
+    COMPONENT_LOG("Impl", "find out window time %f ms", (platform().clock().absoluteSeconds() - begin) * 1000);
+    COMPONENT_LOG("Impl", "window list ptr: %ull, count: %d", lowHalf(list.get()), count);
     return list.release();
 }
 
 void OrvoScreenCaptureImpl::FreeWindowList(OrvoThumbnailWindowInfo* list, int count) {
-    IMPL_LOG("%s, window list ptr: %ull", "FreeWindowList", lowHalf(list));
+    COMPONENT_LOG("Impl", "%s, window list ptr: %ull", "FreeWindowList", lowHalf(list));
     orvo::thumbnail::freeWindowInfos(list, count);
 }
 
 int OrvoScreenCaptureImpl::RegistTargetWindow(unsigned int windowID) {
-    IMPL_LOG("%s", "RegistTargetWindow");
+    COMPONENT_LOG("Impl", "%s", "RegistTargetWindow");
     const auto manager = windowManager();
     return manager && manager->registTargetWindow(windowID);
 }
 
 int OrvoScreenCaptureImpl::UnRegistTargetWindow(unsigned int windowID) {
-    IMPL_LOG("%s", "UnRegistTargetWindow");
+    COMPONENT_LOG("Impl", "%s", "UnRegistTargetWindow");
     const auto manager = windowManager();
     return manager && manager->unRegistTargetWindowId(windowID);
 }
 
 int OrvoScreenCaptureImpl::ShowTargetWindow(unsigned int windowID, OrvoThumbnailShowWindowCmd cmd) {
-    IMPL_LOG("%s", "ShowTargetWindow");
+    COMPONENT_LOG("Impl", "%s", "ShowTargetWindow");
     const auto manager = windowManager();
     return manager && manager->showTargetWindow(windowID, cmd);
 }
 
 int OrvoScreenCaptureImpl::CheckTargetWindow(unsigned int windowID) {
-    IMPL_LOG("%s", "CheckTargetWindow");
+    COMPONENT_LOG("Impl", "%s", "CheckTargetWindow");
     const auto manager = windowManager();
     return manager && manager->checkTargetWindowStatusIsNormal(windowID, false);
 }

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
-#include "ScreenCapture/api/impl_log.h"
+#include "ScreenCapture/log/component_log.h"
 #include "ScreenCapture/log/orvo_log.h"
 #include "ScreenCapture/log/orvo_log_files.h"
 #include "ScreenCapture/platform/platform.h"
@@ -85,6 +85,6 @@ bool OrvoScreenCaptureImpl::SetLogLevel(int level, const char* logFolder) {
     ORVO::ScreenCapture::init_log(paths[first].c_str(), paths[(first + 1) % kFiles].c_str(),
                                   paths[(first + 2) % kFiles].c_str(), kFileSizeLimit);
     ORVO::ScreenCapture::set_log_level(level);
-    IMPL_LOG("%s, level: %d", "SetLogLevel", level);
+    COMPONENT_LOG("Impl", "%s, level: %d", "SetLogLevel", level);
     return true;
 }

@@ -54,7 +54,7 @@ OrvoScreenCapturePermissionState orvo_screencapture_request_permission(OrvoScree
 }
 
 bool orvo_screencapture_get_window_owner(unsigned int windowID, OrvoScreenCaptureWindowOwner* owner) {
-    EXPORT_LOG("SC", "%s", __func__);
+    COMPONENT_LOG("SC", "%s", __func__);
     if (!owner) return false;
     *owner = {};
     return ask(false, [=](OrvoScreenCaptureImpl&) {
@@ -86,6 +86,6 @@ bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics) 
 }
 
 void orvo_screencapture_change_log_level(int level) {
-    EXPORT_LOG("SC", "%s log level:%d", __func__, level);
+    COMPONENT_LOG("SC", "%s log level:%d", __func__, level);
     orvo::api::tell([=](OrvoScreenCaptureImpl&) { ORVO::ScreenCapture::set_log_level(level); });
 }

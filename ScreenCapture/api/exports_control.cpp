@@ -3,7 +3,7 @@
 
 #include "ScreenCapture/api/facade_call.h"
 
-#define SC_LOG(...) EXPORT_LOG("SC", __VA_ARGS__)
+#define SC_LOG(...) COMPONENT_LOG("SC", __VA_ARGS__)
 
 using orvo::api::ask;
 using orvo::api::tell;

@@ -44,7 +44,7 @@ OrvoScreenCaptureWindowItem* plainItems(const OrvoThumbnailWindowInfo* infos, in
 }  // namespace
 
 OrvoScreenCaptureScreenItem* orvo_screencapture_enum_screen_list(unsigned int* count) {
-    EXPORT_LOG("SC", "%s", __func__);
+    COMPONENT_LOG("SC", "%s", __func__);
     unsigned int found = 0;
     auto* list =
         ask<OrvoScreenCaptureScreenItem*>(nullptr, [&](Facade& facade) { return facade.EnumScreenList(found); });
@@ -53,12 +53,12 @@ OrvoScreenCaptureScreenItem* orvo_screencapture_enum_screen_list(unsigned int* c
 }
 
 void orvo_screencapture_free_screen_list(OrvoScreenCaptureScreenItem* list) {
-    EXPORT_LOG("SC", "%s", __func__);
+    COMPONENT_LOG("SC", "%s", __func__);
     tell([=](Facade& facade) { facade.FreeScreenList(list); });
 }
 
 OrvoScreenCaptureWindowItem* orvo_screencapture_enum_window_list(int isIncludeIconic, unsigned int* count) {
-    EXPORT_LOG("SC", "%s", __func__);
+    COMPONENT_LOG("SC", "%s", __func__);
     if (count) *count = 0;
     const bool iconic = isIncludeIconic != 0;
     auto* const list = ask<OrvoScreenCaptureWindowItem*>(nullptr, [=](Facade& facade) {
@@ -73,27 +73,27 @@ OrvoScreenCaptureWindowItem* orvo_screencapture_enum_window_list(int isIncludeIc
 }
 
 void orvo_screencapture_free_window_list(OrvoScreenCaptureWindowItem* list) {
-    EXPORT_LOG("SC", "%s", __func__);
+    COMPONENT_LOG("SC", "%s", __func__);
     delete[] list;
 }
 
 OrvoThumbnailWindowInfo* orvo_screencapture_enum_window_list(int isIncludeIconic, int* count) {
-    EXPORT_LOG("SC", "%s", __func__);
+    COMPONENT_LOG("SC", "%s", __func__);
     return enumWindows(count, true, true, isIncludeIconic != 0);
 }
 
 // Frees the pictures of the first item only; that is intended.
 void orvo_screencapture_free_window_list(OrvoThumbnailWindowInfo* list) {
-    EXPORT_LOG("SC", "%s", __func__);
+    COMPONENT_LOG("SC", "%s", __func__);
     tell([=](Facade& facade) { facade.FreeWindowList(list, 1); });
 }
 
 void orvo_screencapture_get_virtual_desktop_rect(void) {
-    EXPORT_LOG("SC", "%s", __func__);
+    COMPONENT_LOG("SC", "%s", __func__);
 }
 
 bool orvo_screencapture_get_window_rect(unsigned int windowID, OrvoScreenCaptureRect* rect) {
-    EXPORT_LOG("SC", "%s", __func__);
+    COMPONENT_LOG("SC", "%s", __func__);
     tell([=](Facade& facade) { facade.GetWindowRect(windowID, rect); });
     return true;
 }
@@ -103,42 +103,42 @@ void orvo_windowthumbnail_find_windows_async(bool isAsync) {
 }
 
 OrvoThumbnailWindowInfo* orvo_windowthumbnail_find_windows(int* count) {
-    EXPORT_LOG("Thumbnail", "%s", __func__);
+    COMPONENT_LOG("Thumbnail", "%s", __func__);
     return enumWindows(count, static_isAsync, false, false);
 }
 
 void orvo_windowthumbnail_free_windows(OrvoThumbnailWindowInfo* list, int count) {
-    EXPORT_LOG("Thumbnail", "%s", __func__);
+    COMPONENT_LOG("Thumbnail", "%s", __func__);
     tell([=](Facade& facade) { facade.FreeWindowList(list, count); });
 }
 
 int orvo_windowthumbnail_register(unsigned int windowID) {
-    EXPORT_LOG("Thumbnail", "%s", __func__);
+    COMPONENT_LOG("Thumbnail", "%s", __func__);
     return ask(0, [=](Facade& facade) { return facade.RegistTargetWindow(windowID); });
 }
 
 int orvo_windowthumbnail_unregister(unsigned int windowID) {
-    EXPORT_LOG("Thumbnail", "%s", __func__);
+    COMPONENT_LOG("Thumbnail", "%s", __func__);
     return ask(0, [=](Facade& facade) { return facade.UnRegistTargetWindow(windowID); });
 }
 
 int orvo_windowthumbnail_show_source_window(unsigned int windowID, OrvoThumbnailShowWindowCmd cmd) {
-    EXPORT_LOG("Thumbnail", "%s", __func__);
+    COMPONENT_LOG("Thumbnail", "%s", __func__);
     return ask(0, [=](Facade& facade) { return facade.ShowTargetWindow(windowID, cmd); });
 }
 
 int orvo_windowthumbnail_window_checkStatus(unsigned int windowID) {
-    EXPORT_LOG("Thumbnail", "%s", __func__);
+    COMPONENT_LOG("Thumbnail", "%s", __func__);
     return ask(0, [=](Facade& facade) { return facade.CheckTargetWindow(windowID); });
 }
 
 // Retired: these two write their names only.
 int orvo_windowthumbnail_register(unsigned int /*windowID*/, int, OrvoScreenCaptureRect*) {
-    EXPORT_LOG("Thumbnail", "%s", __func__);
+    COMPONENT_LOG("Thumbnail", "%s", __func__);
     return 0;
 }
 
 int orvo_windowthumbnail_update(int, OrvoScreenCaptureRect*) {
-    EXPORT_LOG("Thumbnail", "%s", __func__);
+    COMPONENT_LOG("Thumbnail", "%s", __func__);
     return 0;
 }

@@ -2,10 +2,9 @@
 #pragma once
 
 #include "ScreenCapture/api/OrvoScreenCaptureImpl.h"
+#include "ScreenCapture/log/component_log.h"
 #include "ScreenCapture/platform/contained.h"
 #include "xplatform/common/orvosyslog.h"
-
-#define EXPORT_LOG(module, ...) syslog_ex(1, 3, module, __LINE__, __VA_ARGS__)
 
 namespace orvo::api {
 

@@ -3,8 +3,8 @@
 
 #include <utility>
 
-#include "ScreenCapture/capture/capture_log.h"
 #include "ScreenCapture/capture/host_callbacks.h"
+#include "ScreenCapture/log/component_log.h"
 #include "ScreenCapture/platform/contained.h"
 
 using namespace orvo::platform;
@@ -22,14 +22,14 @@ constexpr const char* kMainQueueIsSilent = "the main queue is not run";
 template <typename Work>
 bool OrvoCaptureSession::guarded(Work&& work) {
     return contained(work, [this](const char* name, const char* reason) {
-        CS_LOG("error name:%s   error reason:%s", name, reason);
+        COMPONENT_LOG("CS", "error name:%s   error reason:%s", name, reason);
         m_settings->statistics().note(reason);
     });
 }
 
 std::shared_ptr<OrvoCaptureSession> OrvoCaptureSession::initWithSettings(
     std::shared_ptr<OrvoCaptureSettings> settings) {
-    CS_LOG("%s", "-[OrvoCaptureSession initWithSettings:]");
+    COMPONENT_LOG("CS", "%s", "-[OrvoCaptureSession initWithSettings:]");
     return std::make_shared<OrvoCaptureSession>(std::move(settings));
 }
 
@@ -46,9 +46,9 @@ std::shared_ptr<OrvoWindowCaptureSession> OrvoCaptureSession::m_windowCaptureSes
 }
 
 bool OrvoCaptureSession::initCaptureSession() {
-    CS_LOG("%s", "-[OrvoCaptureSession initCaptureSession]");
+    COMPONENT_LOG("CS", "%s", "-[OrvoCaptureSession initCaptureSession]");
     if (isInited) {
-        CS_LOG("CaptureSession is  inited");
+        COMPONENT_LOG("CS", "CaptureSession is  inited");
         return true;
     }
     return guarded([this] {
@@ -84,12 +84,12 @@ OrvoCaptureSession::PartsRef OrvoCaptureSession::makeParts(const Parts& before) 
 
 // Releases without stopping; what a queued step still needs it holds itself. isInited stays as it was.
 void OrvoCaptureSession::unInitCaptureSession() {
-    CS_LOG("%s", "-[OrvoCaptureSession unInitCaptureSession]");
+    COMPONENT_LOG("CS", "%s", "-[OrvoCaptureSession unInitCaptureSession]");
     m_parts.exchange(nullptr);
 }
 
 bool OrvoCaptureSession::inited() const {
-    if (!isInited) CS_LOG("CaptureSession is not inited");
+    if (!isInited) COMPONENT_LOG("CS", "CaptureSession is not inited");
     return isInited;
 }
 
@@ -100,9 +100,9 @@ void OrvoCaptureSession::enqueue(const PartsRef& parts, Step step) {
 }
 
 bool OrvoCaptureSession::refuseWithoutSource() {
-    CS_LOG("%s", "-[OrvoCaptureSession startCapture]");
+    COMPONENT_LOG("CS", "%s", "-[OrvoCaptureSession startCapture]");
     if (captureSource != kNoSource) return false;
-    CS_LOG("%s no capture source.", "-[OrvoCaptureSession startCapture]");
+    COMPONENT_LOG("CS", "%s no capture source.", "-[OrvoCaptureSession startCapture]");
     m_settings->statistics().failed(ORVO_CAPTURE_ERROR_NO_SOURCE, "no capture source was chosen");
     fire<orvo::capture::kCaptureError>(*m_settings, static_cast<int>(ORVO_CAPTURE_ERROR_NO_SOURCE));
     return true;
@@ -122,7 +122,7 @@ void OrvoCaptureSession::restart(const PartsRef& parts, uint64_t stopsSeen) {
 }
 
 void OrvoCaptureSession::stopCapture() {
-    CS_LOG("%s", "-[OrvoCaptureSession stopCapture]");
+    COMPONENT_LOG("CS", "%s", "-[OrvoCaptureSession stopCapture]");
     ++m_stops;
     enqueue([](OrvoCaptureSession& self, const PartsRef& parts) { self.stopCaptureByself(*parts); });
 }
@@ -141,14 +141,14 @@ void OrvoCaptureSession::startDevice(const Parts& parts) {
     const auto& windows = parts.windowCaptureSession;
     if (!device) return m_settings->statistics().note("the capture device could not be made");
     if (device->isRunning()) {
-        CS_LOG("ScreenCaptureSession already running");
+        COMPONENT_LOG("CS", "ScreenCaptureSession already running");
         return;
     }
     if (windows && windows->isRunning()) windows->stopCapture();
     if (windows) windows->withdrawStart();
     m_settings->statistics().begin();
     device->startRunning();
-    CS_LOG("ScreenCaptureSession is started");
+    COMPONENT_LOG("CS", "ScreenCaptureSession is started");
     // Where there is no display at all the device says so itself.
     if (!parts.captureScreenInput && !platform().displays().screens().empty())
         m_settings->statistics().note("no display has the number " + std::to_string(parts.displayID));
@@ -160,13 +160,13 @@ void OrvoCaptureSession::startWindows(const Parts& parts) {
     const auto& windows = parts.windowCaptureSession;
     if (!windows) return;
     if (windows->isRunning()) {
-        CS_LOG("WindowCaptureSession already running");
+        COMPONENT_LOG("CS", "WindowCaptureSession already running");
         return;
     }
     if (device && device->isRunning()) device->stopRunning();
     m_settings->statistics().begin();
     windows->startCapture();
-    CS_LOG("WindowCaptureSession is started");
+    COMPONENT_LOG("CS", "WindowCaptureSession is started");
     if (windows->targetWindows().empty()) m_settings->statistics().note("no window is chosen");
 }
 
@@ -198,13 +198,13 @@ void OrvoCaptureSession::stopCaptureByself(const Parts& parts) {
     // A start of the window path that still waits for the main queue is void from here on.
     if (windows) windows->withdrawStart();
     if (captureSource == kNoSource) {
-        CS_LOG("no capture source");
+        COMPONENT_LOG("CS", "no capture source");
     } else if (captureSource == kWholeDisplay || captureSource == kDisplayRect) {
         if (!device || !device->isRunning()) return;
-        CS_LOG("try to stop ScreenCaptureSession");
+        COMPONENT_LOG("CS", "try to stop ScreenCaptureSession");
         device->stopRunning();
     } else if (windows && windows->isRunning()) {
-        CS_LOG("try to stop WindowCaptureSession");
+        COMPONENT_LOG("CS", "try to stop WindowCaptureSession");
         windows->stopCapture();
     }
 }
@@ -214,11 +214,11 @@ bool OrvoCaptureSession::isCapture() {
 }
 
 bool OrvoCaptureSession::isCapture(const PartsRef& parts) {
-    CS_LOG("%s", "-[OrvoCaptureSession isCapture]");
+    COMPONENT_LOG("CS", "%s", "-[OrvoCaptureSession isCapture]");
     if (!inited()) return false;
     bool running = false;
     if (captureSource == kNoSource) {
-        CS_LOG("no capture source");
+        COMPONENT_LOG("CS", "no capture source");
         return false;
     }
     if (!parts) {
@@ -228,12 +228,12 @@ bool OrvoCaptureSession::isCapture(const PartsRef& parts) {
     } else {
         running = parts->windowCaptureSession && parts->windowCaptureSession->isRunning();
     }
-    CS_LOG("running state: %d", running);
+    COMPONENT_LOG("CS", "running state: %d", running);
     return running;
 }
 
 void OrvoCaptureSession::setFPS(int fps) {
-    CS_LOG("%s fps: %d", "-[OrvoCaptureSession setFPS:]", fps);
+    COMPONENT_LOG("CS", "%s fps: %d", "-[OrvoCaptureSession setFPS:]", fps);
     if (!inited()) return;
     enqueue([fps](OrvoCaptureSession& self, const PartsRef& parts) {
         parts->fps = fps;
@@ -244,7 +244,7 @@ void OrvoCaptureSession::setFPS(int fps) {
 }
 
 void OrvoCaptureSession::setCursorVisible(bool visible) {
-    CS_LOG("%s, visible state: %d", "-[OrvoCaptureSession setCursorVisible:]", visible);
+    COMPONENT_LOG("CS", "%s, visible state: %d", "-[OrvoCaptureSession setCursorVisible:]", visible);
     if (!inited()) return;
     enqueue([visible](OrvoCaptureSession&, const PartsRef& parts) {
         if (parts->captureScreenInput) parts->captureScreenInput->setCapturesCursor(visible);
@@ -253,7 +253,7 @@ void OrvoCaptureSession::setCursorVisible(bool visible) {
 }
 
 void OrvoCaptureSession::enableMouseClickAnimation(bool enable) {
-    CS_LOG("%s, animation state: %d", "-[OrvoCaptureSession enableMouseClickAnimation:]", enable);
+    COMPONENT_LOG("CS", "%s, animation state: %d", "-[OrvoCaptureSession enableMouseClickAnimation:]", enable);
     if (!inited()) return;
     enqueue([enable](OrvoCaptureSession&, const PartsRef& parts) {
         if (parts->captureScreenInput) parts->captureScreenInput->setCapturesMouseClicks(enable);
@@ -261,8 +261,8 @@ void OrvoCaptureSession::enableMouseClickAnimation(bool enable) {
 }
 
 void OrvoCaptureSession::setTimeStampOffset(uint64_t offset) {
-    CS_LOG("%s, timestamp offset %llu", "-[OrvoCaptureSession setTimeStampOffset:]",
-           static_cast<unsigned long long>(offset));
+    COMPONENT_LOG("CS", "%s, timestamp offset %llu", "-[OrvoCaptureSession setTimeStampOffset:]",
+                  static_cast<unsigned long long>(offset));
     uOffset = offset;
     if (const auto windows = m_windowCaptureSession()) windows->setTimeStampOffset(offset);
 }

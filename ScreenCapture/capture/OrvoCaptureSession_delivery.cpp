@@ -4,8 +4,8 @@
 
 #include <cmath>
 
-#include "ScreenCapture/capture/capture_log.h"
 #include "ScreenCapture/capture/host_callbacks.h"
+#include "ScreenCapture/log/component_log.h"
 
 using namespace orvo::platform;
 using orvo::capture::fire;
@@ -76,7 +76,7 @@ void OrvoCaptureSession::onSample(PixelBuffer& buffer, const MediaTime& presenta
 
 void OrvoCaptureSession::onCapturedWindowImage(PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime) {
     if (captureSource != kWindow) {
-        if (dropOfOtherPath(windowID)) CS_LOG("CaptureSession is not window !!!!!");
+        if (dropOfOtherPath(windowID)) COMPONENT_LOG("CS", "CaptureSession is not window !!!!!");
         return;
     }
     notifyImageRef(buffer, windowID, recordTime);
@@ -129,4 +129,26 @@ void OrvoCaptureSession::notifyImageRef(PixelBuffer& buffer, uint32_t windowID, 
         m_settings->statistics().delivered(windowID, time);
     else
         dropWithoutCallback(windowID);
+}
+
+// Conversions of a pixel buffer; neither capture path uses them.
+
+Rect OrvoCaptureSession::getCropRect(const PixelBuffer& buffer) {
+    return {0, 0, static_cast<double>(buffer.width()), static_cast<double>(buffer.height())};
+}
+
+Picture OrvoCaptureSession::ImageFromPixelBuffer(PixelBuffer& buffer) {
+    buffer.lock();
+    Picture picture = platform().imaging().picture(buffer);
+    buffer.unlock();
+    return picture;
+}
+
+Ref<PixelBuffer> OrvoCaptureSession::cropAndResize(PixelBuffer& buffer, Size toSize) {
+    buffer.lock();
+    Ref<PixelBuffer> resized = platform().imaging().scaledRGB(
+        buffer, getCropRect(buffer), truncated<uint32_t>(toSize.width), truncated<uint32_t>(toSize.height));
+    buffer.unlock();
+    if (!resized) platform().system().console("cropAndResize: the pixel buffer could not be made");
+    return resized;
 }

@@ -2,7 +2,8 @@
 #include <utility>
 
 #include "ScreenCapture/capture/OrvoCaptureSession.h"
-#include "ScreenCapture/capture/capture_log.h"
+
+#include "ScreenCapture/log/component_log.h"
 
 using namespace orvo::platform;
 
@@ -10,7 +11,7 @@ namespace {
 
 void logWindows(const char* method, const unsigned int* ids, int count, bool add) {
     for (int i = 0; ids && i < count; ++i)
-        CS_LOG("%s %ld is %s", method, static_cast<long>(ids[i]), add ? "add" : "reduce");
+        COMPONENT_LOG("CS", "%s %ld is %s", method, static_cast<long>(ids[i]), add ? "add" : "reduce");
 }
 
 // Changes that take effect together. One that throws must not leave the device in the middle of its configuration: it
@@ -78,36 +79,36 @@ bool OrvoCaptureSession::enqueueWindowStep(std::function<void(OrvoWindowCaptureS
 }
 
 bool OrvoCaptureSession::setTargetWindow(uint32_t windowID) {
-    CS_LOG("%s, window handle: %d", "-[OrvoCaptureSession setTargetWindow:]", static_cast<int>(windowID));
+    COMPONENT_LOG("CS", "%s, window handle: %d", "-[OrvoCaptureSession setTargetWindow:]", static_cast<int>(windowID));
     return enqueueWindowStep([windowID](OrvoWindowCaptureSession& windows) { windows.setTargetWindow(windowID); });
 }
 
 bool OrvoCaptureSession::setTargetWindowMode(int mode) {
-    CS_LOG("%s, window mode: %d", "-[OrvoCaptureSession setTargetWindowMode:]", mode);
+    COMPONENT_LOG("CS", "%s, window mode: %d", "-[OrvoCaptureSession setTargetWindowMode:]", mode);
     return enqueueWindowStep(
         [mode](OrvoWindowCaptureSession& windows) { windows.setTargetWindowMode(static_cast<uint32_t>(mode)); });
 }
 
 bool OrvoCaptureSession::setTargetWindowResolutionMode(int mode) {
-    CS_LOG("%s, ResolutionMode: %d", "-[OrvoCaptureSession setTargetWindowResolutionMode:]", mode);
+    COMPONENT_LOG("CS", "%s, ResolutionMode: %d", "-[OrvoCaptureSession setTargetWindowResolutionMode:]", mode);
     return enqueueWindowStep([mode](OrvoWindowCaptureSession& windows) {
         windows.setTargetWindowResolutionMode(static_cast<uint32_t>(mode));
     });
 }
 
 bool OrvoCaptureSession::setTargetWindowRectLeft(int left, int top, int width, int height) {
-    CS_LOG("%s, pos: (%d, %d), size: (%d, %d)", "-[OrvoCaptureSession setTargetWindowRectLeft:top:width:height:]", left,
-           top, width, height);
+    COMPONENT_LOG("CS", "%s, pos: (%d, %d), size: (%d, %d)",
+                  "-[OrvoCaptureSession setTargetWindowRectLeft:top:width:height:]", left, top, width, height);
     return enqueueWindowStep([=](OrvoWindowCaptureSession& windows) {
-        CS_LOG("second %s, pos: (%d, %d), size: (%d, %d)",
-               "-[OrvoCaptureSession setTargetWindowRectLeft:top:width:height:]_block_invoke", left, top, width,
-               height);
+        COMPONENT_LOG("CS", "second %s, pos: (%d, %d), size: (%d, %d)",
+                      "-[OrvoCaptureSession setTargetWindowRectLeft:top:width:height:]_block_invoke", left, top, width,
+                      height);
         windows.setTargetWindowRectLeft(left, top, width, height);
     });
 }
 
 bool OrvoCaptureSession::setTargetScreen(uint32_t screenID) {
-    CS_LOG("%s, screen id: %u", "-[OrvoCaptureSession setTargetScreen:]", screenID);
+    COMPONENT_LOG("CS", "%s, screen id: %u", "-[OrvoCaptureSession setTargetScreen:]", screenID);
     if (!inited()) return false;
     captureSource = kWholeDisplay;
     enqueue([screenID, stops = m_stops.load()](OrvoCaptureSession& self, const PartsRef& parts) {
@@ -142,8 +143,8 @@ void OrvoCaptureSession::replaceInput(const Parts& parts, uint32_t screenID) {
 }
 
 bool OrvoCaptureSession::setTargetRect(uint32_t screenID, int left, int top, int width, int height) {
-    CS_LOG("first %s, screenID: %u, pos: (%d, %d), size: (%d, %d)",
-           "-[OrvoCaptureSession setTargetRect:left:top:width:height:]", screenID, left, top, width, height);
+    COMPONENT_LOG("CS", "first %s, screenID: %u, pos: (%d, %d), size: (%d, %d)",
+                  "-[OrvoCaptureSession setTargetRect:left:top:width:height:]", screenID, left, top, width, height);
     if (!inited()) return false;
     captureSource = kDisplayRect;
     enqueue([=, stops = m_stops.load()](OrvoCaptureSession& self, const PartsRef& parts) {
@@ -155,23 +156,24 @@ bool OrvoCaptureSession::setTargetRect(uint32_t screenID, int left, int top, int
 void OrvoCaptureSession::rectStep(const PartsRef& parts, uint32_t screenID, int left, int top, int width, int height,
                                   uint64_t stopsSeen) {
     constexpr const char* kBlock = "-[OrvoCaptureSession setTargetRect:left:top:width:height:]_block_invoke";
-    CS_LOG("second %s, screenID: %u, pos: (%d, %d), size: (%d, %d)", kBlock, screenID, left, top, width, height);
+    COMPONENT_LOG("CS", "second %s, screenID: %u, pos: (%d, %d), size: (%d, %d)", kBlock, screenID, left, top, width,
+                  height);
     const Rect bounds = platform().displays().bounds(screenID);
-    CS_LOG("the screenSize is width:%f height:%f", bounds.width, bounds.height);
+    COMPONENT_LOG("CS", "the screenSize is width:%f height:%f", bounds.width, bounds.height);
     if (wrappingSum(left, width) > bounds.width) {
-        CS_LOG("the width is too large!!!!!! theScreenWidth is %f", bounds.width);
+        COMPONENT_LOG("CS", "the width is too large!!!!!! theScreenWidth is %f", bounds.width);
         return refuseRect(*parts, "the rectangle was refused: it reaches beyond the right edge of the display");
     }
     if (wrappingSum(top, height) > bounds.height) {
-        CS_LOG("the height is too large!!!!!! theScreenHeight is %f", bounds.height);
+        COMPONENT_LOG("CS", "the height is too large!!!!!! theScreenHeight is %f", bounds.height);
         return refuseRect(*parts, "the rectangle was refused: it reaches beyond the bottom edge of the display");
     }
     const bool wasRunning = isCapture(parts);
     if (wasRunning) stopCaptureByself(*parts);
     const Rect crop{static_cast<double>(left), bounds.height - top - height, static_cast<double>(width),
                     static_cast<double>(height)};
-    CS_LOG("%s, screenID: %u,cropRect x:%f y:%f width:%f height:%f", kBlock, screenID, crop.x, crop.y, crop.width,
-           crop.height);
+    COMPONENT_LOG("CS", "%s, screenID: %u,cropRect x:%f y:%f width:%f height:%f", kBlock, screenID, crop.x, crop.y,
+                  crop.width, crop.height);
     configure(parts->screenCaptureSession.get(), [&] {
         if (parts->captureScreenInput) parts->captureScreenInput->setCropRect(crop);
     });

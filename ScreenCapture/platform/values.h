@@ -1,9 +1,12 @@
 // Plain values of the port: points, sizes, rectangles, and the one way doubles become integers.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
+#include <vector>
 
 namespace orvo::platform {
 
@@ -56,6 +59,11 @@ constexpr Integer truncated(double value) {
 // The sum of two 32-bit numbers as the boundary describes it: it wraps.
 constexpr int32_t wrappingSum(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+}
+
+template <typename Number>
+bool contains(const std::vector<Number>& numbers, std::type_identity_t<Number> number) {
+    return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
 }
 
 }  // namespace orvo::platform

@@ -3,9 +3,8 @@
 
 #include <utility>
 
+#include "ScreenCapture/log/component_log.h"
 #include "ScreenCapture/platform/version.h"
-#include "ScreenCapture/window/target_guard.h"
-#include "xplatform/common/orvosyslog.h"
 
 using namespace orvo::platform;
 
@@ -14,10 +13,6 @@ namespace {
 constexpr int kLowestFps = 5;
 constexpr int kHighestFps = 30;
 constexpr int kDefaultFps = 15;
-
-void log(int line, const char* text) {
-    syslog_ex(1, 3, "unnamed", line, text);
-}
 
 // A number may be chosen before its window is there.
 void logUnknown(uint32_t number) {
@@ -53,7 +48,7 @@ void OrvoWindowCaptureSession::startCapture() {
 
 void OrvoWindowCaptureSession::startOnMainQueue(uint64_t stopsSeen) {
     stopTimer();
-    log(__LINE__, "CaptureSession startCapture");
+    COMPONENT_LOG("unnamed", "CaptureSession startCapture");
     captureQueue->async([self = shared_from_this()] { self->lastImage = nullptr; });
     if (m_fps < kLowestFps || m_fps > kHighestFps) m_fps = kDefaultFps;
     const auto interval = truncated<uint64_t>(1.0 / m_fps * 1'000'000'000.0);
@@ -74,14 +69,14 @@ void OrvoWindowCaptureSession::withdrawStart() {
 }
 
 void OrvoWindowCaptureSession::stopTimer() {
-    log(__LINE__, "CaptureSession will stopCapture");
+    COMPONENT_LOG("unnamed", "CaptureSession will stopCapture");
     std::shared_ptr<Timer> timer;
     {
         std::lock_guard lock(m_timerMutex);
         timer = std::exchange(captureTimer, nullptr);
     }
     if (!timer) return;
-    log(__LINE__, "CaptureSession stopCapture");
+    COMPONENT_LOG("unnamed", "CaptureSession stopCapture");
     timer->cancel();
 }
 
@@ -176,7 +171,7 @@ void OrvoWindowCaptureSession::retarget(Numbers added) {
         });
         for (const uint32_t number : added) {
             if (!contains(options->targetWindows, number)) continue;
-            guardTarget(self->m_settings->statistics(), number, [&] {
+            self->guardTarget(number, [&] {
                 if (const auto item = self->m_windowManager->getItemWithTargetWindow(number))
                     self->frameOf(number, *item);
                 else

@@ -10,13 +10,24 @@
 #include <vector>
 
 #include "ScreenCapture/capture/OrvoCaptureSettings.h"
+#include "ScreenCapture/platform/contained.h"
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/thumbnail/OrvoWindowManager.h"
-#include "ScreenCapture/window/OrvoWindowCaptureSessionDelegate.h"
 #include "ScreenCapture/window/OrvoWindowCursor.h"
 #include "ScreenCapture/window/capture_options.h"
 #include "ScreenCapture/window/target_frame.h"
 #include "common/utils/orvo_snapshot.h"
+
+// Whom the session tells of its frames and of its failures.
+class OrvoWindowCaptureSessionDelegate {
+  public:
+    virtual ~OrvoWindowCaptureSessionDelegate() = default;
+    // One frame, on the capture queue; the buffer is valid during the call only. recordTime: milliseconds since 1970
+    // plus the timestamp offset.
+    virtual void onCapturedWindowImage(orvo::platform::PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime) = 0;
+    // No usable picture for more than three seconds; on the capture queue.
+    virtual void captureSessionRuntimeErrorOccur() = 0;
+};
 
 // Every method may be called from any thread. Ticks and the delegate's calls run on the capture queue.
 class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowCaptureSession> {
@@ -61,6 +72,13 @@ class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowC
     using ImageRef = orvo::platform::Ref<orvo::platform::Image>;
     template <typename Change>
     void changeOptions(Change change);
+    // Runs work of one target. What it throws is noted and leaves the other targets alone: nothing leaves the capture
+    // queue. Result: whether the work ran to its end.
+    template <typename Work>
+    bool guardTarget(uint32_t windowID, Work&& work) {
+        return orvo::platform::contained(
+            work, [&](const char* /*name*/, const char* reason) { m_settings->statistics().note(reason, windowID); });
+    }
     void startOnMainQueue(uint64_t stopsSeen);
     void stopTimer();
     void retarget(Numbers added);

@@ -3,8 +3,6 @@
 
 #include <optional>
 
-#include "ScreenCapture/window/target_guard.h"
-
 using namespace orvo::platform;
 
 namespace {
@@ -27,7 +25,7 @@ void OrvoWindowCaptureSession::tick() {
     for (const uint32_t windowID : options->targetWindows) {
         CaptureStatistics& statistics = m_settings->statistics();
         const auto shoot = [&] { createShotImageWithWindowID(windowID, *options); };
-        if (!guardTarget(statistics, windowID, shoot)) statistics.dropped(windowID);
+        if (!guardTarget(windowID, shoot)) statistics.dropped(windowID);
     }
 }
 

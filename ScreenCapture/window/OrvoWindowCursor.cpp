@@ -3,8 +3,8 @@
 
 #include <cstring>
 
+#include "ScreenCapture/log/component_log.h"
 #include "ScreenCapture/platform/platform.h"
-#include "xplatform/common/orvosyslog.h"
 
 using namespace orvo::platform;
 
@@ -63,10 +63,6 @@ const Ref<Image>& chooseBitmap(const Picture& picture, const Placement& place) {
     return picture.image;
 }
 
-void log(int line, const char* text) {
-    syslog_ex(1, 3, "unnamed", line, text);
-}
-
 }  // namespace
 
 CursorMark OrvoWindowCursor::appendMouseCursor(Image& image, const OrvoWindow* item) const {
@@ -101,21 +97,21 @@ bool OrvoWindowCursor::isCursorInsideSourceImageRect(const Rect& source, const R
 bool OrvoWindowCursor::fixCursor(Image* source, int32_t x, int32_t y, int32_t w, int32_t h, const Image* cursor) {
     if (!isImageRefNormal(source)) {
         platform().system().console("原图异常");
-        log(__LINE__, "sourceImage is error");
+        COMPONENT_LOG("unnamed", "sourceImage is error");
         return false;
     }
     if (!isImageRefNormal(cursor)) {
         platform().system().console("鼠标异常");
-        log(__LINE__, "cursor is error");
+        COMPONENT_LOG("unnamed", "cursor is error");
         return false;
     }
     if (cursor->width() != w || cursor->height() != h) {
-        log(__LINE__, "cursor size is Error");
+        COMPONENT_LOG("unnamed", "cursor size is Error");
         return false;
     }
     const uint8_t* cursorBytes = cursor->bytes();
     if (!cursorBytes) {
-        log(__LINE__, "cursor is error,data is nil");
+        COMPONENT_LOG("unnamed", "cursor is error,data is nil");
         return false;
     }
     if (h < 1) return false;

@@ -1,15 +1,10 @@
 // What one tick of the window capture session reads, as one value: a tick sees no half change.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <vector>
 
 #include "ScreenCapture/platform/values.h"
-
-inline bool contains(const std::vector<uint32_t>& numbers, uint32_t number) {
-    return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
-}
 
 struct CaptureOptions {
     uint64_t sequence = 0;                 // of nextVersion(): equal ones are equal options

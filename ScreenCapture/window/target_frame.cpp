@@ -1,9 +1,25 @@
 // What the window capture session remembers of one target from tick to tick.
 #include "ScreenCapture/window/target_frame.h"
 
-#include "ScreenCapture/window/placement.h"
+#include <algorithm>
 
 using namespace orvo::platform;
+
+namespace {
+
+// Where a picture goes inside the output size, in pixels from the output's corner, negative where it overflows. Mode 0
+// fits it in and centres it, 1 fills the output and centres what overflows, any other stretches.
+Rect placementOf(uint32_t resolutionMode, Size output, Size source) {
+    if (resolutionMode > 1) return {0, 0, output.width, output.height};
+    const double across = output.width / source.width;
+    const double down = output.height / source.height;
+    const double scale = resolutionMode == 0 ? std::min(across, down) : std::max(across, down);
+    const double width = scale * source.width;
+    const double height = scale * source.height;
+    return {(output.width - width) * 0.5, (output.height - height) * 0.5, width, height};
+}
+
+}  // namespace
 
 TargetFrame::TargetFrame(uint32_t number, bool isScreen)
     : number_(number), isScreen_(isScreen), grabber_(platform().windowServer().grabber(number, isScreen)) {}
