@@ -58,6 +58,7 @@ bool OrvoCaptureSession::initCaptureSession() {
         m_parts.exchange(parts);
         captureSource = kNoSource;
         isInited = true;
+        if (const char* why = platform().dispatch().whyNoMainQueue()) m_settings->statistics().note(why);
         setFPS(kDefaultFps);
         setCursorVisible(true);
         enableMouseClickAnimation(false);

@@ -30,6 +30,8 @@ class Dispatch {
 
     // Posts to the main queue; returns at once.
     virtual void mainAsync(Job job) = 0;
+    // Why nothing that is posted there will ever run, in words; null when it may.
+    virtual const char* whyNoMainQueue() { return nullptr; }
 
     virtual std::shared_ptr<SerialQueue> makeSerialQueue(const char* label) = 0;
 

@@ -75,6 +75,9 @@ enum class NoImage {
     tooLarge,      // the window server has no picture of that size
     notPermitted,  // the system refuses
     noServer,      // the window server cannot be reached
+    noXServer,     // there is no X server to ask
+    xServerHangs,  // it did not answer in time, and has not since
+    wayland,       // screens are not this window server's to show, only windows of its own programs are
     noBuffer,      // every buffer of the pool is in use
     hostBusy,      // the host had not taken the picture before
     failed,        // anything else
@@ -94,6 +97,12 @@ inline const char* describe(NoImage why) {
             return "the system does not permit it";
         case NoImage::noServer:
             return "the window server cannot be reached";
+        case NoImage::noXServer:
+            return "the X server cannot be reached";
+        case NoImage::xServerHangs:
+            return "the X server does not answer";
+        case NoImage::wayland:
+            return "this is a Wayland session: only windows of X11 programs can be seen";
         case NoImage::noBuffer:
             return "every buffer is in use";
         case NoImage::hostBusy:

@@ -52,6 +52,9 @@ class WindowServer {
     // same, so do the answers to questions about them. 0 when that cannot be told.
     virtual uint64_t desktopVersion() { return 0; }
 
+    // Why questions have no answers now; NoImage::none when they have.
+    virtual NoImage whyUnreachable() { return NoImage::none; }
+
     // One-off pictures for the picker: a window alone, with its frame and shadow where the system has them; a display,
     // which may be reduced in proportion to no less than the width in pixels.
     virtual Shot windowPicture(uint32_t window) = 0;

@@ -34,7 +34,9 @@ bool OrvoWindowManager::checkScreenIsValid(uint32_t displayId) {
     for (const auto& screen : platform().displays().screens()) {
         if (screen.number == displayId) return true;
     }
-    notifyCaptureError(ORVO_CAPTURE_ERROR_NO_CONTENT, "the display is gone");
+    const auto why = platform().windowServer().whyUnreachable();
+    notifyCaptureError(ORVO_CAPTURE_ERROR_NO_CONTENT,
+                       why == orvo::platform::NoImage::none ? "the display is gone" : describe(why));
     return false;
 }
 

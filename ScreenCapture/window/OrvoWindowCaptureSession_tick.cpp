@@ -14,6 +14,12 @@ constexpr const char* kTooNarrow = "the picture is narrower than two pixels";
 constexpr double kPatience = 3.0;  // seconds without a good picture before the delegate hears of it
 constexpr double kMillisecondsPerSecond = 1000.0;
 
+// Why there is no record of a target.
+NoImage whyUnknown() {
+    const NoImage why = platform().windowServer().whyUnreachable();
+    return why == NoImage::none ? NoImage::gone : why;
+}
+
 bool isGood(const Shot& shot) {
     return shot.image && shot.image->width() >= kNarrowestImage;
 }
@@ -37,7 +43,7 @@ void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, co
 
     // What cannot be found has no picture; its frame begins when it is first seen.
     TargetFrame* const frame = item ? &frameOf(windowID, *item) : nullptr;
-    const Shot shot = frame ? getImageWithOrvowindow(*frame, *item, options) : NoImage::gone;
+    const Shot shot = frame ? getImageWithOrvowindow(*frame, *item, options) : whyUnknown();
     const bool withCursor = isGood(shot) && options.bVisible;
     const CursorMark cursor = withCursor ? windowCursor.appendMouseCursor(*shot.image, item) : CursorMark();
     look.reset();  // from here on the host may be called

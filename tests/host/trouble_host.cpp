@@ -19,6 +19,7 @@
 #include <string>
 
 #include "check.h"
+#include "orvo/screencapture_additions.h"
 #include "orvo/screencapture_linux.h"
 
 extern char** environ;
@@ -28,6 +29,7 @@ namespace {
 constexpr int kUntouched = 77;  // exit code: there was no such thread to fail
 constinit std::atomic<int> threadToFail{0};
 constinit std::atomic<bool> threadFailed{false};
+constinit std::atomic<bool> glibIsMissing{false};
 
 }  // namespace
 
@@ -39,6 +41,11 @@ extern "C" int pthread_create(pthread_t* id, const pthread_attr_t* attributes, v
         return EAGAIN;
     }
     return next(id, attributes, start, argument);
+}
+
+extern "C" void* dlopen(const char* name, int mode) {
+    static const auto next = reinterpret_cast<decltype(&dlopen)>(dlsym(RTLD_NEXT, "dlopen"));
+    return next(glibIsMissing && name && strstr(name, "libglib") ? "no such library" : name, mode);
 }
 
 namespace {
@@ -117,6 +124,18 @@ void refusedThread(Library& library, int number) {
     CHECK(sigismember(&blocked, SIGTERM) == 0);
     live(library);
     if (untouched && failures == 0) _exit(kUntouched);
+}
+
+// Without GLib there is no main queue; nothing hangs, and the host can find out why no callback comes.
+void missingGlib(Library& library, int) {
+    glibIsMissing = true;
+    library.start();
+    OrvoScreenCaptureStatistics figures{};
+    library.find<decltype(orvo_screencapture_get_statistics)>("orvo_screencapture_get_statistics")(&figures);
+    CHECK(strcmp(figures.lastErrorReason, "GLib cannot be loaded: no callbacks can be delivered") == 0);
+    for (int i = 0; i < 5; ++i) library.run();
+    CHECK(library.frames == 0);
+    library.end();
 }
 
 // What a child does, and that it ends well; a signal ends it when it hangs.
@@ -252,6 +271,7 @@ const struct {
     int last;  // number
 } troubles[] = {
     {"refused thread", refusedThread, 40},
+    {"missing GLib", missingGlib, 0},
     {"forked child", forkedChild, 0},
     {"daemonised", daemonised, 0},
     {"two copies", twoCopies, 0},

@@ -84,7 +84,6 @@ struct Scene {
 struct Case {
     const char* name;
     const Image* (*tick)(Scene&);
-    Traffic still;    // nothing has changed
     Traffic changed;  // part of the target was painted
 };
 
@@ -98,39 +97,34 @@ TEST_P(Budget, IsKept) {
     const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     while (trafficOf([&] { c.tick(scene); }).requests > 0 && std::chrono::steady_clock::now() < until)
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    const Image* before = nullptr;
-    for (int i = 0; i < 5; ++i) {
-        const Image* image = nullptr;
-        const Traffic still = trafficOf([&] { image = c.tick(scene); });
-        EXPECT_TRUE(still.within(c.still))
-            << still.requests << " requests, " << still.roundTrips << " waits, " << still.allocations << " allocations";
-        if (i > 0) {
-            EXPECT_EQ(image, before);  // the same memory again
-        }
-        before = image;
-    }
+    // Within a second one question whether the server is there may fall, whatever is captured.
+    const Image* const before = c.tick(scene);
+    const Traffic still = trafficOf([&] {
+        for (int i = 0; i < 5; ++i) EXPECT_EQ(c.tick(scene), before);  // the same memory again
+    });
+    EXPECT_TRUE(still.within({1, 1, 0})) << still.requests << " requests, " << still.roundTrips << " waits, "
+                                         << still.allocations << " allocations";
     for (uint32_t i = 0; i < 5; ++i) {
         scene.painter.fill(scene.target, {10, 10, 50, 50}, 0x10 * i);
         scene.painter.sync();  // its news are written before this answer
         const Traffic changed = trafficOf([&] { c.tick(scene); });
         EXPECT_TRUE(changed.within(c.changed)) << changed.requests << " requests, " << changed.roundTrips << " waits, "
                                                << changed.allocations << " allocations";
-        EXPECT_GT(changed.requests, c.still.requests);
+        EXPECT_GT(changed.requests, 1);
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Scenes, Budget,
-    ::testing::Values(Case{"display", [](Scene& s) { return s.runDisplay(false); }, {0, 0, 0}, {8, 1, 0}},
-                      Case{"display_cursor", [](Scene& s) { return s.runDisplay(true); }, {0, 0, 0}, {8, 1, 0}},
-                      Case{"window", [](Scene& s) { return s.window(false, false); }, {0, 0, 0}, {11, 1, 0}},
-                      Case{"window_cursor", [](Scene& s) { return s.window(false, true); }, {0, 0, 0}, {11, 1, 0}},
-                      Case{"window_scaled", [](Scene& s) { return s.window(true, false); }, {0, 0, 0}, {11, 1, 1}},
-                      Case{
-                          "window_scaled_cursor", [](Scene& s) { return s.window(true, true); }, {0, 0, 0}, {11, 1, 1}},
-                      Case{"composed_display", [](Scene& s) { return s.composed(); }, {0, 0, 0}, {11, 1, 0}},
-                      Case{"application", [](Scene& s) { return s.application(); }, {0, 0, 0}, {11, 1, 0}},
-                      Case{"three_windows", [](Scene& s) { return s.threeWindows(); }, {0, 0, 0}, {11, 1, 0}}),
+    ::testing::Values(Case{"display", [](Scene& s) { return s.runDisplay(false); }, {8, 1, 0}},
+                      Case{"display_cursor", [](Scene& s) { return s.runDisplay(true); }, {8, 1, 0}},
+                      Case{"window", [](Scene& s) { return s.window(false, false); }, {11, 1, 0}},
+                      Case{"window_cursor", [](Scene& s) { return s.window(false, true); }, {11, 1, 0}},
+                      Case{"window_scaled", [](Scene& s) { return s.window(true, false); }, {11, 1, 1}},
+                      Case{"window_scaled_cursor", [](Scene& s) { return s.window(true, true); }, {11, 1, 1}},
+                      Case{"composed_display", [](Scene& s) { return s.composed(); }, {11, 1, 0}},
+                      Case{"application", [](Scene& s) { return s.application(); }, {11, 1, 0}},
+                      Case{"three_windows", [](Scene& s) { return s.threeWindows(); }, {11, 1, 0}}),
     [](const auto& each) { return std::string(each.param.name); });
 
 // A rest ends with the first move: the next tick asks once and shows it. The server's alarm follows the move within a

@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "ScreenCapture/platform/platform.h"
 #include "support/x11/host_process.h"
 #include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
@@ -34,6 +35,7 @@ struct Lists {
 };
 struct State {
     long frames = 0, errors = 0, lastError = 0, capturing = 0, width = 0, height = 0;
+    std::string reason;
 };
 
 // A host on the server that DISPLAY names, initialised.
@@ -48,7 +50,10 @@ class Host : public HostProcess {
     }
     State state() {
         State s;
-        std::istringstream(tell("state")) >> s.frames >> s.errors >> s.lastError >> s.capturing >> s.width >> s.height;
+        std::istringstream answer(tell("state"));
+        long gap = 0, windowFrames = 0;
+        answer >> s.frames >> s.errors >> s.lastError >> s.capturing >> s.width >> s.height >> gap >> windowFrames;
+        std::getline(answer >> std::ws, s.reason);
         return s;
     }
     // Commands, one a line.
@@ -214,14 +219,14 @@ TEST(Faults, EveryExportReturnsWhileTheServerDoesNotAnswer) {
 
 TEST(Faults, WindowCapturesGoOnWhenTheServerAnswersAgain) {
     Captures captures;
-    for (auto& each : captures.all)
-        if (each.way.onDisplay) each.host->order("error 8000");
+    for (auto& each : captures.all) each.host->order("error 8000");
     for (auto& each : captures.all) each.scene->server.suspend();
     for (auto& each : captures.all) {
         SCOPED_TRACE(each.way.name);
-        if (each.way.onDisplay) {
-            EXPECT_EQ(each.host->answer(), "4");
-        }
+        EXPECT_EQ(each.host->answer(), each.way.onDisplay ? "4" : "3");
+        const State state = each.host->state();
+        EXPECT_EQ(state.reason, "the X server does not answer");
+        EXPECT_EQ(each.host->tell("frames 1 200"), "late");  // an old picture would look like a new one
         EXPECT_NE(each.host->tell("lists", milliseconds(kCallLimit)), "hangs");
     }
     if (full()) std::this_thread::sleep_for(std::chrono::seconds(8));
@@ -238,6 +243,57 @@ TEST(Faults, WindowCapturesGoOnWhenTheServerAnswersAgain) {
         EXPECT_EQ(each.host->state().width == 64, isWindow);
         EXPECT_TRUE(each.host->finish());
     }
+}
+
+struct Unreachable {
+    const char* display;
+    const char* wayland;
+    const char* reason;
+};
+
+TEST(Faults, WhyNoServerIsReachedIsSaid) {
+    constexpr const char* kNone = "the X server cannot be reached";
+    constexpr const char* kWayland = "this is a Wayland session: only windows of X11 programs can be seen";
+    const auto expect = [](Host& host, const char* target, long error, const char* reason) {
+        SCOPED_TRACE(target);
+        host.tellAll(std::string("target ") + target + "\nstart");
+        State state = host.state();
+        for (int i = 0; i < 80 && state.lastError != error; ++i, state = host.state()) host.tell("frames 1 100");
+        EXPECT_EQ(state.lastError, error);
+        EXPECT_EQ(state.reason, reason);
+    };
+    const Unreachable table[] = {{":65000", "", kNone},
+                                 {"", "", kNone},
+                                 {"", "wayland-1", kWayland},
+                                 {":65000", "wayland-1", kNone}};  // a private server that is not there
+    auto& system = platform::platform().system();
+    for (const auto& row : table) {
+        SCOPED_TRACE(std::string(row.display) + " " + row.wayland);
+        setenv("DISPLAY", row.display, 1);
+        setenv("WAYLAND_DISPLAY", row.wayland, 1);
+        Host host;
+        expect(host, "window 77", 3, row.reason);
+        expect(host, "display 1", 4, row.reason);
+        EXPECT_EQ(system.permission(platform::Permission::screenRecording) == platform::PermissionState::denied,
+                  row.reason == kWayland);
+        EXPECT_TRUE(host.finish());
+    }
+    // A server that can be reached answers for itself, whatever session it was started in.
+    setenv("WAYLAND_DISPLAY", "wayland-1", 1);
+    for (const char* target : {"window A", "exclude 1 B\ntarget display D"}) {
+        SCOPED_TRACE(target);
+        Scene scene;
+        Host host;
+        host.tellAll(commandsOf({target, (std::string("target ") + target).c_str(), false, ""}, host, scene));
+        EXPECT_TRUE(host.framesCome());
+        EXPECT_EQ(system.permission(platform::Permission::screenRecording), platform::PermissionState::granted);
+        host.order("error 8000");
+        scene.server.kill();
+        EXPECT_EQ(host.answer(), "3");
+        EXPECT_EQ(host.state().reason, kNone);
+        EXPECT_TRUE(host.finish());
+    }
+    unsetenv("WAYLAND_DISPLAY");
 }
 
 struct Lacking {

@@ -52,6 +52,7 @@ void CaptureRun::takeFrame() {
 
 TickResult CaptureRun::tick(const CapturePlan& plan) {
     readEvents();
+    if (!x_->answers()) return TickResult::serverLost;
     pointer_.ask(plan.settings.cursor, plan.settings.clicks);
     // Where there is something to draw anyway the pointer's place comes with it, in one wait.
     if (frame_ && !grabber_->changed() && pointer_.hear()) readEvents();

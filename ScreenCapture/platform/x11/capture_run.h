@@ -34,6 +34,7 @@ class CaptureRun {
     TickResult tick(const CapturePlan& plan);
     const Ref<software::Frame>& frame() const { return frame_; }
     NoImage whyDropped() const { return why_; }
+    NoImage whyLost() const { return whyUnreachable(x_.get()); }
 
   private:
     void readEvents();

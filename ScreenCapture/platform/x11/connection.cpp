@@ -17,10 +17,12 @@
 #include <xcb/xfixes.h>
 #include <xcb/xinput.h>
 
+#include <atomic>
 #include <cerrno>
 #include <condition_variable>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "ScreenCapture/platform/software/threads.h"
@@ -32,6 +34,9 @@ using SteadyClock = std::chrono::steady_clock;
 
 // What is waited for a server that is known to hang.
 constexpr std::chrono::milliseconds kHangingLimit{50};
+// A server that has not been heard of for this long is asked whether it is there. A little longer than a resting
+// pointer is trusted, whose question does as well.
+constexpr std::chrono::milliseconds kQuietLimit{1100};
 // A server that has just begun to answer again is given this long to accept the connection that was left behind.
 constexpr std::chrono::milliseconds kReturnLimit{250};
 
@@ -115,6 +120,18 @@ void connectOnThread(const std::shared_ptr<Attempt>& attempt, const std::string&
     throw;
 }
 
+// When any connection had an answer last. There is one server, and it serves all of them or none.
+std::atomic<SteadyClock::rep> lastAnswer{0};
+
+bool heardOfLately() {
+    return SteadyClock::now().time_since_epoch().count() - lastAnswer < SteadyClock::duration(kQuietLimit).count();
+}
+
+bool isSet(const char* variable, std::string_view value = {}) {
+    const char* const text = getenv(variable);
+    return text && *text && (value.empty() || value == text);
+}
+
 xcb_screen_t* screenOf(xcb_connection_t* connection, int number) {
     auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
     while (number-- > 0 && screens.rem > 1) xcb_screen_next(&screens);
@@ -142,6 +159,13 @@ bool isLocal(int descriptor) {
 
 bool serverHangs() {
     return connectTurn().hangs();
+}
+
+// Of a server that can be asked its own word counts, not the environment's: a private one may run in any session.
+NoImage whyUnreachable(const Connection* x) {
+    if (serverHangs() || (x && x->silent())) return NoImage::xServerHangs;
+    const bool wayland = isSet("WAYLAND_DISPLAY") || isSet("XDG_SESSION_TYPE", "wayland");
+    return wayland && !isSet("DISPLAY") ? NoImage::wayland : NoImage::noXServer;
 }
 
 PipeGuard::PipeGuard() {
@@ -280,6 +304,7 @@ void* Connection::awaitReply(unsigned sequence) {
         if (!xcb_poll_for_reply(raw_, sequence, &reply, &error)) return false;
         std::free(error);
         lost_ = xcb_connection_has_error(raw_) != 0;
+        if (!lost_) lastAnswer = SteadyClock::now().time_since_epoch().count();
         return true;
     };
     if (hasCome()) return reply;  // what is asked by now may travel later, with more
@@ -296,6 +321,11 @@ void* Connection::awaitReply(unsigned sequence) {
         if (xcb_generic_event_t* event = xcb_poll_for_event(raw_)) events_.emplace_back(event);
     }
     return reply;
+}
+
+bool Connection::answers() {
+    if (lost_ || serverHangs()) return false;
+    return heardOfLately() || sync();
 }
 
 bool Connection::answersAgain() {

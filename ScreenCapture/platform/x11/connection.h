@@ -10,6 +10,7 @@
 #include <deque>
 #include <memory>
 
+#include "ScreenCapture/platform/image.h"
 #include "ScreenCapture/platform/x11/picture_formats.h"
 
 namespace orvo::platform::x11 {
@@ -28,6 +29,11 @@ using Event = Reply<xcb_generic_event_t>;
 // True from the moment when the server was not waited for any longer until it accepts a connection again. Nobody else
 // waits for it meanwhile: what would be a question gives its answer for a lost server at once.
 bool serverHangs();
+
+class Connection;
+// Why there is no server to ask: no X server, one that hangs, or a Wayland session that has none. x: a connection that
+// is lost, if there is one.
+NoImage whyUnreachable(const Connection* x = nullptr);
 
 // Keeps signals from the calling thread that would end the process: that of a server that has gone, and that of memory
 // beyond the process's limit. Does nothing on the library's own threads: they block both.
@@ -72,6 +78,9 @@ class Connection {
     const PictureFormats& formats() const { return formats_; }
     int descriptor() const;
 
+    // Whether the server answers. While nothing is asked, a server that hangs looks like one where nothing happens; so
+    // when nobody in this process has had an answer for about a second, this asks for one and waits for it.
+    bool answers();
     // The server is gone or did not answer in time: open another connection.
     bool lost() const { return lost_; }
     // It is lost because the server did not answer in time, and nothing else is known of it since.

@@ -145,6 +145,10 @@ void postToMainQueue(Job job) {
     MainQueue::instance().post(std::move(job));
 }
 
+const char* X11Dispatch::whyNoMainQueue() {
+    return glib().missing ? "GLib cannot be loaded: no callbacks can be delivered" : nullptr;
+}
+
 void X11Dispatch::mainAsync(Job job) {
     postToMainQueue(std::move(job));
 }

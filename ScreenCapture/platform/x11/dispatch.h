@@ -8,6 +8,7 @@ namespace orvo::platform::x11 {
 class X11Dispatch final : public Dispatch {
   public:
     void mainAsync(Job job) override;
+    const char* whyNoMainQueue() override;
     std::shared_ptr<SerialQueue> makeSerialQueue(const char* label) override;
     std::shared_ptr<Timer> makeTimer(const std::shared_ptr<SerialQueue>& queue, uint64_t intervalNanoseconds,
                                      Job tick) override;

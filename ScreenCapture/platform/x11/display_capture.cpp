@@ -104,13 +104,22 @@ class CaptureEngine : public std::enable_shared_from_this<CaptureEngine> {
     void begin(uint64_t run) {
         if (!isCurrent(run)) return;  // stopped meanwhile
         activeRun_ = run;
-        const bool done = runJob([this] {
+        NoImage why = NoImage::noXServer;
+        const bool done = runJob([&] {
             auto connection = Connection::open();
-            if (!connection) return;
+            if (!connection) {
+                why = whyUnreachable();
+                return;
+            }
+            const auto desktop = currentDesktop();
+            if (desktop && !desktop->monitors->areShown) {
+                why = NoImage::wayland;
+                return;
+            }
             session_.emplace(std::move(connection));
             pace();
         });
-        if (!done || !session_) fail(&DisplayCaptureDelegate::onRuntimeError, "the X server cannot be reached");
+        if (!done || !session_) fail(&DisplayCaptureDelegate::onRuntimeError, describe(why));
     }
 
     void end() {
@@ -139,7 +148,7 @@ class CaptureEngine : public std::enable_shared_from_this<CaptureEngine> {
             case TickResult::dropped:
                 return output_->noteDrop(session_->whyDropped());
             case TickResult::serverLost:
-                return fail(&DisplayCaptureDelegate::onRuntimeError, "the connection to the X server is lost");
+                return fail(&DisplayCaptureDelegate::onRuntimeError, describe(session_->whyLost()));
             case TickResult::displayGone:
                 return fail(&DisplayCaptureDelegate::onInterruption, "the display is gone");
         }

@@ -75,6 +75,7 @@ const Calls& late(const char* name, const char* lost, void (*find)(LateLibrary&,
         LateLibrary library(name);
         find(library, calls);
         calls.found = library.whole(lost);
+        calls.missing = !calls.found;
         spare->keep(0);
         if (begin && calls.found) begin(calls);
         return calls;

@@ -45,18 +45,19 @@ namespace orvo::platform::x11 {
     CALL(gdk_pixbuf_new_from_file)   \
     CALL(gdk_pixbuf_new_from_file_at_scale) CALL(gdk_pixbuf_read_pixels) CALL(g_free) CALL(g_object_unref)
 
+struct LateCalls {
+    bool found = false;
+    bool missing = false;  // looked for in vain; neither while there are no descriptors to look for it
+};
 // A library's functions as members of their names: all of them, or none when the library is not there.
 #define ORVO_MEMBER(name) decltype(&::name) name = nullptr;  // NOLINT(bugprone-macro-parentheses): a name
-struct GlibCalls {
-    bool found = false;
+struct GlibCalls : LateCalls {
     ORVO_GLIB_CALLS(ORVO_MEMBER)
 };
-struct GioCalls {
-    bool found = false;
+struct GioCalls : LateCalls {
     ORVO_GIO_CALLS(ORVO_MEMBER)
 };
-struct PixbufCalls {
-    bool found = false;
+struct PixbufCalls : LateCalls {
     ORVO_PIXBUF_CALLS(ORVO_MEMBER)
 };
 #undef ORVO_MEMBER

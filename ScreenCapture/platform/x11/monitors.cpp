@@ -4,6 +4,9 @@
 #include <xcb/randr.h>
 
 #include <algorithm>
+#include <optional>
+#include <string_view>
+#include <utility>
 
 #include "ScreenCapture/platform/x11/desktop_model.h"
 
@@ -12,14 +15,43 @@ namespace {
 
 constexpr uint32_t kWholeRoot = 1;  // the number of the only display of a server without RandR
 
+constexpr std::string_view kXwayland = "XWAYLAND";  // an extension, and what its outputs' names begin with
+
+// An Xwayland tells by its extension, one from before it had that by the names of its outputs.
+bool isXwayland(Connection& x) {
+    const auto extension = xcb_query_extension(x.raw(), kXwayland.size(), kXwayland.data()).sequence;
+    const unsigned resources =
+        x.extensions().randr ? xcb_randr_get_screen_resources_current(x.raw(), x.root()).sequence : 0;
+    const auto found = x.await<xcb_query_extension_reply_t>(extension);
+    const auto outputs = resources ? x.await<xcb_randr_get_screen_resources_current_reply_t>(resources) : nullptr;
+    if (found && found->present) return true;
+    if (!outputs || outputs->num_outputs == 0) return false;
+    const auto first = xcb_randr_get_screen_resources_current_outputs(outputs.get())[0];
+    const auto output = x.await<xcb_randr_get_output_info_reply_t>(
+        xcb_randr_get_output_info(x.raw(), first, outputs->config_timestamp).sequence);
+    if (!output) return false;
+    const std::string_view name(reinterpret_cast<const char*>(xcb_randr_get_output_info_name(output.get())),
+                                output->name_len);
+    return name.starts_with(kXwayland);
+}
+
 class MonitorPart final : public ModelPart {
   public:
     uint32_t rootEvents() const override { return XCB_EVENT_MASK_STRUCTURE_NOTIFY; }
-    void attach(Connection& x) override { selectMonitorEvents(x); }
+    void attach(Connection& x) override {
+        selectMonitorEvents(x);
+        isXwayland_.reset();
+    }
     bool handle(Connection& x, const xcb_generic_event_t& event) override { return tellsOfMonitors(x, event); }
     void refresh(Connection& x, Desktop& next) override {
-        next.monitors = std::make_shared<const MonitorList>(queryMonitors(x));
+        if (!isXwayland_) isXwayland_ = isXwayland(x);
+        auto list = std::make_shared<MonitorList>(queryMonitors(x));
+        list->areShown = !*isXwayland_;
+        next.monitors = std::move(list);
     }
+
+  private:
+    std::optional<bool> isXwayland_;  // of this connection
 };
 
 }  // namespace

@@ -21,6 +21,7 @@ struct Monitor {
 
 struct MonitorList {
     std::vector<Monitor> all;  // in the server's order
+    bool areShown = true;      // false: the server is part of a Wayland session, and the root stays black
 
     const Monitor* find(uint32_t number) const;
     // The primary monitor, else the one at the root's corner, else the first; null without any.

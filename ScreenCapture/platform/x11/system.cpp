@@ -5,6 +5,8 @@
 #include <time.h>
 #include <unistd.h>
 
+#include "ScreenCapture/platform/x11/desktop_model.h"
+
 namespace orvo::platform::x11 {
 namespace {
 constexpr double kSecondsFrom1970To2001 = 978307200;
@@ -25,6 +27,13 @@ void X11System::console(std::string_view line) {
     const iovec parts[] = {{const_cast<char*>(line.data()), line.size()}, {&end, 1}};
     // One call, so that lines of several threads stay whole. A console that takes nothing is no reason to fail.
     [[maybe_unused]] const ssize_t written = writev(STDERR_FILENO, parts, 2);
+}
+
+PermissionState X11System::permission(Permission permission) {
+    if (permission != Permission::screenRecording) return PermissionState::granted;
+    const auto desktop = currentDesktop();
+    const bool isWayland = desktop ? !desktop->monitors->areShown : whyUnreachable() == NoImage::wayland;
+    return isWayland ? PermissionState::denied : PermissionState::granted;
 }
 
 void X11Notifications::postCoalescing(const char* /*name*/, const std::shared_ptr<void>& /*thing*/) {}

@@ -15,9 +15,9 @@ class X11Clock final : public Clock {
 class X11System final : public System {
   public:
     void console(std::string_view line) override;
-    // The server asks nobody: whoever reaches it may.
-    PermissionState permission(Permission) override { return PermissionState::granted; }
-    PermissionState requestPermission(Permission) override { return PermissionState::granted; }
+    // The server asks nobody: whoever reaches it may. The screens of a Wayland session are not its to show.
+    PermissionState permission(Permission permission) override;
+    PermissionState requestPermission(Permission asked) override { return permission(asked); }
 };
 
 // The system has no notification centre: names are heard by nobody outside the library, and inside nobody listens.

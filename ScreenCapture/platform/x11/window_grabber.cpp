@@ -35,7 +35,7 @@ WindowGrabber::~WindowGrabber() {
     x_.reset();
 }
 
-// True when there is a server to ask, whose events so far are known.
+// True when there is a server that answers, whose events so far are known.
 bool WindowGrabber::connect() {
     if (x_ && x_->silent()) {
         if (!x_->answersAgain() && x_->silent()) return false;
@@ -43,7 +43,7 @@ bool WindowGrabber::connect() {
         if (!x_->lost()) begin();
     }
     if (x_) readEvents();
-    if (x_ && !x_->lost()) return true;
+    if (x_ && !x_->lost()) return x_->answers();
     // Windows do not outlive their server.
     if (connected_ && !isScreen_) gone_ = true;
     display_.reset();
@@ -53,6 +53,22 @@ bool WindowGrabber::connect() {
     begin();
     connected_ = true;
     return true;
+}
+
+// Takes a picture of the desktop as it is now. None without a server that answers, before or afterwards, nor of a
+// target that is gone.
+template <typename Take>
+Shot WindowGrabber::ask(Take&& take) {
+    const PipeGuard guard;
+    const auto desktop = connect() ? currentDesktop() : nullptr;
+    if (!desktop) return whyUnreachable(x_.get());
+    if (gone_) return NoImage::gone;
+    const uint64_t roundTrips = x_->roundTrips();
+    Shot shot = take(*desktop);
+    // What was asked before the target went may have been answered from another window of the same number.
+    if (x_->roundTrips() != roundTrips) readEvents();
+    if (x_->lost()) return whyUnreachable(x_.get());
+    return gone_ ? Shot(NoImage::gone) : std::move(shot);
 }
 
 // Nothing that was drawn before counts.
@@ -86,66 +102,42 @@ void WindowGrabber::readShape() {
     shape_ = queryShape(*x_, target_);
 }
 
-// What was asked before the target went may have been answered from another window of the same number.
-Shot WindowGrabber::checked(Shot shot, uint64_t roundTripsBefore) {
-    if (x_->roundTrips() != roundTripsBefore) readEvents();
-    if (gone_) return NoImage::gone;
-    return x_->lost() ? NoImage::noServer : std::move(shot);
-}
-
-// The desktop as it is now; null when there is no target or nobody to ask: why then says so.
-std::shared_ptr<const Desktop> WindowGrabber::reach(NoImage& why) {
-    const bool reached = !gone_ && connect();
-    auto desktop = reached && !gone_ ? currentDesktop() : nullptr;
-    why = gone_ ? NoImage::gone : NoImage::noServer;
-    return desktop;
-}
-
 Shot WindowGrabber::window() {
-    const PipeGuard guard;
-    NoImage why;
-    const auto desktop = reach(why);
-    if (!desktop) return why;
-    if (!x_->extensions().composite) return NoImage::failed;
-    const DesktopWindow* window = desktop->windows->find(target_);
-    if (!window || !window->onScreen) return NoImage::notOnScreen;
-    const uint64_t roundTrips = x_->roundTrips();
-    readShape();
-    layers_.assign(1, layerOfClient(*window, shape_));
-    Shot shot = scene_->take(boundsOfClient(*window), layers_, *desktop->windows);
-    if (shot.image && scene_->missing() != NoImage::none) shot = scene_->missing();
-    return checked(std::move(shot), roundTrips);
+    return ask([this](const Desktop& desktop) -> Shot {
+        if (!x_->extensions().composite) return NoImage::failed;
+        const DesktopWindow* window = desktop.windows->find(target_);
+        if (!window || !window->onScreen) return NoImage::notOnScreen;
+        readShape();
+        layers_.assign(1, layerOfClient(*window, shape_));
+        Shot shot = scene_->take(boundsOfClient(*window), layers_, *desktop.windows);
+        return shot.image && scene_->missing() != NoImage::none ? Shot(scene_->missing()) : shot;
+    });
 }
 
 Shot WindowGrabber::area(const Rect& area) {
-    const PipeGuard guard;
-    NoImage why;
-    const auto desktop = reach(why);
-    if (!desktop) return why;
-    const uint64_t roundTrips = x_->roundTrips();
-    setLayersOfArea(layers_, *desktop->windows);
-    return checked(scene_->take(desktop->monitors->toRoot(pixelsOf(area)), layers_, *desktop->windows), roundTrips);
+    return ask([&](const Desktop& desktop) {
+        setLayersOfArea(layers_, *desktop.windows);
+        return scene_->take(desktop.monitors->toRoot(pixelsOf(area)), layers_, *desktop.windows);
+    });
 }
 
 Shot WindowGrabber::composed(const Rect& bounds, const std::vector<uint32_t>& windows) {
-    const PipeGuard guard;
-    NoImage why;
-    const auto desktop = reach(why);
-    if (!desktop) return why;
-    const uint64_t roundTrips = x_->roundTrips();
-    setLayersOfList(layers_, *desktop->windows, windows, isScreen_);
-    return checked(scene_->take(desktop->monitors->toRoot(pixelsOf(bounds)), layers_, *desktop->windows), roundTrips);
+    return ask([&](const Desktop& desktop) -> Shot {
+        if (isScreen_ && !desktop.monitors->areShown) return NoImage::wayland;
+        setLayersOfList(layers_, *desktop.windows, windows, isScreen_);
+        return scene_->take(desktop.monitors->toRoot(pixelsOf(bounds)), layers_, *desktop.windows);
+    });
 }
 
 Shot WindowGrabber::display() {
-    const PipeGuard guard;
-    NoImage why;
-    const auto desktop = reach(why);
-    if (!desktop) return why;
-    const Monitor* monitor = desktop->monitors->find(target_);
-    if (!monitor) return NoImage::gone;
-    if (!display_ || display_->area() != monitor->area) display_ = std::make_unique<DisplayGrabber>(*x_, monitor->area);
-    return display_->take();
+    return ask([this](const Desktop& desktop) -> Shot {
+        const Monitor* monitor = desktop.monitors->find(target_);
+        if (!monitor) return NoImage::gone;
+        if (!desktop.monitors->areShown) return NoImage::wayland;
+        if (!display_ || display_->area() != monitor->area)
+            display_ = std::make_unique<DisplayGrabber>(*x_, monitor->area);
+        return display_->take();
+    });
 }
 
 }  // namespace orvo::platform::x11

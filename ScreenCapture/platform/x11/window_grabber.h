@@ -28,13 +28,13 @@ class WindowGrabber final : public Grabber {
 
   private:
     bool connect();
-    std::shared_ptr<const Desktop> reach(NoImage& why);
     void begin();
     void watchTarget();
     void readEvents();
     void handle(const xcb_generic_event_t& event);
     void readShape();
-    Shot checked(Shot shot, uint64_t roundTripsBefore);
+    template <typename Take>
+    Shot ask(Take&& take);
 
     const uint32_t target_;
     const bool isScreen_;

@@ -36,6 +36,10 @@ uint64_t X11WindowServer::desktopVersion() {
     return desktop ? desktop->version : 0;
 }
 
+NoImage X11WindowServer::whyUnreachable() {
+    return currentDesktop() && !serverHangs() ? NoImage::none : x11::whyUnreachable();
+}
+
 std::shared_ptr<void> X11WindowServer::expectPictures(const std::vector<uint32_t>& windows) {
     const auto desktop = currentDesktop();
     const PipeGuard guard;
@@ -74,6 +78,7 @@ Shot X11WindowServer::displayPicture(uint32_t display, int width) {
     if (!desktop) return NoImage::noServer;
     const Monitor* monitor = desktop->monitors->find(display);
     if (!monitor) return NoImage::gone;
+    if (!desktop->monitors->areShown) return NoImage::wayland;
     const Asking asking(Line::pictures);
     if (!asking) return NoImage::noServer;
     return pictureOfDisplay(*asking, monitor->area, width);

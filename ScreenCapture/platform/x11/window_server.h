@@ -14,6 +14,7 @@ class X11WindowServer final : public WindowServer {
     std::vector<WindowInfo> onScreenWindows() override;
     void onScreenNumbers(std::vector<uint32_t>& numbers) override;
     uint64_t desktopVersion() override;
+    NoImage whyUnreachable() override;
     Shot windowPicture(uint32_t window) override;
     std::shared_ptr<void> expectPictures(const std::vector<uint32_t>& windows) override;
     Shot displayPicture(uint32_t display, int width) override;
