@@ -159,12 +159,12 @@ void dispatch(orvofe* pump, long long fd, std::uint64_t uid, int events) {
     if (removed.release != nullptr) removed.release(pump, fd, removed.user);
 }
 
-int run_pass(orvofe* pump, int longest_wait) {
+int run_pass(orvofe* pump, int max_wait) {
     if (pump == nullptr) return 0;
     pass p;
     prepare(*pump, p);
     const int timeout = wait_time(*pump);
-    if (!wait(p, timeout < longest_wait ? timeout : longest_wait)) return 0;
+    if (!wait(p, timeout < max_wait ? timeout : max_wait)) return 0;
     add_passed_deadlines(*pump, p);
     int handled = 0;
     for (nfds_t i = 0; i < p.count; ++i) {

@@ -13,14 +13,14 @@
 
 namespace {
 
-constexpr std::size_t kLongestPath = 1024;
+constexpr std::size_t kMaxPath = 1024;
 constexpr std::size_t kCopyChunk = 512000;
 constexpr char kDocuments[] = "Documents/";
 
 // Found once, kept as long as the process.
 struct well_known_folders {
-    char install[kLongestPath] = "";
-    char documents[kLongestPath + sizeof kDocuments] = "";
+    char install[kMaxPath] = "";
+    char documents[kMaxPath + sizeof kDocuments] = "";
 
     well_known_folders() {
         if (!orvo::sys::executable_path(install, sizeof install)) install[0] = '\0';

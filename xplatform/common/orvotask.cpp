@@ -35,7 +35,7 @@ local_context::item make_item(const CScopeCall& call, long long delay, etask_mod
     return item;
 }
 
-// Queues the call and tells the observer, both under the lock. Result: the id; 0 when there is no room.
+// Queues the call and calls the observer, both under the lock. Result: the id; 0 when there is no room.
 unsigned int push(CORVOTaskBase* task, local_context& context, local_context::item item, task_type type) {
     std::lock_guard guard(context.lock);
     if (context.full()) return 0;

@@ -21,7 +21,7 @@ enum etask_mode : int { ETASK_MODE_ONCE = 0, ETASK_MODE_PERIODIC = 1 };
 enum task_type : int { TASK_TYPE_IMMEDIATE = 1, TASK_TYPE_DELAYED = 2 };
 enum task_state_type : int { TASK_STATE_QUEUED = 1, TASK_STATE_RUNNING = 2, TASK_STATE_FINISHED = 3 };
 
-// What an observer is told about a call. Times are milliseconds since 1970.
+// What an observer is called with. Times are milliseconds since 1970.
 struct task_observer_info {
     uint32_t id;
     task_type type;
@@ -31,8 +31,9 @@ struct task_observer_info {
     uint64_t end_time;    // 0 until finished
 };
 
-// Watches a task's calls. "Queued" is told under the task's lock, on the thread that pushes: push nothing to the task
-// from there, and log nothing that the task itself writes. The others are told on the worker, outside the lock.
+// Watches a task's calls. "Queued" is reported under the task's lock, on the thread that pushes: push nothing to the
+// task from there, and log nothing that the task itself writes. The others are reported on the worker, outside the
+// lock.
 using task_observer = void (*)(CORVOTaskBase* task, task_observer_info* info);
 
 // The plain worker. Created, not started; then started, stopping, stopped, and so on again; the queues survive a stop.
@@ -87,7 +88,7 @@ class ORVO_API CORVOTaskBase : public CRefCountSafe {
     static int CancelTask(unsigned int id);
     // The task whose worker calls this; null on any other thread.
     static CORVOTaskBase* GetCurrentTask();
-    // Tells `observer`, unless it or the task is null.
+    // Calls `observer`, unless it or the task is null.
     static void Observer(CORVOTaskBase* task, task_observer observer, uint32_t id, task_type type,
                          task_state_type state, uint64_t push, uint64_t start, uint64_t end);
 

@@ -30,7 +30,7 @@ typedef void (*orvothread_function)(void* argument);
 
 /* Starts a thread that runs function(argument). A priority outside the enumeration counts as normal.
  * Result: its handle; NULL with errno 22 for a null function, NULL when the system refuses a thread.
- * Memory: the handle lives until orvothread_terminate(), which is owed for each thread. */
+ * Memory: the handle lives until orvothread_terminate(), which has to be called for each thread. */
 ORVO_API orvothread* orvothread_create(orvothread_function function, void* argument, ethread_priority priority);
 
 /* Asks the thread to end by setting its signalled flag, waits for its end without a limit and frees the handle.
