@@ -1,9 +1,13 @@
 // Pictures of windows on real servers that hold nothing but their windows' own: hostile sizes, backgrounds that are not
 // there, targets that have gone.
 #include <gtest/gtest.h>
+#include <xcb/composite.h>
 
+#include <algorithm>
 #include <functional>
+#include <random>
 
+#include "ScreenCapture/platform/x11/scene_source.h"
 #include "support/x11/shots.h"
 #include "support/x11/x_server.h"
 
@@ -105,6 +109,92 @@ TEST(Scene, ABackgroundThatIsNotThereShowsNothing) {
         }
     }
 }
+
+// Pictures in which nothing but what their windows' owners drew may be.
+class Foreign : public ::testing::TestWithParam<std::vector<std::string>> {
+  protected:
+    static constexpr uint32_t kSecret = 0xFF0000, kOwn = 0x0000FF;
+
+    Foreign() { platform::x11::setRepaintLimit(std::chrono::milliseconds(2)); }
+    ~Foreign() override { platform::x11::setRepaintLimit(std::chrono::milliseconds(50)); }
+
+    static int count(const Shot& shot, uint32_t wanted) {
+        int found = 0;
+        for (int y = 0; shot.image && y < shot.image->height(); ++y)
+            for (int x = 0; x < shot.image->width(); ++x) found += pixel(shot, x, y) == wanted;
+        return found;
+    }
+    static int secrets(const Shot& shot) { return count(shot, 0xFF000000U | kSecret); }
+    int number(int from, int to) { return from + static_cast<int>(random_() % static_cast<unsigned>(to - from + 1)); }
+
+    std::minstd_rand random_{11};
+};
+
+// Clients that never paint again, with a background and without one, while excluded windows come, go, move and change
+// their shape above and below them, and they themselves are moved, resized, mapped again and made over them.
+TEST_P(Foreign, NoPictureShowsWhatItsWindowsDidNotDraw) {
+    const bool isRedirected = GetParam() == std::vector<std::string>{"redirected"};  // by another program already
+    const bool isManaged = !isRedirected && !GetParam().empty() && GetParam().front() != "-extension";
+    XServer server("400x300x24", isManaged || isRedirected ? std::vector<std::string>() : GetParam());
+    Windows windows(server);
+    Painter& painter = windows.painter();
+    if (isRedirected)
+        xcb_composite_redirect_subwindows(painter.raw(), painter.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+    if (isManaged) server.start(GetParam());
+    ASSERT_TRUE(!isManaged || windows.awaitManager());
+    std::vector<xcb_window_t> secrets, clients;
+    const auto place = [&] { return Area{number(-30, 250), number(-30, 200), number(40, 150), number(40, 120)}; };
+    const auto addSecret = [&] { secrets.push_back(windows.make({.area = place(), .background = kSecret})); };
+    const auto addClient = [&](bool isDrawn) {
+        const Area area = place();
+        clients.push_back(windows.make({.area = area, .background = 0x00FF00, .hasBackground = number(0, 2) == 0}));
+        if (isManaged && isDrawn) windows.awaitMapped(clients.back());
+        if (isDrawn) painter.fill(clients.back(), {0, 0, 400, 300}, kOwn);
+    };
+    for (int i = 0; i < 3; ++i) addClient(true);
+    for (int i = 0; i < 2; ++i) addSecret();
+    const auto display = windowServer().grabber(platform::platform().displays().mainDisplay(), true);
+    const auto target = windowServer().grabber(clients.front(), false);
+    for (int step = 0; step < 150; ++step) {
+        auto& some = number(0, 1) == 0 ? secrets : clients;
+        const size_t which = static_cast<size_t>(number(0, static_cast<int>(some.size()) - 1));
+        const Area area = place();
+        const int kind = number(0, 9);
+        if (kind <= 1) painter.move(some[which], area.x, area.y);
+        if (kind == 2) painter.raise(some[which]);
+        if (kind == 3) windows.lower(some[which]);
+        if (kind == 4) windows.resize(some[which], area.width, area.height);
+        if (kind == 5) windows.unmap(some[which]);
+        if (kind <= 6) windows.map(some[which]);
+        if (kind == 7) painter.shape(secrets.front(), {number(0, 60), 0, area.width, area.height});
+        if (kind == 8 && clients.size() < 8) addClient(false);
+        if (kind == 9) {
+            painter.destroy(secrets.back());
+            secrets.pop_back();
+            addSecret();
+        }
+        if (number(0, 3) == 0) painter.fill(clients.back(), {number(0, 60), number(0, 60), 30, 30}, kOwn);
+        auto shown = shownWindows();
+        std::erase_if(shown, [&](uint32_t each) { return std::count(secrets.begin(), secrets.end(), each) > 0; });
+        ASSERT_EQ(this->secrets(display->composed({0, 0, 400, 300}, shown)), 0) << "step " << step << " kind " << kind;
+        ASSERT_EQ(this->secrets(target->window()), 0) << "step " << step << " kind " << kind;
+    }
+    // What is painted at last shows.
+    painter.raise(clients.front());
+    windows.map(clients.front());
+    ASSERT_TRUE(!isManaged || windows.awaitMapped(clients.front()));
+    EXPECT_TRUE(target->window().image);
+    painter.fill(clients.front(), {0, 0, 400, 300}, kOwn);
+    const Shot last = target->window();
+    ASSERT_TRUE(last.image);
+    EXPECT_EQ(count(last, 0xFF000000U | kOwn), last.image->width() * last.image->height());
+}
+
+INSTANTIATE_TEST_SUITE_P(Servers, Foreign,
+                         ::testing::Values(std::vector<std::string>{},
+                                           std::vector<std::string>{"-extension", "MIT-SHM"},
+                                           std::vector<std::string>{"openbox"},
+                                           std::vector<std::string>{"redirected"}));
 
 }  // namespace
 }  // namespace orvo::testing

@@ -58,6 +58,7 @@ class MemoryBitmap final : public Bitmap {
     int bitsPerPixel() const override { return bitsPerPixel_; }
     uint8_t* paint(const PixelRect&) override { return pixels(); }
     uint8_t* data() { return pixels(); }
+    void clear(const PixelRect& area);  // to zero bytes; what lies outside is cut
 
   private:
     MemoryBitmap(const PixelBlock& block, int height, int bitsPerPixel)

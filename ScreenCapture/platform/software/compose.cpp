@@ -59,10 +59,7 @@ Ref<Image> compose(const PixelRect& bounds, const std::vector<Layer>& layers) {
         }
     }
     for (const PixelRect& part : uncovered.rects())
-        for (int row = 0; row < part.height; ++row)
-            std::memset(result->data() + static_cast<size_t>(part.y - bounds.y + row) * result->bytesPerRow() +
-                            static_cast<size_t>(part.x - bounds.x) * 4,
-                        0, static_cast<size_t>(part.width) * 4);
+        result->clear({part.x - bounds.x, part.y - bounds.y, part.width, part.height});
     return result;
 }
 

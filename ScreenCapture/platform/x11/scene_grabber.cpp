@@ -2,6 +2,7 @@
 #include "ScreenCapture/platform/x11/scene_grabber.h"
 
 #include <poll.h>
+#include <xcb/shape.h>
 
 #include <algorithm>
 #include <utility>
@@ -27,6 +28,9 @@ PixelRect moved(const PixelRect& area, int dx, int dy) {
 }  // namespace
 
 SceneGrabber::SceneGrabber(Connection& x, Heard others) : x_(x), others_(std::move(others)) {
+    // Of all top-level windows: what moves or goes brings to light what was not drawn.
+    const uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    xcb_change_window_attributes(x_.raw(), x_.root(), XCB_CW_EVENT_MASK, &events);
     const Extensions& extensions = x_.extensions();
     if (!extensions.sharedPixmaps || !extensions.render || !extensions.xfixes) return;
     const PictureFormats& formats = x_.formats();
@@ -38,17 +42,29 @@ SceneGrabber::SceneGrabber(Connection& x, Heard others) : x_(x), others_(std::mo
     }
 }
 
+SceneGrabber::~SceneGrabber() {
+    const uint32_t none = 0;
+    xcb_change_window_attributes(x_.raw(), x_.root(), XCB_CW_EVENT_MASK, &none);
+    for (const xcb_window_t window : followed_) xcb_shape_select_input(x_.raw(), window, 0);
+}
+
 bool SceneGrabber::pin(xcb_window_t window) {
     kept_.push_back(window);
     pinned_ = sources_.emplace(window, std::make_unique<SceneSource>(x_, window)).first->second.get();
     const auto size = x_.await<xcb_get_geometry_reply_t>(xcb_get_geometry(x_.raw(), window).sequence);
     if (!size) return false;
-    pinned_->fit({0, 0, size->width + 2 * size->border_width, size->height + 2 * size->border_width});
+    const int border = size->border_width;
+    pinned_->fit({0, 0, size->width + 2 * border, size->height + 2 * border}, border, false);
     x_.sync();  // whatever is drawn from here on goes into its picture
     return true;
 }
 
 void SceneGrabber::handle(const xcb_generic_event_t& event) {
+    if ((event.response_type & 0x80) != 0) return;  // not the server's own word
+    const uint8_t type = event.response_type;
+    const bool isShape = x_.extensions().shape && type == x_.extensions().shapeEvent + XCB_SHAPE_NOTIFY;
+    if (isShape || (type >= XCB_DESTROY_NOTIFY && type <= XCB_CIRCULATE_NOTIFY && type != XCB_MAP_REQUEST))
+        for (auto& [window, source] : sources_) source->handleRestacking(event);
     for (auto& [window, source] : sources_)
         if (source->handle(event)) return;
 }
@@ -74,6 +90,8 @@ Shot SceneGrabber::finish() {
     Ring::Slot* const slot = std::exchange(slot_, nullptr);
     if (!slot) return std::exchange(begun_, NoImage::failed);
     if (!awaitRefreshed(*slot)) return x_.lost() ? NoImage::noServer : NoImage::failed;
+    // What was drawn from may have become another window's meanwhile, without a word before the answer.
+    if (std::exchange(anyUnknown_, false) && isContentLost()) return NoImage::failed;
     const PixelRect all{0, 0, bounds_.width, bounds_.height};
     if (all == frameSize_) return Ref<Image>(slot->frame);
     return Ref<Image>(makeCounted<software::BitmapView>(slot->frame, all));
@@ -86,6 +104,8 @@ Shot SceneGrabber::ask(const PixelRect& bounds, const std::vector<SceneLayer>& l
     const bool otherWindows = updateSources(layers, windows);
     const bool otherPictures = namePictures(layers);
     if (x_.lost()) return NoImage::noServer;
+    for (const auto& [window, source] : sources_)
+        if (source->takeLost()) laidOut_ = false;
     if (!onServer_) return composeHere(bounds, layers);
     if (!laidOut_ || otherWindows || otherPictures || bounds != bounds_ || layers != layers_) layOut(bounds, layers);
     const bool news = collectNews();
@@ -111,18 +131,18 @@ bool SceneGrabber::updateSources(const std::vector<SceneLayer>& layers, const Wi
     bool changed = std::erase_if(sources_, [&](const auto& each) {
                        return !wanted(each.first) || (each.second->gone() && each.second.get() != pinned_);
                    }) > 0;
-    std::vector<SceneSource*> covered;
+    followShapes(windows);
     for (const SceneLayer& layer : layers) {
         if (layer.window == 0) continue;
         auto& source = sources_[layer.window];
-        if (source) continue;
-        source = std::make_unique<SceneSource>(x_, layer.window);
-        source->fit(layer.outer);
-        if (!windows.isSeenWhole(layer.window)) covered.push_back(source.get());
-        changed = true;
+        if (!source) {
+            source = std::make_unique<SceneSource>(x_, layer.window);
+            source->fit(layer.outer, layer.border, layer.mapped > *mappings_);
+            if (!windows.isSeenWhole(layer.window)) source->expectRepaint();
+            changed = true;
+        }
+        if (source->needsRepaint() && source->requestRepaint()) changed = true;
     }
-    if (!covered.empty() && x_.sync())
-        for (SceneSource* source : covered) source->expectRepaint();
     waitForRepaint(layers);
     if (changed) laidOut_ = false;
     return changed;
@@ -137,7 +157,7 @@ void SceneGrabber::expect(const DesktopWindow& window, const WindowList& windows
     source = std::make_unique<SceneSource>(x_, window.number,
                                            asShown ? SceneSource::Way::shown : SceneSource::Way::redirected);
     const int borders = 2 * window.border;
-    source->fit({0, 0, window.bounds.width + borders, window.bounds.height + borders});
+    source->fit({0, 0, window.bounds.width + borders, window.bounds.height + borders}, window.border, false);
     if (!shows) source->expectRepaint();
     source->askPicture();
     kept_.push_back(window.number);
@@ -165,6 +185,26 @@ void SceneGrabber::waitForRepaint(const std::vector<SceneLayer>& layers) {
         poll(&socket, 1, 1);
         readEvents();
     }
+}
+
+// A window that loses a part of its shape brings to light what is below, too. New ones are told of by their mapping.
+void SceneGrabber::followShapes(const WindowList& windows) {
+    if (mappings_ && followedMappings_ == windows.mappings) return;
+    followedMappings_ = windows.mappings;
+    if (!mappings_) mappings_ = windows.mappings;
+    followed_.clear();
+    if (!x_.extensions().shape) return;
+    for (const DesktopWindow& window : windows.all) followed_.push_back(window.frame);
+    for (const xcb_window_t window : followed_) xcb_shape_select_input(x_.raw(), window, 1);
+}
+
+// Whether what of some window counts as drawn may be another's after all, as the events tell that have come.
+bool SceneGrabber::isContentLost() {
+    readEvents();
+    bool isLost = false;
+    for (const auto& [window, source] : sources_) isLost |= source->takeLost();
+    if (isLost) laidOut_ = false;
+    return isLost;
 }
 
 bool SceneGrabber::namePictures(const std::vector<SceneLayer>& layers) {
@@ -233,7 +273,7 @@ void SceneGrabber::layOut(const PixelRect& bounds, const std::vector<SceneLayer>
         part.visible = visible[i].intersected(part.drawn);
         part.region = regionOf(part.visible);
         // The background may have gone meanwhile, and then draws nothing.
-        if (part.source) uncovered_.subtract(part.visible);
+        if (part.source && !part.source->mayBeUnknown()) uncovered_.subtract(part.visible);
         parts_.push_back(std::move(part));
     }
     uncoveredRegion_ = regionOf(uncovered_);
@@ -251,17 +291,14 @@ bool SceneGrabber::collectNews() {
     bool any = false;
     for (size_t i = 0; i < parts_.size(); ++i) {
         Part& part = parts_[i];
-        if (!part.source || part.visible.empty() || !part.source->takeNews()) continue;
+        if (!part.source || part.source->isShown() || part.visible.empty() || !part.source->takeNews()) continue;
         if (!std::exchange(any, true)) xcb_xfixes_set_region(x_.raw(), newsRegion_.id(), 0, nullptr);
         part.source->subtractDamage(layerNews_.id());
         const int border = part.source->border();
         xcb_xfixes_translate_region(x_.raw(), layerNews_.id(),
                                     static_cast<int16_t>(layers_[i].outer.x + border - bounds_.x),
                                     static_cast<int16_t>(layers_[i].outer.y + border - bounds_.y));
-        if (!x_.extensions().damage)
-            xcb_xfixes_copy_region(x_.raw(), part.region.id(), layerNews_.id());
-        else
-            xcb_xfixes_intersect_region(x_.raw(), layerNews_.id(), part.region.id(), layerNews_.id());
+        xcb_xfixes_intersect_region(x_.raw(), layerNews_.id(), part.region.id(), layerNews_.id());
         xcb_xfixes_union_region(x_.raw(), newsRegion_.id(), layerNews_.id(), newsRegion_.id());
         for (const auto& slot : ring_->slots()) {
             Backing& backing = slot->backing;
@@ -286,6 +323,11 @@ void SceneGrabber::refresh(Ring::Slot& slot, bool asksNews) {
     drawn_ = 0;
     if (!slot.backing.isStale) return;
     draw(slot);
+    for (const Part& part : parts_) {
+        if (!part.source || part.visible.empty() || !part.source->mayBeUnknown()) continue;
+        part.source->askUnknown();
+        anyUnknown_ = true;
+    }
     // One wait: until the server has drawn, and to learn whether the news were seen at all.
     asksNews_ = asksNews;
     drawn_ = asksNews_ ? xcb_xfixes_fetch_region(x_.raw(), newsRegion_.id()).sequence
@@ -296,6 +338,8 @@ bool SceneGrabber::awaitRefreshed(Ring::Slot& slot) {
     if (drawn_ != 0) {
         const auto reply = x_.await<xcb_generic_reply_t>(drawn_);
         if (!reply) return false;
+        if (anyUnknown_)
+            for (const auto& [window, source] : sources_) source->readUnknown();
         const auto& news = reinterpret_cast<const xcb_xfixes_fetch_region_reply_t&>(*reply);
         if (asksNews_ && (news.extents.width == 0 || news.extents.height == 0)) version_ = versionBeforeNews_;
         slot.backing.isStale = false;
@@ -317,12 +361,7 @@ void SceneGrabber::draw(Ring::Slot& slot) {
         const Part& part = parts_[i];
         if (!backing.layers[i] || part.visible.empty()) continue;
         backing.layers[i] = false;
-        xcb_xfixes_region_t clip = part.region.id();
-        if (!backing.all) {
-            xcb_xfixes_intersect_region(x_.raw(), part.region.id(), backing.stale.id(), clip_.id());
-            clip = clip_.id();
-        }
-        xcb_xfixes_set_picture_clip_region(x_.raw(), backing.picture.id(), clip, 0, 0);
+        clipTo(part, layers_[i], backing);
         const int x = part.drawn.x + bounds_.x - (part.source ? layers_[i].outer.x : 0);
         const int y = part.drawn.y + bounds_.y - (part.source ? layers_[i].outer.y : 0);
         xcb_render_composite(x_.raw(), XCB_RENDER_PICT_OP_SRC, part.source ? part.source->picture() : background_.id(),
@@ -340,6 +379,24 @@ void SceneGrabber::noteMissing(const std::vector<SceneLayer>& layers, bool anyPi
     missing_ = anyPicture ? NoImage::none : tooLarge ? NoImage::tooLarge : NoImage::notOnScreen;
 }
 
+// Has the server draw only what is stale of the part and known.
+void SceneGrabber::clipTo(const Part& part, const SceneLayer& layer, const Backing& backing) {
+    const bool cuts = part.source && part.source->mayBeUnknown();
+    if (!backing.all)
+        xcb_xfixes_intersect_region(x_.raw(), part.region.id(), backing.stale.id(), clip_.id());
+    else if (cuts)
+        xcb_xfixes_copy_region(x_.raw(), part.region.id(), clip_.id());
+    if (cuts) {
+        const int border = part.source->border();
+        xcb_xfixes_copy_region(x_.raw(), part.source->unknown(), layerNews_.id());
+        xcb_xfixes_translate_region(x_.raw(), layerNews_.id(), static_cast<int16_t>(layer.outer.x + border - bounds_.x),
+                                    static_cast<int16_t>(layer.outer.y + border - bounds_.y));
+        xcb_xfixes_subtract_region(x_.raw(), clip_.id(), layerNews_.id(), clip_.id());
+    }
+    const xcb_xfixes_region_t clip = backing.all && !cuts ? part.region.id() : clip_.id();
+    xcb_xfixes_set_picture_clip_region(x_.raw(), backing.picture.id(), clip, 0, 0);
+}
+
 // Each window's picture as the server sends it; needs nothing but Composite.
 Shot SceneGrabber::composeHere(const PixelRect& bounds, const std::vector<SceneLayer>& layers) {
     std::vector<unsigned> cookies(layers.size());
@@ -349,10 +406,13 @@ Shot SceneGrabber::composeHere(const PixelRect& bounds, const std::vector<SceneL
             .sequence;
     };
     std::vector<software::Layer> parts;
-    bool anyPicture = false;
+    bool anyPicture = false, anyUnknown = false;
     for (size_t i = 0; i < layers.size(); ++i) {
         if (layers[i].window == 0) continue;
-        const SceneSource& source = *sources_[layers[i].window];
+        SceneSource& source = *sources_[layers[i].window];
+        if (source.takeNews()) source.takeDamage();
+        source.askUnknown();
+        anyUnknown |= source.mayBeUnknown();
         if (source.hasPicture()) cookies[i] = ask(source.drawable(), source.size().width, source.size().height);
     }
     for (size_t i = 0; i < layers.size(); ++i) {
@@ -361,7 +421,9 @@ Shot SceneGrabber::composeHere(const PixelRect& bounds, const std::vector<SceneL
         for (PixelRect& rect : part.shape)
             rect = moved(rect, layer.outer.x - layer.clip.x, layer.outer.y - layer.clip.y);
         if (cookies[i] != 0) {
-            const PixelRect& size = sources_[layer.window]->size();
+            SceneSource& source = *sources_[layer.window];
+            const PixelRect& size = source.size();
+            const std::vector<PixelRect> unknown = source.readUnknown();
             const auto reply = x_.await<xcb_get_image_reply_t>(cookies[i]);
             const auto bitmap =
                 software::MemoryBitmap::make(size.width, size.height, static_cast<size_t>(size.width) * 4);
@@ -371,6 +433,7 @@ Shot SceneGrabber::composeHere(const PixelRect& bounds, const std::vector<SceneL
                     std::copy_n(xcb_get_image_data(reply.get()) + at, 3, bitmap->data() + at);
                     bitmap->data()[at + 3] = 0xFF;
                 }
+                for (const PixelRect& rect : unknown) bitmap->clear(moved(rect, source.border(), source.border()));
                 const PixelRect inside = software::intersection(moved(layer.clip, -layer.outer.x, -layer.outer.y),
                                                                 {0, 0, size.width, size.height});
                 if (!inside.empty()) part.image = makeCounted<software::BitmapView>(bitmap, inside);
@@ -382,6 +445,7 @@ Shot SceneGrabber::composeHere(const PixelRect& bounds, const std::vector<SceneL
     noteMissing(layers, anyPicture);
     const Ref<Image> result = software::compose(bounds, parts);
     if (x_.lost()) return NoImage::noServer;
+    if (anyUnknown && isContentLost()) return NoImage::failed;
     return result ? Shot(result) : Shot(NoImage::failed);
 }
 

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "ScreenCapture/platform/software/region.h"
@@ -22,18 +23,24 @@ struct SceneLayer {
     PixelRect outer;               // with its border, coordinates of the scene's bounds
     PixelRect clip;                // what of it counts, the same coordinates
     std::vector<PixelRect> shape;  // relative to outer; empty: all
+    int border = 0;                // of the window
+    uint64_t mapped = 0;           // as in DesktopWindow
     bool operator==(const SceneLayer&) const = default;
 };
 
 // For one thread. Reads the events of its connection, whenever it waits for some.
 //
-// A server without Damage draws everything each time. One without shared pixmaps or Render sends each window's picture,
-// and they are composed here.
+// What of a window its owner may not have drawn is left out (see SceneSource). Windows have no pictures where the
+// server does not tell what is drawn into them, without Damage or XFixes. A server without shared pixmaps or Render
+// sends each window's picture, and they are composed here.
 class SceneGrabber {
   public:
     using Heard = std::function<void(const xcb_generic_event_t&)>;
     // others: gets every event too, for what else the connection is used for.
     explicit SceneGrabber(Connection& x, Heard others = nullptr);
+    ~SceneGrabber();
+    SceneGrabber(const SceneGrabber&) = delete;
+    SceneGrabber& operator=(const SceneGrabber&) = delete;
 
     // Redirects and watches a window whatever the scene is made of. False when there is no such window.
     bool pin(xcb_window_t window);
@@ -50,9 +57,9 @@ class SceneGrabber {
 
     void readEvents();
 
-    // The layers (front to back) over the bounds. Pixels of windows are opaque; what no layer covers
-    // and what has no picture now is four zero bytes. Waits a little for windows to repaint that are new here and were
-    // covered. windows: the desktop now.
+    // The layers (front to back) over the bounds. Pixels of windows are opaque; what no layer covers, what has no
+    // picture now and what of a picture is unknown is four zero bytes. Waits a little for windows to repaint that are
+    // new here and were covered. windows: the desktop now.
     Shot take(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows);
     // The two halves of take(): the server draws while the caller is busy with something else. After flushing.
     void begin(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows);
@@ -80,6 +87,8 @@ class SceneGrabber {
     Shot ask(const PixelRect& bounds, const std::vector<SceneLayer>& layers, const WindowList& windows);
     bool updateSources(const std::vector<SceneLayer>& layers, const WindowList& windows);
     void waitForRepaint(const std::vector<SceneLayer>& layers);
+    void followShapes(const WindowList& windows);
+    bool isContentLost();
     bool namePictures(const std::vector<SceneLayer>& layers);
     void layOut(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
     ServerPicture backgroundPicture(xcb_pixmap_t pixmap);
@@ -89,6 +98,7 @@ class SceneGrabber {
     void refresh(Ring::Slot& slot, bool asksNews);
     bool awaitRefreshed(Ring::Slot& slot);
     void draw(Ring::Slot& slot);
+    void clipTo(const Part& part, const SceneLayer& layer, const Backing& backing);
     void noteMissing(const std::vector<SceneLayer>& layers, bool anyPicture);
     Shot composeHere(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
 
@@ -108,6 +118,9 @@ class SceneGrabber {
     ServerRegion uncoveredRegion_;
     ServerRegion newsRegion_, layerNews_, clip_;
     std::unique_ptr<Ring> ring_;
+    std::vector<xcb_window_t> followed_;  // tell when their shape changes
+    uint64_t followedMappings_ = 0;
+    std::optional<uint64_t> mappings_;  // of the first desktop that was seen
     uint64_t version_ = 0;
     uint64_t versionBeforeNews_ = 0;  // of the pictures before the damage that is being fetched
     bool laidOut_ = false;
@@ -116,6 +129,7 @@ class SceneGrabber {
     Ring::Slot* slot_ = nullptr;    // that the server draws into
     unsigned drawn_ = 0;            // answered when it has; 0: it had nothing to draw
     bool asksNews_ = false;         // with what is new
+    bool anyUnknown_ = false;       // something of it was left out for not being drawn
     NoImage missing_ = NoImage::none;
 };
 

@@ -4,16 +4,31 @@
 #include <xcb/composite.h>
 #include <xcb/damage.h>
 
+#include <atomic>
 #include <memory>
+
+#include "ScreenCapture/platform/x11/repaint_request.h"
 
 namespace orvo::platform::x11 {
 namespace {
 
 // What a window has not repainted by then comes with its damage.
-constexpr std::chrono::milliseconds kRepaintLimit{50};
+std::atomic<std::chrono::milliseconds> repaintLimit{std::chrono::milliseconds(50)};
+// A window whose background the server paints is known at once, but repaints itself all the same.
 constexpr std::chrono::milliseconds kRepaintQuiet{5};
+// A window that does not repaint is not asked more often.
+constexpr std::chrono::milliseconds kRequestInterval{500};
+
+// Whether a comes after b, or is b.
+bool notBefore(unsigned a, unsigned b) {
+    return static_cast<int32_t>(a - b) >= 0;
+}
 
 }  // namespace
+
+void setRepaintLimit(std::chrono::milliseconds limit) {
+    repaintLimit = limit;
+}
 
 SceneSource::SceneSource(Connection& x, xcb_window_t window, Way way) : x_(x), window_(window), way_(way) {
     // Its visibility tells when it comes back with a window that holds it, and so has another picture.
@@ -25,6 +40,7 @@ SceneSource::~SceneSource() {
     if (asked_)
         for (const unsigned request : {geometry_, windowGeometry_})
             if (request != 0) xcb_discard_reply(x_.raw(), request);
+    if (fetching_ != 0) xcb_discard_reply(x_.raw(), fetching_);
     // Of a window that has gone nothing is left to undo; another one may have its number.
     if (gone_) return;
     const uint32_t none = 0;
@@ -32,33 +48,111 @@ SceneSource::~SceneSource() {
     unredirect();
 }
 
-void SceneSource::fit(const PixelRect& outer) {
+void SceneSource::fit(const PixelRect& outer, int border, bool isNew) {
+    inner_ = {0, 0, outer.width - 2 * border, outer.height - 2 * border};
     tooLarge_ = !fitsPicture(outer);
     if (tooLarge_)
         unredirect();
     else
-        redirect();
+        redirect(isNew);
 }
 
-void SceneSource::redirect() {
-    if (redirects_ || way_ == Way::shown || !x_.extensions().composite) return;
+// All at once, while nobody else is served: the damage begins as what shows of the window, and goes on with what the
+// server paints of the rest as its background.
+void SceneSource::redirect(bool isNew) {
+    if (redirects_ || way_ == Way::shown || !hasWindowPictures(x_)) return;
     redirects_ = true;
-    xcb_composite_redirect_window(x_.raw(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
-    if (!x_.extensions().damage || !x_.extensions().xfixes) return;
+    xcb_connection_t* const x = x_.raw();
+    unknown_ = ServerRegion(x_);
+    drawn_ = ServerRegion(x_);
     damage_ = ServerDamage(x_);
-    xcb_damage_create(x_.raw(), damage_.id(), window_, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
+    for (const ServerRegion* region : {&unknown_, &drawn_}) xcb_xfixes_create_region(x, region->id(), 0, nullptr);
+    x_.flush();  // the server must not be left with half of it
+    xcb_grab_server(x);
+    xcb_damage_create(x, damage_.id(), window_, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
+    xcb_composite_redirect_window(x, window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+    loseContent();
+    doubtful_ = isNew;
+    subtractDamage(drawn_.id());
+    since_ = xcb_ungrab_server(x).sequence;
+    x_.flush();
+    lost_ = false;
 }
 
 void SceneSource::unredirect() {
     if (!std::exchange(redirects_, false)) return;
     damage_ = {};
+    mayBeUnknown_ = doubtful_ = false;
     xcb_composite_unredirect_window(x_.raw(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+}
+
+void SceneSource::loseContent() {
+    if (!redirects_) return;
+    const xcb_rectangle_t all = {0, 0, static_cast<uint16_t>(inner_.width), static_cast<uint16_t>(inner_.height)};
+    xcb_xfixes_set_region(x_.raw(), unknown_.id(), 1, &all);
+    mayBeUnknown_ = doubtful_ = lost_ = true;
+    requested_ = {};
+    if (fetching_ != 0) xcb_discard_reply(x_.raw(), std::exchange(fetching_, 0));
+}
+
+void SceneSource::handleRestacking(const xcb_generic_event_t& event) {
+    if (!mayBeUnknown_ || !notBefore(event.full_sequence, since_) || !notBefore(event.full_sequence, forgotten_))
+        return;
+    // The damage that was taken since counted as drawn.
+    if (!notBefore(event.full_sequence, taken_))
+        loseContent();
+    else
+        doubtful_ = true;
+}
+
+void SceneSource::askUnknown() {
+    if (mayBeUnknown_ && fetching_ == 0) fetching_ = xcb_xfixes_fetch_region(x_.raw(), unknown_.id()).sequence;
+}
+
+std::vector<PixelRect> SceneSource::readUnknown() {
+    std::vector<PixelRect> rects;
+    if (!mayBeUnknown_) return rects;
+    if (fetching_ == 0) return {inner_};
+    const auto reply = x_.await<xcb_xfixes_fetch_region_reply_t>(std::exchange(fetching_, 0));
+    if (!reply) return {inner_};
+    const xcb_rectangle_t* all = xcb_xfixes_fetch_region_rectangles(reply.get());
+    for (int i = 0; i < xcb_xfixes_fetch_region_rectangles_length(reply.get()); ++i)
+        rects.push_back({all[i].x, all[i].y, all[i].width, all[i].height});
+    if (rects.empty()) mayBeUnknown_ = doubtful_ = false;
+    return rects;
+}
+
+bool SceneSource::requestRepaint() {
+    const auto now = Clock::now();
+    wantsRepaint_ = now - requested_ < kRequestInterval;
+    if (wantsRepaint_) {
+        if (!doubtful_) return false;
+        subtractDamage(drawn_.id());
+        forgotten_ = taken_;
+        doubtful_ = false;
+        return true;
+    }
+    requested_ = now;
+    const bool counts = !std::exchange(doubtful_, false);
+    if (counts) subtractDamage(drawn_.id());
+    taken_ = x11::requestRepaint(x_, window_, damage_.id(), unknown_.id(), drawn_.id());
+    if (!counts) forgotten_ = taken_;
+    expectRepaint();
+    return true;
+}
+
+void SceneSource::expectRepaint() {
+    redirected_ = repainted_ = Clock::now();
+    askUnknown();
 }
 
 bool SceneSource::isRepainted() {
     if (redirected_ == Clock::time_point{}) return true;
+    if (std::exchange(learned_, false)) askUnknown();
+    if (fetching_ != 0) readUnknown();
     const auto now = Clock::now();
-    if (damage_ && now - redirected_ < kRepaintLimit && now - repainted_ < kRepaintQuiet) return false;
+    const bool mayRepaint = mayBeUnknown_ || now - repainted_ < kRepaintQuiet;
+    if (damage_ && mayRepaint && now - redirected_ < repaintLimit.load()) return false;
     redirected_ = {};
     return true;
 }
@@ -68,8 +162,10 @@ bool SceneSource::handle(const xcb_generic_event_t& event) {
     if (damage_ && type == x_.extensions().damageEvent + XCB_DAMAGE_NOTIFY) {
         if (reinterpret_cast<const xcb_damage_notify_event_t&>(event).damage != damage_.id()) return false;
         news_ = true;
+        // More of it is told only then. Whatever is drawn meanwhile, all of the picture is drawn afterwards.
         if (redirected_ != Clock::time_point{}) {
-            subtractDamage(XCB_NONE);  // more of it is told only then
+            subtractDamage(drawn_.id());
+            learned_ = true;
             repainted_ = Clock::now();
         }
         return true;
@@ -83,8 +179,9 @@ bool SceneSource::handle(const xcb_generic_event_t& event) {
         configuredHeight_ = notify.height;
         configuredBorder_ = notify.border_width;
         if (same) return true;
+        fit({0, 0, notify.width + 2 * notify.border_width, notify.height + 2 * notify.border_width},
+            notify.border_width, true);
         becomeStale(event);
-        fit({0, 0, notify.width + 2 * notify.border_width, notify.height + 2 * notify.border_width});
         return true;
     }
     if (type == XCB_VISIBILITY_NOTIFY) {
@@ -108,11 +205,12 @@ bool SceneSource::handle(const xcb_generic_event_t& event) {
 
 // What happened before the picture was named is in its name.
 void SceneSource::becomeStale(const xcb_generic_event_t& event) {
-    if (static_cast<int32_t>(event.full_sequence - naming_) >= 0) stale_ = true;
+    if (notBefore(event.full_sequence, naming_)) stale_ = true;
+    if (notBefore(event.full_sequence, since_)) loseContent();
 }
 
 void SceneSource::askPicture() {
-    if (gone_ || !stale_ || asked_ || !x_.extensions().composite) return;
+    if (gone_ || !stale_ || asked_ || !hasWindowPictures(x_)) return;
     picture_ = {};
     pixmap_ = {};
     geometry_ = windowGeometry_ = 0;
@@ -147,6 +245,11 @@ bool SceneSource::readPicture() {
     configuredWidth_ = window->width;
     configuredHeight_ = window->height;
     configuredBorder_ = border_;
+    const PixelRect inner{0, 0, window->width, window->height};
+    if (inner != inner_) {  // the size that it was redirected with was an old one
+        inner_ = inner;
+        loseContent();
+    }
     return true;
 }
 
@@ -160,7 +263,9 @@ void SceneSource::usePicture() {
 }
 
 void SceneSource::subtractDamage(xcb_xfixes_region_t into) {
-    if (damage_) xcb_damage_subtract(x_.raw(), damage_.id(), XCB_NONE, into);
+    if (!damage_) return;
+    taken_ = xcb_damage_subtract(x_.raw(), damage_.id(), XCB_NONE, into).sequence;
+    if (mayBeUnknown_ && !doubtful_) xcb_xfixes_subtract_region(x_.raw(), unknown_.id(), into, unknown_.id());
 }
 
 }  // namespace orvo::platform::x11

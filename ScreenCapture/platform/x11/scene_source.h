@@ -6,11 +6,15 @@
 #include <chrono>
 #include <cstdint>
 #include <utility>
+#include <vector>
 
 #include "ScreenCapture/platform/values.h"
 #include "ScreenCapture/platform/x11/server_objects.h"
 
 namespace orvo::platform::x11 {
+
+// How long a picture waits for windows that are to repaint themselves. Process-wide; for tests, from any thread.
+void setRepaintLimit(std::chrono::milliseconds limit);
 
 // Whether the server can have a picture of that size, and a frame is made of it: the sides are those of a pixmap, whose
 // limits the server itself does not survive, and the area is one that it can still be asked for without standing still.
@@ -21,8 +25,19 @@ inline bool fitsPicture(const PixelRect& size) {
            int64_t{size.width} * size.height <= kMostPixels;
 }
 
-// For one thread, on the connection of its owner, who hands it the events. Asking and reading are apart, so that the
-// requests for many windows travel together.
+// Whether the server lets windows have pictures of their own and tells what is drawn into them.
+inline bool hasWindowPictures(const Connection& x) {
+    return x.extensions().composite && x.extensions().damage && x.extensions().xfixes;
+}
+
+// For one thread, on the connection of its owner, who hands it the events: those of the window, and those of all
+// top-level windows. Asking and reading are apart, so that the requests for many windows travel together.
+//
+// The server fills the pixmap of a window that is redirected, mapped or resized with what the screen shows at its
+// place, whoever drew that. What its owner has not drawn since is *unknown*, and must not be shown. Damage takes it
+// away; but the server also reports as damage what comes to light when any top-level window moves, goes or is reshaped,
+// and then nothing was drawn. So damage counts only while no such event has come since it was last taken; otherwise it
+// is thrown away, and the window is asked to paint itself again.
 class SceneSource {
   public:
     // Shown: the picture is what the screen shows of a window without a border, good for as long as it shows whole.
@@ -35,8 +50,9 @@ class SceneSource {
     SceneSource& operator=(const SceneSource&) = delete;
 
     // The window's size with its border: it is redirected from now on if that is wanted and its picture is not too
-    // large. Later sizes are told by events.
-    void fit(const PixelRect& outer);
+    // large. Later sizes are told by events. isNew: it was mapped while the owner watched, so nothing of it is known;
+    // of other windows that is known which shows on screen.
+    void fit(const PixelRect& outer, int border, bool isNew);
     bool tooLarge() const { return tooLarge_; }
 
     // True when the event was about this window.
@@ -45,9 +61,24 @@ class SceneSource {
     bool isShown() const { return way_ == Way::shown; }
     bool covered() const { return covered_; }  // a shown one that did not show whole for a while
 
+    // Whether something of the picture may be unknown; which part is that, in window coordinates inside the border.
+    bool mayBeUnknown() const { return mayBeUnknown_; }
+    xcb_xfixes_region_t unknown() const { return unknown_.id(); }
+    // Asks for that part, and reads it: empty, and nothing is unknown any more.
+    void askUnknown();
+    std::vector<PixelRect> readUnknown();
+    // The server has changed what this counts on behind a picture that was taken; once.
+    bool takeLost() { return std::exchange(lost_, false); }
+    // A top-level window has changed its place, size, stacking or shape.
+    void handleRestacking(const xcb_generic_event_t& event);
+    // Whether damage could not be told from drawing, and the window should be asked to paint itself.
+    bool needsRepaint() const { return redirects_ && mayBeUnknown_ && (doubtful_ || wantsRepaint_); }
+    // Asks, or if it was asked a moment ago forgets the damage only and is in need on. True when damage was forgotten.
+    bool requestRepaint();
+
     // A window that was covered repaints itself once it is redirected, now.
-    void expectRepaint() { redirected_ = repainted_ = Clock::now(); }
-    // Whether it has, as far as the events tell that were handed in.
+    void expectRepaint();
+    // Whether it has, or will not within the limit.
     bool isRepainted();
 
     // Names the picture when the window has another one than the last time, unless that is asked already.
@@ -64,15 +95,16 @@ class SceneSource {
     uint8_t depth() const { return depth_; }
 
     // Whether something was drawn since the last call.
-    bool takeNews() { return std::exchange(news_, false) || !damage_; }
-    bool hasNews() const { return news_ || !damage_; }
+    bool takeNews() { return std::exchange(news_, false); }
     // What was drawn, window coordinates, put into a region of the server.
     void subtractDamage(xcb_xfixes_region_t into);
+    void takeDamage() { subtractDamage(drawn_.id()); }
 
   private:
     using Clock = std::chrono::steady_clock;
     void becomeStale(const xcb_generic_event_t& event);
-    void redirect();
+    void loseContent();
+    void redirect(bool isNew);
     void unredirect();
 
     Connection& x_;
@@ -82,6 +114,7 @@ class SceneSource {
     ServerPixmap pixmap_;
     ServerPicture picture_;
     PixelRect size_;
+    PixelRect inner_;                                          // the window without its border, as far as events tell
     unsigned naming_ = 0, geometry_ = 0, windowGeometry_ = 0;  // requests
     int border_ = 0;
     uint8_t depth_ = 0;
@@ -93,8 +126,19 @@ class SceneSource {
     bool gone_ = false;
     bool redirects_ = false;
     bool tooLarge_ = false;
+    ServerRegion unknown_, drawn_;  // drawn_: for a moment
+    bool mayBeUnknown_ = false;
+    bool doubtful_ = false;  // the damage so far may be none
+    bool wantsRepaint_ = false;
+    bool lost_ = false;
+    bool learned_ = false;    // damage came while a repaint was awaited
+    unsigned since_ = 0;      // the request since which the window is redirected
+    unsigned forgotten_ = 0;  // that took damage which did not count
+    unsigned taken_ = 0;      // that took the damage the last time
+    unsigned fetching_ = 0;   // that asked for what is unknown; 0: none
     int configuredWidth_ = -1, configuredHeight_ = -1, configuredBorder_ = -1;
     Clock::time_point redirected_{}, repainted_{};  // the epoch: no repaint is expected
+    Clock::time_point requested_{};                 // when a repaint was last asked for
 };
 
 }  // namespace orvo::platform::x11

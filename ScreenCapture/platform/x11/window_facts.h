@@ -49,6 +49,7 @@ class WindowFacts {
 
     int32_t serverPid = 0;  // as the server knows its client; 0 when it does not
     bool pidAsked = false;
+    uint64_t mapped = 0;  // as in DesktopWindow
 
   private:
     static constexpr size_t kProperties = 11;

@@ -94,7 +94,8 @@ void WindowGrabber::handle(const xcb_generic_event_t& event) {
     if (display_) display_->handle(event);
     const bool isShape =
         x_->extensions().shape && (event.response_type & 0x7F) == x_->extensions().shapeEvent + XCB_SHAPE_NOTIFY;
-    if (isShape) shapeIsStale_ = true;
+    if (isShape && reinterpret_cast<const xcb_shape_notify_event_t&>(event).affected_window == target_)
+        shapeIsStale_ = true;
 }
 
 void WindowGrabber::readShape() {
@@ -104,7 +105,7 @@ void WindowGrabber::readShape() {
 
 Shot WindowGrabber::window() {
     return ask([this](const Desktop& desktop) -> Shot {
-        if (!x_->extensions().composite) return NoImage::failed;
+        if (!hasWindowPictures(*x_)) return NoImage::failed;
         const DesktopWindow* window = desktop.windows->find(target_);
         if (!window || !window->onScreen) return NoImage::notOnScreen;
         readShape();

@@ -22,7 +22,7 @@ Shot pictureOf(SceneGrabber& scene) {
 }  // namespace
 
 Shot pictureOfWindow(Connection& x, const DesktopWindow& window, const WindowList& windows) {
-    if (!x.extensions().composite) return NoImage::failed;
+    if (!hasWindowPictures(x)) return NoImage::failed;
     SceneGrabber scene(x);
     scene.begin(boundsOfClient(window), {layerOfClient(window, queryShape(x, window.number))}, windows);
     return pictureOf(scene);

@@ -10,7 +10,9 @@ namespace {
 void addFrame(std::vector<SceneLayer>& layers, const DesktopWindow& window) {
     const bool known = std::any_of(layers.begin(), layers.end(),
                                    [&](const SceneLayer& layer) { return layer.window == window.frame; });
-    if (!known) layers.push_back({window.frame, 0, window.frameBounds, window.frameBounds, window.shape});
+    if (!known)
+        layers.push_back({window.frame, 0, window.frameBounds, window.frameBounds, window.shape,
+                          window.frame == window.number ? window.border : 0, window.mapped});
 }
 
 }  // namespace
@@ -23,7 +25,7 @@ SceneLayer layerOfClient(const DesktopWindow& window, const std::vector<PixelRec
     const int border = window.border;
     const PixelRect inner = boundsOfClient(window);
     const PixelRect outer{-border, -border, inner.width + 2 * border, inner.height + 2 * border};
-    return {window.number, 0, outer, inner, shape};
+    return {window.number, 0, outer, inner, shape, border, window.mapped};
 }
 
 void setLayersOfArea(std::vector<SceneLayer>& layers, const WindowList& windows) {

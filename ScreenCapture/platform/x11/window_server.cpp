@@ -44,7 +44,7 @@ std::shared_ptr<void> X11WindowServer::expectPictures(const std::vector<uint32_t
     const auto desktop = currentDesktop();
     const PipeGuard guard;
     auto connection = desktop && windows.size() > 1 ? Connection::open() : nullptr;
-    if (!connection || !connection->extensions().composite) return nullptr;
+    if (!connection || !hasWindowPictures(*connection)) return nullptr;
     std::vector<uint32_t> seen;
     for (const uint32_t number : windows) {
         const DesktopWindow* window = desktop->windows->find(number);

@@ -58,6 +58,7 @@ class WindowPart final : public ModelPart {
     Atoms atoms_;
     std::unordered_map<xcb_window_t, WindowFacts> known_;
     std::vector<int32_t> processes_;
+    uint64_t mappings_ = 0;
     bool mustAsk_ = true;                                                   // something other than a move has happened
     std::unordered_map<xcb_window_t, xcb_configure_notify_event_t> moves_;  // of top-level windows since the last list
     // Of the refresh that runs, or the last one.
@@ -136,6 +137,8 @@ bool WindowPart::makesStale(Connection& x, const xcb_generic_event_t& event) {
         case XCB_CREATE_NOTIFY:
             return false;  // it is not seen before it is mapped
         case XCB_MAP_NOTIFY:
+            known_[reinterpret_cast<const xcb_map_notify_event_t&>(event).window].mapped = ++mappings_;
+            return true;
         case XCB_UNMAP_NOTIFY:
         case XCB_REPARENT_NOTIFY:
         case XCB_CONFIGURE_NOTIFY:
@@ -335,6 +338,7 @@ DesktopWindow WindowPart::describe(const TopLevel& top, xcb_window_t client) {
     window.border = facts.geometry().bounds.x - facts.geometry().outer.x;
     window.frameBounds = frame.geometry().outer;
     window.shape = frame.shape();
+    window.mapped = frame.mapped;
     window.managed = !facts.geometry().overrideRedirect;
     window.onScreen = facts.geometry().viewable && !window.iconic;
     return window;
@@ -376,6 +380,7 @@ void WindowPart::refresh(Connection& x, Desktop& next) {
     pids.read(x);
     readDetails(x, *list);
     noteProcesses(*list);
+    list->mappings = mappings_;
     std::erase_if(known_, [](const auto& each) { return !each.second.geometry().exists; });
     if (!x.lost()) next.windows = std::move(list);
 }

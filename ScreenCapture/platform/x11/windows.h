@@ -35,6 +35,7 @@ struct DesktopWindow {
     bool pidIsCertain = false;  // the server says so, not the client
     int32_t layer = 0;          // desktop -1, normal 0, above 3, docks 20, menus 101
     double alpha = 1;
+    uint64_t mapped = 0;    // counts on whenever a frame is mapped; 0: before anybody looked
     std::string title;      // UTF-8, as all texts
     std::string role;       // WM_WINDOW_ROLE
     std::string instance;   // WM_CLASS
@@ -48,6 +49,7 @@ struct WindowList {
     xcb_window_t active = 0;         // the client that has the focus; 0 without one
     xcb_pixmap_t background = 0;     // what the root shows; 0 when nobody says, or it is no pixmap of the root's depth
     PixelRect root;                  // the root window, at the origin
+    uint64_t mappings = 0;           // the last number of a mapped frame
     bool hasManager = false;         // a window manager that keeps the common hints runs
 
     const DesktopWindow* find(xcb_window_t number) const;

@@ -31,10 +31,12 @@ xcb_window_t Windows::make(const WindowWish& wish) {
     const xcb_window_t window = wish.number ? wish.number : xcb_generate_id(x);
     const Area& area = wish.area;
     const uint32_t values[] = {wish.background, wish.overrideRedirect ? 1U : 0U};
-    xcb_create_window(
-        x, XCB_COPY_FROM_PARENT, window, painter_.root(), static_cast<int16_t>(area.x), static_cast<int16_t>(area.y),
-        static_cast<uint16_t>(area.width), static_cast<uint16_t>(area.height), static_cast<uint16_t>(wish.border),
-        XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+    xcb_create_window(x, XCB_COPY_FROM_PARENT, window, painter_.root(), static_cast<int16_t>(area.x),
+                      static_cast<int16_t>(area.y), static_cast<uint16_t>(area.width),
+                      static_cast<uint16_t>(area.height), static_cast<uint16_t>(wish.border),
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                      wish.hasBackground ? XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT : XCB_CW_OVERRIDE_REDIRECT,
+                      wish.hasBackground ? values : values + 1);
     if (!wish.title.empty()) setText(window, "_NET_WM_NAME", "UTF8_STRING", wish.title);
     if (!wish.className.empty()) {
         const std::string pair = wish.className + std::string(1, '\0') + wish.className + std::string(1, '\0');

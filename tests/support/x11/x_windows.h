@@ -18,7 +18,8 @@ struct WindowWish {
     int border = 0;
     bool overrideRedirect = false;
     uint32_t background = 0x303030;
-    xcb_window_t number = 0;  // 0: a new one
+    bool hasBackground = true;  // else the server leaves what the screen shows until the client paints
+    xcb_window_t number = 0;    // 0: a new one
 };
 
 // What paintPattern() paints, 0xRRGGBB.
