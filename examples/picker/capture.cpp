@@ -2,10 +2,13 @@
 
 #include <orvo/screencapture_linux.h>
 
+#include <utility>
+
 namespace {
 
 constexpr int kSentWidth = 1280;
 constexpr int kSentHeight = 720;
+constexpr int kStopCheck = 5;  // milliseconds
 
 QString errorText(int code) {
     switch (code) {
@@ -50,6 +53,7 @@ Capture::Capture(QObject* parent) : QObject(parent) {
     orvo_screencapture_init();
     orvo_screencapture_set_capture_video_pixel_format(ORVO_PIXEL_FORMAT_BUFFER);
     registerCallbacks();
+    connect(&stopping_, &QTimer::timeout, this, &Capture::startWhenStopped);
 }
 
 // After uninit nothing is called back, so that `this` may go.
@@ -93,26 +97,44 @@ void Capture::showScreen(quint32 screen, const QList<quint32>& hidden) {
     isScreen_ = true;
     target_ = screen;
     hidden_ = hidden;
+    refuseFrames();
     restart();
 }
 
 void Capture::showWindow(quint32 window) {
     isScreen_ = false;
     target_ = window;
+    refuseFrames();
     restart();
 }
 
 void Capture::stop() {
     target_ = 0;
-    orvo_screencapture_stop_capture();
-    QMutexLocker lock(&mutex_);
+    refuseFrames();
+    restart();
+}
+
+void Capture::refuseFrames() {
+    const QMutexLocker lock(&mutex_);
+    accepts_ = false;
     frame_ = QImage();
 }
 
-// The calls are carried out one after the other on a queue of the library; none of them waits.
+// Stopping is carried out on a queue of the library, and the calls do not wait for it.
 void Capture::restart() {
     orvo_screencapture_stop_capture();
-    if (!target_) return;
+    target_ ? stopping_.start(kStopCheck) : stopping_.stop();
+    lastError_ = 0;
+    emit stateChanged({});
+}
+
+void Capture::startWhenStopped() {
+    if (orvo_screencapture_is_capturing()) return;
+    stopping_.stop();
+    {
+        const QMutexLocker lock(&mutex_);
+        accepts_ = true;
+    }
     lastStatus_ = ORVO_WINDOW_STATUS_NORMAL;
     OrvoScreenCaptureRect rect = {};
     orvo_screencapture_get_window_rect(target_, &rect);
@@ -130,13 +152,12 @@ void Capture::restart() {
         orvo_screencapture_set_target_window(target_);
     }
     orvo_screencapture_start_capture();
-    emit stateChanged({});
 }
 
 // The rate of a window counts from the next start.
 void Capture::setFrameRate(int framesPerSecond) {
     orvo_screencapture_set_fps(framesPerSecond);
-    restart();
+    if (target_) restart();
 }
 
 void Capture::setCursorVisible(bool visible) {
@@ -145,7 +166,7 @@ void Capture::setCursorVisible(bool visible) {
 
 void Capture::setFit(Fit fit) {
     fit_ = fit;
-    restart();
+    if (target_) restart();
 }
 
 QImage Capture::frame() const {
@@ -168,6 +189,7 @@ void Capture::keep(const char* data) {
         static_cast<qsizetype>(orvo_pixelbuffer_get_bytes_per_row(buffer)), QImage::Format_ARGB32_Premultiplied,
         [](void* kept) { orvo_pixelbuffer_release(static_cast<OrvoPixelBufferRef>(kept)); }, buffer);
     const QMutexLocker lock(&mutex_);
+    if (!accepts_) return;
     frame_ = image;
     if (isTold_) return;
     isTold_ = true;
@@ -179,10 +201,15 @@ void Capture::tellFrame() {
         const QMutexLocker lock(&mutex_);
         isTold_ = false;
     }
-    if (target_) emit frameArrived();
+    if (!target_) return;
+    if (std::exchange(lastError_, 0) != 0) emit stateChanged({});
+    emit frameArrived();
 }
 
+// An error is reported with every tick until it is over: once until the next frame is enough.
 void Capture::tellError(int code) {
+    if (!target_ || lastError_ == code) return;
+    lastError_ = code;
     const QString text = errorText(code);
     emit happened(tr("Error: %1").arg(text));
     emit stateChanged(text);
@@ -190,6 +217,7 @@ void Capture::tellError(int code) {
 
 // Most states are told with every tick; only changes are news.
 void Capture::tellStatus(int status, const OrvoScreenCaptureRect& rect) {
+    if (!target_) return;
     if (status == ORVO_WINDOW_STATUS_MOVED) {
         emit happened(tr("Window is now %1 × %2 at %3, %4")
                           .arg(rect.right - rect.left)

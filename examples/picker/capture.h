@@ -7,6 +7,7 @@
 #include <QMutex>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 
 // How the shared picture fills the size that is sent.
 enum class Fit { source, letterbox, fill, stretch };
@@ -43,6 +44,8 @@ class Capture : public QObject {
   private:
     void registerCallbacks();
     void restart();
+    void startWhenStopped();
+    void refuseFrames();
     void keep(const char* data);
     void tellFrame();
     void tellError(int code);
@@ -54,8 +57,11 @@ class Capture : public QObject {
     QList<quint32> hidden_;
     Fit fit_ = Fit::source;
     int lastStatus_ = ORVO_WINDOW_STATUS_NORMAL;
+    int lastError_ = 0;  // since the last frame: it is reported again and again
+    QTimer stopping_;    // looks whether the capture before has ended
 
     mutable QMutex mutex_;  // frames of windows come on a thread of the library
+    bool accepts_ = false;  // until a capture has ended it may still bring a frame of the target before
     QImage frame_;
     bool isTold_ = false;
 };

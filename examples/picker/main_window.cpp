@@ -7,6 +7,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTabWidget>
 #include <QTime>
 #include <QTimer>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr int kSideBySide = 820;  // pixels; a narrower window has the preview above the sources
 constexpr int kMostEvents = 200;
+constexpr int kTitlesRefresh = 5000;  // milliseconds: titles change without an event of the desktop
 
 void every(int milliseconds, QObject* owner, std::function<void()> work) {
     auto* timer = new QTimer(owner);
@@ -45,8 +47,11 @@ MainWindow::MainWindow() {
     connect(&capture_, &Capture::stateChanged, preview_, &Preview::setTrouble);
     connect(&capture_, &Capture::pictureArrived, &sources_, &Sources::setPicture);
     QTimer::singleShot(0, this, &MainWindow::refresh);
-    every(1000, this, [this] { refresh(); });
-    every(500, this, [this] { sources_.askForNextPicture(); });
+    connect(&desktop_, &DesktopEvents::windowsChanged, this, &MainWindow::refresh);
+    every(kTitlesRefresh, this, [this] { refresh(); });
+    every(1000, this, [this] {
+        if (isVisible() && !isMinimized()) sources_.askForNextPicture();
+    });
     every(1000, this, [this] { tellStatistics(); });
     tellPermission();
     setMinimumSize(400, 480);  // stacked; side by side they need more
@@ -114,6 +119,7 @@ QWidget* MainWindow::makeControls() {
             [this](int index) { capture_.setFit(static_cast<Fit>(index)); });
 
     auto* stopButton = new QPushButton(tr("&Stop"));
+    stopButton->setObjectName(QStringLiteral("stop"));
     connect(stopButton, &QPushButton::clicked, this, &MainWindow::stop);
     line->addWidget(rate);
     line->addWidget(fit, 1);
@@ -189,9 +195,11 @@ void MainWindow::refresh() {
 }
 
 void MainWindow::note(const QString& text) {
+    const QScrollBar* const bar = events_->verticalScrollBar();
+    const bool isAtEnd = bar->value() == bar->maximum();  // who has scrolled back reads there
     events_->addItem(QTime::currentTime().toString(QStringLiteral("HH:mm:ss  ")) + text);
     while (events_->count() > kMostEvents) delete events_->takeItem(0);
-    events_->scrollToBottom();
+    if (isAtEnd) events_->scrollToBottom();
 }
 
 void MainWindow::tellStatistics() {

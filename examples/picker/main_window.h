@@ -5,6 +5,7 @@
 #include <QWidget>
 
 #include "capture.h"
+#include "desktop_events.h"
 #include "sources.h"
 
 class Preview;
@@ -39,6 +40,7 @@ class MainWindow : public QWidget {
 
     Capture capture_;
     Sources sources_;
+    DesktopEvents desktop_;
     QBoxLayout* halves_ = nullptr;
     SourceList* screens_ = nullptr;
     SourceList* windows_ = nullptr;

@@ -41,6 +41,7 @@ SourceList::SourceList(Sources* sources, bool screens, const QString& nothing, Q
     setFrameShape(NoFrame);
     setVerticalScrollMode(ScrollPerPixel);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setAutoScroll(false);  // marking a card must not move the list under the user's pointer
     connect(this, &QListView::clicked, this, &SourceList::chosen);
     connect(filter_, &QAbstractItemModel::rowsInserted, this, &SourceList::countChanged);
     connect(filter_, &QAbstractItemModel::rowsRemoved, this, &SourceList::countChanged);
@@ -66,6 +67,7 @@ void SourceList::mark(quint32 number) {
 
 void SourceList::keyPressEvent(QKeyEvent* event) {
     QListView::keyPressEvent(event);
+    if (currentIndex().isValid()) scrollTo(currentIndex());
     const bool chooses =
         event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter || event->key() == Qt::Key_Space;
     if (chooses && currentIndex().isValid()) emit chosen(currentIndex());

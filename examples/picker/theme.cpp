@@ -1,8 +1,24 @@
 #include "theme.h"
 
 #include <QApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
 #include <QPalette>
 #include <QStyleFactory>
+
+namespace {
+
+const auto kService = QStringLiteral("org.freedesktop.portal.Desktop");
+const auto kPath = QStringLiteral("/org/freedesktop/portal/desktop");
+const auto kInterface = QStringLiteral("org.freedesktop.portal.Settings");
+const auto kSpace = QStringLiteral("org.freedesktop.appearance");
+const auto kKey = QStringLiteral("color-scheme");
+constexpr uint kPreferDark = 1;  // 2: light, 0: no preference
+
+}  // namespace
 
 void applyTheme(QApplication& application, bool isDark) {
     application.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
@@ -22,4 +38,27 @@ void applyTheme(QApplication& application, bool isDark) {
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         palette.setColor(QPalette::Disabled, role, quiet);
     application.setPalette(palette);
+}
+
+SystemTheme::SystemTheme(QApplication& application) : application_(application) {
+    applyTheme(application, application.palette().color(QPalette::Window).lightness() < 128);
+    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) return;  // a bus would be started
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    bus.connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), this,
+                SLOT(settingChanged(QString, QString, QDBusVariant)));
+    QDBusMessage question = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Read"));
+    question << kSpace << kKey;
+    auto* const answer = new QDBusPendingCallWatcher(bus.asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+        const QDBusPendingReply<QDBusVariant> reply = *answer;
+        if (reply.isValid()) settingChanged(kSpace, kKey, reply.value());
+        answer->deleteLater();
+    });
+}
+
+void SystemTheme::settingChanged(const QString& space, const QString& key, const QDBusVariant& value) {
+    if (space != kSpace || key != kKey) return;
+    QVariant preference = value.variant();  // an answer is wrapped twice, a signal once
+    if (preference.canConvert<QDBusVariant>()) preference = preference.value<QDBusVariant>().variant();
+    applyTheme(application_, preference.toUInt() == kPreferDark);
 }

@@ -105,12 +105,19 @@ TEST_F(PickerSample, AClickedCardIsShownLiveAndFollowed) {
     EXPECT_TRUE(tells("200 × 300"));
     // The same picture in a wide frame has bars at its sides.
     part<QComboBox>("fit")->setCurrentIndex(static_cast<int>(Fit::letterbox));
-    EXPECT_TRUE(comes([&] { return previewAt(0.2, 0.5) == kEmpty; }));
+    EXPECT_TRUE(comes([&] { return previewAt(0.26, 0.5) == kEmpty; }));
     EXPECT_TRUE(shows(QColor("#c02040")));
 
     red->end();
     EXPECT_TRUE(tells("Window closed"));
     EXPECT_TRUE(comes([&] { return !card("windows", "red card").isValid(); }));
+    // The error is reported with every tick, and shown once; nothing of the window is left after Stop.
+    EXPECT_TRUE(tells("Error"));
+    QElapsedTimer ticks;
+    for (ticks.start(); ticks.elapsed() < 500;) QApplication::processEvents(QEventLoop::AllEvents, 10);
+    EXPECT_EQ(part<QListWidget>("events")->findItems("Error", Qt::MatchContains).size(), 1);
+    part<QPushButton>("stop")->click();
+    EXPECT_EQ(previewAt(0.5, 0.1), kEmpty);
 }
 
 TEST_F(PickerSample, AScreenIsShownWithoutThePickerItself) {

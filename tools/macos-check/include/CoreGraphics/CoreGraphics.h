@@ -42,6 +42,11 @@ typedef uint32_t CGDirectDisplayID;
 CHECK_C CGDirectDisplayID CGMainDisplayID(void);
 CHECK_C CGRect CGDisplayBounds(CGDirectDisplayID display);
 CHECK_C size_t CGDisplayPixelsHigh(CGDirectDisplayID display);
+typedef struct CGDisplayMode* CGDisplayModeRef;
+CHECK_C CGDisplayModeRef CGDisplayCopyDisplayMode(CGDirectDisplayID display);
+CHECK_C size_t CGDisplayModeGetWidth(CGDisplayModeRef mode);
+CHECK_C size_t CGDisplayModeGetPixelWidth(CGDisplayModeRef mode);
+CHECK_C void CGDisplayModeRelease(CGDisplayModeRef mode);
 // Declared for 10.15 by the system, whose own 10.15 does not have it.
 CHECK_C bool CGPreflightScreenCaptureAccess(void) CHECK_SINCE(11.0);
 CHECK_C bool CGRequestScreenCaptureAccess(void) CHECK_SINCE(11.0);
