@@ -73,7 +73,7 @@ void paintText(QPainter& painter, const QStyleOptionViewItem& option, const QRec
     const QRect first = isOneLine ? place : QRect(place.left(), place.top(), place.width(), place.height() / 2);
     const int flags = Qt::AlignVCenter | (title.isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft);
     painter.setPen(option.palette.color(QPalette::Text));
-    painter.drawText(first, flags, font.elidedText(title, Qt::ElideRight, place.width()));
+    painter.drawText(first, flags, font.elidedText(title, Qt::ElideMiddle, place.width()));
     if (isOneLine) return;
     painter.setPen(option.palette.color(QPalette::PlaceholderText));
     const QRect second(place.left(), first.bottom() + 1, place.width(), place.height() - first.height());
