@@ -76,7 +76,10 @@ Findings examine() {
     Findings findings;
     findings.push_back({"library", State::works, orvo_screencapture_version(), ""});
     findings.push_back({"orvocap", State::works, ORVOCAP_VERSION, ""});
-    examinePermission(ORVO_PERMISSION_SCREEN_RECORDING, "Screen Recording", findings);
+    if (const std::string why = whyNoScreens(); !why.empty())
+        findings.push_back({"session", State::broken, why, "log in to an X11 session to capture screens"});
+    else
+        examinePermission(ORVO_PERMISSION_SCREEN_RECORDING, "Screen Recording", findings);
     examinePermission(ORVO_PERMISSION_ACCESSIBILITY, "Accessibility", findings);
     std::vector<OrvoScreenCaptureScreenItem> screens;
     try {

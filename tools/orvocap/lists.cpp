@@ -23,9 +23,14 @@ std::vector<OrvoScreenCaptureScreenItem> listScreens() {
     return screens;
 }
 
+void requireScreenCapture() {
+    if (const std::string why = whyNoScreens(); !why.empty()) throw Failure(exitFailure, why);
+}
+
 std::vector<OrvoScreenCaptureScreenItem> requireScreens() {
     auto screens = listScreens();
     if (!screens.empty()) return screens;
+    requireScreenCapture();
     const char* display = std::getenv("DISPLAY");
     if (!display || !*display) throw Failure(exitNoTarget, "no display: DISPLAY is not set; set it to your X server");
     throw Failure(exitNoTarget, std::string("no screen on display ") + display +

@@ -17,6 +17,9 @@ std::vector<OrvoScreenCaptureScreenItem> listScreens();
 // Throws a Failure that says what to do when there is no screen.
 std::vector<OrvoScreenCaptureScreenItem> requireScreens();
 
+// Throws a Failure where no screen can be captured at all.
+void requireScreenCapture();
+
 struct ListedItem {
     uint32_t number = 0;
     bool isScreen = false;

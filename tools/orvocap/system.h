@@ -17,6 +17,9 @@ constexpr int mainQueueSlice = 20;
 // The name of a screen's output; empty when it has none.
 std::string screenName(uint32_t screen);
 
+// Why the session's kind keeps screens from being captured, whatever its user does; empty when it does not.
+std::string whyNoScreens();
+
 // Pixels to the point.
 double screenScale(uint32_t screen);
 

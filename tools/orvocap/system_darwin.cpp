@@ -15,6 +15,10 @@ std::string screenName(uint32_t) {
     return {};
 }
 
+std::string whyNoScreens() {
+    return {};
+}
+
 double screenScale(uint32_t screen) {
     CGDisplayModeRef const mode = CGDisplayCopyDisplayMode(screen);
     if (!mode) return 1;

@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "application.h"
+#include "orvo/screencapture_additions.h"
 #include "orvo/screencapture_linux.h"
 #include "process.h"
 #include "system.h"
@@ -109,6 +110,12 @@ std::optional<xcb_window_t> clickedFrame(const Server& server) {
 }  // namespace
 
 // A screen's number is the atom of its monitor's name. A server without RandR has one screen, without a name.
+// Nothing else denies it here.
+std::string whyNoScreens() {
+    const bool isDenied = orvo_screencapture_get_permission(ORVO_PERMISSION_SCREEN_RECORDING) == ORVO_PERMISSION_DENIED;
+    return isDenied ? "this is a Wayland session: only windows of X11 programs can be seen" : "";
+}
+
 std::string screenName(uint32_t screen) {
     const Server server;
     if (!server || !hasExtension(server.x.get(), "RANDR")) return {};
@@ -244,11 +251,7 @@ void examineManager(xcb_connection_t* x, xcb_window_t root, Findings& findings) 
 
 void examineServer(Findings& findings) {
     const char* const session = std::getenv("XDG_SESSION_TYPE");
-    const char* const wayland = std::getenv("WAYLAND_DISPLAY");
-    if (wayland && *wayland)
-        findings.push_back({"session", State::limited, "Wayland: only programs that use its X server are seen",
-                            "log in to an X11 session to capture everything"});
-    else
+    if (whyNoScreens().empty())
         findings.push_back({"session", State::works, session && *session ? session : "x11", ""});
     const Server server;
     if (!server) {

@@ -211,6 +211,7 @@ void TargetOptions::resolve() {
 }
 
 void TargetOptions::resolveScreen() {
+    requireScreenCapture();
     std::string known;
     for (const auto& screen : describeScreens()) {
         const std::string number = std::to_string(screen.number);

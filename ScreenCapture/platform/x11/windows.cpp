@@ -368,7 +368,8 @@ void WindowPart::refresh(Connection& x, Desktop& next) {
     if (mustAsk_) return;
     askTopLevels(x, *list);
     readTopLevels(x, *list);
-    if (list->hasManager) {
+    // Some managers, such as a Wayland compositor's, keep no list.
+    if (list->hasManager && !listed_.empty()) {
         takeListedClients(x);
         takeOverrideWindows();
     } else {
