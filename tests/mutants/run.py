@@ -1,0 +1,189 @@
+#!/usr/bin/env python3
+"""Plants one fault after another in a copy of the sources and reports which of them the desktop tests catch.
+
+usage: run.py SOURCES COPY [WORD...]     only the faults whose file or text contains one of the words
+
+A fault that does not compile or whose text is not found exactly once is an error of this list. Exit code 1 when the
+share that is caught is below the limit or the list has an error.
+"""
+import os
+import re
+import shutil
+import subprocess
+import sys
+import time
+
+LIMIT = 0.9
+# Long: tried only on what the other tests let pass.
+LONG_TESTS = "*Fault*:*Race*"
+
+W, C, A, T, S = (f"ScreenCapture/{folder}/" for folder in ("window", "capture", "api", "thumbnail", "platform/software"))
+MUTANTS = [
+    # file, text, replacement
+    (W + "OrvoWindowCaptureSession_tick.cpp", "shot.image->width() >= kNarrowestImage", "shot.image->width() > kNarrowestImage"),
+    (W + "OrvoWindowCaptureSession_tick.cpp", "now - lastErrorTime > kPatience", "now - lastErrorTime > kPatience / 2"),
+    (W + "OrvoWindowCaptureSession_tick.cpp", "        lastErrorTime = now;\n", ""),
+    (W + "OrvoWindowCaptureSession_tick.cpp", "    stopCapture();\n    return false;", "    return false;"),
+    (W + "OrvoWindowCaptureSession_tick.cpp", "contains(options.excludeWindows, number) ||", ""),
+    (W + "OrvoWindowCaptureSession_tick.cpp", "!appWindows.empty() &&", ""),
+    (W + "OrvoWindowCaptureSession_tick.cpp", "uOffset + truncated", "truncated"),
+    (W + "OrvoWindowCaptureSession_tick.cpp", "options.excludeWindows.empty() ?", "true ?"),
+    (W + "OrvoWindowCaptureSession_tick.cpp", "    look.reset();", ""),
+    (W + "OrvoWindowCaptureSession_tick.cpp", "describe(shot.why));", "describe(NoImage::failed));"),
+    (W + "OrvoWindowCaptureSession_tick.cpp", "constexpr uint32_t kModeArea = 3;", "constexpr uint32_t kModeArea = 4;"),
+    (W + "OrvoWindowCaptureSession.cpp", "        options.sequence = nextVersion();\n", ""),
+    (W + "OrvoWindowCaptureSession.cpp", "contains(added, entry.first) || ", ""),
+    (W + "OrvoWindowCaptureSession.cpp", "{left * scale, top * scale,", "{left * 1.0, top * scale,"),
+    (W + "OrvoWindowCaptureSession.cpp", "if (m_stops != stopsSeen) return;", "if (m_stops < stopsSeen) return;"),
+    (W + "OrvoWindowCaptureSession.cpp", "if (contains(targets, windows[i]) == add) continue;", ""),
+    (W + "OrvoWindowCaptureSession.cpp", "    m_windowManager->setExcludeWindows(excludeWindows());\n", ""),
+    (W + "target_frame.cpp", "if (result_ && key == key_)", "if (result_)"),
+    (W + "target_frame.cpp", "version == 0 || version != askedAt_", "version == 0 || askedAt_ == 0"),
+    (W + "target_frame.cpp", "if (key.picture != 0 && result.get() != image.get())", "if (false)"),
+    (W + "placement.cpp", "resolutionMode > 1", "resolutionMode > 2"),
+    (W + "placement.cpp", "std::max(across, down)", "std::min(across, down)"),
+    (W + "placement.cpp", "(output.height - height) * 0.5", "(output.height - height)"),
+    (W + "OrvoWindowCursor.cpp", "- place.w / 2)", "- place.w / 3)"),
+    (W + "OrvoWindowCursor.cpp", "(pointer.height / 2 + pointer.hotSpot.y)", "(pointer.height / 2)"),
+    (W + "OrvoWindowCursor.cpp", "if (from[3] == kOpaque)", "if (from[3] != 0)"),
+    (W + "OrvoWindowCursor.cpp", "cursor.x + cursor.width > source.width", "cursor.x + cursor.width >= source.width"),
+    (W + "OrvoWindowCursor.cpp", "source->height() - (y + h)", "source->height() - (y + h) - 1"),
+    (W + "OrvoWindow.cpp", "mainDisplayPixelsHigh()", "mainDisplayPixelsHigh() + 1"),
+    (C + "OrvoCaptureSession.cpp", "        if (self.m_stops == stopsSeen) self.startStep(current);", "        self.startStep(current);"),
+    (C + "OrvoCaptureSession.cpp", "    if (m_parts.load() != parts) return;\n", ""),
+    (C + "OrvoCaptureSession.cpp", "    if (windows) windows->withdrawStart();\n    m_settings", "    m_settings"),
+    (C + "OrvoCaptureSession.cpp", "    if (windows) windows->withdrawStart();\n    if (captureSource", "    if (captureSource"),
+    (C + "OrvoCaptureSession.cpp", "setMinFrameDuration({1, fps})", "setMinFrameDuration({1, fps + 1})"),
+    (C + "OrvoCaptureSession.cpp", "    if (device && device->isRunning()) device->stopRunning();\n", ""),
+    (C + "OrvoCaptureSession.cpp", "        if (parts->windowCaptureSession) parts->windowCaptureSession->setFps(fps);\n", ""),
+    (C + "OrvoCaptureSession.cpp", "failure.recoverySuggestion.empty() ?", "!failure.recoverySuggestion.empty() ?"),
+    (C + "OrvoCaptureSession_targets.cpp", "screenID != parts->displayID", "true"),
+    (C + "OrvoCaptureSession_targets.cpp", "wrappingSum(left, width) > bounds.width", "wrappingSum(left, width) >= bounds.width"),
+    (C + "OrvoCaptureSession_targets.cpp", "bounds.height - top - height", "bounds.height - top"),
+    (C + "OrvoCaptureSession_targets.cpp", "        device->commitConfiguration();\n        throw;", "        throw;"),
+    (C + "OrvoCaptureSession_targets.cpp", "        self.stopCaptureByself(*parts);\n        self.captureSource = kWindow;\n", "        self.captureSource = kWindow;\n"),
+    (C + "OrvoCaptureSession_targets.cpp", "device->canAddInput(parts.captureScreenInput)", "true"),
+    (C + "OrvoCaptureSession_targets.cpp", "    if (wasRunning) stopCaptureByself(*parts);\n    configure", "    configure"),
+    (C + "OrvoCaptureSession_delivery.cpp", "baseAddressOfPlane(planes)", "baseAddressOfPlane(planes - 1)"),
+    (C + "OrvoCaptureSession_delivery.cpp", "if (time.timescale == 0) return 0;", "if (time.timescale == 0) return 1;"),
+    (C + "OrvoCaptureSession_delivery.cpp", "    if (!isOnDevicePath()) {\n        dropOfOtherPath(0);\n        return;\n    }\n", ""),
+    (C + "OrvoCaptureSession_delivery.cpp", "~LockedPixels() { buffer_.unlock(); }", "~LockedPixels() {}"),
+    (C + "OrvoCaptureSession_delivery.cpp", "std::abs(now - toldAt) >= kTellInterval &&", ""),
+    (C + "OrvoCaptureSession_delivery.cpp", "static_cast<double>(bytesPerRow) * size.height", "static_cast<double>(bytesPerRow) * buffer.height()"),
+    (C + "OrvoCaptureSession_convert.cpp", "truncated<uint32_t>(toSize.width), truncated", "truncated<uint32_t>(toSize.height), truncated"),
+    (C + "OrvoCaptureSettings.cpp", "    if (m_isShut) return false;\n", ""),
+    (C + "OrvoCaptureSettings.cpp", "    if (tCallDepth > 0) return;\n", ""),
+    (C + "capture_statistics.cpp", "interval_ * 1.5", "interval_ * 2.5"),
+    (C + "capture_statistics.cpp", "std::min(ticks, last.dropsSince)", "0"),
+    (C + "capture_statistics.cpp", "    lastFrames_.clear();\n", ""),
+    (C + "capture_statistics.cpp", "++figures_.framesDropped;", ""),
+    (A + "OrvoScreenCaptureImpl.cpp", "kHighestFps = 30", "kHighestFps = 31"),
+    (A + "OrvoScreenCaptureImpl.cpp", "    if (registry) registry->shut();\n", ""),
+    (A + "OrvoScreenCaptureImpl.cpp", "freeKeptMemory();  // the user has chosen", "settings();"),
+    (A + "OrvoScreenCaptureImpl.cpp", "    if (m_captureSession == created) m_captureSession = nullptr;\n", ""),
+    (A + "OrvoScreenCaptureImpl_lists.cpp", "if (!record->isScreen) numbers", "numbers"),
+    (A + "OrvoScreenCaptureImpl_lists.cpp", "screens[i].number == mainDisplay", "i == 0"),
+    (A + "OrvoScreenCaptureImpl_lists.cpp", "std::max<size_t>(records.size(), 1)", "records.size()"),
+    (A + "OrvoScreenCaptureImpl_lists.cpp", "if (!skipImages) item", "item"),
+    (T + "OrvoWindowManager_tracking.cpp", "version != 0 && record->unchangedAt == version", "record->unchangedAt == version"),
+    (T + "OrvoWindowManager_tracking.cpp", "    record->unchangedAt = 0;\n", ""),
+    (T + "OrvoWindowManager_tracking.cpp", "    if (isHidden) return false;\n", ""),
+    (T + "OrvoWindowManager_tracking.cpp", "        window.windowBounds = frame;\n", ""),
+    (T + "OrvoWindowManager_tracking.cpp", "if (isNotify && isReplaced) return true;", ""),
+    (T + "OrvoWindowManager_tracking.cpp", "cmd != ORVO_SHOW_WINDOW_FRONT", "cmd == ORVO_SHOW_WINDOW_HIDE"),
+    (T + "OrvoWindowManager_tracking.cpp", "SlideShowProgram::listedWindow && !check", "SlideShowProgram::listedWindow && check"),
+    (T + "OrvoWindowManager_notify.cpp", "<= kMissingSeconds) return;", "< kMissingSeconds) return;"),
+    (T + "OrvoWindowManager_notify.cpp", "    if (!m_settings->getCallback(kind).first) return;\n", ""),
+    (T + "OrvoWindowManager_notify.cpp", "static_cast<void>(info.release());", ""),
+    (T + "OrvoWindowManager_enumeration.cpp", "window.layer >= kFirstHiddenLayer", "window.layer > kFirstHiddenLayer"),
+    (T + "OrvoWindowManager_enumeration.cpp", "window.name.empty() ?", "true ?"),
+    (T + "OrvoWindowManager_enumeration.cpp", "return record ? record : getOrvo", "return getOrvo"),
+    (T + "OrvoWindowManager_pictures.cpp", "if (excess > 1)", "if (excess > 2)"),
+    (T + "OrvoWindowManager_pictures.cpp", "if (!appName.empty())", "if (true)"),
+    (T + "OrvoWindowManager_pictures.cpp", "icon->size.width / icon->size.height", "icon->size.height / icon->size.width"),
+    (T + "slide_show.cpp", "window.number != capturedNumber &&", ""),
+    (T + "slide_show.cpp", "contains(capturedTitle, window.title)", "false"),
+    (T + "window_info.cpp", "length >= sizeof field", "length > sizeof field"),
+    (T + "window_info.cpp", "truncated<int32_t>(rect.x + rect.width)", "truncated<int32_t>(rect.x) + truncated<int32_t>(rect.width)"),
+    (T + "bitmap_memory.cpp", "block.size > kMostBytes - bytes", "false"),
+    (T + "bitmap_item.cpp", "std::min<size_t>(item->length, image.bytesPerRow() * item->height)", "item->length / 2"),
+    (T + "OrvoAppProxy.cpp", "kMostWindows = 100", "kMostWindows = 101"),
+    (T + "OrvoAppProxy.cpp", "Activation::ignoringOthers", "Activation::allWindows"),
+    (T + "OrvoAppProxy.cpp", "force ? runningApplication_", "!force ? runningApplication_"),
+    (T + "OrvoAppProxy.cpp", "!isHidden() && !proxy.isWindowMinimized()", "!proxy.isWindowMinimized()"),
+    (T + "OrvoAppProxy_observer.cpp", "if (app_) observer_->remove", "if (false) observer_->remove"),
+    (T + "OrvoAppProxy_observer.cpp", "event.hasContext ? this : nullptr", "nullptr"),
+    (S + "imaging.cpp", "std::floor(low)", "std::ceil(low)"),
+    (S + "imaging.cpp", "uint64_t{width} * 4 > image->bytesPerRow()", "uint64_t{width} * 4 >= image->bytesPerRow()"),
+    (S + "imaging.cpp", "height - placement.y - placement.height", "placement.y"),
+    (S + "imaging.cpp", "area(*candidate.image) < area(**best)", "area(*candidate.image) > area(**best)"),
+    (S + "imaging.cpp", "drawScaled(source.part(part),", "drawScaled(source,"),
+    (S + "compose.cpp", "        open.subtract(whole);\n", ""),
+    (S + "compose.cpp", "            uncovered.subtract(part);\n", ""),
+    (S + "pointer_blend.cpp", "+ 127;", "+ 254;"),
+    (S + "pointer_blend.cpp", "if (source[i] != 0)", "if (source[i] >> 24 == 0xFF)"),
+    (S + "frame.cpp", "for (size_t i = painted_.size(); i-- > 0;)", "for (size_t i = 0; i < painted_.size(); i++)"),
+    (S + "region.cpp", "{rect.x, hole.y, hole.x - rect.x, hole.height}", "{rect.x, hole.y, hole.x - rect.x, 0}"),
+    (S + "region.cpp", "    subtract(area);\n    rects_", "    rects_"),
+    (S + "queues.cpp", "if (!timer->cancelled) runJob(timer->tick);", "runJob(timer->tick);"),
+    (S + "queues.cpp", "dead->tick = nullptr;", ""),
+]
+
+
+def build_and_test(build):
+    """'caught by TEST', 'survives' or an error of the list."""
+    made = subprocess.run(["cmake", "--build", build, "--target", "desktop_tests", "-j2"], capture_output=True, text=True)
+    if made.returncode:
+        return "does not compile: " + "".join(line for line in made.stdout.splitlines(True) if "error" in line)[:300]
+    for tests in ("-" + LONG_TESTS, LONG_TESTS):
+        try:
+            run = subprocess.run([f"{build}/desktop_tests", "--gtest_fail_fast", f"--gtest_filter={tests}"],
+                                 capture_output=True, text=True, errors="replace", timeout=120)
+        except subprocess.TimeoutExpired:
+            return "caught by a hang"
+        if run.returncode:
+            failed = re.search(r"^\[  FAILED  \] (\S+?),? ", run.stdout, re.M)
+            return "caught by " + (failed[1] if failed else "a crash")
+    return "survives"
+
+
+def main():
+    sources, copy, words = sys.argv[1], sys.argv[2], sys.argv[3:]
+    listed = subprocess.run(["git", "-C", sources, "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
+                            capture_output=True, text=True, check=True).stdout
+    shutil.rmtree(copy, ignore_errors=True)
+    for path in filter(None, listed.split("\0")):
+        if os.path.isfile(f"{sources}/{path}"):
+            os.makedirs(os.path.dirname(f"{copy}/{path}"), exist_ok=True)
+            shutil.copy2(f"{sources}/{path}", f"{copy}/{path}")
+    os.environ["CCACHE_BASEDIR"] = os.path.realpath(copy)
+    build = f"{copy}/build/release"
+    subprocess.run(["cmake", "--preset", "release"], cwd=copy, check=True, stdout=subprocess.DEVNULL)
+    if build_and_test(build) != "survives":
+        sys.exit("mutants: the tests fail without a fault")
+    caught = errors = count = 0
+    for file, text, replacement in MUTANTS:
+        if words and not any(word in file + text for word in words):
+            continue
+        count += 1
+        with open(f"{copy}/{file}", encoding="utf-8") as source:
+            whole = source.read()
+        begin = time.monotonic()
+        if whole.count(text) != 1:
+            result = f"is found {whole.count(text)} times"
+        else:
+            with open(f"{copy}/{file}", "w", encoding="utf-8") as source:
+                source.write(whole.replace(text, replacement))
+            result = build_and_test(build)
+            with open(f"{copy}/{file}", "w", encoding="utf-8") as source:
+                source.write(whole)
+        caught += result.startswith("caught")
+        errors += not result.startswith(("caught", "survives"))
+        print(f"{result:60} {time.monotonic() - begin:4.0f} s  {os.path.basename(file)}: {' '.join(text.split())}", flush=True)
+    share = caught / count if count else 0
+    print(f"mutants: {caught} of {count} caught, {share:.2f}")
+    sys.exit(errors > 0 or share < LIMIT)
+
+
+if __name__ == "__main__":
+    main()
