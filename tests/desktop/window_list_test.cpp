@@ -49,6 +49,7 @@ TEST_F(WindowListTest, ListsWhatAUserCanChoose) {
 }
 
 TEST_F(WindowListTest, FillsRecordsAndPrintsThem) {
+    desk.displays.front().scale = 2;  // 2160 pixels high, the unit that is mixed in on purpose
     desk.addDisplay({.number = 2, .bounds = {1920, -300, 1280, 800}, .scale = 2});
     desk.addApplication({.pid = 50, .name = "Editor"});
     desk.addWindow({.number = 7, .pid = 50, .title = "Letter", .bounds = {1, 2, 30, 40}});
@@ -61,9 +62,10 @@ TEST_F(WindowListTest, FillsRecordsAndPrintsThem) {
     EXPECT_EQ(screen.appName, "");
     EXPECT_TRUE(screen.isScreen);
     EXPECT_EQ(screen.backingScaleFactor, 2);
-    // From the bottom of the main display upwards, and down from its top again.
     EXPECT_EQ(screen.windowBounds, (platform::Rect{1920, 580, 1280, 800}));
-    EXPECT_EQ(screen.deskBounds(), (platform::Rect{1920, -300, 1280, 800}));
+    EXPECT_EQ(screen.deskBounds(), (platform::Rect{1920, 780, 1280, 800}));
+    EXPECT_EQ(records[0]->deskBounds(), records[0]->windowBounds);
+    EXPECT_TRUE(records[0]->isMainScreen() && !screen.isMainScreen());
     EXPECT_EQ(records[2]->windowName, "Editor") << "the owner stands in for a missing title";
     const OrvoWindow& window = *records[3];
     EXPECT_EQ(window.windowName, "Letter");
@@ -71,34 +73,9 @@ TEST_F(WindowListTest, FillsRecordsAndPrintsThem) {
     EXPECT_EQ(window.ownerPID, 50);
     EXPECT_FALSE(window.isScreen);
     EXPECT_EQ(window.windowBounds, (platform::Rect{1, 2, 30, 40}));
+    EXPECT_EQ(window.deskBounds(), window.windowBounds);
     EXPECT_EQ(desk.console,
               (Lines{"[***] screenID: 1", "[***] screenID: 2", "name Editor  windowID 8", "name Letter  windowID 7"}));
-}
-
-TEST_F(WindowListTest, ComputesTheDeskBounds) {
-    struct Case {
-        OrvoWindow window;
-        platform::Rect expected;
-    };
-    desk.displays.front().scale = 2;  // 2160 pixels high, the unit that is mixed in on purpose
-    const platform::Rect bounds{100, -800, 1280, 800};
-    Case cases[3];
-    cases[0].window.windowID = 5;
-    cases[0].expected = bounds;
-    cases[1].window.windowID = 1;
-    cases[1].window.isScreen = true;
-    cases[1].expected = bounds;
-    cases[2].window.windowID = 2;
-    cases[2].window.isScreen = true;
-    cases[2].expected = {100, 2160, 1280, 800};
-    for (auto& [window, expected] : cases) {
-        window.windowBounds = bounds;
-        window.setDeskBounds({1, 1, 1, 1});
-        EXPECT_EQ(window.deskBounds(), expected) << window.windowID;
-        EXPECT_EQ(window.isMainScreen(), window.windowID == 1);
-    }
-    cases[1].window.isScreen = false;
-    EXPECT_TRUE(cases[1].window.isMainScreen()) << "the number decides, for windows too";
 }
 
 TEST_F(WindowListTest, FindsRecordsByNumber) {

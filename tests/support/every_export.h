@@ -27,8 +27,14 @@ void takeList(const ExportCall::With& with, Item* (*list)(Count*), void (*releas
 
 using With = ExportCall::With;
 
+// One call whose arguments may be of the host's.
+#define ORVO_EXPORT(name, ...)                                              \
+    ExportCall {                                                            \
+#name, []([[maybe_unused]] const With& with) { name(__VA_ARGS__); } \
+    }
+
 inline const ExportCall everyExport[] = {
-    {"orvo_screencapture_is_capturing", [](const With&) { orvo_screencapture_is_capturing(); }},
+    ORVO_EXPORT(orvo_screencapture_is_capturing),
     {"orvo_screencapture_get_window_rect",
      [](const With& with) {
          OrvoScreenCaptureRect rect{};
@@ -62,49 +68,43 @@ inline const ExportCall everyExport[] = {
                             : orvo_windowthumbnail_free_windows(list, count);
              });
      }},
-    {"orvo_windowthumbnail_find_windows_async", [](const With&) { orvo_windowthumbnail_find_windows_async(false); }},
+    ORVO_EXPORT(orvo_windowthumbnail_find_windows_async, false),
     {"orvo_windowthumbnail_find_windows orvo_windowthumbnail_free_windows",
      [](const With& with) {
          takeList<OrvoThumbnailWindowInfo, int>(with, orvo_windowthumbnail_find_windows,
                                                 orvo_windowthumbnail_free_windows);
      }},
-    {"orvo_windowthumbnail_register", [](const With& with) { orvo_windowthumbnail_register(with.window); }},
+    ORVO_EXPORT(orvo_windowthumbnail_register, with.window),
     {"_Z29orvo_windowthumbnail_registerjiP21OrvoScreenCaptureRect",
      [](const With& with) { orvo_windowthumbnail_register(with.window, 0, nullptr); }},
     {"_Z27orvo_windowthumbnail_updateiP21OrvoScreenCaptureRect",
      [](const With&) { orvo_windowthumbnail_update(0, nullptr); }},
-    {"orvo_windowthumbnail_unregister", [](const With& with) { orvo_windowthumbnail_unregister(with.window); }},
-    {"orvo_windowthumbnail_window_checkStatus",
-     [](const With& with) { orvo_windowthumbnail_window_checkStatus(with.window); }},
-    {"orvo_windowthumbnail_show_source_window",
-     [](const With& with) { orvo_windowthumbnail_show_source_window(with.window, ORVO_SHOW_WINDOW_FRONT); }},
-    {"orvo_screencapture_get_virtual_desktop_rect", [](const With&) { orvo_screencapture_get_virtual_desktop_rect(); }},
+    ORVO_EXPORT(orvo_windowthumbnail_unregister, with.window),
+    ORVO_EXPORT(orvo_windowthumbnail_window_checkStatus, with.window),
+    ORVO_EXPORT(orvo_windowthumbnail_show_source_window, with.window, ORVO_SHOW_WINDOW_FRONT),
+    ORVO_EXPORT(orvo_screencapture_get_virtual_desktop_rect),
     {"orvo_screencapture_get_statistics",
      [](const With&) {
          OrvoScreenCaptureStatistics statistics;
          orvo_screencapture_get_statistics(&statistics);
      }},
-    {"orvo_screencapture_version", [](const With&) { orvo_screencapture_version(); }},
+    ORVO_EXPORT(orvo_screencapture_version),
     {"orvo_screencapture_get_permission orvo_screencapture_request_permission",
      [](const With&) {
          orvo_screencapture_get_permission(ORVO_PERMISSION_SCREEN_RECORDING);
          orvo_screencapture_request_permission(ORVO_PERMISSION_ACCESSIBILITY);
      }},
-    {"orvo_screencapture_set_fps", [](const With&) { orvo_screencapture_set_fps(30); }},
-    {"orvo_screencapture_set_timestamp_offset", [](const With&) { orvo_screencapture_set_timestamp_offset(3); }},
-    {"orvo_screencapture_set_resolution", [](const With&) { orvo_screencapture_set_resolution(16, 12); }},
-    {"orvo_screencapture_set_resolution_mode", [](const With&) { orvo_screencapture_set_resolution_mode(1); }},
-    {"orvo_screencapture_set_target_window_mode", [](const With&) { orvo_screencapture_set_target_window_mode(5); }},
-    {"orvo_screencapture_set_target_window_rect",
-     [](const With&) { orvo_screencapture_set_target_window_rect(0, 0, 5, 1); }},
-    {"orvo_screencapture_set_cursor_visible", [](const With&) { orvo_screencapture_set_cursor_visible(1); }},
-    {"orvo_screencapture_enable_click_animation", [](const With&) { orvo_screencapture_enable_click_animation(1); }},
-    {"orvo_screencapture_set_capture_video_pixel_format",
-     [](const With&) { orvo_screencapture_set_capture_video_pixel_format(ORVO_PIXEL_FORMAT_BGRA); }},
-    {"orvo_screencapture_activate_window_when_capturing",
-     [](const With&) { orvo_screencapture_activate_window_when_capturing(1); }},
-    {"orvo_screencapture_set_target_window",
-     [](const With& with) { orvo_screencapture_set_target_window(with.window); }},
+    ORVO_EXPORT(orvo_screencapture_set_fps, 30),
+    ORVO_EXPORT(orvo_screencapture_set_timestamp_offset, 3),
+    ORVO_EXPORT(orvo_screencapture_set_resolution, 16, 12),
+    ORVO_EXPORT(orvo_screencapture_set_resolution_mode, 1),
+    ORVO_EXPORT(orvo_screencapture_set_target_window_mode, 5),
+    ORVO_EXPORT(orvo_screencapture_set_target_window_rect, 0, 0, 5, 1),
+    ORVO_EXPORT(orvo_screencapture_set_cursor_visible, 1),
+    ORVO_EXPORT(orvo_screencapture_enable_click_animation, 1),
+    ORVO_EXPORT(orvo_screencapture_set_capture_video_pixel_format, ORVO_PIXEL_FORMAT_BGRA),
+    ORVO_EXPORT(orvo_screencapture_activate_window_when_capturing, 1),
+    ORVO_EXPORT(orvo_screencapture_set_target_window, with.window),
     {"orvo_screencapture_set_extra_target_windows",
      [](const With& with) {
          unsigned int extra[] = {with.window, with.otherWindow};
@@ -116,14 +116,12 @@ inline const ExportCall everyExport[] = {
          orvo_screencapture_set_excluded_windows(excluded, 2, true);
          orvo_screencapture_set_excluded_windows(excluded, 2, false);
      }},
-    {"orvo_screencapture_set_target_rect",
-     [](const With& with) { orvo_screencapture_set_target_rect(with.display, 0, 0, 10, 1); }},
-    {"orvo_screencapture_set_target_screen",
-     [](const With& with) { orvo_screencapture_set_target_screen(with.display); }},
-    {"orvo_screencapture_start_capture", [](const With&) { orvo_screencapture_start_capture(); }},
-    {"orvo_screencapture_stop_capture", [](const With&) { orvo_screencapture_stop_capture(); }},
-    {"orvo_screencapture_uninit", [](const With&) { orvo_screencapture_uninit(); }},
-    {"orvo_screencapture_init", [](const With&) { orvo_screencapture_init(); }},
+    ORVO_EXPORT(orvo_screencapture_set_target_rect, with.display, 0, 0, 10, 1),
+    ORVO_EXPORT(orvo_screencapture_set_target_screen, with.display),
+    ORVO_EXPORT(orvo_screencapture_start_capture),
+    ORVO_EXPORT(orvo_screencapture_stop_capture),
+    ORVO_EXPORT(orvo_screencapture_uninit),
+    ORVO_EXPORT(orvo_screencapture_init),
     {"orvo_screencapture_set_log_level orvo_screencapture_change_log_level",
      [](const With&) {
          orvo_screencapture_set_log_level(-1, "/dev/null");

@@ -153,16 +153,15 @@ void Device::dropSample() {
 }
 
 void Device::fail(const platform::CaptureFailure& failure) {
-    desktop_.dispatch().mainAsync([weak = weak_from_this(), failure] {
-        auto device = weak.lock();
-        if (auto delegate = device ? device->observer.lock() : nullptr) delegate->onRuntimeError(failure);
-    });
+    report([failure](auto& delegate) { delegate.onRuntimeError(failure); });
 }
-
 void Device::interrupt(const platform::CaptureFailure& failure) {
-    desktop_.dispatch().mainAsync([weak = weak_from_this(), failure] {
+    report([failure](auto& delegate) { delegate.onInterruption(failure); });
+}
+void Device::report(std::function<void(platform::DisplayCaptureDelegate&)> what) {
+    desktop_.dispatch().mainAsync([weak = weak_from_this(), what] {
         auto device = weak.lock();
-        if (auto delegate = device ? device->observer.lock() : nullptr) delegate->onInterruption(failure);
+        if (auto delegate = device ? device->observer.lock() : nullptr) what(*delegate);
     });
 }
 

@@ -2,6 +2,7 @@
 // say.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -40,6 +41,7 @@ class Device : public std::enable_shared_from_this<Device> {
 
   private:
     void deliver();
+    void report(std::function<void(platform::DisplayCaptureDelegate&)> what);
 
     Desktop& desktop_;
     platform::Ref<FrameBuffer> waiting_;

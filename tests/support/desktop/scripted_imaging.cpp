@@ -17,8 +17,7 @@ class ScriptedImaging final : public platform::Imaging {
     explicit ScriptedImaging(Desktop& desktop) : desktop_(desktop) {}
 
     Ref<Image> crop(const Ref<Image>& image, const platform::Rect& area) override {
-        auto pass = desktop_.gate.enter("crop");
-        return pass ? imaging_.crop(image, area) : nullptr;
+        return desktop_.gate.pass("crop", [&] { return imaging_.crop(image, area); });
     }
     Ref<Image> draw(const Ref<Image>& image, uint32_t width, uint32_t height,
                     const platform::Rect& placement) override {
@@ -27,29 +26,23 @@ class ScriptedImaging final : public platform::Imaging {
         return pass ? imaging_.draw(image, width, height, placement) : nullptr;
     }
     Ref<PixelBuffer> wrap(const Ref<Image>& image) override {
-        auto pass = desktop_.gate.enter("wrap");
-        return pass ? imaging_.wrap(image) : nullptr;
+        return desktop_.gate.pass("wrap", [&] { return imaging_.wrap(image); });
     }
     Picture picture(const Ref<Image>& image) override {
-        auto pass = desktop_.gate.enter("picture");
-        return pass ? imaging_.picture(image) : Picture{};
+        return desktop_.gate.pass("picture", [&] { return imaging_.picture(image); });
     }
     std::optional<Picture> scaled(const Picture& picture, const platform::Size& size) override {
-        auto pass = desktop_.gate.enter("scaled");
-        return pass ? imaging_.scaled(picture, size) : std::nullopt;
+        return desktop_.gate.pass("scaled", [&] { return imaging_.scaled(picture, size); });
     }
     Ref<Image> flatten(const Picture& picture) override {
-        auto pass = desktop_.gate.enter("flatten");
-        return pass ? imaging_.flatten(picture) : nullptr;
+        return desktop_.gate.pass("flatten", [&] { return imaging_.flatten(picture); });
     }
     Picture picture(PixelBuffer& buffer) override {
-        auto pass = desktop_.gate.enter("pictureOfBuffer");
-        return pass ? imaging_.picture(buffer) : Picture{};
+        return desktop_.gate.pass("pictureOfBuffer", [&] { return imaging_.picture(buffer); });
     }
     Ref<PixelBuffer> scaledRGB(PixelBuffer& buffer, const platform::Rect& area, uint32_t width,
                                uint32_t height) override {
-        auto pass = desktop_.gate.enter("scaledRGB");
-        return pass ? imaging_.scaledRGB(buffer, area, width, height) : nullptr;
+        return desktop_.gate.pass("scaledRGB", [&] { return imaging_.scaledRGB(buffer, area, width, height); });
     }
 
   private:

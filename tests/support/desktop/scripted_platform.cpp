@@ -54,8 +54,7 @@ class ScriptedPointer final : public Pointer {
         return pass && desktop_.cursor ? std::make_shared<const Cursor>(*desktop_.cursor) : nullptr;
     }
     Point location() override {
-        auto pass = desktop_.gate.enter("pointerLocation");
-        return pass ? desktop_.pointer : Point{};
+        return desktop_.gate.pass("pointerLocation", [&] { return desktop_.pointer; });
     }
 
   private:
