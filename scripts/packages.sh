@@ -6,7 +6,7 @@ build_packages=(
     libxcb-res0-dev libxcb-xinput-dev libxcb-sync-dev libxcb-shape0-dev libxcb-render0-dev
     libglib2.0-dev libgdk-pixbuf-2.0-dev libyuv-dev libpng-dev libcli11-dev nlohmann-json3-dev
 )
-test_packages=(libgtest-dev xvfb openbox x11-utils x11-xserver-utils x11-apps xdotool xterm lld groff-base zsh
+test_packages=(libgtest-dev xvfb openbox icewm x11-utils x11-xserver-utils x11-apps xdotool xterm lld groff-base zsh
     python3-numpy python3-pil)
 example_packages=(libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-{base,good,bad,ugly}
     qt6-base-dev fonts-dejavu-core)

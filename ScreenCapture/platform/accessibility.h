@@ -24,6 +24,11 @@ using ElementRef = std::shared_ptr<Element>;
 using AttributeValue =
     std::variant<std::monostate, std::string, bool, Point, Size, ElementRef, std::vector<ElementRef>>;
 
+// Of the system's error codes those that say nothing about what was asked for: the application did not answer in time,
+// or the process may not ask. After any other error it is not there.
+constexpr int32_t kErrorCannotComplete = -25204;
+constexpr int32_t kErrorDisabled = -25211;
+
 // The answer to a question for an attribute.
 struct Attribute {
     int32_t error = 0;  // 0: value holds it

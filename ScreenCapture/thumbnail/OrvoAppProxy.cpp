@@ -73,6 +73,10 @@ std::optional<Picture> OrvoAppProxy::icon() const {
     return runningApplication_ ? runningApplication_->icon() : std::nullopt;
 }
 
+bool OrvoAppProxy::canBeAsked() const {
+    return !runningApplication_ || runningApplication_->canBeAsked();
+}
+
 bool OrvoAppProxy::isActive() const {
     return runningApplication_ && runningApplication_->isActive();
 }
@@ -110,14 +114,19 @@ std::vector<OrvoWindowProxyRef> OrvoAppProxy::visibleWindows() const {
     });
 }
 
-OrvoWindowProxyRef OrvoAppProxy::windowWithWindowId(uint32_t windowId) const {
-    const auto elements = valuesForAttribute("AXWindows", 0, kMostWindows);
-    if (!elements) return nullptr;
-    for (const ElementRef& element : *elements) {
-        if (element && platform().accessibility().windowNumber(element) == windowId)
-            return OrvoWindowProxy::initWithElement(element);
+OrvoAppProxy::WindowAnswer OrvoAppProxy::findWindow(uint32_t windowId) const {
+    if (!app_) return {};
+    auto& accessibility = platform().accessibility();
+    std::vector<ElementRef> elements;
+    const int32_t error = accessibility.copyElements(app_, "AXWindows", 0, kMostWindows, elements);
+    // An application that has ended does not answer either.
+    if (error == orvo::platform::kErrorCannotComplete || error == orvo::platform::kErrorDisabled)
+        return {nullptr, !runningApplication_ || isTerminated()};
+    for (const ElementRef& element : elements) {
+        if (element && accessibility.windowNumber(element) == windowId)
+            return {OrvoWindowProxy::initWithElement(element)};
     }
-    return nullptr;
+    return {};
 }
 
 bool OrvoAppProxy::activate() const {

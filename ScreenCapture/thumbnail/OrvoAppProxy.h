@@ -30,6 +30,7 @@ class OrvoAppProxy {
     int32_t processIdentifier() const;
     std::string bundleIdentifier() const;
     std::optional<orvo::platform::Picture> icon() const;
+    bool canBeAsked() const;  // false while the system does not answer: what follows means nothing then
     bool isActive() const;
     bool isHidden() const;
     bool isTerminated() const;
@@ -41,7 +42,13 @@ class OrvoAppProxy {
     // visible: only those that are visible, or that are not; none: all.
     std::vector<OrvoWindowProxyRef> windows(std::optional<bool> visible) const;
     std::vector<OrvoWindowProxyRef> visibleWindows() const;
-    OrvoWindowProxyRef windowWithWindowId(uint32_t windowId) const;
+    OrvoWindowProxyRef windowWithWindowId(uint32_t windowId) const { return findWindow(windowId).proxy; }
+    // The same, and whether that there is none can be believed: the running application may not have answered.
+    struct WindowAnswer {
+        OrvoWindowProxyRef proxy;
+        bool isCertain = true;
+    };
+    WindowAnswer findWindow(uint32_t windowId) const;
 
     bool activate() const;  // all its windows
     bool focus() const;     // over other applications

@@ -20,9 +20,9 @@ OrvoWindowManager::Numbers OrvoWindowManager::excludeWindows() const {
 
 void OrvoWindowManager::setTargetWindow(uint32_t windowId) {
     OrvoWindowRef record = getOrvoWindowWithWindowId(windowId);
-    if (!record) return;
     std::lock_guard lock(m_mutex);
-    targetWindowsDictionary[windowId] = std::move(record);
+    if (record || !targetWindowsDictionary.contains(windowId))
+        targetWindowsDictionary[windowId] = {std::move(record), 0};
 }
 
 void OrvoWindowManager::removeTargerWindow(uint32_t windowId) {
@@ -30,10 +30,23 @@ void OrvoWindowManager::removeTargerWindow(uint32_t windowId) {
     targetWindowsDictionary.erase(windowId);
 }
 
-OrvoWindowRef OrvoWindowManager::registeredWindow(uint32_t windowId) const {
+OrvoWindowRef OrvoWindowManager::getItemWithTargetWindow(uint32_t windowId) {
+    const uint64_t version = platform().windowServer().desktopVersion();
+    {
+        std::lock_guard lock(m_mutex);
+        const auto target = targetWindowsDictionary.find(windowId);
+        if (target != targetWindowsDictionary.end()) {
+            if (target->second.record) return target->second.record;
+            if (version != 0 && target->second.missingAt == version) return nullptr;
+        }
+    }
+    OrvoWindowRef record = getOrvoWindowWithWindowId(windowId);
     std::lock_guard lock(m_mutex);
-    const auto found = targetWindowsDictionary.find(windowId);
-    return found == targetWindowsDictionary.end() ? nullptr : found->second;
+    const auto target = targetWindowsDictionary.find(windowId);
+    if (target == targetWindowsDictionary.end()) return record;
+    // A target that was not there when it was set is registered now. Another thread may have been faster.
+    if (!target->second.record) target->second = {std::move(record), version};
+    return target->second.record;
 }
 
 bool OrvoWindowManager::registTargetWindow(uint32_t windowId) {

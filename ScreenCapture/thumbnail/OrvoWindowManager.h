@@ -45,7 +45,8 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
 
     bool registTargetWindow(uint32_t windowId);  // asks for a picture through the thumbnail callback; registers nothing
     bool unRegistTargetWindowId(uint32_t windowId);
-    void setTargetWindow(uint32_t windowId);  // registers a fresh record, if there is one
+    // Registers a fresh record; one that is not there yet when it is first looked for and found.
+    void setTargetWindow(uint32_t windowId);
     void removeTargerWindow(uint32_t windowId);
 
     // Whether a target can be captured now. isNotify: compare with the registered record and tell the host.
@@ -84,8 +85,6 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
     static orvo::platform::Ref<orvo::platform::Image> convertNSImageToCGImageref(const orvo::platform::Picture& image);
 
   private:
-    OrvoWindowRef registeredWindow(uint32_t windowId) const;
-
     bool tellUnchanged(OrvoWindow& record);
     // The steps of the check of a window; each tells the host what differs from the record and updates it.
     void compareActivity(OrvoWindow& window, bool isActive);
@@ -102,7 +101,11 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
     const std::shared_ptr<OrvoCaptureSettings> m_settings;
     const std::shared_ptr<orvo::platform::SerialQueue> imageQueue;
     mutable std::mutex m_mutex;  // guards the two below
-    std::map<uint32_t, OrvoWindowRef> targetWindowsDictionary;
+    struct Target {
+        OrvoWindowRef record;    // null: not found yet
+        uint64_t missingAt = 0;  // the desktop's version in which it was not found
+    };
+    std::map<uint32_t, Target> targetWindowsDictionary;
     Numbers m_excludeWindows;
     std::atomic<double> lastErrorTime{0};  // seconds; when a target was last seen well or a status was sent
 };

@@ -96,11 +96,6 @@ OrvoWindowRef OrvoWindowManager::getOrvoWindowWithWindowId(uint32_t windowId) {
     return nullptr;
 }
 
-OrvoWindowRef OrvoWindowManager::getItemWithTargetWindow(uint32_t windowId) {
-    OrvoWindowRef record = registeredWindow(windowId);
-    return record ? record : getOrvoWindowWithWindowId(windowId);
-}
-
 OrvoWindowManager::Numbers OrvoWindowManager::getAllWindowWithWindowID(uint32_t windowId) {
     const OrvoWindowRef record = getItemWithTargetWindow(windowId);
     Numbers numbers;

@@ -52,13 +52,15 @@ bool OrvoWindowManager::checkWindowStatusIsNormal(OrvoWindow& window, bool isNot
         }
         return false;
     }
+    if (!app->canBeAsked()) return false;
     if (isNotify) compareActivity(window, app->isActive());
     const bool isHidden = app->isHidden();
     if (isNotify) compareHidden(window, isHidden);
     if (isHidden) return false;
 
-    if (const auto proxy = app->windowWithWindowId(window.windowID))
-        return checkFoundWindow(window, *app, *proxy, isNotify);
+    const auto found = app->findWindow(window.windowID);
+    if (found.proxy) return checkFoundWindow(window, *app, *found.proxy, isNotify);
+    if (!found.isCertain) return false;
     const bool isReplaced = checkProcessWindowStatus(*app, window);
     if (isNotify && isReplaced) return true;
     // Also without isNotify; that is intended.

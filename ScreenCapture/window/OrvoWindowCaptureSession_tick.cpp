@@ -54,8 +54,8 @@ void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, co
 // Asks after the target and tells the host what changed. A display that is gone ends the capture; a window that is not
 // normal is captured all the same, and its picture normally fails.
 bool OrvoWindowCaptureSession::checkScreenIsValidWithOrvowindow(const OrvoWindow* item) {
-    if (m_windowManager->checkTargetWindowStatusIsNormal(item ? item->windowID : 0, true)) return true;
-    if (!item || !item->isScreen) return true;
+    // What was not found is not looked for again in the same tick.
+    if (!item || m_windowManager->checkTargetWindowStatusIsNormal(item->windowID, true) || !item->isScreen) return true;
     stopCapture();
     return false;
 }

@@ -82,6 +82,29 @@ TEST_F(TargetTrackingTest, TellsAnApplicationWithoutElement) {
     EXPECT_EQ(check(7, false), Lines{"not normal"});
 }
 
+TEST_F(TargetTrackingTest, DoesNotCallMissingWhatCouldNotBeAsked) {
+    check(7);
+    desk.stepper.advance(4);
+    desk.activateApplication(50);
+    desk.gate.failEvery("copyElements");
+    EXPECT_EQ(check(7), (Lines{"not normal", "status 4 7 10,20,310,220"})) << "the application does not answer";
+    desk.hideApplication(50);
+    desk.gate.failEvery("canBeAsked");
+    EXPECT_EQ(check(7), Lines{"not normal"}) << "nor does the system";
+    EXPECT_EQ(check(7, false), Lines{"not normal"});
+}
+
+TEST_F(TargetTrackingTest, FollowsATargetFromItsFirstSightOn) {
+    manager->setTargetWindow(9);
+    EXPECT_EQ(check(9), Lines{"not normal"});
+    desk.addWindow({.number = 9, .pid = 50, .title = "Late", .bounds = {1, 2, 30, 40}});
+    EXPECT_EQ(check(9), (Lines{"normal", "status 0 9 1,2,31,42"}));
+    desk.console.clear();
+    desk.moveWindow(9, {5, 6, 30, 40});
+    EXPECT_EQ(check(9), (Lines{"normal", "moved 9 5,6 30x40", "status 8 9 5,6,35,46", "status 0 9 5,6,35,46"}));
+    EXPECT_EQ(desk.console, Lines{}) << "no list is printed for what is known";
+}
+
 TEST_F(TargetTrackingTest, KeepsUnregisteredTargetsToThemselves) {
     manager->removeTargerWindow(7);
     desk.activateApplication(50);

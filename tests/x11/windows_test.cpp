@@ -54,7 +54,7 @@ TEST(Windows, ListTellsWhatClientsSayInStackingOrder) {
     EXPECT_EQ(list[2].layer, 0);
     EXPECT_EQ(list[2].name, longTitle);
     EXPECT_NEAR(list[2].alpha, 0.5, 0.001);
-    EXPECT_EQ(list[2].ownerName, "Upper");
+    EXPECT_EQ(list[2].ownerName, "Lower");  // that of the process, whose first window says so
     EXPECT_EQ(list[3].name, "Grüße — 窗口");
     EXPECT_EQ(list[3].alpha, 1.0);
     EXPECT_EQ(list[3].bounds, (Rect{10, 20, 300, 200}));

@@ -7,7 +7,6 @@
 #include "ScreenCapture/platform/x11/accessibility_observer.h"
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
-#include "ScreenCapture/platform/x11/hidden_applications.h"
 #include "ScreenCapture/platform/x11/window_control.h"
 
 namespace orvo::platform::x11 {
@@ -16,7 +15,6 @@ namespace {
 // The codes of the interface that the names come from.
 constexpr int32_t kIllegalArgument = -25201;
 constexpr int32_t kInvalidElement = -25202;
-constexpr int32_t kCannotComplete = -25204;
 constexpr int32_t kAttributeUnsupported = -25205;
 constexpr int32_t kNoValue = -25212;
 // What it calls the kinds of values.
@@ -55,11 +53,11 @@ const char* subroleOf(const DesktopWindow& window) {
         case WindowType::normal:
             return "AXStandardWindow";
         case WindowType::none:
-            return window.transient ? "AXDialog" : "AXStandardWindow";
+            return window.transientFor != 0 ? "AXDialog" : "AXStandardWindow";
         case WindowType::dialog:
             return "AXDialog";
         default:
-            return window.transient ? "AXDialog" : "AXUnknown";
+            return window.transientFor != 0 ? "AXDialog" : "AXUnknown";
     }
 }
 
@@ -70,7 +68,7 @@ Attribute windowAttribute(const Desktop& desktop, const DesktopWindow& window, s
     if (name == "AXSize") return {0, bounds.size(), kOtherKind};
     if (name == "AXRole") return text("AXWindow");
     if (name == "AXSubrole") return text(subroleOf(window));
-    if (name == "AXMinimized") return flag(window.iconic);
+    if (name == "AXMinimized") return flag(window.minimized);
     if (name == "AXFullScreen") return flag(window.fullScreen);
     if (name == "AXMain") return flag(desktop.windows->active == window.number);
     if (name == "AXIdentifier") return window.role.empty() ? failure(kNoValue) : text(window.role);
@@ -86,9 +84,9 @@ Attribute applicationAttribute(const WindowList& windows, int32_t pid, std::stri
     }
     const std::vector<const DesktopWindow*> list = windowsOfProcess(windows, pid);
     if (list.empty()) return failure(kInvalidElement);
-    if (name == "AXTitle") return text(applicationName(*list.front()));
+    if (name == "AXTitle") return text(applicationName(windows, pid));
     if (name == "AXRole") return text("AXApplication");
-    if (name == "AXHidden") return flag(isHiddenApplication(windows, pid));
+    if (name == "AXHidden") return flag(windows.isHidden(pid));
     if (name == "AXMainWindow" || name == "AXFocusedWindow") {
         const auto active = std::find_if(list.begin(), list.end(),
                                          [&](const DesktopWindow* window) { return window->number == windows.active; });
@@ -98,10 +96,10 @@ Attribute applicationAttribute(const WindowList& windows, int32_t pid, std::stri
 }
 
 bool setMinimized(xcb_window_t window, bool minimized) {
-    const bool sent = minimized ? iconifyWindow(window) : restoreWindow(window);
+    const bool sent = minimized ? minimizeWindow(window) : restoreWindow(window);
     return sent && awaitWindows([=](const WindowList& windows) {
                const DesktopWindow* now = windows.find(window);
-               return now && now->iconic == minimized;
+               return now && now->minimized == minimized;
            });
 }
 
@@ -125,7 +123,7 @@ ElementRef X11Accessibility::application(int32_t pid) {
 Attribute X11Accessibility::copyAttribute(const ElementRef& element, const char* name) {
     if (!element || !name) return failure(kIllegalArgument);
     const auto desktop = currentDesktop();
-    if (!desktop) return failure(kCannotComplete);
+    if (!desktop) return failure(kErrorCannotComplete);
     const X11Element& asked = *mine(element);
     if (asked.pid == 0 && asked.window == 0) return failure(kAttributeUnsupported);
     if (asked.window == 0) return applicationAttribute(*desktop->windows, asked.pid, name);
@@ -149,14 +147,15 @@ int32_t X11Accessibility::setAttribute(const ElementRef& element, const char* na
     const bool* wanted = std::get_if<bool>(&value);
     if (!element || !name || !wanted) return kIllegalArgument;
     const auto desktop = currentDesktop();
-    if (!desktop) return kCannotComplete;
+    if (!desktop) return kErrorCannotComplete;
     const X11Element& asked = *mine(element);
     const DesktopWindow* window = asked.window != 0 ? windowOf(*desktop, asked) : nullptr;
     if (!window) return asked.window != 0 ? kInvalidElement : kAttributeUnsupported;
     const std::string_view attribute = name;
-    if (attribute == "AXMain") return !*wanted ? kIllegalArgument : activateWindow(asked.window) ? 0 : kCannotComplete;
-    if (attribute == "AXMinimized") return setMinimized(asked.window, *wanted) ? 0 : kCannotComplete;
-    if (attribute == "AXFullScreen") return makeFullScreen(asked.window, *wanted) ? 0 : kCannotComplete;
+    if (attribute == "AXMain")
+        return !*wanted ? kIllegalArgument : activateWindow(asked.window) ? 0 : kErrorCannotComplete;
+    if (attribute == "AXMinimized") return setMinimized(asked.window, *wanted) ? 0 : kErrorCannotComplete;
+    if (attribute == "AXFullScreen") return makeFullScreen(asked.window, *wanted) ? 0 : kErrorCannotComplete;
     return kAttributeUnsupported;
 }
 
@@ -176,13 +175,7 @@ std::string X11Accessibility::describe(const ElementRef& element) {
 }
 
 bool X11Accessibility::bringToFront(int32_t pid) {
-    const auto desktop = currentDesktop();
-    if (!desktop) return false;
-    const auto list = windowsOfProcess(*desktop->windows, pid);
-    if (list.empty()) return false;
-    const auto shown =
-        std::find_if(list.begin(), list.end(), [](const DesktopWindow* window) { return !window->iconic; });
-    return activateWindow((shown == list.end() ? list.front() : *shown)->number);
+    return activateProcess(pid);
 }
 
 std::unique_ptr<ElementObserver> X11Accessibility::makeObserver(int32_t pid, ElementObserverCallback callback) {

@@ -10,7 +10,6 @@
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/connection.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
-#include "ScreenCapture/platform/x11/hidden_applications.h"
 #include "ScreenCapture/platform/x11/late_glib.h"
 
 namespace orvo::platform::x11 {
@@ -24,7 +23,7 @@ struct Registration {
 
 struct WindowState {
     PixelRect bounds;
-    bool iconic = false;
+    bool minimized = false;
 };
 
 // Everything that a running delivery needs; it outlives the observer if that is released meanwhile.
@@ -85,7 +84,7 @@ class Watch {
         const auto list = windowsOfProcess(*desktop->windows, pid_);
         std::map<uint32_t, WindowState> now;
         for (const DesktopWindow* window : list) {
-            now[window->number] = {window->bounds, window->iconic};
+            now[window->number] = {window->bounds, window->minimized};
             if (windows_.count(window->number)) continue;
             follow(window->number);
             follows = true;
@@ -93,7 +92,7 @@ class Watch {
         const auto before = std::exchange(windows_, now);
         const uint32_t active = now.count(desktop->windows->active) ? desktop->windows->active : 0;
         const uint32_t wasActive = std::exchange(active_, active);
-        const bool hidden = isHiddenApplication(*desktop->windows, pid_);
+        const bool hidden = desktop->windows->isHidden(pid_);
         const bool wasHidden = std::exchange(hidden_, hidden);
         if (!report) return follows;
         for (const auto& [number, state] : now) {
@@ -113,8 +112,8 @@ class Watch {
         const PixelRect& to = state.bounds;
         if (from.x != to.x || from.y != to.y) fire("AXWindowMoved", number, false);
         if (from.width != to.width || from.height != to.height) fire("AXWindowResized", number, false);
-        if (old.iconic != state.iconic)
-            fire(state.iconic ? "AXWindowMiniaturized" : "AXWindowDeminiaturized", number, false);
+        if (old.minimized != state.minimized)
+            fire(state.minimized ? "AXWindowMiniaturized" : "AXWindowDeminiaturized", number, false);
     }
 
     // A client inside a frame tells of its own changes; frames are heard of through the root.

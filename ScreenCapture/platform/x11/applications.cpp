@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "ScreenCapture/platform/x11/late_glib.h"
-#include "ScreenCapture/platform/x11/window_facts.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -131,8 +130,10 @@ DesktopEntry readEntry(GAppInfo* application) {
     return entry;
 }
 
-EntryRef entryOfWindow(const DesktopWindow& window) {
-    return Entries::instance().ofClass(window.instance, window.className);
+EntryRef entryOfProcess(const Process& process) {
+    for (const auto& [instance, className] : process.classes)
+        if (EntryRef entry = Entries::instance().ofClass(instance, className)) return entry;
+    return nullptr;
 }
 
 EntryRef entryByName(const std::string& name) {
@@ -143,19 +144,20 @@ EntryRef entryByPath(const std::string& path) {
     return Entries::instance().byPath(path);
 }
 
-std::string applicationName(const DesktopWindow& window) {
-    if (const EntryRef entry = entryOfWindow(window); entry && !entry->name.empty()) return entry->name;
-    if (!window.className.empty()) return window.className;
-    if (!window.instance.empty()) return window.instance;
-    return window.process.empty() ? processName(window.pid) : window.process;
+std::string applicationName(const WindowList& windows, int32_t pid) {
+    const Process* const process = windows.process(pid);
+    if (!process) return {};
+    if (const EntryRef entry = entryOfProcess(*process); entry && !entry->name.empty()) return entry->name;
+    if (process->classes.empty()) return process->name;
+    const auto& [instance, className] = process->classes.front();
+    return className.empty() ? instance : className;
 }
 
 std::vector<const DesktopWindow*> windowsOfProcess(const WindowList& windows, int32_t pid, bool withPopups) {
     std::vector<const DesktopWindow*> found;
     for (const DesktopWindow& window : windows.all) {
-        const bool shown = (window.managed || withPopups) && (window.onScreen || window.iconic);
-        if (shown && window.pid == pid && pid > 0 && window.type != WindowType::desktop &&
-            window.type != WindowType::dock)
+        const bool isWanted = window.managed || (withPopups && window.onScreen && !window.helper);
+        if (isWanted && window.pid == pid && window.type != WindowType::desktop && window.type != WindowType::dock)
             found.push_back(&window);
     }
     return found;

@@ -57,6 +57,11 @@ class DesktopModel {
         }
     }
 
+    void outdate() {
+        std::lock_guard lock(mutex_);
+        outdated_ = true;
+    }
+
   private:
     enum class State {
         idle,     // no thread, no connection
@@ -140,6 +145,7 @@ class DesktopModel {
     // Asking the server again is left until somebody wants to know.
     bool isWanted() {
         std::lock_guard lock(mutex_);
+        for (size_t i = 0; i < kPartCount; i++) stale_[i] |= parts_[i]->hasNews();
         outdated_ = anythingStale();
         const bool wanted = std::exchange(wanted_, false) && outdated_;
         state_ = wanted ? State::busy : State::waiting;
@@ -183,6 +189,10 @@ class DesktopModel {
 
 std::shared_ptr<const Desktop> latestDesktop() {
     return DesktopModel::instance().current();
+}
+
+void outdateDesktop() {
+    DesktopModel::instance().outdate();
 }
 
 std::shared_ptr<const Desktop> currentDesktop() {

@@ -33,6 +33,9 @@ class ModelPart {
     virtual ~ModelPart() = default;
     virtual uint32_t rootEvents() const = 0;  // the core events that it needs of the root window
     virtual void attach(Connection& x) = 0;   // a new connection: selects other events, forgets the old server
+    // True when something other than an event has made the facts stale, since the last such answer. Asked after
+    // outdateDesktop().
+    virtual bool hasNews() { return false; }
     // True when the event makes the facts stale.
     virtual bool handle(Connection& x, const xcb_generic_event_t& event) = 0;
     // Asks the server and stores the result in the next snapshot. A lost connection needs no answer.
@@ -45,5 +48,7 @@ class ModelPart {
 std::shared_ptr<const Desktop> latestDesktop();
 // The same, but what the thread's look has seen already while there is one.
 std::shared_ptr<const Desktop> currentDesktop();
+// The parts have news of their own: the next question gets a snapshot with them. Any thread.
+void outdateDesktop();
 
 }  // namespace orvo::platform::x11

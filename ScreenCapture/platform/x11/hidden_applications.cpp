@@ -12,70 +12,129 @@
 namespace orvo::platform::x11 {
 namespace {
 
-struct Hidden {
-    std::mutex mutex;
-    std::map<int32_t, std::vector<xcb_window_t>> windows;  // by process
+using Clock = std::chrono::steady_clock;
+using Numbers = std::vector<xcb_window_t>;
+
+constexpr std::chrono::seconds kOrderLimit{2};
+
+// What was ordered for one application, and how far the manager has come.
+struct Order {
+    enum class State { hiding, hidden, showing };
+    State state = State::hiding;
+    Numbers windows;  // front to back
+    Clock::time_point until;
 };
 
-Hidden& hidden() {
-    static Hidden& one = *new Hidden;
+struct Orders {
+    std::mutex mutex;
+    std::map<int32_t, Order> byProcess;
+    bool isNew = false;
+};
+
+Orders& orders() {
+    static Orders& one = *new Orders;
     return one;
 }
 
-bool areIconic(const WindowList& windows, const std::vector<xcb_window_t>& numbers, bool iconic) {
-    return std::all_of(numbers.begin(), numbers.end(), [&](xcb_window_t number) {
+template <typename Test>
+bool anyOf(const WindowList& windows, const Numbers& numbers, Test test) {
+    return std::any_of(numbers.begin(), numbers.end(), [&](xcb_window_t number) {
         const DesktopWindow* window = windows.find(number);
-        return !window || window->iconic == iconic;
+        return window && test(*window);
     });
+}
+bool anyOnScreen(const WindowList& windows, const Numbers& numbers) {
+    return anyOf(windows, numbers, [](const DesktopWindow& window) { return window.onScreen; });
+}
+bool anyMinimized(const WindowList& windows, const Numbers& numbers) {
+    return anyOf(windows, numbers, [](const DesktopWindow& window) { return window.minimized; });
+}
+
+bool showsAnother(const WindowList& windows, int32_t pid, const Numbers& numbers) {
+    const auto all = windowsOfProcess(windows, pid);
+    return std::any_of(all.begin(), all.end(), [&](const DesktopWindow* window) {
+        return window->onScreen && std::find(numbers.begin(), numbers.end(), window->number) == numbers.end();
+    });
+}
+
+// Brings the state up to date with what is there. False when the application is not hidden any longer.
+bool isInForce(const WindowList& windows, int32_t pid, Order& order) {
+    std::erase_if(order.windows, [&](xcb_window_t number) {
+        const DesktopWindow* window = windows.find(number);
+        return !window || window->pid != pid;
+    });
+    if (order.windows.empty()) return false;
+    const bool isLate = Clock::now() >= order.until;
+    if (order.state == Order::State::showing) return !isLate && anyMinimized(windows, order.windows);
+    if (showsAnother(windows, pid, order.windows)) return false;
+    if (anyOnScreen(windows, order.windows)) return order.state == Order::State::hiding && !isLate;
+    order.state = Order::State::hidden;
+    return true;
+}
+
+// Before the manager is told anything: no snapshot may show its doing without the reason for it.
+void remember(int32_t pid, Order::State state, const Numbers& windows) {
+    {
+        std::lock_guard lock(orders().mutex);
+        orders().byProcess[pid] = {state, windows, Clock::now() + kOrderLimit};
+        orders().isNew = true;
+    }
+    outdateDesktop();
+}
+
+Numbers hiddenWindows(int32_t pid) {
+    std::lock_guard lock(orders().mutex);
+    const auto found = orders().byProcess.find(pid);
+    return found == orders().byProcess.end() ? Numbers() : found->second.windows;
 }
 
 }  // namespace
 
 bool hideApplication(int32_t pid) {
-    const auto desktop = currentDesktop();
-    if (!desktop) return false;
-    std::vector<xcb_window_t> numbers;
+    const auto desktop = latestDesktop();
+    // Nobody could bring the windows back.
+    if (!desktop || !desktop->windows->hasManager) return false;
+    Numbers numbers;
     for (const DesktopWindow* window : windowsOfProcess(*desktop->windows, pid))
-        if (!window->iconic) numbers.push_back(window->number);
+        if (!window->minimized) numbers.push_back(window->number);
     if (numbers.empty()) return false;
-    for (const xcb_window_t number : numbers) iconifyWindow(number);
-    {
-        std::lock_guard lock(hidden().mutex);
-        auto& remembered = hidden().windows[pid];
-        remembered.insert(remembered.end(), numbers.begin(), numbers.end());
-    }
-    return awaitWindows([&](const WindowList& windows) { return areIconic(windows, numbers, true); });
+    Numbers all = numbers;
+    for (const xcb_window_t number : hiddenWindows(pid))
+        if (std::find(all.begin(), all.end(), number) == all.end()) all.push_back(number);
+    remember(pid, Order::State::hiding, all);
+    for (const xcb_window_t number : numbers) minimizeWindow(number);
+    return awaitWindows([&](const WindowList& windows) { return !anyOnScreen(windows, numbers); });
 }
 
 bool showApplication(int32_t pid) {
-    std::vector<xcb_window_t> numbers;
-    {
-        std::lock_guard lock(hidden().mutex);
-        const auto found = hidden().windows.find(pid);
-        if (found == hidden().windows.end()) return false;
-        numbers = std::move(found->second);
-        hidden().windows.erase(found);
-    }
+    const Numbers numbers = hiddenWindows(pid);
+    if (numbers.empty()) return false;
+    remember(pid, Order::State::showing, numbers);
     // Back to front, as they lay.
     for (auto number = numbers.rbegin(); number != numbers.rend(); ++number) restoreWindow(*number);
-    return awaitWindows([&](const WindowList& windows) { return areIconic(windows, numbers, false); });
+    return awaitWindows([&](const WindowList& windows) { return !anyMinimized(windows, numbers); });
 }
 
-bool isHiddenApplication(const WindowList& windows, int32_t pid) {
-    std::lock_guard lock(hidden().mutex);
-    const auto found = hidden().windows.find(pid);
-    if (found == hidden().windows.end()) return false;
-    const auto isOthers = [&](xcb_window_t number) {
-        const DesktopWindow* window = windows.find(number);
-        return !window || window->pid != pid;
-    };
-    std::erase_if(found->second, isOthers);
-    // The user has brought one back: it is hidden no more.
-    if (found->second.empty() || !areIconic(windows, found->second, true)) {
-        hidden().windows.erase(found);
-        return false;
+std::vector<HiddenApplication> hiddenApplications(const WindowList& windows) {
+    std::vector<HiddenApplication> hidden;
+    std::lock_guard lock(orders().mutex);
+    auto& all = orders().byProcess;
+    for (auto each = all.begin(); each != all.end();) {
+        auto& [pid, order] = *each;
+        if (!isInForce(windows, pid, order)) {
+            each = all.erase(each);
+            continue;
+        }
+        const bool isDone = order.state == Order::State::hidden;
+        hidden.push_back({pid, isDone ? Clock::time_point::max() : order.until});
+        ++each;
     }
-    return true;
+    return hidden;
+}
+
+bool takeHidingOrders() {
+    std::lock_guard lock(orders().mutex);
+    return std::exchange(orders().isNew, false);
 }
 
 }  // namespace orvo::platform::x11

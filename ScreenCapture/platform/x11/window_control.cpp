@@ -2,17 +2,25 @@
 #include "ScreenCapture/platform/x11/window_control.h"
 
 #include <array>
+#include <atomic>
 #include <chrono>
+#include <mutex>
 #include <thread>
 
+#include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/asking.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
 
 namespace orvo::platform::x11 {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr std::chrono::milliseconds kManagerLimit{200};
+constexpr std::chrono::milliseconds kLateManagerLimit{20};
+constexpr std::chrono::milliseconds kLateTime{400};  // for that long a manager counts as late
 constexpr std::chrono::milliseconds kLookAgain{4};
+constexpr int kMaxDialogs = 8;      // above each other
 constexpr uint32_t kFromPager = 2;  // the source of an order that the user gave
 
 bool send(const Asking& asking, xcb_window_t receiver, xcb_window_t window, uint32_t mask, xcb_atom_t type,
@@ -34,8 +42,58 @@ bool tellManager(const Asking& asking, xcb_window_t window, xcb_atom_t type, con
 }
 
 bool hasManager() {
-    const auto desktop = currentDesktop();
+    const auto desktop = latestDesktop();
     return desktop && desktop->windows->hasManager;
+}
+
+// The window that was last told to come forward. It counts as the last active one of its process from the order on:
+// what is ordered next, for the process, goes to the same window however late the manager is.
+struct Activation {
+    std::mutex mutex;
+    xcb_window_t window = 0;
+    uint64_t focused = 0;
+};
+Activation& lastActivation() {
+    static Activation& one = *new Activation;
+    return one;
+}
+
+void noteActivation(xcb_window_t window) {
+    std::lock_guard lock(lastActivation().mutex);
+    lastActivation().window = window;
+    lastActivation().focused = nextFocus();
+}
+
+uint64_t focusOf(const DesktopWindow& window) {
+    std::lock_guard lock(lastActivation().mutex);
+    const Activation& last = lastActivation();
+    return last.window == window.number ? std::max(last.focused, window.focused) : window.focused;
+}
+
+// The frontmost of those that never had it. A minimised one only without another.
+const DesktopWindow* lastActiveWindow(const WindowList& windows, int32_t pid) {
+    const DesktopWindow* last = nullptr;
+    for (const DesktopWindow* window : windowsOfProcess(windows, pid)) {
+        const auto rank = [](const DesktopWindow& each) { return std::pair(!each.minimized, focusOf(each)); };
+        if (!last || rank(*window) > rank(*last)) last = window;
+    }
+    return last;
+}
+
+// A manager gives the focus to the modal dialog of a window, or of its whole group, instead of the window.
+bool hasFocus(const WindowList& windows, xcb_window_t number) {
+    if (windows.active == number) return true;
+    const DesktopWindow* const wanted = windows.find(number);
+    const DesktopWindow* holder = windows.find(windows.active);
+    if (!wanted || !holder || !holder->modal) return false;
+    const int32_t pid = holder->pid;
+    for (int depth = 0; holder && depth < kMaxDialogs; ++depth) {
+        if (holder->transientFor == number) return true;
+        const DesktopWindow* owner = windows.find(holder->transientFor);
+        if (!owner) break;
+        holder = owner->transientFor != 0 ? owner : nullptr;
+    }
+    return holder && pid == wanted->pid;
 }
 
 bool raiseAndFocus(xcb_window_t window) {
@@ -50,21 +108,38 @@ bool raiseAndFocus(xcb_window_t window) {
 }  // namespace
 
 bool awaitWindows(const std::function<bool(const WindowList&)>& condition) {
-    const auto until = std::chrono::steady_clock::now() + kManagerLimit;
+    static std::atomic<Clock::time_point> lateSince{Clock::time_point{}};
+    const auto start = Clock::now();
+    const auto until = start + (start - lateSince.load() < kLateTime ? kLateManagerLimit : kManagerLimit);
     while (true) {
         const auto desktop = latestDesktop();
         if (!desktop) return false;
         if (condition(*desktop->windows)) return true;
-        if (std::chrono::steady_clock::now() >= until) return false;
+        if (Clock::now() >= until) break;
         std::this_thread::sleep_for(kLookAgain);
     }
+    lateSince = Clock::now();
+    return false;
 }
 
 bool activateWindow(xcb_window_t window) {
-    if (!hasManager()) return raiseAndFocus(window);
-    if (const Asking asking; !asking || !tellManager(asking, window, asking.atoms().NET_ACTIVE_WINDOW, {kFromPager}))
+    const auto desktop = latestDesktop();
+    if (!desktop) return false;
+    noteActivation(window);
+    if (!desktop->windows->keepsHints) return raiseAndFocus(window);
+    const xcb_window_t active = desktop->windows->active;
+    if (const Asking asking; !asking || !tellManager(asking, window, asking.atoms().NET_ACTIVE_WINDOW,
+                                                     {kFromPager, XCB_CURRENT_TIME, active}))
         return false;
-    return awaitWindows([=](const WindowList& windows) { return windows.active == window; });
+    return awaitWindows([=](const WindowList& windows) { return hasFocus(windows, window); });
+}
+
+bool activateProcess(int32_t pid) {
+    const auto desktop = latestDesktop();
+    if (!desktop) return false;
+    if (desktop->windows->activeProcess() == pid) return true;
+    const DesktopWindow* const window = lastActiveWindow(*desktop->windows, pid);
+    return window && activateWindow(window->number);
 }
 
 bool raiseWindow(xcb_window_t window) {
@@ -76,15 +151,11 @@ bool raiseWindow(xcb_window_t window) {
     return !asking->lost();
 }
 
-bool iconifyWindow(xcb_window_t window) {
+bool minimizeWindow(xcb_window_t window) {
     constexpr uint32_t kIconicState = 3;
-    const bool managed = hasManager();
+    if (!hasManager()) return false;
     const Asking asking;
-    if (!asking) return false;
-    if (managed) return tellManager(asking, window, asking.atoms().WM_CHANGE_STATE, {kIconicState});
-    xcb_unmap_window(asking->raw(), window);
-    asking->flush();
-    return !asking->lost();
+    return asking && tellManager(asking, window, asking.atoms().WM_CHANGE_STATE, {kIconicState});
 }
 
 bool restoreWindow(xcb_window_t window) {

@@ -1,6 +1,7 @@
 // What is known of one window, and the requests that find it out.
 #include "ScreenCapture/platform/x11/window_facts.h"
 
+#include <unistd.h>
 #include <xcb/res.h>
 #include <xcb/shape.h>
 
@@ -58,6 +59,14 @@ std::vector<PixelRect> shapeOf(const xcb_shape_get_rectangles_reply_t* reply, co
     return shape;
 }
 
+const std::string& hostName() {
+    static const std::string name = [] {
+        char text[256] = {};
+        return std::string(gethostname(text, sizeof text - 1) == 0 ? text : "");
+    }();
+    return name;
+}
+
 }  // namespace
 
 std::string processName(int32_t pid) {
@@ -98,13 +107,14 @@ std::array<xcb_atom_t, WindowFacts::kProperties> WindowFacts::interesting(const 
     return {atoms.NET_WM_NAME,           XCB_ATOM_WM_NAME,   XCB_ATOM_WM_CLASS,
             atoms.NET_WM_WINDOW_TYPE,    atoms.NET_WM_STATE, atoms.WM_STATE,
             atoms.NET_WM_WINDOW_OPACITY, atoms.NET_WM_PID,   atoms.WM_WINDOW_ROLE,
-            XCB_ATOM_WM_TRANSIENT_FOR,   atoms.NET_WM_ICON};
+            XCB_ATOM_WM_TRANSIENT_FOR,   atoms.NET_WM_ICON,  XCB_ATOM_WM_CLIENT_MACHINE};
 }
 
 void WindowFacts::askProperties(Connection& x, const Atoms& atoms, xcb_window_t window) {
     if (propertiesKnown_ || awaitsProperties_) return;
     if (!std::exchange(selected_, true)) {
-        const uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+        const uint32_t events =
+            XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_FOCUS_CHANGE;
         xcb_change_window_attributes(x.raw(), window, XCB_CW_EVENT_MASK, &events);
     }
     const auto names = interesting(atoms);
@@ -128,15 +138,20 @@ void WindowFacts::readProperties(Connection& x, const Atoms& atoms) {
     std::tie(instance_, className_) = decodeClass(read[2]);
     type_ = typeOf(atoms, decodeNumbers(read[3]));
     const std::vector<uint32_t> states = decodeNumbers(read[4]);
-    hidden_ = contains(states, atoms.NET_WM_STATE_HIDDEN);
+    const bool isHidden = contains(states, atoms.NET_WM_STATE_HIDDEN);
+    if (isHidden && !hidden_) hiddenSince_ = std::chrono::steady_clock::now();
+    hidden_ = isHidden;
+    shaded_ = contains(states, atoms.NET_WM_STATE_SHADED);
+    modal_ = contains(states, atoms.NET_WM_STATE_MODAL);
     above_ = contains(states, atoms.NET_WM_STATE_ABOVE);
     fullScreen_ = contains(states, atoms.NET_WM_STATE_FULLSCREEN);
     state_ = read[5].format == 32 ? static_cast<int32_t>(decodeNumber(read[5], 0)) : -1;
     alpha_ = decodeOpacity(read[6]);
     claimedPid_ = static_cast<int32_t>(decodeNumber(read[7], 0));
     role_ = decodeText(read[8]);
-    transient_ = decodeNumber(read[9], 0) != 0;
+    transientFor_ = decodeNumber(read[9], 0);
     hasIcon_ = replies[10] && replies[10]->type != XCB_ATOM_NONE;
+    machine_ = decodeText(read[11]);
 }
 
 bool WindowFacts::propertyChanged(const Atoms& atoms, xcb_atom_t atom) {
@@ -178,23 +193,56 @@ std::vector<PixelRect> ShapeRequest::read(Connection& x) const {
     return shapeOf(rectangles.get(), {0, 0, geometry->width + 2 * border, geometry->height + 2 * border}, border);
 }
 
-void WindowFacts::fill(DesktopWindow& window) {
+bool WindowFacts::isMinimized(const RootFacts& root) const {
+    if (geometry_.overrideRedirect) return false;
+    // For many managers a window on another workspace, or a shaded one, is iconic too.
+    if (!root.tellsHidden) return state_ == static_cast<int32_t>(kIconicState);
+    return hidden_ && !shaded_ && !root.isHiddenForDesktop(hiddenSince_);
+}
+
+// Where a manager puts a window that nobody sees, or moves it on the way, is not where the window is.
+PixelRect WindowFacts::boundsWhenShown(bool isShown) {
+    if (isShown || shownBounds_.empty() || geometry_.overrideRedirect) shownBounds_ = geometry_.bounds;
+    return shownBounds_;
+}
+
+void WindowFacts::move(int dx, int dy) {
+    for (PixelRect* bounds : {&geometry_.bounds, &geometry_.outer, &shownBounds_}) {
+        bounds->x += dx;
+        bounds->y += dy;
+    }
+}
+
+void WindowFacts::fill(DesktopWindow& window, const WindowFacts& frame, const RootFacts& root) {
     window.title = title_;
     window.role = role_;
     window.instance = instance_;
     window.className = className_;
+    window.machine = machine_;
     window.type = type_;
     window.layer = layerOf(type_, above_);
     window.alpha = alpha_;
-    window.iconic = state_ == static_cast<int32_t>(kIconicState) || hidden_;
+    window.managed = !geometry_.overrideRedirect;
+    window.minimized = isMinimized(root);
+    window.onScreen = geometry_.viewable && !window.minimized && !(shaded_ && root.keepsHints);
+    window.bounds = boundsWhenShown(window.onScreen);
+    window.border = geometry_.bounds.x - geometry_.outer.x;
+    window.frameBounds = frame.geometry_.outer;
+    window.frameOnScreen = frame.geometry_.viewable;
+    window.mapped = frame.mapped;
+    window.shape = frame.shape_;
     window.fullScreen = fullScreen_;
-    window.transient = transient_;
+    window.transientFor = transientFor_;
+    window.modal = modal_;
     window.hasIcon = hasIcon_;
+    window.focused = focused;
     window.pidIsCertain = serverPid > 0;
-    window.pid = serverPid > 0 ? serverPid : std::max(claimedPid_, 0);
-    if (!instance_.empty() || !className_.empty()) return;
-    if (std::exchange(namedPid_, window.pid) != window.pid) process_ = processName(window.pid);
-    window.process = process_;
+    // The number of a process says nothing on another machine.
+    const bool isLocal = machine_.empty() ? !isRemote : machine_ == hostName();
+    if (serverPid > 0)
+        window.pid = serverPid;
+    else if (claimedPid_ > 0 && isLocal)
+        window.pid = claimedPid_;
 }
 
 void PidRequest::add(xcb_window_t window, WindowFacts& facts) {
@@ -212,13 +260,17 @@ void PidRequest::read(Connection& x) {
     if (sequence_ == 0) return;
     const auto reply = x.await<xcb_res_query_client_ids_reply_t>(sequence_);
     if (!reply) return;
+    for (const auto& [window, facts] : windows_) facts->isRemote = true;
     // The server answers once for each client, named by the bits that all of its ids share.
     const uint32_t mask = ~xcb_get_setup(x.raw())->resource_id_mask;
     for (auto i = xcb_res_query_client_ids_ids_iterator(reply.get()); i.rem; xcb_res_client_id_value_next(&i)) {
         if (xcb_res_client_id_value_value_length(i.data) < 1) continue;
         const auto pid = static_cast<int32_t>(*xcb_res_client_id_value_value(i.data));
         for (const auto& [window, facts] : windows_)
-            if ((window & mask) == (i.data->spec.client & mask)) facts->serverPid = pid;
+            if ((window & mask) == (i.data->spec.client & mask)) {
+                facts->serverPid = pid;
+                facts->isRemote = false;
+            }
     }
 }
 

@@ -5,11 +5,13 @@
 #include <xcb/xcb.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "ScreenCapture/platform/x11/atoms.h"
+#include "ScreenCapture/platform/x11/root_facts.h"
 #include "ScreenCapture/platform/x11/windows.h"
 
 namespace orvo::platform::x11 {
@@ -36,7 +38,7 @@ class WindowFacts {
     void readProperties(Connection& x, const Atoms& atoms);
     // False for a property that nobody here is interested in.
     bool propertyChanged(const Atoms& atoms, xcb_atom_t atom);
-    bool hasState() const { return state_ >= 0; }  // a client that its manager has seen
+    bool hasState() const { return state_ > 0; }  // a client that its manager has taken on
 
     // The bounding shape, kept until it or the size changes.
     void askShape(Connection& x, xcb_window_t window);
@@ -44,16 +46,22 @@ class WindowFacts {
     void shapeChanged() { shapeKnown_ = false; }
     const std::vector<PixelRect>& shape() const { return shape_; }
 
-    // Copies everything that properties tell, and the name of a process whose window has none.
-    void fill(DesktopWindow& window);
+    // Copies everything that is known. The frame is another window's facts, or these.
+    void fill(DesktopWindow& window, const WindowFacts& frame, const RootFacts& root);
+    // The window moved with its frame.
+    void move(int dx, int dy);
 
     int32_t serverPid = 0;  // as the server knows its client; 0 when it does not
+    bool isRemote = false;  // the server knows the processes of its local clients, and not this one
     bool pidAsked = false;
-    uint64_t mapped = 0;  // as in DesktopWindow
+    uint64_t mapped = 0;   // as in DesktopWindow
+    uint64_t focused = 0;  // likewise
 
   private:
-    static constexpr size_t kProperties = 11;
+    static constexpr size_t kProperties = 12;
     static std::array<xcb_atom_t, kProperties> interesting(const Atoms& atoms);
+    bool isMinimized(const RootFacts& root) const;
+    PixelRect boundsWhenShown(bool isShown);
 
     bool selected_ = false;
     bool propertiesKnown_ = false;
@@ -67,13 +75,15 @@ class WindowFacts {
     Geometry geometry_;
     std::vector<PixelRect> shape_;
     PixelRect shapedOuter_;
-    std::string title_, role_, instance_, className_, process_;
-    int32_t namedPid_ = 0;  // the process that process_ names
+    PixelRect shownBounds_;  // when it was on screen for the last time; empty: not yet
+    std::string title_, role_, instance_, className_, machine_;
     WindowType type_ = WindowType::none;
     int32_t state_ = -1;  // WM_STATE; -1 without
     int32_t claimedPid_ = 0;
     double alpha_ = 1;
-    bool hidden_ = false, above_ = false, fullScreen_ = false, transient_ = false, hasIcon_ = false;
+    xcb_window_t transientFor_ = 0;
+    bool hidden_ = false, shaded_ = false, modal_ = false, above_ = false, fullScreen_ = false, hasIcon_ = false;
+    std::chrono::steady_clock::time_point hiddenSince_;
 };
 
 // What the system calls a process; empty when it cannot be told.

@@ -31,7 +31,7 @@ SceneLayer layerOfClient(const DesktopWindow& window, const std::vector<PixelRec
 void setLayersOfArea(std::vector<SceneLayer>& layers, const WindowList& windows) {
     layers.clear();
     for (const DesktopWindow& window : windows.all)
-        if (window.onScreen && window.type != WindowType::desktop) addFrame(layers, window);
+        if (window.frameOnScreen && window.type != WindowType::desktop) addFrame(layers, window);
 }
 
 void setLayersOfList(std::vector<SceneLayer>& layers, const WindowList& windows, const std::vector<uint32_t>& numbers,
@@ -39,7 +39,7 @@ void setLayersOfList(std::vector<SceneLayer>& layers, const WindowList& windows,
     layers.clear();
     for (const uint32_t number : numbers) {
         const DesktopWindow* window = windows.find(number);
-        if (window && window->onScreen) addFrame(layers, *window);
+        if (window && window->frameOnScreen) addFrame(layers, *window);
     }
     if (withBackground && windows.background != 0)
         layers.push_back({0, windows.background, windows.root, windows.root, {}});

@@ -16,9 +16,10 @@ std::vector<WindowInfo> X11WindowServer::onScreenWindows() {
     const auto desktop = currentDesktop();
     if (!desktop) return infos;
     for (const DesktopWindow& window : desktop->windows->all) {
-        if (!window.onScreen || window.type == WindowType::desktop) continue;
+        if (!window.onScreen || window.helper || window.type == WindowType::desktop) continue;
         infos.push_back({window.number, window.pid, window.layer, window.alpha,
-                         desktop->monitors->toGlobal(window.bounds), applicationName(window), window.title});
+                         desktop->monitors->toGlobal(window.bounds), applicationName(*desktop->windows, window.pid),
+                         window.title});
     }
     return infos;
 }
@@ -28,7 +29,7 @@ void X11WindowServer::onScreenNumbers(std::vector<uint32_t>& numbers) {
     const auto desktop = currentDesktop();
     if (!desktop) return;
     for (const DesktopWindow& window : desktop->windows->all)
-        if (window.onScreen) numbers.push_back(window.number);
+        if (window.frameOnScreen) numbers.push_back(window.number);
 }
 
 uint64_t X11WindowServer::desktopVersion() {

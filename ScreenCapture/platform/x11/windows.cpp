@@ -4,13 +4,15 @@
 #include <xcb/shape.h>
 
 #include <algorithm>
-#include <array>
+#include <atomic>
 #include <iterator>
 #include <unordered_map>
 
 #include "ScreenCapture/platform/software/region.h"
 #include "ScreenCapture/platform/x11/atoms.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/hidden_applications.h"
+#include "ScreenCapture/platform/x11/root_facts.h"
 #include "ScreenCapture/platform/x11/window_facts.h"
 
 namespace orvo::platform::x11 {
@@ -26,6 +28,11 @@ struct TopLevel {
     std::vector<xcb_window_t> clients;  // that it frames, back to front; itself when it is its own client
 };
 
+// The client that made a window, as the part of the number that all its windows share; 0: the server.
+xcb_window_t ownerOf(Connection& x, xcb_window_t window) {
+    return window & ~xcb_get_setup(x.raw())->resource_id_mask;
+}
+
 class WindowPart final : public ModelPart {
   public:
     uint32_t rootEvents() const override { return XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE; }
@@ -33,8 +40,11 @@ class WindowPart final : public ModelPart {
         atoms_ = Atoms::of(x);
         known_.clear();
         processes_.clear();
+        root_ = {};
         mustAsk_ = true;
     }
+    // What an order has changed is in the next snapshot.
+    bool hasNews() override { return takeHidingOrders(); }
     bool handle(Connection& x, const xcb_generic_event_t& event) override;
     void refresh(Connection& x, Desktop& next) override;
 
@@ -42,32 +52,33 @@ class WindowPart final : public ModelPart {
     bool makesStale(Connection& x, const xcb_generic_event_t& event);
     bool isMove(const xcb_configure_notify_event_t& notify) const;
     void applyMoves(Desktop& next);
-    bool askRoot(Connection& x, WindowList& list);
-    void askTopLevels(Connection& x, const WindowList& list);
-    void readTopLevels(Connection& x, WindowList& list);
+    bool noteFocus(const xcb_focus_in_event_t& event);
+    void askTopLevels(Connection& x);
+    void readTopLevels(Connection& x);
     void takeListedClients(Connection& x);
     void takeOverrideWindows();
     void findClients(Connection& x);
     xcb_window_t topLevelOf(Connection& x, xcb_window_t client) const;
+    // Mapped, or kept from the screen by a manager. A dead manager's word is not believed.
+    bool isShown(const WindowFacts& facts) const {
+        return facts.geometry().viewable || (root_.hasManager && facts.hasState());
+    }
     xcb_window_t clientInside(const TopLevel& top) const;
     void askDetails(Connection& x, PidRequest& pids);
     void readDetails(Connection& x, WindowList& list);
-    DesktopWindow describe(const TopLevel& top, xcb_window_t client);
+    DesktopWindow describe(Connection& x, const TopLevel& top, xcb_window_t client);
+    bool isHelper(Connection& x, const DesktopWindow& window) const;
+    void noteActive(Connection& x, WindowList& list);
     void noteProcesses(WindowList& list);
 
     Atoms atoms_;
+    RootFacts root_;
     std::unordered_map<xcb_window_t, WindowFacts> known_;
-    std::vector<int32_t> processes_;
+    std::vector<Process> processes_;
     uint64_t mappings_ = 0;
     bool mustAsk_ = true;                                                   // something other than a move has happened
     std::unordered_map<xcb_window_t, xcb_configure_notify_event_t> moves_;  // of top-level windows since the last list
-    // Of the refresh that runs, or the last one.
-    std::vector<xcb_window_t> inOrder_;  // the manager's clients, first mapped first
-    std::vector<TopLevel> tops_;         // back to front
-    std::vector<xcb_window_t> listed_;   // the manager's clients, back to front
-    xcb_window_t checkWindow_ = 0;       // proves that the manager lives
-    unsigned check_ = 0;
-    std::array<unsigned, 2> background_{};
+    std::vector<TopLevel> tops_;  // back to front, of the refresh that runs, or the last one
 };
 
 // A top-level window that only goes elsewhere, as when it is dragged, takes the server no question.
@@ -106,13 +117,26 @@ void WindowPart::applyMoves(Desktop& next) {
         if (move == moves_.end()) continue;
         const int dx = move->second.x - window.frameBounds.x;
         const int dy = move->second.y - window.frameBounds.y;
-        for (PixelRect* bounds : {&window.frameBounds, &window.bounds}) {
-            bounds->x += dx;
-            bounds->y += dy;
-        }
+        window.frameBounds.x += dx;
+        window.frameBounds.y += dy;
+        if (window.managed && !window.onScreen) continue;
+        window.bounds.x += dx;
+        window.bounds.y += dy;
+        known_[window.number].move(dx, dy);
     }
     moves_.clear();
+    list->hidden = hiddenApplications(*list);
     next.windows = std::move(list);
+}
+
+// The keys of a client go to the client, to a window inside it, or have gone there without regard to the pointer. What
+// a grab does for a moment is nothing to remember.
+bool WindowPart::noteFocus(const xcb_focus_in_event_t& event) {
+    const bool isGrab = event.mode == XCB_NOTIFY_MODE_GRAB || event.mode == XCB_NOTIFY_MODE_UNGRAB;
+    const auto facts = known_.find(event.event);
+    if (isGrab || event.detail >= XCB_NOTIFY_DETAIL_POINTER || facts == known_.end()) return false;
+    facts->second.focused = nextFocus();
+    return true;
 }
 
 bool WindowPart::makesStale(Connection& x, const xcb_generic_event_t& event) {
@@ -124,16 +148,17 @@ bool WindowPart::makesStale(Connection& x, const xcb_generic_event_t& event) {
     switch (type) {
         case XCB_PROPERTY_NOTIFY: {
             const auto& notify = reinterpret_cast<const xcb_property_notify_event_t&>(event);
-            if (notify.window == x.root())
-                return notify.atom == atoms_.NET_CLIENT_LIST_STACKING || notify.atom == atoms_.NET_CLIENT_LIST ||
-                       notify.atom == atoms_.NET_ACTIVE_WINDOW || notify.atom == atoms_.NET_SUPPORTING_WM_CHECK ||
-                       notify.atom == atoms_.XROOTPMAP_ID;
+            if (notify.window == x.root()) return RootFacts::isInteresting(atoms_, notify.atom);
             WindowFacts* facts = known(notify.window);
             return facts && facts->propertyChanged(atoms_, notify.atom);
         }
         case XCB_DESTROY_NOTIFY:
             known_.erase(reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window);
             return true;
+        case XCB_FOCUS_IN:
+            return noteFocus(reinterpret_cast<const xcb_focus_in_event_t&>(event));
+        case XCB_FOCUS_OUT:
+            return !root_.tellsActive;
         case XCB_CREATE_NOTIFY:
             return false;  // it is not seen before it is mapped
         case XCB_MAP_NOTIFY:
@@ -156,63 +181,25 @@ bool WindowPart::makesStale(Connection& x, const xcb_generic_event_t& event) {
     return true;
 }
 
-// The first batch: who is there, and in which order.
-bool WindowPart::askRoot(Connection& x, WindowList& list) {
-    const auto ask = [&](xcb_atom_t atom, uint32_t longs) {
-        return xcb_get_property(x.raw(), 0, x.root(), atom, XCB_ATOM_ANY, 0, longs).sequence;
-    };
-    const unsigned tree = xcb_query_tree(x.raw(), x.root()).sequence;
-    const unsigned root = xcb_get_geometry(x.raw(), x.root()).sequence;
-    const unsigned stacking = ask(atoms_.NET_CLIENT_LIST_STACKING, 4096);
-    const unsigned clients = ask(atoms_.NET_CLIENT_LIST, 4096);
-    const unsigned active = ask(atoms_.NET_ACTIVE_WINDOW, 1);
-    const unsigned check = ask(atoms_.NET_SUPPORTING_WM_CHECK, 1);
-    const unsigned background = ask(atoms_.XROOTPMAP_ID, 1);
-    const auto numbers = [&](unsigned sequence) {
-        const auto reply = x.await<xcb_get_property_reply_t>(sequence);
-        return decodeNumbers(atoms_.property(reply.get()));
-    };
-    const auto first = [&](unsigned sequence) {
-        const std::vector<uint32_t> all = numbers(sequence);
-        return all.empty() ? 0 : all.front();
-    };
-
-    const auto children = x.await<xcb_query_tree_reply_t>(tree);
-    const auto size = x.await<xcb_get_geometry_reply_t>(root);
-    listed_ = numbers(stacking);
-    inOrder_ = numbers(clients);
-    if (listed_.empty()) listed_ = inOrder_;
-    list.active = first(active);
-    checkWindow_ = first(check);
-    list.background = first(background);
+// The second batch, after what the root tells: the top-level windows, and all that the manager's list names.
+void WindowPart::askTopLevels(Connection& x) {
     tops_.clear();
-    if (!children || !size) return false;
-    list.root = {0, 0, size->width, size->height};
-    const xcb_window_t* windows = xcb_query_tree_children(children.get());
-    for (int i = 0; i < xcb_query_tree_children_length(children.get()); ++i) {
+    for (const xcb_window_t window : root_.children) {
         // The compositor's overlay belongs to the server itself and is no window of anybody.
-        if ((windows[i] & ~xcb_get_setup(x.raw())->resource_id_mask) == 0) continue;
-        tops_.emplace_back().window = windows[i];
+        if (ownerOf(x, window) == 0) continue;
+        TopLevel& top = tops_.emplace_back();
+        top.window = window;
+        top.tree = xcb_query_tree(x.raw(), window).sequence;
+        known_[window].askGeometry(x, window);
     }
-    return true;
-}
-
-// The second batch: the top-level windows, and all that the manager's list names.
-void WindowPart::askTopLevels(Connection& x, const WindowList& list) {
-    for (TopLevel& top : tops_) {
-        known_[top.window].askGeometry(x, top.window);
-        top.tree = xcb_query_tree(x.raw(), top.window).sequence;
-    }
-    background_ = {xcb_get_geometry(x.raw(), list.background).sequence,
-                   xcb_get_window_attributes(x.raw(), list.background).sequence};
-    check_ = xcb_get_property(x.raw(), 0, checkWindow_, atoms_.NET_SUPPORTING_WM_CHECK, XCB_ATOM_ANY, 0, 1).sequence;
-    for (const xcb_window_t client : listed_) {
+    root_.askCheck(x, atoms_);
+    for (const xcb_window_t client : root_.clients) {
         known_[client].askGeometry(x, client);
         known_[client].askProperties(x, atoms_, client);
     }
 }
 
-void WindowPart::readTopLevels(Connection& x, WindowList& list) {
+void WindowPart::readTopLevels(Connection& x) {
     for (TopLevel& top : tops_) {
         known_[top.window].readGeometry(x);
         if (const auto tree = x.await<xcb_query_tree_reply_t>(top.tree)) {
@@ -220,14 +207,8 @@ void WindowPart::readTopLevels(Connection& x, WindowList& list) {
             top.children.assign(children, children + xcb_query_tree_children_length(tree.get()));
         }
     }
-    // The property outlives the pixmap, and may name anything; of a window its picture would show what is on screen.
-    const auto background = x.await<xcb_get_geometry_reply_t>(background_[0]);
-    const auto window = x.await<xcb_get_window_attributes_reply_t>(background_[1]);
-    if (!background || background->depth != x.screen()->root_depth || window) list.background = 0;
-    const auto check = x.await<xcb_get_property_reply_t>(check_);
-    // What a manager that has gone left behind counts no more.
-    list.hasManager = checkWindow_ != 0 && decodeNumber(atoms_.property(check.get()), 0) == checkWindow_;
-    for (const xcb_window_t client : listed_) {
+    root_.readCheck(x, atoms_);
+    for (const xcb_window_t client : root_.clients) {
         known_[client].readGeometry(x);
         known_[client].readProperties(x, atoms_);
     }
@@ -246,7 +227,7 @@ xcb_window_t WindowPart::topLevelOf(Connection& x, xcb_window_t client) const {
 }
 
 void WindowPart::takeListedClients(Connection& x) {
-    for (const xcb_window_t client : listed_) {
+    for (const xcb_window_t client : root_.clients) {
         const auto holds = [&](const TopLevel& top) {
             return top.window == client ||
                    std::find(top.children.begin(), top.children.end(), client) != top.children.end();
@@ -262,7 +243,7 @@ void WindowPart::takeListedClients(Connection& x) {
 
 void WindowPart::takeOverrideWindows() {
     for (TopLevel& top : tops_) {
-        if (top.window == checkWindow_) continue;  // the manager's own, for nobody to see
+        if (top.window == root_.checkWindow) continue;  // the manager's own, for nobody to see
         const Geometry& geometry = known_[top.window].geometry();
         if (top.clients.empty() && geometry.overrideRedirect && geometry.viewable) top.clients.push_back(top.window);
     }
@@ -279,7 +260,7 @@ xcb_window_t WindowPart::clientInside(const TopLevel& top) const {
 void WindowPart::findClients(Connection& x) {
     const auto mayFrame = [&](const TopLevel& top) {
         const Geometry& geometry = known_[top.window].geometry();
-        return geometry.viewable && !geometry.inputOnly && !geometry.overrideRedirect;
+        return geometry.exists && !geometry.inputOnly && !geometry.overrideRedirect;
     };
     for (TopLevel& top : tops_) {
         if (!mayFrame(top)) continue;
@@ -296,7 +277,8 @@ void WindowPart::findClients(Connection& x) {
             known_[child].readGeometry(x);
             known_[child].readProperties(x, atoms_);
         }
-        top.clients = {clientInside(top)};
+        const xcb_window_t client = clientInside(top);
+        if (isShown(known_[client])) top.clients = {client};
     }
 }
 
@@ -321,42 +303,78 @@ void WindowPart::readDetails(Connection& x, WindowList& list) {
             WindowFacts& facts = known_[*client];
             facts.readProperties(x, atoms_);
             const Geometry& geometry = facts.geometry();
-            if (geometry.exists && !geometry.inputOnly && (geometry.viewable || facts.hasState()))
-                list.all.push_back(describe(*top, *client));
+            if (geometry.exists && !geometry.inputOnly && isShown(facts))
+                list.all.push_back(describe(x, *top, *client));
         }
     }
 }
 
-DesktopWindow WindowPart::describe(const TopLevel& top, xcb_window_t client) {
-    WindowFacts& facts = known_.at(client);
-    const WindowFacts& frame = known_.at(top.window);
+DesktopWindow WindowPart::describe(Connection& x, const TopLevel& top, xcb_window_t client) {
     DesktopWindow window;
-    facts.fill(window);
     window.number = client;
     window.frame = top.window;
-    window.bounds = facts.geometry().bounds;
-    window.border = facts.geometry().bounds.x - facts.geometry().outer.x;
-    window.frameBounds = frame.geometry().outer;
-    window.shape = frame.shape();
-    window.mapped = frame.mapped;
-    window.managed = !facts.geometry().overrideRedirect;
-    window.onScreen = facts.geometry().viewable && !window.iconic;
+    window.pid = -static_cast<int32_t>(ownerOf(x, client));
+    known_.at(client).fill(window, known_.at(top.window), root_);
+    window.helper = isHelper(x, window);
     return window;
 }
 
+// Managers keep windows of a pixel somewhere beside the screen, and put menus and switchers of their own over it.
+bool WindowPart::isHelper(Connection& x, const DesktopWindow& window) const {
+    if (window.managed) return false;
+    const bool isManagers = root_.keepsHints && ownerOf(x, window.number) == ownerOf(x, root_.checkWindow);
+    return isManagers || software::intersection(window.frameBounds, root_.area).empty();
+}
+
+// What the manager says, else whoever gets the keys.
+void WindowPart::noteActive(Connection& x, WindowList& list) {
+    list.active = root_.tellsActive ? root_.active : root_.focus;
+    const auto found = [&] {
+        return std::find_if(list.all.begin(), list.all.end(), [&](auto& each) { return each.number == list.active; });
+    };
+    for (int depth = 0; depth < kDeepestFrame && list.active != 0 && found() == list.all.end(); ++depth) {
+        const auto tree = x.await<xcb_query_tree_reply_t>(xcb_query_tree(x.raw(), list.active).sequence);
+        list.active = tree ? tree->parent : 0;
+    }
+    const auto window = found();
+    if (window == list.all.end())
+        list.active = 0;
+    else if (window->focused == 0)
+        window->focused = known_[window->number].focused = nextFocus();
+}
+
 void WindowPart::noteProcesses(WindowList& list) {
-    std::vector<int32_t> present;
+    std::vector<const DesktopWindow*> byAge;
+    for (const DesktopWindow& window : list.all)
+        if (!window.helper) byAge.push_back(&window);
+    std::sort(byAge.begin(), byAge.end(), [](auto* a, auto* b) { return a->number < b->number; });
+    const auto processOf = [this](int32_t pid) {
+        return std::find_if(processes_.begin(), processes_.end(), [=](auto& each) { return each.pid == pid; });
+    };
+    const auto owns = [](const Process& process) {
+        return [pid = process.pid](const DesktopWindow* window) { return window->pid == pid; };
+    };
+
+    std::erase_if(processes_,
+                  [&](const Process& each) { return std::none_of(byAge.begin(), byAge.end(), owns(each)); });
     const auto add = [&](const DesktopWindow* window) {
-        if (window && window->managed && window->pid > 0) present.push_back(window->pid);
+        if (!window || window->helper || processOf(window->pid) != processes_.end()) return;
+        processes_.push_back({window->pid, {}, window->pid > 0 ? processName(window->pid) : window->machine});
     };
-    for (const xcb_window_t client : inOrder_) add(list.find(client));
+    for (const xcb_window_t client : root_.inOrder) add(list.find(client));
     for (auto window = list.all.rbegin(); window != list.all.rend(); ++window) add(&*window);
-    const auto contains = [](const std::vector<int32_t>& pids, int32_t pid) {
-        return std::find(pids.begin(), pids.end(), pid) != pids.end();
-    };
-    std::erase_if(processes_, [&](int32_t pid) { return !contains(present, pid); });
-    for (const int32_t pid : present)
-        if (!contains(processes_, pid)) processes_.push_back(pid);
+    for (Process& process : processes_) {
+        // Menus may call themselves anything. Where there is nothing else, the name of a window that has gone is
+        // better.
+        for (const bool isManaged : {true, false}) {
+            std::vector<std::pair<std::string, std::string>> classes;
+            for (const DesktopWindow* window : byAge)
+                if (window->pid == process.pid && window->managed == isManaged &&
+                    !(window->instance.empty() && window->className.empty()))
+                    classes.emplace_back(window->instance, window->className);
+            if (isManaged ? !classes.empty() : process.classes.empty()) process.classes = std::move(classes);
+        }
+    }
     list.processes = processes_;
 }
 
@@ -364,23 +382,25 @@ void WindowPart::refresh(Connection& x, Desktop& next) {
     if (!mustAsk_) return applyMoves(next);
     moves_.clear();
     auto list = std::make_shared<WindowList>();
-    mustAsk_ = !askRoot(x, *list);
+    root_.ask(x, atoms_);
+    mustAsk_ = !root_.read(x, atoms_);
     if (mustAsk_) return;
-    askTopLevels(x, *list);
-    readTopLevels(x, *list);
-    // Some managers, such as a Wayland compositor's, keep no list.
-    if (list->hasManager && !listed_.empty()) {
-        takeListedClients(x);
-        takeOverrideWindows();
-    } else {
-        takeOverrideWindows();
-        findClients(x);
-    }
+    askTopLevels(x);
+    readTopLevels(x);
+    list->root = root_.area;
+    list->background = root_.background;
+    list->hasManager = root_.hasManager;
+    list->keepsHints = root_.keepsHints;
+    if (root_.listsClients) takeListedClients(x);
+    takeOverrideWindows();
+    if (!root_.listsClients) findClients(x);
     PidRequest pids;
     askDetails(x, pids);
     pids.read(x);
     readDetails(x, *list);
+    noteActive(x, *list);
     noteProcesses(*list);
+    list->hidden = hiddenApplications(*list);
     list->mappings = mappings_;
     std::erase_if(known_, [](const auto& each) { return !each.second.geometry().exists; });
     if (!x.lost()) next.windows = std::move(list);
@@ -393,15 +413,35 @@ const DesktopWindow* WindowList::find(xcb_window_t number) const {
     return found == all.end() ? nullptr : &*found;
 }
 
+const Process* WindowList::process(int32_t pid) const {
+    const auto found = std::find_if(processes.begin(), processes.end(), [=](auto& each) { return each.pid == pid; });
+    return found == processes.end() ? nullptr : &*found;
+}
+
+int32_t WindowList::activeProcess() const {
+    const DesktopWindow* window = find(active);
+    return window ? window->pid : 0;
+}
+
+bool WindowList::isHidden(int32_t pid) const {
+    const auto now = std::chrono::steady_clock::now();
+    return std::any_of(hidden.begin(), hidden.end(), [=](auto& each) { return each.pid == pid && now < each.until; });
+}
+
 bool WindowList::isSeenWhole(xcb_window_t window) const {
     const auto found =
         std::find_if(all.begin(), all.end(), [=](auto& each) { return each.number == window || each.frame == window; });
     if (found == all.end()) return false;
     const PixelRect& area = found->number == window ? found->bounds : found->frameBounds;
     return software::intersection(area, root) == area && std::none_of(all.begin(), found, [&](auto& other) {
-               return other.onScreen && other.frame != found->frame &&
+               return other.frameOnScreen && other.frame != found->frame &&
                       !software::intersection(other.frameBounds, area).empty();
            });
+}
+
+uint64_t nextFocus() {
+    static std::atomic<uint64_t> count{0};
+    return ++count;
 }
 
 int32_t layerOf(WindowType type, bool keptAbove) {

@@ -3,9 +3,11 @@
 
 #include <xcb/xcb.h>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ScreenCapture/platform/values.h"
@@ -25,14 +27,19 @@ struct DesktopWindow {
     PixelRect frameBounds;         // the frame with its border, root coordinates
     std::vector<PixelRect> shape;  // of the frame, relative to frameBounds; empty: all of it
     bool managed = false;          // the client of a window manager, or such a window while no manager runs
-    bool onScreen = false;         // mapped, with everything that holds it
-    bool iconic = false;
-    bool transient = false;
+    bool helper = false;           // the manager's own, or out of sight: not for users to choose
+    bool frameOnScreen = false;    // the frame is mapped; of a shaded window that is its title
+    bool onScreen = false;         // mapped with everything that holds it, neither minimised nor shaded
+    bool minimized = false;        // a window on another workspace, or shaded, or behind the shown desktop is not
+    bool modal = false;            // a dialog that keeps the focus from transientFor
     bool fullScreen = false;
-    bool hasIcon = false;  // of its own, _NET_WM_ICON
+    bool hasIcon = false;           // of its own, _NET_WM_ICON
+    xcb_window_t transientFor = 0;  // 0: none; the root window: its whole group
     WindowType type = WindowType::none;
-    int32_t pid = 0;            // 0 when it cannot be told
+    // Below 0: a client whose process is not known; all its windows have the same number.
+    int32_t pid = 0;
     bool pidIsCertain = false;  // the server says so, not the client
+    uint64_t focused = 0;       // the larger, the later it had the focus; 0: not since it is known
     int32_t layer = 0;          // desktop -1, normal 0, above 3, docks 20, menus 101
     double alpha = 1;
     uint64_t mapped = 0;    // counts on whenever a frame is mapped; 0: before anybody looked
@@ -40,22 +47,44 @@ struct DesktopWindow {
     std::string role;       // WM_WINDOW_ROLE
     std::string instance;   // WM_CLASS
     std::string className;  // WM_CLASS
-    std::string process;    // what the system calls the process; empty with a WM_CLASS, or when it could not be told
+    std::string machine;    // WM_CLIENT_MACHINE
+};
+
+// Whoever owns a window that is listed.
+struct Process {
+    int32_t pid = 0;  // as in DesktopWindow
+    // Instance and class of its windows, the first window by number first. Kept while none of its windows tells them.
+    std::vector<std::pair<std::string, std::string>> classes;
+    std::string name;  // what the system calls it, or its machine; empty when that cannot be told
+};
+
+// An application that is hidden as a whole, at most until the time.
+struct HiddenApplication {
+    int32_t pid = 0;
+    std::chrono::steady_clock::time_point until;
 };
 
 struct WindowList {
     std::vector<DesktopWindow> all;  // front to back, those that are not on screen at their place in the stack
-    std::vector<int32_t> processes;  // that own clients, in the order in which they appeared
-    xcb_window_t active = 0;         // the client that has the focus; 0 without one
-    xcb_pixmap_t background = 0;     // what the root shows; 0 when nobody says, or it is no pixmap of the root's depth
-    PixelRect root;                  // the root window, at the origin
-    uint64_t mappings = 0;           // the last number of a mapped frame
-    bool hasManager = false;         // a window manager that keeps the common hints runs
+    std::vector<Process> processes;  // in the order in which they appeared
+    std::vector<HiddenApplication> hidden;
+    xcb_window_t active = 0;      // the client that has the focus; 0 without one
+    xcb_pixmap_t background = 0;  // what the root shows; 0 when nobody says, or it is no pixmap of the root's depth
+    PixelRect root;               // the root window, at the origin
+    uint64_t mappings = 0;        // the last number of a mapped frame
+    bool hasManager = false;      // a window manager runs
+    bool keepsHints = false;      // and it keeps the common hints
 
     const DesktopWindow* find(xcb_window_t number) const;
+    const Process* process(int32_t pid) const;
+    int32_t activeProcess() const;  // 0 without one
+    bool isHidden(int32_t pid) const;
     // Whether all of a client or frame shows on the root, as far as the bounds of others tell.
     bool isSeenWhole(xcb_window_t window) const;
 };
+
+// The next number for DesktopWindow::focused. Any thread.
+uint64_t nextFocus();
 
 // How far in front a window is kept.
 int32_t layerOf(WindowType type, bool keptAbove);

@@ -1,4 +1,4 @@
-// Running applications: the processes that own clients.
+// Running applications: the processes that own windows.
 #include "ScreenCapture/platform/x11/workspace.h"
 
 #include <signal.h>
@@ -23,45 +23,51 @@ class Application final : public RunningApplication {
 
     int32_t processIdentifier() override { return pid_; }
 
+    bool canBeAsked() override { return currentDesktop() != nullptr; }
+
     std::string localizedName() override {
-        return ofFirstWindow([](const DesktopWindow& window) { return applicationName(window); });
+        const auto desktop = currentDesktop();
+        return desktop ? applicationName(*desktop->windows, pid_) : "";
     }
     std::string bundleIdentifier() override {
-        return ofFirstWindow([](const DesktopWindow& window) {
-            const auto entry = entryOfWindow(window);
-            return entry ? entry->id : std::string();
-        });
+        const auto desktop = currentDesktop();
+        const Process* const process = desktop ? desktop->windows->process(pid_) : nullptr;
+        const auto entry = process ? entryOfProcess(*process) : nullptr;
+        return entry ? entry->id : "";
     }
+    // That of its oldest window that has one.
     std::optional<Picture> icon() override {
-        const Windows windows(pid_);
-        for (const DesktopWindow* window : windows.list) {
-            if (!window->hasIcon) continue;
-            if (auto icon = iconOfWindow(window->number)) return icon;
-        }
+        const auto desktop = currentDesktop();
+        std::vector<xcb_window_t> numbers;
+        if (desktop)
+            for (const DesktopWindow& window : desktop->windows->all)
+                if (window.pid == pid_ && window.hasIcon) numbers.push_back(window.number);
+        std::sort(numbers.begin(), numbers.end());
+        for (const xcb_window_t number : numbers)
+            if (auto icon = iconOfWindow(number)) return icon;
         return std::nullopt;
     }
 
     bool isActive() override {
-        const Windows windows(pid_);
-        return std::any_of(windows.list.begin(), windows.list.end(), [&](const DesktopWindow* window) {
-            return window->number == windows.desktop->windows->active;
-        });
+        const auto desktop = currentDesktop();
+        return desktop && desktop->windows->activeProcess() == pid_;
     }
     bool isHidden() override {
-        const Windows windows(pid_);
-        return windows.desktop && isHiddenApplication(*windows.desktop->windows, pid_);
+        const auto desktop = currentDesktop();
+        return desktop && desktop->windows->isHidden(pid_);
     }
-    bool isTerminated() override { return kill(pid_, 0) != 0 && errno == ESRCH; }
+    bool isTerminated() override {
+        if (pid_ > 0) return kill(pid_, 0) != 0 && errno == ESRCH;
+        const auto desktop = currentDesktop();
+        return desktop && !desktop->windows->process(pid_);
+    }
 
     bool activate(Activation how) override {
         const Windows windows(pid_);
-        if (windows.list.empty()) return false;
         if (how == Activation::allWindows)
             for (auto window = windows.list.rbegin(); window != windows.list.rend(); ++window)
-                if (!(*window)->iconic) raiseWindow((*window)->number);
-        const auto shown = std::find_if(windows.list.begin(), windows.list.end(),
-                                        [](const DesktopWindow* window) { return !window->iconic; });
-        return activateWindow((shown == windows.list.end() ? windows.list.front() : *shown)->number);
+                if (!(*window)->minimized) raiseWindow((*window)->number);
+        return activateProcess(pid_);
     }
     bool hide() override { return hideApplication(pid_); }
     bool unhide() override { return showApplication(pid_); }
@@ -90,12 +96,6 @@ class Application final : public RunningApplication {
         std::vector<const DesktopWindow*> list;
     };
 
-    template <typename Question>
-    std::string ofFirstWindow(Question question) const {
-        const Windows windows(pid_);
-        return windows.list.empty() ? std::string() : question(*windows.list.front());
-    }
-
     const int32_t pid_;
 };
 
@@ -105,15 +105,14 @@ std::vector<std::shared_ptr<RunningApplication>> X11Workspace::runningApplicatio
     std::vector<std::shared_ptr<RunningApplication>> applications;
     const auto desktop = currentDesktop();
     if (!desktop) return applications;
-    for (const int32_t pid : desktop->windows->processes) applications.push_back(std::make_shared<Application>(pid));
+    for (const Process& process : desktop->windows->processes)
+        applications.push_back(std::make_shared<Application>(process.pid));
     return applications;
 }
 
 std::shared_ptr<RunningApplication> X11Workspace::application(int32_t pid) {
     const auto desktop = currentDesktop();
-    if (!desktop) return nullptr;
-    const auto& processes = desktop->windows->processes;
-    if (std::find(processes.begin(), processes.end(), pid) == processes.end()) return nullptr;
+    if (desktop && !desktop->windows->process(pid)) return nullptr;
     return std::make_shared<Application>(pid);
 }
 

@@ -1,4 +1,4 @@
-// Running applications: the processes that own clients.
+// Running applications: the processes that own windows.
 #pragma once
 
 #include "ScreenCapture/platform/workspace.h"

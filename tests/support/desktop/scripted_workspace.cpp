@@ -10,6 +10,7 @@ class ScriptedRunningApplication final : public platform::RunningApplication {
     ScriptedRunningApplication(Desktop& desktop, int32_t pid) : desktop_(desktop), pid_(pid) {}
 
     int32_t processIdentifier() override { return pid_; }
+    bool canBeAsked() override { return static_cast<bool>(desktop_.gate.enter("canBeAsked")); }
     std::string localizedName() override { return read("name", &ScriptedApplication::name); }
     std::string bundleIdentifier() override { return read("bundle", &ScriptedApplication::bundleIdentifier); }
     std::optional<platform::Picture> icon() override { return read("icon", &ScriptedApplication::icon); }

@@ -1,6 +1,7 @@
 // Client windows as programs make them.
 #include "support/x11/x_windows.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -43,6 +44,8 @@ xcb_window_t Windows::make(const WindowWish& wish) {
         setText(window, "WM_CLASS", "STRING", pair);
     }
     if (!wish.type.empty()) setNumber(window, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, atom(wish.type.c_str()));
+    if (wish.owner) setNumber(window, "WM_TRANSIENT_FOR", XCB_ATOM_WINDOW, wish.owner);
+    if (wish.modal) setNumber(window, "_NET_WM_STATE", XCB_ATOM_ATOM, atom("_NET_WM_STATE_MODAL"));
     map(window);
     return window;
 }
@@ -91,13 +94,18 @@ void Windows::lower(xcb_window_t window) {
 }
 
 void Windows::iconify(xcb_window_t window) {
+    tellManager(window, "WM_CHANGE_STATE", {3});
+}
+
+void Windows::tellManager(xcb_window_t window, const char* type, const std::vector<uint32_t>& data) {
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
     message.window = window;
-    message.type = atom("WM_CHANGE_STATE");
-    message.data.data32[0] = 3;
-    xcb_send_event(painter_.raw(), 0, painter_.root(), XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+    message.type = atom(type);
+    std::copy(data.begin(), data.end(), message.data.data32);
+    xcb_send_event(painter_.raw(), 0, painter_.root(),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
                    reinterpret_cast<const char*>(&message));
     painter_.sync();
 }

@@ -20,6 +20,8 @@ struct WindowWish {
     uint32_t background = 0x303030;
     bool hasBackground = true;  // else the server leaves what the screen shows until the client paints
     xcb_window_t number = 0;    // 0: a new one
+    xcb_window_t owner = 0;     // it is a dialog or a toolbox of
+    bool modal = false;
 };
 
 // What paintPattern() paints, 0xRRGGBB.
@@ -40,6 +42,7 @@ class Windows {
     void resize(xcb_window_t window, int width, int height);
     void lower(xcb_window_t window);
     void iconify(xcb_window_t window);
+    void tellManager(xcb_window_t window, const char* type, const std::vector<uint32_t>& data);
     void setNumber(xcb_window_t window, const char* property, xcb_atom_t type, uint32_t value);
     void setNumbers(xcb_window_t window, const char* property, const std::vector<uint32_t>& values);
     void setText(xcb_window_t window, const char* property, const char* type, const std::string& text);
