@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Plants one fault after another in a copy of the sources and reports which of them the desktop tests catch.
+"""Plants one fault after another in a copy of the sources and reports which of them the desktop tests and the models catch.
 
 usage: run.py SOURCES COPY [WORD...]     only the faults whose file or text contains one of the words
 
@@ -16,6 +16,7 @@ import time
 LIMIT = 0.9
 # Long: tried only on what the other tests let pass.
 LONG_TESTS = "*Fault*:*Race*"
+MODELS = ["seeded_regions", "seeded_pictures"]
 
 W, C, A, T, S = (f"ScreenCapture/{folder}/" for folder in ("window", "capture", "api", "thumbnail", "platform/software"))
 MUTANTS = [
@@ -78,7 +79,7 @@ MUTANTS = [
     (C + "capture_statistics.cpp", "++figures_.framesDropped;", ""),
     (A + "OrvoScreenCaptureImpl.cpp", "kHighestFps = 30", "kHighestFps = 31"),
     (A + "OrvoScreenCaptureImpl.cpp", "    if (registry) registry->shut();\n", ""),
-    (A + "OrvoScreenCaptureImpl.cpp", "freeKeptMemory();  // the user has chosen", "settings();"),
+    (A + "OrvoScreenCaptureImpl.cpp", "    orvo::thumbnail::freeKeptMemory();  // the user has chosen\n", ""),
     (A + "OrvoScreenCaptureImpl.cpp", "    if (m_captureSession == created) m_captureSession = nullptr;\n", ""),
     (A + "OrvoScreenCaptureImpl_lists.cpp", "if (!record->isScreen) numbers", "numbers"),
     (A + "OrvoScreenCaptureImpl_lists.cpp", "screens[i].number == mainDisplay", "i == 0"),
@@ -93,7 +94,7 @@ MUTANTS = [
     (T + "OrvoWindowManager_tracking.cpp", "SlideShowProgram::listedWindow && !check", "SlideShowProgram::listedWindow && check"),
     (T + "OrvoWindowManager_notify.cpp", "<= kMissingSeconds) return;", "< kMissingSeconds) return;"),
     (T + "OrvoWindowManager_notify.cpp", "    if (!m_settings->getCallback(kind).first) return;\n", ""),
-    (T + "OrvoWindowManager_notify.cpp", "static_cast<void>(info.release());", ""),
+    (T + "OrvoWindowManager_notify.cpp", "static_cast<void>(info.release());", "info.reset();"),
     (T + "OrvoWindowManager_enumeration.cpp", "window.layer >= kFirstHiddenLayer", "window.layer > kFirstHiddenLayer"),
     (T + "OrvoWindowManager_enumeration.cpp", "window.name.empty() ?", "true ?"),
     (T + "OrvoWindowManager_enumeration.cpp", "return record ? record : getOrvo", "return getOrvo"),
@@ -131,9 +132,13 @@ MUTANTS = [
 
 def build_and_test(build):
     """'caught by TEST', 'survives' or an error of the list."""
-    made = subprocess.run(["cmake", "--build", build, "--target", "desktop_tests", "-j2"], capture_output=True, text=True)
+    made = subprocess.run(["cmake", "--build", build, "--target", "desktop_tests", *MODELS, "-j2"], capture_output=True, text=True)
     if made.returncode:
         return "does not compile: " + "".join(line for line in made.stdout.splitlines(True) if "error" in line)[:300]
+    for model in MODELS:
+        corpus = f"{build}/../../tests/fuzz/corpus/{model.removeprefix('seeded_')}"
+        if subprocess.run([f"{build}/{model}", corpus], capture_output=True, timeout=120, check=False).returncode:
+            return "caught by " + model
     for tests in ("-" + LONG_TESTS, LONG_TESTS):
         try:
             run = subprocess.run([f"{build}/desktop_tests", "--gtest_fail_fast", f"--gtest_filter={tests}"],
