@@ -178,6 +178,12 @@ TEST_P(Foreign, NoPictureShowsWhatItsWindowsDidNotDraw) {
         std::erase_if(shown, [&](uint32_t each) { return std::count(secrets.begin(), secrets.end(), each) > 0; });
         ASSERT_EQ(this->secrets(display->composed({0, 0, 400, 300}, shown)), 0) << "step " << step << " kind " << kind;
         ASSERT_EQ(this->secrets(target->window()), 0) << "step " << step << " kind " << kind;
+        // Another capture and a picker, that find windows redirected by this one. A frame that is redirected beside its
+        // client is painted by the server itself, from what the client's picture holds.
+        if (isManaged) continue;
+        const xcb_window_t other = clients[static_cast<size_t>(number(0, static_cast<int>(clients.size()) - 1))];
+        ASSERT_EQ(this->secrets(windowServer().grabber(other, false)->window()), 0) << "step " << step;
+        ASSERT_EQ(this->secrets(windowServer().windowPicture(other)), 0) << "step " << step;
     }
     // What is painted at last shows.
     painter.raise(clients.front());

@@ -264,6 +264,8 @@ bool Connection::greetExtensions() {
     if (found.sync) xcb_discard_reply(raw_, xcb_sync_initialize(raw_, 3, 1).sequence);
     const unsigned randr = found.randr ? xcb_randr_query_version(raw_, 1, 5).sequence : 0;
     const unsigned shm = found.shm ? xcb_shm_query_version(raw_).sequence : 0;
+    constexpr std::string_view kRepaintRequest = "_ORVO_REPAINT_REQUEST";
+    const unsigned atom = xcb_intern_atom(raw_, 0, kRepaintRequest.size(), kRepaintRequest.data()).sequence;
     const unsigned formats = found.render ? xcb_render_query_pict_formats(raw_).sequence : 0;
     if (!sync()) return false;
     if (found.randr) {
@@ -281,6 +283,7 @@ bool Connection::greetExtensions() {
         if (answer && xcb_get_setup(raw_)->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST)
             formats_ = formatsIn(*answer, screen_->root_visual);
     }
+    if (const auto answer = await<xcb_intern_atom_reply_t>(atom)) repaintRequest_ = answer->atom;
     return !lost_;
 }
 

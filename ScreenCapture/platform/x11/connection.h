@@ -76,6 +76,8 @@ class Connection {
     xcb_window_t root() const { return screen_->root; }
     const Extensions& extensions() const { return extensions_; }
     const PictureFormats& formats() const { return formats_; }
+    // The type of the message by which a capture tells others that it has asked a window to paint itself again.
+    xcb_atom_t repaintRequest() const { return repaintRequest_; }
     int descriptor() const;
 
     // Whether the server answers. While nothing is asked, a server that hangs looks like one where nothing happens; so
@@ -118,6 +120,7 @@ class Connection {
     xcb_screen_t* screen_ = nullptr;
     Extensions extensions_;
     PictureFormats formats_;
+    xcb_atom_t repaintRequest_ = XCB_ATOM_NONE;
     std::deque<Event> events_;  // read while waiting for a reply
     uint64_t roundTrips_ = 0;
     unsigned owed_ = 0;  // the request whose answer was not waited for any longer

@@ -65,14 +65,34 @@ void expose(Connection& x, const Inside& each, xcb_damage_damage_t damage, xcb_x
     xcb_free_gc(x.raw(), context);
 }
 
+// To whom watches the top-level windows, while nobody else is served: in order with the damage that it explains.
+void tellOthers(Connection& x, xcb_window_t window) {
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = x.repaintRequest();
+    message.data.data32[0] = xcb_get_setup(x.raw())->resource_id_base;
+    xcb_send_event(x.raw(), 0, x.root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY, reinterpret_cast<const char*>(&message));
+}
+
 }  // namespace
 
-unsigned requestRepaint(Connection& x, xcb_window_t window, xcb_damage_damage_t damage, xcb_xfixes_region_t unknown,
-                        xcb_xfixes_region_t scratch) {
+xcb_window_t repaintRequestedByOther(const Connection& x, const xcb_generic_event_t& event) {
+    const auto& message = reinterpret_cast<const xcb_client_message_event_t&>(event);
+    const bool isRequest = (event.response_type & 0x7F) == XCB_CLIENT_MESSAGE && message.type == x.repaintRequest() &&
+                           message.data.data32[0] != xcb_get_setup(x.raw())->resource_id_base;
+    return isRequest ? message.window : 0;
+}
+
+unsigned requestRepaint(Connection& x, xcb_window_t window, xcb_window_t frame, xcb_damage_damage_t damage,
+                        xcb_xfixes_region_t unknown, xcb_xfixes_region_t scratch) {
     const std::vector<Inside> windows = windowsInside(x, window);
     x.flush();
     xcb_grab_server(x.raw());
     for (const Inside& each : windows) expose(x, each, damage, unknown, scratch);
+    tellOthers(x, window);
+    if (frame != 0) tellOthers(x, frame);
     xcb_damage_subtract(x.raw(), damage, XCB_NONE, XCB_NONE);
     const unsigned done = xcb_ungrab_server(x.raw()).sequence;
     x.flush();

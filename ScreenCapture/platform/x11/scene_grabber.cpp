@@ -9,6 +9,7 @@
 
 #include "ScreenCapture/platform/software/compose.h"
 #include "ScreenCapture/platform/version.h"
+#include "ScreenCapture/platform/x11/repaint_request.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -48,9 +49,9 @@ SceneGrabber::~SceneGrabber() {
     for (const xcb_window_t window : followed_) xcb_shape_select_input(x_.raw(), window, 0);
 }
 
-bool SceneGrabber::pin(xcb_window_t window) {
+bool SceneGrabber::pin(xcb_window_t window, xcb_window_t frame) {
     kept_.push_back(window);
-    pinned_ = sources_.emplace(window, std::make_unique<SceneSource>(x_, window)).first->second.get();
+    pinned_ = sources_.emplace(window, std::make_unique<SceneSource>(x_, window, frame)).first->second.get();
     const auto size = x_.await<xcb_get_geometry_reply_t>(xcb_get_geometry(x_.raw(), window).sequence);
     if (!size) return false;
     const int border = size->border_width;
@@ -60,6 +61,9 @@ bool SceneGrabber::pin(xcb_window_t window) {
 }
 
 void SceneGrabber::handle(const xcb_generic_event_t& event) {
+    if (const xcb_window_t exposed = repaintRequestedByOther(x_, event))
+        for (auto& [window, source] : sources_)
+            if (source->isAbout(exposed)) source->handleRestacking(event);
     if ((event.response_type & 0x80) != 0) return;  // not the server's own word
     const uint8_t type = event.response_type;
     const bool isShape = x_.extensions().shape && type == x_.extensions().shapeEvent + XCB_SHAPE_NOTIFY;
@@ -136,7 +140,7 @@ bool SceneGrabber::updateSources(const std::vector<SceneLayer>& layers, const Wi
         if (layer.window == 0) continue;
         auto& source = sources_[layer.window];
         if (!source) {
-            source = std::make_unique<SceneSource>(x_, layer.window);
+            source = std::make_unique<SceneSource>(x_, layer.window, windows.frameOf(layer.window));
             source->fit(layer.outer, layer.border, layer.mapped > *mappings_);
             if (!windows.isSeenWhole(layer.window)) source->expectRepaint();
             changed = true;
@@ -153,8 +157,9 @@ void SceneGrabber::expect(const DesktopWindow& window, const WindowList& windows
     if (source) return;
     const bool shows = windows.isSeenWhole(window.number);
     // What the screen shows needs no repaint and costs the server no memory.
-    const bool asShown = shows && onServer_ && window.border == 0;
-    source = std::make_unique<SceneSource>(x_, window.number,
+    const xcb_window_t frame = windows.frameOf(window.number);
+    const bool asShown = shows && onServer_ && window.border == 0 && !SceneSource::isUnknown(window.number, frame);
+    source = std::make_unique<SceneSource>(x_, window.number, frame,
                                            asShown ? SceneSource::Way::shown : SceneSource::Way::redirected);
     const int borders = 2 * window.border;
     source->fit({0, 0, window.bounds.width + borders, window.bounds.height + borders}, window.border, false);

@@ -43,7 +43,7 @@ class SceneGrabber {
     SceneGrabber& operator=(const SceneGrabber&) = delete;
 
     // Redirects and watches a window whatever the scene is made of. False when there is no such window.
-    bool pin(xcb_window_t window);
+    bool pin(xcb_window_t window, xcb_window_t frame);
     bool pinnedGone() const { return pinned_ && pinned_->gone(); }
 
     // Watches a window for a picture later; waits for nothing. It is redirected unless all of it shows.

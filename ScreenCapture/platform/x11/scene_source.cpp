@@ -4,8 +4,10 @@
 #include <xcb/composite.h>
 #include <xcb/damage.h>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 #include "ScreenCapture/platform/x11/repaint_request.h"
 
@@ -19,6 +21,16 @@ constexpr std::chrono::milliseconds kRepaintQuiet{5};
 // A window that does not repaint is not asked more often.
 constexpr std::chrono::milliseconds kRequestInterval{500};
 
+// All sources of the process, on whatever connection and thread.
+struct Sources {
+    std::mutex mutex;
+    std::vector<const SceneSource*> all;
+};
+Sources& sources() {
+    static Sources& instance = *new Sources;
+    return instance;
+}
+
 // Whether a comes after b, or is b.
 bool notBefore(unsigned a, unsigned b) {
     return static_cast<int32_t>(a - b) >= 0;
@@ -30,13 +42,20 @@ void setRepaintLimit(std::chrono::milliseconds limit) {
     repaintLimit = limit;
 }
 
-SceneSource::SceneSource(Connection& x, xcb_window_t window, Way way) : x_(x), window_(window), way_(way) {
+SceneSource::SceneSource(Connection& x, xcb_window_t window, xcb_window_t frame, Way way)
+    : x_(x), window_(window), frame_(frame), way_(way) {
     // Its visibility tells when it comes back with a window that holds it, and so has another picture.
     const uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_VISIBILITY_CHANGE;
     xcb_change_window_attributes(x_.raw(), window_, XCB_CW_EVENT_MASK, &events);
+    std::lock_guard lock(sources().mutex);
+    sources().all.push_back(this);
 }
 
 SceneSource::~SceneSource() {
+    {
+        std::lock_guard lock(sources().mutex);
+        std::erase(sources().all, this);
+    }
     if (asked_)
         for (const unsigned request : {geometry_, windowGeometry_})
             if (request != 0) xcb_discard_reply(x_.raw(), request);
@@ -57,11 +76,19 @@ void SceneSource::fit(const PixelRect& outer, int border, bool isNew) {
         redirect(isNew);
 }
 
+bool SceneSource::isUnknown(xcb_window_t window, xcb_window_t frame) {
+    std::lock_guard lock(sources().mutex);
+    return std::any_of(sources().all.begin(), sources().all.end(), [=](const SceneSource* other) {
+        return other->mayBeUnknown_ && (other->isAbout(window) || (frame != 0 && other->window_ == frame));
+    });
+}
+
 // All at once, while nobody else is served: the damage begins as what shows of the window, and goes on with what the
 // server paints of the rest as its background.
 void SceneSource::redirect(bool isNew) {
     if (redirects_ || way_ == Way::shown || !hasWindowPictures(x_)) return;
     redirects_ = true;
+    const bool isUnknownToOthers = isUnknown(window_, frame_);
     xcb_connection_t* const x = x_.raw();
     unknown_ = ServerRegion(x_);
     drawn_ = ServerRegion(x_);
@@ -72,7 +99,7 @@ void SceneSource::redirect(bool isNew) {
     xcb_damage_create(x, damage_.id(), window_, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
     xcb_composite_redirect_window(x, window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     loseContent();
-    doubtful_ = isNew;
+    doubtful_ = isNew || isUnknownToOthers;
     subtractDamage(drawn_.id());
     since_ = xcb_ungrab_server(x).sequence;
     x_.flush();
@@ -82,7 +109,8 @@ void SceneSource::redirect(bool isNew) {
 void SceneSource::unredirect() {
     if (!std::exchange(redirects_, false)) return;
     damage_ = {};
-    mayBeUnknown_ = doubtful_ = false;
+    mayBeUnknown_ = false;
+    doubtful_ = false;
     xcb_composite_unredirect_window(x_.raw(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
 }
 
@@ -90,7 +118,8 @@ void SceneSource::loseContent() {
     if (!redirects_) return;
     const xcb_rectangle_t all = {0, 0, static_cast<uint16_t>(inner_.width), static_cast<uint16_t>(inner_.height)};
     xcb_xfixes_set_region(x_.raw(), unknown_.id(), 1, &all);
-    mayBeUnknown_ = doubtful_ = lost_ = true;
+    mayBeUnknown_ = true;
+    doubtful_ = lost_ = true;
     requested_ = {};
     if (fetching_ != 0) xcb_discard_reply(x_.raw(), std::exchange(fetching_, 0));
 }
@@ -118,7 +147,9 @@ std::vector<PixelRect> SceneSource::readUnknown() {
     const xcb_rectangle_t* all = xcb_xfixes_fetch_region_rectangles(reply.get());
     for (int i = 0; i < xcb_xfixes_fetch_region_rectangles_length(reply.get()); ++i)
         rects.push_back({all[i].x, all[i].y, all[i].width, all[i].height});
-    if (rects.empty()) mayBeUnknown_ = doubtful_ = false;
+    if (!rects.empty()) return rects;
+    mayBeUnknown_ = false;
+    doubtful_ = false;
     return rects;
 }
 
@@ -135,7 +166,7 @@ bool SceneSource::requestRepaint() {
     requested_ = now;
     const bool counts = !std::exchange(doubtful_, false);
     if (counts) subtractDamage(drawn_.id());
-    taken_ = x11::requestRepaint(x_, window_, damage_.id(), unknown_.id(), drawn_.id());
+    taken_ = x11::requestRepaint(x_, window_, frame_, damage_.id(), unknown_.id(), drawn_.id());
     if (!counts) forgotten_ = taken_;
     expectRepaint();
     return true;

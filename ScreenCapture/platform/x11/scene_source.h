@@ -3,6 +3,7 @@
 
 #include <xcb/xcb.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <utility>
@@ -38,13 +39,17 @@ inline bool hasWindowPictures(const Connection& x) {
 // away; but the server also reports as damage what comes to light when any top-level window moves, goes or is reshaped,
 // and then nothing was drawn. So damage counts only while no such event has come since it was last taken; otherwise it
 // is thrown away, and the window is asked to paint itself again.
+//
+// A window that somebody has redirected already keeps its pixmap, so what it holds counts as drawn, unless another
+// source of this process knows better: then nothing of it is known here either.
 class SceneSource {
   public:
     // Shown: the picture is what the screen shows of a window without a border, good for as long as it shows whole.
     enum class Way { redirected, shown };
 
-    // Watches the window. Nothing is taken for granted: the window may have gone already.
-    SceneSource(Connection& x, xcb_window_t window, Way way = Way::redirected);
+    // Watches the window. Nothing is taken for granted: the window may have gone already. frame: the child of the root
+    // that holds it; 0: it is that itself, or nobody knows.
+    SceneSource(Connection& x, xcb_window_t window, xcb_window_t frame, Way way = Way::redirected);
     ~SceneSource();
     SceneSource(const SceneSource&) = delete;
     SceneSource& operator=(const SceneSource&) = delete;
@@ -57,6 +62,10 @@ class SceneSource {
 
     // True when the event was about this window.
     bool handle(const xcb_generic_event_t& event);
+    // Whether the event of another capture that had this window, or what holds or fills it, exposed is about this one.
+    bool isAbout(xcb_window_t window) const { return window == window_ || window == frame_; }
+    // Whether a source of this process does not know all of the window, of its frame or of what the frame holds.
+    static bool isUnknown(xcb_window_t window, xcb_window_t frame);
     bool gone() const { return gone_; }  // destroyed; another window may have its number by now
     bool isShown() const { return way_ == Way::shown; }
     bool covered() const { return covered_; }  // a shown one that did not show whole for a while
@@ -69,7 +78,7 @@ class SceneSource {
     std::vector<PixelRect> readUnknown();
     // The server has changed what this counts on behind a picture that was taken; once.
     bool takeLost() { return std::exchange(lost_, false); }
-    // A top-level window has changed its place, size, stacking or shape.
+    // A top-level window has changed its place, size, stacking or shape, or another capture had this one exposed.
     void handleRestacking(const xcb_generic_event_t& event);
     // Whether damage could not be told from drawing, and the window should be asked to paint itself.
     bool needsRepaint() const { return redirects_ && mayBeUnknown_ && (doubtful_ || wantsRepaint_); }
@@ -108,7 +117,7 @@ class SceneSource {
     void unredirect();
 
     Connection& x_;
-    const xcb_window_t window_;
+    const xcb_window_t window_, frame_;
     const Way way_;
     ServerDamage damage_;
     ServerPixmap pixmap_;
@@ -126,9 +135,9 @@ class SceneSource {
     bool gone_ = false;
     bool redirects_ = false;
     bool tooLarge_ = false;
-    ServerRegion unknown_, drawn_;  // drawn_: for a moment
-    bool mayBeUnknown_ = false;
-    bool doubtful_ = false;  // the damage so far may be none
+    ServerRegion unknown_, drawn_;            // drawn_: for a moment
+    std::atomic<bool> mayBeUnknown_ = false;  // other sources of the window read it
+    bool doubtful_ = false;                   // the damage so far may be none
     bool wantsRepaint_ = false;
     bool lost_ = false;
     bool learned_ = false;    // damage came while a repaint was awaited

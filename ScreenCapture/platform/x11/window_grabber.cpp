@@ -82,7 +82,9 @@ void WindowGrabber::begin() {
 
 void WindowGrabber::watchTarget() {
     if (x_->extensions().shape) xcb_shape_select_input(x_->raw(), target_, 1);
-    if (!scene_->pin(target_) && !x_->lost()) gone_ = true;
+    const auto desktop = currentDesktop();
+    const xcb_window_t frame = desktop ? desktop->windows->frameOf(target_) : 0;
+    if (!scene_->pin(target_, frame) && !x_->lost()) gone_ = true;
 }
 
 void WindowGrabber::readEvents() {

@@ -428,6 +428,11 @@ bool WindowList::isHidden(int32_t pid) const {
     return std::any_of(hidden.begin(), hidden.end(), [=](auto& each) { return each.pid == pid && now < each.until; });
 }
 
+xcb_window_t WindowList::frameOf(xcb_window_t client) const {
+    const DesktopWindow* window = find(client);
+    return window && window->frame != client ? window->frame : 0;
+}
+
 bool WindowList::isSeenWhole(xcb_window_t window) const {
     const auto found =
         std::find_if(all.begin(), all.end(), [=](auto& each) { return each.number == window || each.frame == window; });

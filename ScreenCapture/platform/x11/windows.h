@@ -79,6 +79,7 @@ struct WindowList {
     const Process* process(int32_t pid) const;
     int32_t activeProcess() const;  // 0 without one
     bool isHidden(int32_t pid) const;
+    xcb_window_t frameOf(xcb_window_t client) const;  // 0 when it has none, or is none of these
     // Whether all of a client or frame shows on the root, as far as the bounds of others tell.
     bool isSeenWhole(xcb_window_t window) const;
 };
