@@ -38,6 +38,12 @@ if [ "${4-}" = pictures ]; then # on the server
     done >"$work/codes"
     expect 'a window that is clicked' '0 0 3' "$(paste -sd' ' "$work/codes")"
     expect 'a rectangle beside the screen' 2 "$(code_of "${shot[@]}" --screen main --rect 1270,0,30,30)"
+    for level in error info; do
+        code_of "$orvocap" shot --log-level $level --out -
+        cmp -n 8 "$work/out" "$work/shot.png" || true
+        sed -n 's/.*\[notice\].*/log/p' "$work/err" | sort -u
+    done >"$work/logs"
+    expect 'the log beside a picture' '0 0 log' "$(paste -sd' ' "$work/logs")"
     expect 'a folder that is not there' 1 "$(code_of "$orvocap" shot --screen main --out "$work/none/shot.png")"
     expect 'a picture that is there' 1 "$(code_of "$orvocap" shot --out "$work/shot.png" </dev/null)"
     expect 'a name of another format' 2 "$(code_of "$orvocap" shot --out "$work/shot.jpg")"

@@ -82,6 +82,9 @@ std::string mistake(const CLI::App* app, const CLI::Error& error) {
         text = "there is no option " + left.front() +
                didYouMean(left.front().substr(0, left.front().find('=')),
                           optionNames(chosen.empty() ? *app : *chosen.front()));
+    if (!chosen.empty() && !left.empty() && left.front()[0] != '-')
+        text = left.front() + " is not expected here" +
+               (chosen.front()->get_option_no_throw("-o") ? "; a file to write follows -o" : "");
     return "orvocap" + command + ": " + text + "\nTry `orvocap" + command + " --help`.\n";
 }
 

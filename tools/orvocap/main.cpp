@@ -1,6 +1,9 @@
 // orvocap: shows what Orvo Screen Capture can see and records it. Reads the options and runs the chosen command.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
+#include <string>
+#include <vector>
 
 #include "application.h"
 #include "terminal.h"
@@ -12,7 +15,13 @@ int run(int argc, char** argv) {
     orvocap::Action action;
     orvocap::describe(app, action);
     try {
-        app.parse(argc, argv);
+        std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+        if (!words.empty() && words.front() == "help") {
+            words.erase(words.begin());
+            words.emplace_back("--help");
+        }
+        std::reverse(words.begin(), words.end());  // as parse takes them
+        app.parse(words);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? orvocap::exitSuccess : orvocap::exitUsage;
     }

@@ -82,9 +82,35 @@ void addDelay(CLI::App& command, double& seconds) {
     addTime(command, "-d,--delay", seconds, "wait so many seconds first");
 }
 
+CLI::Validator numberOf(const std::map<std::string, int>& choices) {
+    const auto transform = [choices](std::string& text) -> std::string {
+        std::string known;
+        for (const auto& [word, number] : choices) {
+            if (text == word || text == std::to_string(number)) {
+                text = std::to_string(number);
+                return {};
+            }
+            known += (known.empty() ? "" : ", ") + word;
+        }
+        return text + " is none of " + known;
+    };
+    return {transform, ""};
+}
+
+namespace {
+
+const std::map<std::string, int> logLevels = {{"error", 1}, {"warning", 2}, {"info", 3}, {"debug", 4}};
+
+}  // namespace
+
 void Verbosity::addTo(CLI::App& command) {
     auto* quiet = command.add_flag("-q,--quiet", isQuiet, "print nothing but failures");
-    command.add_flag("-v,--verbose", isVerbose, "print also what the library reports")->excludes(quiet);
+    command
+        .add_flag("-v,--verbose", isVerbose, "print also progress lines in a pipe, and the library's log up to info")
+        ->excludes(quiet);
+    command.add_option("--log-level", logLevel, "print the library's log up to this level on standard error")
+        ->transform(numberOf(logLevels))
+        ->type_name("error|warning|info|debug");
 }
 
 void addForce(CLI::App& command, bool& force) {

@@ -3,12 +3,14 @@
 
 #include <array>
 #include <charconv>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace CLI {
 class App;
+class Validator;
 }  // namespace CLI
 
 namespace orvocap {
@@ -50,13 +52,20 @@ void addDelay(CLI::App& command, double& seconds);
 struct Verbosity {
     bool isQuiet = false;
     bool isVerbose = false;
+    int logLevel = -1;  // as the library counts them; below 0 when none was chosen
 
     void addTo(CLI::App& command);
+    // Sends the library's log to standard error when it was asked for. Result: whether it was. Called once, before the
+    // library is used.
+    [[nodiscard]] bool showLog() const;
 };
 
 // Adds --force, and --fps.
 void addForce(CLI::App& command, bool& force);
 void addFrameRate(CLI::App& command, int& framesPerSecond);
+
+// Makes the number of a word of one of a few; the number itself may stand for it too.
+CLI::Validator numberOf(const std::map<std::string, int>& choices);
 
 struct OptionEntry {
     std::vector<std::string> names;  // "-f", "--follow"; a positional argument has one without dashes

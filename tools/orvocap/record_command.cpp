@@ -273,7 +273,7 @@ ExitCode record(RecordOptions& options) {
     options.output.resolve();
     options.target.resolve();
     const auto outputs = options.makeOutputs();
-    const QuietConsole quiet(options.verbosity.isVerbose);
+    const QuietConsole quiet(options.verbosity.showLog());
     Progress progress(quiet.console(), options.progressLevel());
     listenForStop();
     listenForPause();

@@ -40,7 +40,7 @@ ExitCode shoot(ShotOptions& options) {
     if (options.target.targets().size() > 1) throw Failure(exitUsage, "a shot is of one window; leave --extra out");
     listenForStop();
     const auto frame = [&options]() -> std::optional<Frame> {
-        const QuietConsole quiet(options.verbosity.isVerbose);
+        const QuietConsole quiet(options.verbosity.showLog());
         Progress progress(quiet.console(), options.verbosity.isQuiet ? Progress::Level::quiet : Progress::Level::usual);
         if (options.delay > 0)
             waitBefore(options.delay,

@@ -142,7 +142,7 @@ void TargetOptions::addTo(CLI::App& command, bool cursor) {
     target
         ->add_option("--mode", mode_,
                      "the window alone, the area under it, or its application's windows there (also 1, 3, 5)")
-        ->transform(CLI::CheckedTransformer(modes).description(""))
+        ->transform(numberOf(modes))
         ->type_name("window|area|application");
     target
         ->add_option("--exclude", excludedTexts_,
@@ -173,7 +173,7 @@ void TargetOptions::addPictureOptions(CLI::App& command, CLI::Option* rect) {
                      ->type_name("WxH")
                      ->excludes(rect);
     command.add_option("--fit", fit_, "how the picture fills the size; letterbox by default")
-        ->transform(CLI::CheckedTransformer(fits).description(""))
+        ->transform(numberOf(fits))
         ->type_name("letterbox|fill|stretch")
         ->needs(size);
     command
