@@ -7,29 +7,19 @@
 #include <cstring>
 
 #include "ScreenCapture/platform/platform.h"
+#include "support/x11/elements.h"
 #include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
 
 namespace orvo::testing {
 namespace {
 
-using platform::Attribute;
 using platform::ElementRef;
 using platform::Point;
 using platform::Size;
 
-platform::Accessibility& accessibility() {
-    return platform::platform().accessibility();
-}
 platform::Workspace& workspace() {
     return platform::platform().workspace();
-}
-
-template <typename T>
-T value(const ElementRef& element, const char* name) {
-    const Attribute attribute = accessibility().copyAttribute(element, name);
-    const T* held = std::get_if<T>(&attribute.value);
-    return attribute.error == 0 && held ? *held : T{};
 }
 
 uint32_t firstPixel(const platform::Picture& picture) {
@@ -51,11 +41,6 @@ class Applications : public ::testing::Test {
         return window;
     }
     ElementRef self() { return accessibility().application(getpid()); }
-    ElementRef elementOf(xcb_window_t window) {
-        for (const ElementRef& element : value<std::vector<ElementRef>>(self(), "AXWindows"))
-            if (accessibility().windowNumber(element) == window) return element;
-        return nullptr;
-    }
 
     XServer server_;
     Windows windows_;

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "ScreenCapture/platform/platform.h"
+#include "support/x11/elements.h"
 #include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
 
@@ -26,27 +27,11 @@ using platform::Point;
 using std::chrono::milliseconds;
 using Steady = std::chrono::steady_clock;
 
-platform::Accessibility& accessibility() {
-    return platform::platform().accessibility();
-}
 platform::WindowServer& windowServer() {
     return platform::platform().windowServer();
 }
 std::shared_ptr<platform::RunningApplication> application(int32_t pid = getpid()) {
     return platform::platform().workspace().application(pid);
-}
-
-template <typename T>
-T value(const ElementRef& element, const char* name) {
-    const auto attribute = accessibility().copyAttribute(element, name);
-    const T* held = std::get_if<T>(&attribute.value);
-    return attribute.error == 0 && held ? *held : T{};
-}
-
-ElementRef elementOf(xcb_window_t window, int32_t pid = getpid()) {
-    for (const ElementRef& element : value<std::vector<ElementRef>>(accessibility().application(pid), "AXWindows"))
-        if (accessibility().windowNumber(element) == window) return element;
-    return nullptr;
 }
 
 std::optional<platform::WindowInfo> infoOf(xcb_window_t window) {
