@@ -17,21 +17,6 @@ class ProxyTest : public WindowManagerTest {
     OrvoWindowProxyRef window(uint32_t number = 7) { return OrvoAppProxy::initWithPID(50)->windowWithWindowId(number); }
 };
 
-TEST_F(ProxyTest, DescribesAWindow) {
-    const auto proxy = window();
-    ASSERT_NE(proxy, nullptr);
-    EXPECT_EQ(proxy->windowID(), 7u);
-    EXPECT_EQ(proxy->processIdentifier(), 50);
-    EXPECT_EQ(proxy->app()->name(), "Editor");
-    EXPECT_EQ(proxy->title(), "Letter");
-    EXPECT_EQ(proxy->frame(), (Rect{10, 20, 300, 200}));
-    EXPECT_FALSE(proxy->isMatchScreen());
-    desk.moveWindow(7, {50, 60, 1920, 1080});
-    EXPECT_TRUE(proxy->isMatchScreen()) << "wherever it is";
-    EXPECT_EQ(OrvoWindowProxy::initWithElement(nullptr), nullptr);
-    EXPECT_EQ(OrvoWindowProxy::systemWideElement(), OrvoWindowProxy::systemWideElement());
-}
-
 TEST_F(ProxyTest, AnswersDefaultsOnceTheWindowIsGone) {
     const auto proxy = window();
     desk.closeWindow(7);

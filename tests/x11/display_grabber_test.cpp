@@ -251,38 +251,5 @@ TEST(DisplayPicture, IsHalvedAsOftenAsItsWidthAllows) {
     }
 }
 
-TEST(Grabber, AnUnchangedSceneAsksNothingAndAChangedOneWaitsOnce) {
-    const XServer server("320x240x24");
-    Painter painter(server);
-    Grabbing grabbing({0, 0, 160, 240});
-    Connection& x = *grabbing.x;
-    const Image* first = grabbing.take().get();
-    const uint64_t version = grabbing.take()->version();
-    NoImage why = NoImage::none;
-
-    const uint64_t sent = xcb_total_written(x.raw());
-    for (int i = 0; i < 5; i++) {
-        const auto frame = grabbing.grabber.takeFrame(why);
-        EXPECT_EQ(frame.get(), first);
-        EXPECT_EQ(frame->version(), version);
-    }
-    x.flush();
-    EXPECT_EQ(xcb_total_written(x.raw()), sent);
-
-    painter.fill(painter.root(), {10, 10, 20, 20}, 0x123456);
-    x.sync();
-    while (const auto event = x.nextEvent()) grabbing.grabber.handle(*event);
-    EXPECT_TRUE(grabbing.grabber.changed());
-    const uint64_t trips = x.roundTrips();
-    const auto changed = grabbing.grabber.takeFrame(why);
-    EXPECT_EQ(x.roundTrips(), trips + 1);
-    EXPECT_EQ(changed.get(), first);  // nobody held it
-    EXPECT_GT(changed->version(), version);
-
-    // What is drawn beside the area is no change of its picture.
-    painter.fill(painter.root(), {200, 10, 20, 20}, 0x654321);
-    EXPECT_EQ(grabbing.take()->version(), changed->version());
-}
-
 }  // namespace
 }  // namespace orvo::testing

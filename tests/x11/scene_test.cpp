@@ -57,7 +57,7 @@ TEST(Scene, ATargetThatIsGoneHasNoPictureInAnyMode) {
         }
         if (withServer) server.restart();
         Windows windows(server);
-        windows.make({.area = {10, 10, 50, 50}});
+        windows.make({.area = {10, 10, 50, 50}, .number = window});  // another one of that number
         for (const Question& each : questions) EXPECT_EQ(each.ask(*grabber).why, NoImage::gone) << each.name;
     }
 }

@@ -186,20 +186,6 @@ TEST(Windows, APictureIsTheWindowsOwnWhateverCoversIt) {
     EXPECT_EQ(wrongPixels(grabber->window(), 333, 77), 0);
 }
 
-TEST(Windows, ATargetThatIsGoneNeverShowsAgain) {
-    const XServer server("640x480x24");
-    Windows windows(server);
-    const auto window = windows.make({.area = {10, 10, 50, 50}});
-    const auto grabber = windowServer().grabber(window, false);
-    EXPECT_TRUE(grabber->window().image);
-    windows.painter().destroy(window);
-    windows.make({.area = {10, 10, 50, 50}, .number = window});
-    EXPECT_EQ(grabber->window().why, NoImage::gone);
-    EXPECT_EQ(grabber->window().why, NoImage::gone);
-    EXPECT_TRUE(windowServer().windowPicture(window).image);  // asked for anew it is a window like any other
-    EXPECT_EQ(windowServer().grabber(0x7FFFFFF, false)->window().why, NoImage::gone);
-}
-
 TEST(Windows, ExpectedPicturesAreAsGoodAsOthers) {
     const XServer server("640x480x24");
     Windows windows(server);
