@@ -9,8 +9,10 @@ expect() { # WHAT EXPECTED ACTUAL
 }
 
 expect 'a date' 1 "$(grep -c '^.TH ORVOCAP 1 "20[0-9-]*" ' "$pages/orvocap.man")"
-manual=$(groff -man -Tascii -P-c -P-b -P-u -ww "$pages/orvocap.man" 2>&1)
-expect 'warnings of groff' 0 "$(grep -c 'warning\|error:' <<<"$manual" || true)"
+messages=$(mktemp)
+trap 'rm -f "$messages"' EXIT
+manual=$(groff -man -Tascii -P-c -P-b -P-u -ww "$pages/orvocap.man" 2>"$messages")
+expect 'messages of groff' '' "$(cat "$messages")"
 for command in screens windows picker shot record watch log doctor bench; do
     for option in $("$orvocap" "$command" --help | grep -oE -- '^ +(-[a-z], )?--[a-z0-9-]+' | sed 's/.*--/--/'); do
         [ "$option" = --help ] || sed -n "/^   orvocap $command\$/,/^   orvocap/p" <<<"$manual" |

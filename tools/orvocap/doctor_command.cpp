@@ -76,8 +76,9 @@ Findings examine() {
     Findings findings;
     findings.push_back({"library", State::works, orvo_screencapture_version(), ""});
     findings.push_back({"orvocap", State::works, ORVOCAP_VERSION, ""});
-    if (const std::string why = whyNoScreens(); !why.empty())
-        findings.push_back({"session", State::broken, why, "log in to an X11 session to capture screens"});
+    const std::string whyNone = whyNoScreens();
+    if (!whyNone.empty())
+        findings.push_back({"session", State::broken, whyNone, "log in to an X11 session to capture screens"});
     else
         examinePermission(ORVO_PERMISSION_SCREEN_RECORDING, "Screen Recording", findings);
     examinePermission(ORVO_PERMISSION_ACCESSIBILITY, "Accessibility", findings);
@@ -87,7 +88,8 @@ Findings examine() {
     } catch (const Failure& failure) {
         // Nothing else can be asked without a display.
         const std::string text = failure.what();
-        findings.push_back({"display", State::broken, text, "start one, or set DISPLAY to one: `Xvfb :99 &` does"});
+        if (whyNone.empty())
+            findings.push_back({"display", State::broken, text, "start one, or set DISPLAY to one: `Xvfb :99 &` does"});
         return findings;
     }
     findings.push_back({"display", State::works, std::to_string(screens.size()) + " to capture", ""});
