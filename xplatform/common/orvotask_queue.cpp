@@ -35,7 +35,8 @@ void local_context::drop_cancelled(list& dropped) {
             if (call->element.turn == 0) {
                 ready.Detach(*call);
             } else {
-                delayed.extract({call->element.due, call->element.turn}).mapped().release();
+                // The list of dropped calls owns it from here.
+                static_cast<void>(delayed.extract({call->element.due, call->element.turn}).mapped().release());
             }
             dropped.insert(dropped.end(), *call);
         }
