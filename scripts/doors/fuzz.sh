@@ -33,4 +33,4 @@ one() {
 }
 export -f one
 # shellcheck disable=SC2016 # the inner shell reads its own argument
-for source in tests/fuzz/${name:-*}.cpp; do basename "$source" .cpp; done | xargs -n 1 -P 2 bash -c 'one "$1"' one
+for source in tests/fuzz/${name:-*}.cpp; do basename "$source" .cpp; done | grep -vx seeded | xargs -n 1 -P 2 bash -c 'one "$1"' one
