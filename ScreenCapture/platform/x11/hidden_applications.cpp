@@ -53,7 +53,7 @@ bool anyMinimized(const WindowList& windows, const Numbers& numbers) {
 bool showsAnother(const WindowList& windows, int32_t pid, const Numbers& numbers) {
     const auto all = windowsOfProcess(windows, pid);
     return std::any_of(all.begin(), all.end(), [&](const DesktopWindow* window) {
-        return window->onScreen && std::find(numbers.begin(), numbers.end(), window->number) == numbers.end();
+        return window->onScreen && !contains(numbers, window->number);
     });
 }
 
@@ -100,7 +100,7 @@ bool hideApplication(int32_t pid) {
     if (numbers.empty()) return false;
     Numbers all = numbers;
     for (const xcb_window_t number : hiddenWindows(pid))
-        if (std::find(all.begin(), all.end(), number) == all.end()) all.push_back(number);
+        if (!contains(all, number)) all.push_back(number);
     remember(pid, Order::State::hiding, all);
     for (const xcb_window_t number : numbers) minimizeWindow(number);
     return awaitWindows([&](const WindowList& windows) { return !anyOnScreen(windows, numbers); });

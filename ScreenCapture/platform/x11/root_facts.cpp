@@ -72,7 +72,7 @@ bool RootFacts::read(Connection& x, const Atoms& atoms) {
     hasManager = (attributes->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT) != 0;
     area = {0, 0, geometry->width, geometry->height};
     focus = holder->focus == XCB_INPUT_FOCUS_POINTER_ROOT ? XCB_NONE : holder->focus;
-    supportsHidden_ = std::find(supported.begin(), supported.end(), atoms.NET_WM_STATE_HIDDEN) != supported.end();
+    supportsHidden_ = contains(supported, atoms.NET_WM_STATE_HIDDEN);
     const auto now = std::chrono::steady_clock::now();
     if (showsDesktop && !showsDesktop_) showsDesktopSince_ = now;
     if (!showsDesktop && showsDesktop_) showedDesktopUntil_ = now;

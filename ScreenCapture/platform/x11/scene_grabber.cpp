@@ -108,8 +108,7 @@ Shot SceneGrabber::ask(const PixelRect& bounds, const std::vector<SceneLayer>& l
     const bool otherWindows = updateSources(layers, windows);
     const bool otherPictures = namePictures(layers);
     if (x_.lost()) return NoImage::noServer;
-    for (const auto& [window, source] : sources_)
-        if (source->takeLost()) laidOut_ = false;
+    dropLostContent();
     if (!onServer_) return composeHere(bounds, layers);
     if (!laidOut_ || otherWindows || otherPictures || bounds != bounds_ || layers != layers_) layOut(bounds, layers);
     const bool news = collectNews();
@@ -128,7 +127,7 @@ Shot SceneGrabber::ask(const PixelRect& bounds, const std::vector<SceneLayer>& l
 // True when the scene has other windows than the last time.
 bool SceneGrabber::updateSources(const std::vector<SceneLayer>& layers, const WindowList& windows) {
     const auto wanted = [&](xcb_window_t window) {
-        if (std::find(kept_.begin(), kept_.end(), window) != kept_.end()) return true;
+        if (contains(kept_, window)) return true;
         return std::any_of(layers.begin(), layers.end(),
                            [=](const SceneLayer& layer) { return layer.window == window; });
     };
@@ -206,6 +205,11 @@ void SceneGrabber::followShapes(const WindowList& windows) {
 // Whether what of some window counts as drawn may be another's after all, as the events tell that have come.
 bool SceneGrabber::isContentLost() {
     readEvents();
+    return dropLostContent();
+}
+
+// Lays out again without what of some window has become unknown. True when there was any.
+bool SceneGrabber::dropLostContent() {
     bool isLost = false;
     for (const auto& [window, source] : sources_) isLost |= source->takeLost();
     if (isLost) laidOut_ = false;

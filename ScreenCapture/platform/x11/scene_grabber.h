@@ -89,6 +89,7 @@ class SceneGrabber {
     void waitForRepaint(const std::vector<SceneLayer>& layers);
     void followShapes(const WindowList& windows);
     bool isContentLost();
+    bool dropLostContent();
     bool namePictures(const std::vector<SceneLayer>& layers);
     void layOut(const PixelRect& bounds, const std::vector<SceneLayer>& layers);
     ServerPicture backgroundPicture(xcb_pixmap_t pixmap);

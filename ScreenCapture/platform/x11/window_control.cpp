@@ -7,6 +7,7 @@
 #include <mutex>
 #include <thread>
 
+#include "ScreenCapture/platform/version.h"
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/asking.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
@@ -61,7 +62,7 @@ Activation& lastActivation() {
 void noteActivation(xcb_window_t window) {
     std::lock_guard lock(lastActivation().mutex);
     lastActivation().window = window;
-    lastActivation().focused = nextFocus();
+    lastActivation().focused = nextVersion();
 }
 
 uint64_t focusOf(const DesktopWindow& window) {
@@ -96,11 +97,15 @@ bool hasFocus(const WindowList& windows, xcb_window_t number) {
     return holder && pid == wanted->pid;
 }
 
+void raise(const Asking& asking, xcb_window_t window) {
+    const uint32_t above = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(asking->raw(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+}
+
 bool raiseAndFocus(xcb_window_t window) {
     const Asking asking;
     if (!asking) return false;
-    const uint32_t above = XCB_STACK_MODE_ABOVE;
-    xcb_configure_window(asking->raw(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    raise(asking, window);
     return asking->succeeded(
         xcb_set_input_focus_checked(asking->raw(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME));
 }
@@ -145,8 +150,7 @@ bool activateProcess(int32_t pid) {
 bool raiseWindow(xcb_window_t window) {
     const Asking asking;
     if (!asking) return false;
-    const uint32_t above = XCB_STACK_MODE_ABOVE;
-    xcb_configure_window(asking->raw(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    raise(asking, window);
     asking->flush();
     return !asking->lost();
 }

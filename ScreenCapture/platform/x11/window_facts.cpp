@@ -42,7 +42,7 @@ uint32_t longest(const Atoms& atoms, xcb_atom_t name) {
 }
 
 bool contains(const std::vector<uint32_t>& numbers, xcb_atom_t atom) {
-    return atom != XCB_ATOM_NONE && std::find(numbers.begin(), numbers.end(), atom) != numbers.end();
+    return atom != XCB_ATOM_NONE && platform::contains(numbers, atom);
 }
 
 // The server counts from inside the border, the answer from its corner. outer: the window with its border. Of windows

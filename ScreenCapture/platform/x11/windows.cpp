@@ -4,11 +4,11 @@
 #include <xcb/shape.h>
 
 #include <algorithm>
-#include <atomic>
 #include <iterator>
 #include <unordered_map>
 
 #include "ScreenCapture/platform/software/region.h"
+#include "ScreenCapture/platform/version.h"
 #include "ScreenCapture/platform/x11/atoms.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
 #include "ScreenCapture/platform/x11/hidden_applications.h"
@@ -135,7 +135,7 @@ bool WindowPart::noteFocus(const xcb_focus_in_event_t& event) {
     const bool isGrab = event.mode == XCB_NOTIFY_MODE_GRAB || event.mode == XCB_NOTIFY_MODE_UNGRAB;
     const auto facts = known_.find(event.event);
     if (isGrab || event.detail >= XCB_NOTIFY_DETAIL_POINTER || facts == known_.end()) return false;
-    facts->second.focused = nextFocus();
+    facts->second.focused = nextVersion();
     return true;
 }
 
@@ -228,10 +228,7 @@ xcb_window_t WindowPart::topLevelOf(Connection& x, xcb_window_t client) const {
 
 void WindowPart::takeListedClients(Connection& x) {
     for (const xcb_window_t client : root_.clients) {
-        const auto holds = [&](const TopLevel& top) {
-            return top.window == client ||
-                   std::find(top.children.begin(), top.children.end(), client) != top.children.end();
-        };
+        const auto holds = [&](const TopLevel& top) { return top.window == client || contains(top.children, client); };
         auto top = std::find_if(tops_.begin(), tops_.end(), holds);
         if (top == tops_.end() && known_[client].geometry().exists) {
             const xcb_window_t window = topLevelOf(x, client);
@@ -340,7 +337,7 @@ void WindowPart::noteActive(Connection& x, WindowList& list) {
     if (window == list.all.end())
         list.active = 0;
     else if (window->focused == 0)
-        window->focused = known_[window->number].focused = nextFocus();
+        window->focused = known_[window->number].focused = nextVersion();
 }
 
 void WindowPart::noteProcesses(WindowList& list) {
@@ -442,11 +439,6 @@ bool WindowList::isSeenWhole(xcb_window_t window) const {
                return other.frameOnScreen && other.frame != found->frame &&
                       !software::intersection(other.frameBounds, area).empty();
            });
-}
-
-uint64_t nextFocus() {
-    static std::atomic<uint64_t> count{0};
-    return ++count;
 }
 
 int32_t layerOf(WindowType type, bool keptAbove) {

@@ -39,7 +39,7 @@ struct DesktopWindow {
     // Below 0: a client whose process is not known; all its windows have the same number.
     int32_t pid = 0;
     bool pidIsCertain = false;  // the server says so, not the client
-    uint64_t focused = 0;       // the larger, the later it had the focus; 0: not since it is known
+    uint64_t focused = 0;       // of nextVersion(): the larger, the later it had the focus; 0: not since it is known
     int32_t layer = 0;          // desktop -1, normal 0, above 3, docks 20, menus 101
     double alpha = 1;
     uint64_t mapped = 0;    // counts on whenever a frame is mapped; 0: before anybody looked
@@ -83,9 +83,6 @@ struct WindowList {
     // Whether all of a client or frame shows on the root, as far as the bounds of others tell.
     bool isSeenWhole(xcb_window_t window) const;
 };
-
-// The next number for DesktopWindow::focused. Any thread.
-uint64_t nextFocus();
 
 // How far in front a window is kept.
 int32_t layerOf(WindowType type, bool keptAbove);
