@@ -132,7 +132,7 @@ void OrvoCaptureSession::startStep(const PartsRef& parts) {
     // Uninitialised since: its stop has run or is about to.
     if (m_parts.load() != parts) return;
     parts->refusal = nullptr;
-    m_otherPathToldAt = 0;
+    m_otherPathReportedAt = 0;
     isOnDevicePath() ? startDevice(*parts) : startWindows(*parts);
     watchMainQueue(parts);
 }
@@ -172,7 +172,7 @@ void OrvoCaptureSession::startWindows(const Parts& parts) {
 }
 
 // Display frames, and the start of the window path itself, wait for the main queue: a job posted there has to run
-// within the patience, or the host is told that it does not run its main queue. The job ends the timer.
+// within the patience, or the statistics say that the host does not run its main queue. The job ends the timer.
 void OrvoCaptureSession::watchMainQueue(const PartsRef& parts) {
     m_isMainQueueSilent = false;
     Dispatch& dispatch = platform().dispatch();

@@ -123,5 +123,5 @@ class OrvoCaptureSession : public orvo::platform::DisplayCaptureDelegate,
     // Counts the host's stops: a restart that a change of target queues is void when a stop came after the change.
     std::atomic<uint64_t> m_stops{0};
     std::atomic<bool> m_isMainQueueSilent{false};  // since the last start
-    std::atomic<double> m_otherPathToldAt{0};      // seconds on the absolute clock; 0: not since the last start
+    std::atomic<double> m_otherPathReportedAt{0};  // seconds on the absolute clock; 0: not since the last start
 };

@@ -13,7 +13,7 @@ using orvo::capture::fire;
 namespace {
 
 constexpr unsigned int kMillisecondScale = 1000;
-constexpr double kTellInterval = 1.0;  // seconds between two lines about frames of the other path
+constexpr double kReportInterval = 1.0;  // seconds between two lines about frames of the other path
 
 // Holds a buffer's pixels locked for reading while the host has them.
 class LockedPixels {
@@ -87,9 +87,9 @@ void OrvoCaptureSession::onCapturedWindowImage(PixelBuffer& buffer, uint32_t win
 bool OrvoCaptureSession::dropOfOtherPath(uint32_t target) {
     m_settings->statistics().dropped(target);
     const double now = platform().clock().absoluteSeconds();
-    double toldAt = m_otherPathToldAt;
+    double reportedAt = m_otherPathReportedAt;
     const bool isDue =
-        std::abs(now - toldAt) >= kTellInterval && m_otherPathToldAt.compare_exchange_strong(toldAt, now);
+        std::abs(now - reportedAt) >= kReportInterval && m_otherPathReportedAt.compare_exchange_strong(reportedAt, now);
     if (isDue) enqueue([](OrvoCaptureSession& self, const PartsRef& parts) { self.noteOtherPath(*parts); });
     return isDue;
 }
@@ -121,11 +121,11 @@ void OrvoCaptureSession::notifyImageRef(PixelBuffer& buffer, uint32_t windowID, 
     const LockedPixels pixels(buffer);
     const void* address = pixels.address();
     const auto time = static_cast<unsigned long long>(recordTime);
-    const bool told =
+    const bool delivered =
         fire<orvo::capture::kFrame>(*m_settings, frameData(buffer, address), length, &format, time, kMillisecondScale);
-    const bool toldOfWindow = fire<orvo::capture::kWindowFrame>(*m_settings, frameData(buffer, address), length,
-                                                                &format, time, kMillisecondScale, windowID);
-    if (told || toldOfWindow)
+    const bool deliveredWindow = fire<orvo::capture::kWindowFrame>(*m_settings, frameData(buffer, address), length,
+                                                                   &format, time, kMillisecondScale, windowID);
+    if (delivered || deliveredWindow)
         m_settings->statistics().delivered(windowID, time);
     else
         dropWithoutCallback(windowID);

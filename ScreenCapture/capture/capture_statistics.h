@@ -33,7 +33,7 @@ class CaptureStatistics {
     void dropped(uint32_t target, std::string_view reason);
     // Notes why frames do not come. Without memory the reason is only logged.
     void note(std::string_view reason, uint32_t target = 0) noexcept;
-    // The host is told of an error. Without a reason of its own it has the one that was noted last.
+    // The host is notified of an error. Without a reason of its own it gets the one that was noted last.
     void failed(int code);
     void failed(int code, std::string_view reason);
 

@@ -49,7 +49,7 @@ class WindowServer {
     virtual void onScreenNumbers(std::vector<uint32_t>& numbers) = 0;
 
     // A number for what windows, applications and displays are like now (see nextVersion()): as long as it stays the
-    // same, so do the answers to questions about them. 0 when that cannot be told.
+    // same, so do the answers to questions about them. 0 when that is unknown.
     virtual uint64_t desktopVersion() { return 0; }
 
     // Why questions have no answers now; NoImage::none when they have.

@@ -107,7 +107,7 @@ class ExportLog : public DesktopTest {
         return text;
     }
     // The answer, the lines of the call, and, further in, those of the steps that it queues.
-    std::string told(const Call& call) {
+    std::string logOf(const Call& call) {
         takeLog();
         const std::string answer = call.make();
         std::string text = answer + "\n" + loggedNow("    ");
@@ -116,7 +116,7 @@ class ExportLog : public DesktopTest {
     }
     std::string toldWithoutFacade(const Call& call) {
         OrvoScreenCaptureImpl* const facade = std::exchange(g_pScreenCaptureImpl, nullptr);
-        auto text = told(call);
+        auto text = logOf(call);
         g_pScreenCaptureImpl = facade;
         return text;
     }
@@ -124,7 +124,7 @@ class ExportLog : public DesktopTest {
         init();
         if (excludes) orvo_screencapture_set_excluded_windows(ids, 1, true);
         runSteps();
-        return told(call);
+        return logOf(call);
     }
 };
 
@@ -133,10 +133,10 @@ TEST_F(ExportLog, IsAsRecorded) {
     desk.addWindow({.number = 7, .pid = 100, .title = "Letter", .bounds = {0, 0, 40, 30}});
     const struct {
         const char* name;
-        std::function<std::string(const Call&)> told;
+        std::function<std::string(const Call&)> logOf;
     } states[] = {
         {"no facade", [&](const Call& call) { return toldWithoutFacade(call); }},
-        {"before init", [&](const Call& call) { return told(call); }},
+        {"before init", [&](const Call& call) { return logOf(call); }},
         {"after init", [&](const Call& call) { return toldAfterInit(call, false); }},
         {"a window is excluded", [&](const Call& call) { return toldAfterInit(call, true); }},
     };
@@ -144,7 +144,7 @@ TEST_F(ExportLog, IsAsRecorded) {
     for (const auto& state : states) {
         for (const Call& call : calls) {
             auto& [all, last] = texts[&call];
-            const std::string now = state.told(call);
+            const std::string now = state.logOf(call);
             if (now != last) all += std::string("  ") + state.name + now;  // else as in the state before
             last = now;
             orvo_screencapture_uninit();

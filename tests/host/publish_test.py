@@ -67,14 +67,14 @@ def main(folder):
     window = found.stdout.split()[-1]
     time.sleep(0.5)  # the window manager frames it
 
-    # Each mistake is told in its own words and leaves no file behind.
+    # Each mistake has its own words and leaves no file behind.
     there, words = folder / "none.mkv", set()
     avi = folder / "a.avi"
     for wrong in (["-o", avi], [], ["-o", there, "--rtp", "9"], ["-t", "window:99", "-o", there], ["-t", "screen:99", "-o", there],
                   ["-t", "desk", "-o", there], ["--fps", "60", "-o", there], ["--rtp", "70000"], ["--switch-after", "1", "-o", there]):
-        told = subprocess.run([publish, *wrong], capture_output=True, text=True, timeout=20)
-        expect(f"publish {wrong}", (2, 1), (told.returncode, told.stderr.count("\n")))
-        words.add(told.stderr)
+        result = subprocess.run([publish, *wrong], capture_output=True, text=True, timeout=20)
+        expect(f"publish {wrong}", (2, 1), (result.returncode, result.stderr.count("\n")))
+        words.add(result.stderr)
     expect("messages", 9, len(words))
     expect("files", (False, False), (there.exists(), avi.exists()))
 

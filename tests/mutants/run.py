@@ -69,7 +69,7 @@ MUTANTS = [
     (C + "OrvoCaptureSession_delivery.cpp", "if (time.timescale == 0) return 0;", "if (time.timescale == 0) return 1;"),
     (C + "OrvoCaptureSession_delivery.cpp", "    if (!isOnDevicePath()) {\n        dropOfOtherPath(0);\n        return;\n    }\n", ""),
     (C + "OrvoCaptureSession_delivery.cpp", "~LockedPixels() { buffer_.unlock(); }", "~LockedPixels() {}"),
-    (C + "OrvoCaptureSession_delivery.cpp", "std::abs(now - toldAt) >= kTellInterval &&", ""),
+    (C + "OrvoCaptureSession_delivery.cpp", "std::abs(now - reportedAt) >= kReportInterval &&", ""),
     (C + "OrvoCaptureSession_delivery.cpp", "static_cast<double>(bytesPerRow) * size.height", "static_cast<double>(bytesPerRow) * buffer.height()"),
     (C + "OrvoCaptureSettings.cpp", "    if (m_isShut) return false;\n", ""),
     (C + "OrvoCaptureSettings.cpp", "    if (tCallDepth > 0) return;\n", ""),

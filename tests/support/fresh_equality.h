@@ -148,7 +148,7 @@ class Scene {
     virtual ~Scene() = default;
     virtual std::vector<uint32_t> windows() = 0;   // that can be chosen, those that are off screen too
     virtual std::vector<uint32_t> displays() = 0;  // at least one
-    virtual bool shows(uint32_t target) = 0;       // a target that does not may be told of from memory
+    virtual bool shows(uint32_t target) = 0;       // of a target that does not, the last known state may be used
     virtual std::vector<Move> events() = 0;
     virtual void settle() = 0;  // until nothing is drawn any more
     virtual std::function<void()> pump() { return nullptr; }

@@ -1,4 +1,4 @@
-// What window managers do to windows, and what is told of it: the same under each of them, and without one.
+// What window managers do to windows, and what is reported of it: the same under each of them, and without one.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
@@ -40,7 +40,7 @@ std::optional<platform::WindowInfo> infoOf(xcb_window_t window) {
     return std::nullopt;
 }
 
-// All that is told of a window, in one word when it fits together.
+// All that is reported of a window, in one word when it is consistent.
 std::string stateOf(xcb_window_t window) {
     const OneLook look;
     const ElementRef element = elementOf(window);

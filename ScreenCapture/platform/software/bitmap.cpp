@@ -13,7 +13,7 @@ namespace orvo::platform::software {
 namespace {
 
 constexpr size_t kAlignment = 64;
-constexpr size_t kLargestIdleBlock = size_t{36} << 20;  // a frame of 3840x2160
+constexpr size_t kMaxIdleBlock = size_t{36} << 20;  // a frame of 3840x2160
 
 // What lies behind the pixels of padded rows was zero from the start and is not written, so such a block returns to
 // bitmaps of the same shape only. Any other serves a smaller bitmap too, within reason.
@@ -50,7 +50,7 @@ PixelBlock takeBlock(PixelBlock wanted) {
 }
 
 void giveBlock(PixelBlock block) {
-    if (block.size <= kLargestIdleBlock) {
+    if (block.size <= kMaxIdleBlock) {
         std::lock_guard lock(idle.mutex);
         std::swap(block, idle.blocks[idle.oldest]);
         idle.oldest ^= 1;

@@ -145,7 +145,7 @@ class DesktopModel {
     // Asking the server again is left until somebody wants to know.
     bool isWanted() {
         std::lock_guard lock(mutex_);
-        for (size_t i = 0; i < kPartCount; i++) stale_[i] |= parts_[i]->hasNews();
+        for (size_t i = 0; i < kPartCount; i++) stale_[i] |= parts_[i]->takeStale();
         outdated_ = anythingStale();
         const bool wanted = std::exchange(wanted_, false) && outdated_;
         state_ = wanted ? State::busy : State::waiting;

@@ -35,7 +35,7 @@ class ModelPart {
     virtual void attach(Connection& x) = 0;   // a new connection: selects other events, forgets the old server
     // True when something other than an event has made the facts stale, since the last such answer. Asked after
     // outdateDesktop().
-    virtual bool hasNews() { return false; }
+    virtual bool takeStale() { return false; }
     // True when the event makes the facts stale.
     virtual bool handle(Connection& x, const xcb_generic_event_t& event) = 0;
     // Asks the server and stores the result in the next snapshot. A lost connection needs no answer.
@@ -48,7 +48,7 @@ class ModelPart {
 std::shared_ptr<const Desktop> latestDesktop();
 // The same, but what the thread's look has seen already while there is one.
 std::shared_ptr<const Desktop> currentDesktop();
-// The parts have news of their own: the next question gets a snapshot with them. Any thread.
+// Something other than an event has made parts stale: the next question gets a new snapshot. Any thread.
 void outdateDesktop();
 
 }  // namespace orvo::platform::x11

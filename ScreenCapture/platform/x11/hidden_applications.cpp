@@ -72,7 +72,7 @@ bool isInForce(const WindowList& windows, int32_t pid, Order& order) {
     return true;
 }
 
-// Before the manager is told anything: no snapshot may show its doing without the reason for it.
+// Runs before the manager gets any order: no snapshot may show the result without the reason for it.
 void remember(int32_t pid, Order::State state, const Numbers& windows) {
     {
         std::lock_guard lock(orders().mutex);

@@ -8,8 +8,8 @@
 namespace orvo::platform::x11 {
 namespace {
 
-constexpr int kDeepestLevel = 16;
-constexpr size_t kMostWindows = 4096;
+constexpr int kMaxDepth = 16;
+constexpr size_t kMaxWindows = 4096;
 
 struct Inside {
     xcb_window_t window = 0;
@@ -25,7 +25,7 @@ std::vector<Inside> windowsInside(Connection& x, xcb_window_t window) {
     };
     std::vector<Inside> found;
     std::vector<xcb_window_t> level = {window};
-    for (int depth = 0; depth < kDeepestLevel && !level.empty() && found.size() < kMostWindows; ++depth) {
+    for (int depth = 0; depth < kMaxDepth && !level.empty() && found.size() < kMaxWindows; ++depth) {
         std::vector<Request> requests;
         for (const xcb_window_t each : level)
             requests.push_back(
@@ -66,7 +66,7 @@ void expose(Connection& x, const Inside& each, xcb_damage_damage_t damage, xcb_x
 }
 
 // To whom watches the top-level windows, while nobody else is served: in order with the damage that it explains.
-void tellOthers(Connection& x, xcb_window_t window) {
+void notifyOthers(Connection& x, xcb_window_t window) {
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
@@ -91,8 +91,8 @@ unsigned requestRepaint(Connection& x, xcb_window_t window, xcb_window_t frame, 
     x.flush();
     xcb_grab_server(x.raw());
     for (const Inside& each : windows) expose(x, each, damage, unknown, scratch);
-    tellOthers(x, window);
-    if (frame != 0) tellOthers(x, frame);
+    notifyOthers(x, window);
+    if (frame != 0) notifyOthers(x, frame);
     xcb_damage_subtract(x.raw(), damage, XCB_NONE, XCB_NONE);
     const unsigned done = xcb_ungrab_server(x.raw()).sequence;
     x.flush();

@@ -9,9 +9,9 @@
 
 namespace orvo::platform::x11 {
 
-// The window, redirected, and all windows inside it are told that they are exposed. What the server paints of them as
+// The window, redirected, and all windows inside it get an Expose event. What the server paints of them as
 // their background at any exposure is taken away from unknown; what they show stays as it is. The damage is empty
-// afterwards. Other captures, which count what they are told of as damage, are sent a message about it and its frame,
+// afterwards. Other captures, which see this as damage, are sent a message about it and its frame,
 // if that is not 0. scratch: a region to write over. Waits for each level of windows. Answers the request that ended
 // it: what happened before has no part in the damage from then on.
 unsigned requestRepaint(Connection& x, xcb_window_t window, xcb_window_t frame, xcb_damage_damage_t damage,

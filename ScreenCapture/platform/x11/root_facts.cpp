@@ -1,4 +1,4 @@
-// What the root window tells of the window manager, its clients and the focus.
+// What the root window says about the window manager, its clients and the focus.
 #include "ScreenCapture/platform/x11/root_facts.h"
 
 #include <algorithm>
@@ -55,11 +55,11 @@ bool RootFacts::read(Connection& x, const Atoms& atoms) {
     const auto attributes = x.await<xcb_get_window_attributes_reply_t>(sequences_.attributes);
     const auto geometry = x.await<xcb_get_geometry_reply_t>(sequences_.geometry);
     const auto holder = x.await<xcb_get_input_focus_reply_t>(sequences_.focus);
-    listsClients = tellsActive = false;
+    listsClients = reportsActive = false;
     clients = numbers(sequences_.stacking, listsClients);
     inOrder = numbers(sequences_.clients, listsClients);
     if (clients.empty()) clients = inOrder;
-    active = first(sequences_.active, tellsActive);
+    active = first(sequences_.active, reportsActive);
     checkWindow = first(sequences_.check, any);
     background = first(sequences_.background, any);
     const std::vector<uint32_t> supported = numbers(sequences_.supported, any);
@@ -94,8 +94,8 @@ void RootFacts::readCheck(Connection& x, const Atoms& atoms) {
     const auto check = x.await<xcb_get_property_reply_t>(check_);
     keepsHints = checkWindow != 0 && decodeNumber(atoms.property(check.get()), 0) == checkWindow;
     listsClients &= keepsHints;
-    tellsActive &= keepsHints;
-    tellsHidden = keepsHints && supportsHidden_;
+    reportsActive &= keepsHints;
+    reportsHidden = keepsHints && supportsHidden_;
 }
 
 // metacity and icewm mark the windows as if they were minimised. Those that were marked long before are.

@@ -1,4 +1,4 @@
-// What the root window tells of the window manager, its clients and the focus. Asking and reading are apart, so that
+// What the root window says about the window manager, its clients and the focus. Asking and reading are apart, so that
 // the requests travel together with others.
 #pragma once
 
@@ -33,9 +33,9 @@ class RootFacts {
     xcb_window_t checkWindow = 0;
     bool hasManager = false;  // some window manager runs
     bool keepsHints = false;  // and keeps the hints of the root up to date: what a dead one left behind is not believed
-    bool listsClients = false;  // among them the list of its clients
-    bool tellsActive = false;   // among them the active window
-    bool tellsHidden = false;   // it marks the windows that are minimised
+    bool listsClients = false;   // among them the list of its clients
+    bool reportsActive = false;  // among them the active window
+    bool reportsHidden = false;  // it marks the windows that are minimised
 
     // Whether a window that is marked as hidden since then is out of the way only because the desktop is shown.
     bool isHiddenForDesktop(std::chrono::steady_clock::time_point hiddenSince) const;

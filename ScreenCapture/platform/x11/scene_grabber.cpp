@@ -191,7 +191,7 @@ void SceneGrabber::waitForRepaint(const std::vector<SceneLayer>& layers) {
     }
 }
 
-// A window that loses a part of its shape brings to light what is below, too. New ones are told of by their mapping.
+// A window that loses a part of its shape brings to light what is below, too. New ones are seen when they are mapped.
 void SceneGrabber::followShapes(const WindowList& windows) {
     if (mappings_ && followedMappings_ == windows.mappings) return;
     followedMappings_ = windows.mappings;

@@ -193,7 +193,7 @@ bool SceneSource::handle(const xcb_generic_event_t& event) {
     if (damage_ && type == x_.extensions().damageEvent + XCB_DAMAGE_NOTIFY) {
         if (reinterpret_cast<const xcb_damage_notify_event_t&>(event).damage != damage_.id()) return false;
         news_ = true;
-        // More of it is told only then. Whatever is drawn meanwhile, all of the picture is drawn afterwards.
+        // The server reports more of it only then. Whatever is drawn meanwhile, all of the picture is drawn afterwards.
         if (redirected_ != Clock::time_point{}) {
             subtractDamage(drawn_.id());
             learned_ = true;

@@ -20,10 +20,9 @@ void setRepaintLimit(std::chrono::milliseconds limit);
 // Whether the server can have a picture of that size, and a frame is made of it: the sides are those of a pixmap, whose
 // limits the server itself does not survive, and the area is one that it can still be asked for without standing still.
 inline bool fitsPicture(const PixelRect& size) {
-    constexpr int kLargestSide = 32767;
-    constexpr int64_t kMostPixels = 64'000'000;
-    return size.width <= kLargestSide && size.height <= kLargestSide &&
-           int64_t{size.width} * size.height <= kMostPixels;
+    constexpr int kMaxSide = 32767;
+    constexpr int64_t kMaxPixels = 64'000'000;
+    return size.width <= kMaxSide && size.height <= kMaxSide && int64_t{size.width} * size.height <= kMaxPixels;
 }
 
 // Whether the server lets windows have pictures of their own and tells what is drawn into them.
@@ -55,7 +54,7 @@ class SceneSource {
     SceneSource& operator=(const SceneSource&) = delete;
 
     // The window's size with its border: it is redirected from now on if that is wanted and its picture is not too
-    // large. Later sizes are told by events. isNew: it was mapped while the owner watched, so nothing of it is known;
+    // large. Later sizes come with events. isNew: it was mapped while the owner watched, so nothing of it is known;
     // of other windows that is known which shows on screen.
     void fit(const PixelRect& outer, int border, bool isNew);
     bool tooLarge() const { return tooLarge_; }
@@ -80,7 +79,7 @@ class SceneSource {
     bool takeLost() { return std::exchange(lost_, false); }
     // A top-level window has changed its place, size, stacking or shape, or another capture had this one exposed.
     void handleRestacking(const xcb_generic_event_t& event);
-    // Whether damage could not be told from drawing, and the window should be asked to paint itself.
+    // Whether damage may have come from something other than drawing, and the window should be asked to paint itself.
     bool needsRepaint() const { return redirects_ && mayBeUnknown_ && (doubtful_ || wantsRepaint_); }
     // Asks, or if it was asked a moment ago forgets the damage only and is in need on. True when damage was forgotten.
     bool requestRepaint();

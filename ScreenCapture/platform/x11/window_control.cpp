@@ -47,7 +47,7 @@ bool hasManager() {
     return desktop && desktop->windows->hasManager;
 }
 
-// The window that was last told to come forward. It counts as the last active one of its process from the order on:
+// The window that was last activated. It counts as the last active one of its process from the order on:
 // what is ordered next, for the process, goes to the same window however late the manager is.
 struct Activation {
     std::mutex mutex;

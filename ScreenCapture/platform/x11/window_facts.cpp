@@ -46,7 +46,7 @@ bool contains(const std::vector<uint32_t>& numbers, xcb_atom_t atom) {
 }
 
 // The server counts from inside the border, the answer from its corner. outer: the window with its border. Of windows
-// that are larger than the numbers of a rectangle nothing can be told.
+// that are larger than the numbers of a rectangle the shape is unknown.
 std::vector<PixelRect> shapeOf(const xcb_shape_get_rectangles_reply_t* reply, const PixelRect& outer, int border) {
     std::vector<PixelRect> shape;
     const int count = reply ? xcb_shape_get_rectangles_rectangles_length(reply) : -1;
@@ -196,7 +196,7 @@ std::vector<PixelRect> ShapeRequest::read(Connection& x) const {
 bool WindowFacts::isMinimized(const RootFacts& root) const {
     if (geometry_.overrideRedirect) return false;
     // For many managers a window on another workspace, or a shaded one, is iconic too.
-    if (!root.tellsHidden) return state_ == static_cast<int32_t>(kIconicState);
+    if (!root.reportsHidden) return state_ == static_cast<int32_t>(kIconicState);
     return hidden_ && !shaded_ && !root.isHiddenForDesktop(hiddenSince_);
 }
 

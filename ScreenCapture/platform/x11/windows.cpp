@@ -44,7 +44,7 @@ class WindowPart final : public ModelPart {
         mustAsk_ = true;
     }
     // What an order has changed is in the next snapshot.
-    bool hasNews() override { return takeHidingOrders(); }
+    bool takeStale() override { return takeHidingOrders(); }
     bool handle(Connection& x, const xcb_generic_event_t& event) override;
     void refresh(Connection& x, Desktop& next) override;
 
@@ -158,7 +158,7 @@ bool WindowPart::makesStale(Connection& x, const xcb_generic_event_t& event) {
         case XCB_FOCUS_IN:
             return noteFocus(reinterpret_cast<const xcb_focus_in_event_t&>(event));
         case XCB_FOCUS_OUT:
-            return !root_.tellsActive;
+            return !root_.reportsActive;
         case XCB_CREATE_NOTIFY:
             return false;  // it is not seen before it is mapped
         case XCB_MAP_NOTIFY:
@@ -325,7 +325,7 @@ bool WindowPart::isHelper(Connection& x, const DesktopWindow& window) const {
 
 // What the manager says, else whoever gets the keys.
 void WindowPart::noteActive(Connection& x, WindowList& list) {
-    list.active = root_.tellsActive ? root_.active : root_.focus;
+    list.active = root_.reportsActive ? root_.active : root_.focus;
     const auto found = [&] {
         return std::find_if(list.all.begin(), list.all.end(), [&](auto& each) { return each.number == list.active; });
     };

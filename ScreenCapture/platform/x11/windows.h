@@ -55,7 +55,7 @@ struct Process {
     int32_t pid = 0;  // as in DesktopWindow
     // Instance and class of its windows, the first window by number first. Kept while none of its windows tells them.
     std::vector<std::pair<std::string, std::string>> classes;
-    std::string name;  // what the system calls it, or its machine; empty when that cannot be told
+    std::string name;  // what the system calls it, or its machine; empty when that is unknown
 };
 
 // An application that is hidden as a whole, at most until the time.
