@@ -3,6 +3,6 @@
 set -euo pipefail
 preset=$1
 shift
-scripts/doors/setup.sh
+scripts/commands/setup.sh
 scripts/build.sh "$preset"
 ctest --preset "$preset" "$@"

@@ -5,7 +5,7 @@ usage, on a display of its own: snippets_test.py SOURCE_FOLDER BUILD_FOLDER C_CO
 
 sh is run, c is compiled against the installed package and run, cpp is compiled against the sources, cmake becomes the
 CMakeLists.txt of the commands after it, python is run; text is text. A block below "<!-- only on a Mac -->" is only
-checked for its syntax elsewhere. The pages see a folder that looks like the sources; its dev knows the doors but runs
+checked for its syntax elsewhere. The pages see a folder that looks like the sources; its dev knows the commands but runs
 none of them: .ci/run does.
 """
 import os
@@ -40,7 +40,7 @@ def prepare() -> None:
         if (source / name).exists():
             (tree / name).symlink_to(source / name)
     shutil.copy(source / "examples/minimal.c", tree)
-    script(tree / "dev", f'test -x "{source}/scripts/doors/$1.sh"\n')
+    script(tree / "dev", f'test -x "{source}/scripts/commands/$1.sh"\n')
     for name, compiler in compilers.items():
         script(work / "bin" / name, f'exec {compiler} "$@"\n')
 

@@ -1,4 +1,4 @@
-// Stands before xcb's two doors, and in place of operator new, and counts who passes.
+// Stands before xcb's two entry functions, and in place of operator new, and counts who passes.
 #include "support/x11/traffic.h"
 
 #include <dlfcn.h>

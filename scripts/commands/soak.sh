@@ -8,7 +8,7 @@ case $minutes in
         exit 2
         ;;
 esac
-scripts/doors/setup.sh
+scripts/commands/setup.sh
 scripts/build.sh release soak
 out=build/soak
 rm -rf "$out"

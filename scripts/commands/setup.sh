@@ -2,7 +2,7 @@
 # Installs the packages that build, tests, lint and demo need (on a Mac: build and tests); does nothing when they are there.
 set -euo pipefail
 source scripts/packages.sh
-all_packages+=("$@") # further packages, for a door that needs more
+all_packages+=("$@") # further packages, for a command that needs more
 
 if [ "$(uname)" = Darwin ] && command -v brew >/dev/null; then
     for package in "${brew_packages[@]}"; do

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Shows the library at work on this display, or on one it starts itself; pictures and films go to demo-output.
 set -euo pipefail
-scripts/doors/setup.sh
+scripts/commands/setup.sh
 scripts/build.sh release
 rm -rf demo-output
 mkdir -p demo-output

@@ -3,7 +3,7 @@
 set -uo pipefail
 quick=
 [ "${1-}" != --quick ] || quick=yes
-scripts/doors/setup.sh || exit 1
+scripts/commands/setup.sh || exit 1
 scripts/build.sh release || exit 1
 
 failed=0

@@ -7,7 +7,7 @@ case ${1-} in
     '') ;;
     *) echo "usage: ./dev package [--try]" >&2; exit 2 ;;
 esac
-scripts/doors/setup.sh
+scripts/commands/setup.sh
 scripts/build.sh release OrvoScreenCaptureOSX orvocap orvocap_page_files
 # The system's own folder of libraries, for the package alone; only what names the folder is linked again.
 libraries_in() {

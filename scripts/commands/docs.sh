@@ -1,6 +1,6 @@
 #!/bin/bash
 # Makes the pages of the C interface in build/docs/html; a word that is missing in a header is an error.
 set -euo pipefail
-scripts/doors/setup.sh
+scripts/commands/setup.sh
 scripts/lint/docs.sh
 echo 'docs: build/docs/html/index.html'
