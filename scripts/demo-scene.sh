@@ -54,11 +54,11 @@ picker_act() {
 recordings_act() {
     act 'The whole screen for two seconds, a PNG file each frame' \
         "$orvocap" record --screen main --fps 10 --seconds 2 --png "$output/screen"
-    act 'The whole screen as a film' \
+    act 'The whole screen as a video' \
         "$orvocap" record --screen main --fps 25 --seconds 2 --y4m "$output/screen.y4m"
     act 'A rectangle with the cursor' \
         "$orvocap" record --screen main --rect 40,40,640,400 --cursor --fps 10 --seconds 2 --png "$output/rectangle"
-    act 'The same rectangle as a film' \
+    act 'The same rectangle as a video' \
         "$orvocap" record --screen main --rect 40,40,640,400 --cursor --fps 25 --seconds 2 --y4m "$output/rectangle.y4m"
 }
 
@@ -75,7 +75,7 @@ windows_act() {
     act 'The window in a square, with bars' \
         "$orvocap" record --window "$xterm" --size 400x400 --fit letterbox --fps 10 --seconds 1 \
         --png "$output/window-letterbox"
-    act 'Two windows at once, each with a film of its own' \
+    act 'Two windows at once, each with a video of its own' \
         "$orvocap" record --window "$xterm" --extra "$xlogo" --fps 15 --seconds 1 --y4m "$output/video.y4m"
     act 'The screen without the window in front; the root has no picture, so it is black' \
         "$orvocap" record --screen main --exclude "$xlogo" --fps 10 --seconds 1 --png "$output/screen-without-xlogo"

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Shows the library at work on this display, or on one it starts itself; pictures and films go to demo-output.
+# Shows the library at work on this display, or on one it starts itself; pictures and videos go to demo-output.
 set -euo pipefail
 scripts/commands/setup.sh
 scripts/build.sh release
