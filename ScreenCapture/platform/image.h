@@ -33,6 +33,12 @@ class Image : public virtual Counted {
     // what was painted does not count. 0: unknown.
     virtual uint64_t version() const { return 0; }
 
+    // The rectangles outside of which this picture equals that of version changedSince(), painting aside; null: all of
+    // it may differ. A maker's next picture is relative to the one that it handed out before, so whoever takes all of
+    // them, and compares changedSince() with the version that it saw last, misses nothing.
+    virtual const std::vector<PixelRect>* changed() const { return nullptr; }
+    virtual uint64_t changedSince() const { return 0; }
+
     // The same object as memory to hand over, or null when it is an image only.
     virtual PixelBuffer* pixelBuffer() { return nullptr; }
 };

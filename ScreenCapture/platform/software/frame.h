@@ -49,11 +49,18 @@ class Frame final : public Bitmap {
     // Keeps what lies under the rectangle, cut to the frame, for restore().
     uint8_t* paint(const PixelRect& area) override;
     uint64_t version() const override { return version_; }
+    const std::vector<PixelRect>* changed() const override { return changedSince_ != 0 ? &changed_ : nullptr; }
+    uint64_t changedSince() const override { return changedSince_; }
 
     // The maker's: puts back what was painted over.
     void restore();
     uint8_t* data() { return pixels(); }
-    void setVersion(uint64_t version) { version_ = version; }
+    // since: the version that the rectangles are relative to; 0: nobody knows what has changed.
+    void setVersion(uint64_t version, uint64_t since = 0, std::vector<PixelRect> changed = {}) {
+        version_ = version;
+        changedSince_ = since;
+        changed_ = std::move(changed);
+    }
     // Sets the fourth byte of every pixel.
     void makeOpaque();
 
@@ -64,6 +71,8 @@ class Frame final : public Bitmap {
 
     FrameMemory memory_;
     uint64_t version_ = 0;
+    uint64_t changedSince_ = 0;
+    std::vector<PixelRect> changed_;
     std::vector<PixelRect> painted_;
     std::vector<uint8_t> under_;  // the rows of the painted rectangles, one after the other
 };
