@@ -6,11 +6,8 @@
 #include "ScreenCapture/log/component_log.h"
 #include "ScreenCapture/log/orvo_log.h"
 #include "ScreenCapture/log/orvo_log_files.h"
-#include "ScreenCapture/platform/platform.h"
 #include "common/utils/orvo_signal_block.h"
 #include "xplatform/common/orvoio.h"
-
-using orvo::platform::platform;
 
 namespace {
 
@@ -73,7 +70,6 @@ bool OrvoScreenCaptureImpl::SetLogLevel(int level, const char* logFolder) {
     ORVO::ScreenCapture::LogFiles::Paths paths;
     for (size_t i = 0; i < kFiles; ++i) paths[i] = folder + kFileNames[i];
     const auto chosen = ORVO::ScreenCapture::LogFiles::choose(paths, kFileSizeLimit);
-    if (!chosen) platform().system().console("no log file can be opened in the folder \"" + folder + "\"");
     const size_t first = chosen.value_or(0);
     {
         std::lock_guard lock(gPathsMutex);
@@ -85,6 +81,8 @@ bool OrvoScreenCaptureImpl::SetLogLevel(int level, const char* logFolder) {
     ORVO::ScreenCapture::init_log(paths[first].c_str(), paths[(first + 1) % kFiles].c_str(),
                                   paths[(first + 2) % kFiles].c_str(), kFileSizeLimit);
     ORVO::ScreenCapture::set_log_level(level);
+    if (!chosen)
+        syslog_ex(1, ESYSLOG_ERROR, "Impl", __LINE__, "no log file can be opened in the folder \"%s\"", folder.c_str());
     COMPONENT_LOG("Impl", "%s, level: %d", "SetLogLevel", level);
     return true;
 }

@@ -20,7 +20,7 @@ enum class PermissionState { neverAsked, denied, granted, restartNeeded };
 class System {
   public:
     virtual ~System() = default;
-    // One line for the developer's console, written as a whole.
+    // Writes one line to the developer's console, as a whole: NSLog on macOS, the log at debug level on Linux.
     virtual void console(std::string_view line) = 0;
 
     // What the user allows this process now; asking may show the system's own dialogue and does not wait for it.

@@ -63,7 +63,7 @@ ORVO_API void orvo_screencapture_uninit(void);
  * @param logFolder UTF-8, at most 489 bytes, made when missing; one trailing slash is ignored
  * @threads any
  * @memory none
- * @errors a folder in which no file can be opened leaves the log without files; a line on the system's console says so
+ * @errors a folder in which no file can be opened leaves the log without files; an error line in the log says so
  */
 ORVO_API void orvo_screencapture_set_log_level(int level, const char* logFolder);
 

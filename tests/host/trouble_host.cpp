@@ -219,17 +219,30 @@ void exits(Library& library, int number) {
     exit(library.frames < 2 || number == 1 || number == 2);
 }
 
-// Whatever is logged before a normal exit is in the file.
-void logsAndExits(Library& library, int) {
-    const std::string file = gFolder + "/orvoscreencaplog1.txt";
+bool fileHas(const std::string& path, const char* text) {
+    std::ifstream in(path);
+    return std::string(std::istreambuf_iterator<char>(in), {}).find(text) != std::string::npos;
+}
+
+// Whatever is logged before a normal exit is in the file. Lines for the developer's console are in the log at debug
+// level (number 1), on standard error where the environment asks for it (2), and otherwise nowhere.
+void logsAndExits(Library& library, int number) {
+    const std::string file = gFolder + "/orvoscreencaplog1.txt", output = gFolder + "/output",
+                      errors = gFolder + "/errors";
     inAChild([&] {
-        library.CALL(orvo_screencapture_set_log_level)(3, gFolder.c_str());
+        CHECK(freopen(output.c_str(), "w", stdout) && freopen(errors.c_str(), "w", stderr));
+        if (number == 2) setenv("ORVO_CONSOLE", "1", 1);
+        library.CALL(orvo_screencapture_set_log_level)(number == 1 ? 4 : 3, gFolder.c_str());
         library.CALL(orvo_screencapture_init)();
+        int count = 0;
+        library.CALL(orvo_windowthumbnail_find_windows)(&count);
         for (int i = 0; i < 300; ++i) library.CALL(orvo_screencapture_is_capturing)();
         exit(EXIT_SUCCESS);
     });
     std::ifstream in(file);
     CHECK(std::count(std::istreambuf_iterator<char>(in), {}, '\n') >= 900);
+    CHECK(fileHas(output, "[***] screenID: ") == (number == 1));
+    CHECK(fileHas(errors, "[***] screenID: ") == (number == 2));
 }
 
 void logLines(Library& library, int count) {
@@ -277,7 +290,7 @@ const struct {
     {"two copies", twoCopies, 0},
     {"closed", closed, 0},
     {"exit", exits, 3},
-    {"logs and exits", logsAndExits, 0},
+    {"logs and exits", logsAndExits, 2},
     {"full disk", fullDisk, 3},
     {"no log folder", noLogFolder, 0},
 };

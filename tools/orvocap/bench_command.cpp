@@ -167,7 +167,6 @@ Costs bench(BenchOptions& options) {
     options.target.resolve();
     if (options.target.targets().size() > 1) throw Failure(exitUsage, "a bench is of one window; leave --extra out");
     listenForStop();
-    const QuietConsole quiet;
     const ServerProcess server = findServerProcess();
     const auto idle = idleLoad(server.pid);
     Meter meter;

@@ -72,7 +72,6 @@ void examinePicture(unsigned int screen, Findings& findings) {
 }
 
 Findings examine() {
-    const QuietConsole quiet;
     Findings findings;
     findings.push_back({"library", State::works, orvo_screencapture_version(), ""});
     findings.push_back({"orvocap", State::works, ORVOCAP_VERSION, ""});

@@ -6,8 +6,8 @@
 
 namespace orvocap {
 
-bool Verbosity::showLog() const {
-    if (logLevel < 0 && !isVerbose) return false;
+void Verbosity::showLog() const {
+    if (logLevel < 0 && !isVerbose) return;
     const int level = logLevel < 0 ? ESYSLOG_NOTICE : logLevel;
     syslog_setlevel(level);
     syslog_setlevel_ex(1, level);
@@ -16,7 +16,6 @@ bool Verbosity::showLog() const {
     };
     syslog_hook(print);
     syslog_hook_ex(1, print);
-    return true;
 }
 
 }  // namespace orvocap

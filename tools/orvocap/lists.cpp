@@ -9,7 +9,6 @@
 
 #include "application.h"
 #include "orvo/screencapture_additions.h"
-#include "process.h"
 #include "system.h"
 #include "terminal.h"
 
@@ -108,7 +107,6 @@ ListedItem itemOf(const OrvoThumbnailWindowInfo& info) {
 
 std::vector<ListedItem> listItems(bool withPictures) {
     requireScreens();
-    const QuietConsole quiet;
     const Library library;
     orvo_windowthumbnail_find_windows_async(!withPictures);
     int count = 0;

@@ -55,9 +55,8 @@ struct Verbosity {
     int logLevel = -1;  // as the library counts them; below 0 when none was chosen
 
     void addTo(CLI::App& command);
-    // Sends the library's log to standard error when it was asked for. Result: whether it was. Called once, before the
-    // library is used.
-    [[nodiscard]] bool showLog() const;
+    // Sends the library's log to standard error when that was asked for. Called once, before the library is used.
+    void showLog() const;
 };
 
 // Adds --force, and --fps.

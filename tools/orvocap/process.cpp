@@ -1,8 +1,6 @@
-// Signals as flags, a wait that they end, and standard error turned aside for a while.
+// Signals as flags, and a wait that they end.
 #include "process.h"
 
-#include <fcntl.h>
-#include <unistd.h>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -26,13 +24,6 @@ void onStop(int signal) {
 
 void onToggle(int) {
     toggled = 1 - toggled;
-}
-
-std::FILE* openCopy(int descriptor) {
-    const int copy = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
-    std::FILE* const file = copy < 0 ? nullptr : fdopen(copy, "w");
-    if (!file && copy >= 0) close(copy);
-    return file;
 }
 
 }  // namespace
@@ -65,23 +56,6 @@ void waitBefore(double seconds, const std::function<void(int left)>& onSecond) {
         if (const int whole = static_cast<int>(std::ceil(left)); whole != announced) onSecond(announced = whole);
         std::this_thread::sleep_for(std::chrono::duration<double>(std::min(left, 0.02)));
     }
-}
-
-QuietConsole::QuietConsole(bool isVerbose) : console_(openCopy(STDERR_FILENO), &std::fclose) {
-    if (isVerbose) return;
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (console_ && nowhere >= 0) {
-        std::fflush(stderr);
-        dup2(nowhere, STDERR_FILENO);
-    }
-    if (nowhere >= 0) close(nowhere);
-}
-
-QuietConsole::~QuietConsole() {
-    if (!console_) return;
-    std::fflush(stderr);
-    std::fflush(console_.get());
-    dup2(fileno(console_.get()), STDERR_FILENO);
 }
 
 }  // namespace orvocap

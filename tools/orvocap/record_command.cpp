@@ -273,8 +273,8 @@ ExitCode record(RecordOptions& options) {
     options.output.resolve();
     options.target.resolve();
     const auto outputs = options.makeOutputs();
-    const QuietConsole quiet(options.verbosity.showLog());
-    Progress progress(quiet.console(), options.progressLevel());
+    options.verbosity.showLog();
+    Progress progress(stderr, options.progressLevel());
     listenForStop();
     listenForPause();
 
@@ -288,7 +288,7 @@ ExitCode record(RecordOptions& options) {
     keepFailure(failure, [&] { finish(outputs); });
     progress.finish();
     // Data on standard output leaves the error stream for what is said.
-    std::FILE* const stream = options.output.onStandardOutput() ? quiet.console() : stdout;
+    std::FILE* const stream = options.output.onStandardOutput() ? stderr : stdout;
     if (options.asJson)
         printSummaryAsJson(outputs, failure ? failure->what() : "", stream);
     else if (!options.verbosity.isQuiet)

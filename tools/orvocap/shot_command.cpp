@@ -39,9 +39,9 @@ ExitCode shoot(ShotOptions& options) {
     options.target.resolve();
     if (options.target.targets().size() > 1) throw Failure(exitUsage, "a shot is of one window; leave --extra out");
     listenForStop();
+    options.verbosity.showLog();
     const auto frame = [&options]() -> std::optional<Frame> {
-        const QuietConsole quiet(options.verbosity.showLog());
-        Progress progress(quiet.console(), options.verbosity.isQuiet ? Progress::Level::quiet : Progress::Level::usual);
+        Progress progress(stderr, options.verbosity.isQuiet ? Progress::Level::quiet : Progress::Level::usual);
         if (options.delay > 0)
             waitBefore(options.delay,
                        [&](int left) { progress.update(-1, "in " + std::to_string(left) + " s - Ctrl-C ends"); });

@@ -116,7 +116,6 @@ ExitCode watch(WatchOptions& options) {
     if (options.windows.empty()) throw Failure(exitUsage, "no window to watch: name one with --window");
     options.windows.resolve();
     listenForStop();
-    const QuietConsole quiet;
     Watch watched;
     News news;
     watched.start(options.windows);
