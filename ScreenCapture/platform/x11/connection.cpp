@@ -360,6 +360,15 @@ void Connection::flush() {
     if (!lost_ && xcb_flush(raw_) <= 0) lost_ = true;
 }
 
+// A connection has one mask for each window. A window that has gone takes its mask with it, and another may get its
+// number.
+void Connection::select(xcb_window_t window, uint32_t events) {
+    uint32_t& mask = selected_[window];
+    if ((mask & events) == events) return;
+    mask |= events;
+    xcb_change_window_attributes(raw_, window, XCB_CW_EVENT_MASK, &mask);
+}
+
 Event Connection::nextEvent() {
     while (!lost_) {
         Event event;
@@ -373,7 +382,11 @@ Event Connection::nextEvent() {
                 return nullptr;
             }
         }
-        if (event->response_type != 0) return event;  // type 0: an error of a request that nobody awaits
+        if (event->response_type == 0) continue;  // an error of a request that nobody awaits
+        if ((event->response_type & 0x7F) == XCB_DESTROY_NOTIFY)
+            selected_.erase(reinterpret_cast<const xcb_destroy_notify_event_t&>(*event).window);
+        ++eventCount_;
+        return event;
     }
     return nullptr;
 }

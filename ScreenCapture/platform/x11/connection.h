@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <deque>
 #include <memory>
+#include <unordered_map>
 
 #include "ScreenCapture/platform/image.h"
 #include "ScreenCapture/platform/x11/picture_formats.h"
@@ -105,8 +106,14 @@ class Connection {
     // How often an answer was waited for.
     uint64_t roundTrips() const { return roundTrips_; }
 
+    // Selects events of a window beside those that were selected before: several users of one connection see each
+    // other's.
+    void select(xcb_window_t window, uint32_t events);
+
     // The next event that has arrived, null when there is none. Never waits.
     Event nextEvent();
+    // How many were handed out.
+    uint64_t eventCount() const { return eventCount_; }
 
   private:
     Connection(xcb_connection_t* raw, int screenNumber);
@@ -122,6 +129,8 @@ class Connection {
     PictureFormats formats_;
     xcb_atom_t repaintRequest_ = XCB_ATOM_NONE;
     std::deque<Event> events_;  // read while waiting for a reply
+    std::unordered_map<xcb_window_t, uint32_t> selected_;
+    uint64_t eventCount_ = 0;
     uint64_t roundTrips_ = 0;
     unsigned owed_ = 0;  // the request whose answer was not waited for any longer
     bool lost_ = false;

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "ScreenCapture/platform/software/bitmap.h"
-#include "ScreenCapture/platform/x11/asking.h"
 #include "ScreenCapture/platform/x11/late_glib.h"
 #include "ScreenCapture/platform/x11/properties.h"
+#include "ScreenCapture/platform/x11/server.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -125,11 +125,11 @@ std::vector<std::string> candidates(const std::string& name) {
 
 std::optional<Picture> iconOfWindow(xcb_window_t window) {
     std::vector<IconBitmap> icons;
-    if (const Asking asking; asking) {
-        const auto cookie = xcb_get_property(asking->raw(), 0, window, asking.atoms().NET_WM_ICON, XCB_ATOM_CARDINAL, 0,
-                                             kLargestProperty);
-        const auto reply = asking->await<xcb_get_property_reply_t>(cookie.sequence);
-        icons = decodeIcons(asking.atoms().property(reply.get()));
+    if (const Server::Use x = desktopServer().use(); x) {
+        const auto cookie =
+            xcb_get_property(x->raw(), 0, window, x.atoms().NET_WM_ICON, XCB_ATOM_CARDINAL, 0, kLargestProperty);
+        const auto reply = x->await<xcb_get_property_reply_t>(cookie.sequence);
+        icons = decodeIcons(x.atoms().property(reply.get()));
     }
     std::vector<Ref<Image>> bitmaps;
     for (const IconBitmap& icon : icons)

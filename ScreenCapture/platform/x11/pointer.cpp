@@ -4,10 +4,12 @@
 #include <xcb/xfixes.h>
 
 #include <cstring>
+#include <optional>
 
 #include "ScreenCapture/platform/software/bitmap.h"
-#include "ScreenCapture/platform/x11/asking.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/pointer_position.h"
+#include "ScreenCapture/platform/x11/server.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -42,6 +44,29 @@ class CursorPart final : public ModelPart {
     }
 };
 
+// The place on the desktop's connection; used under its lock.
+class SharedPosition final : public EventHandler {
+  public:
+    static SharedPosition& instance() {
+        static SharedPosition& one = *new SharedPosition;
+        return one;
+    }
+    PointerPosition& on(const Server::Use& x) {
+        if (std::exchange(epoch_, desktopServer().epoch()) != desktopServer().epoch())
+            position_.emplace(*x.connection());
+        return *position_;
+    }
+
+  private:
+    SharedPosition() { desktopServer().add(*this); }
+    void onEvent(const Connection& x, const xcb_generic_event_t& event) override {
+        if (position_) position_->handle(x, event);
+    }
+
+    std::optional<PointerPosition> position_;
+    uint64_t epoch_ = 0;
+};
+
 }  // namespace
 
 std::shared_ptr<const Cursor> X11Pointer::currentCursor() {
@@ -52,9 +77,9 @@ std::shared_ptr<const Cursor> X11Pointer::currentCursor() {
 Point X11Pointer::location() {
     const auto desktop = currentDesktop();
     const Monitor* main = desktop ? desktop->monitors->main() : nullptr;
-    const Asking asking;
-    if (!asking || !main) return {};
-    PointerPosition& pointer = asking.pointer();
+    const Server::Use x = desktopServer().use();
+    if (!x || !main) return {};
+    PointerPosition& pointer = SharedPosition::instance().on(x);
     pointer.locate();
     const PointerPosition::Place& place = pointer.place();
     if (!place.known) return {};

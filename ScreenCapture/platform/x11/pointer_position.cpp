@@ -60,8 +60,8 @@ void PointerPosition::setAlarmAnew() {
     xcb_sync_change_alarm(x_.raw(), alarm_, XCB_SYNC_CA_VALUE | XCB_SYNC_CA_EVENTS, values);
 }
 
-bool PointerPosition::handle(const xcb_generic_event_t& event) {
-    if (alarm_ == 0 || (event.response_type & 0x7f) != x_.extensions().syncEvent + XCB_SYNC_ALARM_NOTIFY) return false;
+bool PointerPosition::handle(const Connection& x, const xcb_generic_event_t& event) {
+    if (alarm_ == 0 || (event.response_type & 0x7f) != x.extensions().syncEvent + XCB_SYNC_ALARM_NOTIFY) return false;
     const auto& notify = reinterpret_cast<const xcb_sync_alarm_notify_event_t&>(event);
     if (notify.alarm != alarm_) return false;
     disturb();

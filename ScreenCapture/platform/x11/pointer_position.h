@@ -27,7 +27,7 @@ class PointerPosition {
     };
 
     // True for an event that was meant for this.
-    bool handle(const xcb_generic_event_t& event);
+    bool handle(const Connection& x, const xcb_generic_event_t& event);
     // Something has happened that may have moved the pointer.
     void disturb() {
         rests_ = false;

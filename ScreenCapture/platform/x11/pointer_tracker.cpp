@@ -32,7 +32,7 @@ PointerTracker::PointerTracker(Connection& x) : x_(x), position_(x) {
 }
 
 void PointerTracker::handle(const xcb_generic_event_t& event) {
-    if (position_.handle(event)) return;
+    if (position_.handle(x_, event)) return;
     const uint8_t type = event.response_type & 0x7f;
     const Extensions& extensions = x_.extensions();
     if (extensions.xfixes && type == extensions.xfixesEvent + XCB_XFIXES_CURSOR_NOTIFY) cursorIsStale_ = true;

@@ -9,8 +9,8 @@
 
 #include "ScreenCapture/platform/version.h"
 #include "ScreenCapture/platform/x11/applications.h"
-#include "ScreenCapture/platform/x11/asking.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/server.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -24,7 +24,7 @@ constexpr std::chrono::milliseconds kLookAgain{4};
 constexpr int kMaxDialogs = 8;      // above each other
 constexpr uint32_t kFromPager = 2;  // the source of an order that the user gave
 
-bool send(const Asking& asking, xcb_window_t receiver, xcb_window_t window, uint32_t mask, xcb_atom_t type,
+bool send(const Server::Use& x, xcb_window_t receiver, xcb_window_t window, uint32_t mask, xcb_atom_t type,
           const std::array<uint32_t, 5>& data) {
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
@@ -32,14 +32,14 @@ bool send(const Asking& asking, xcb_window_t receiver, xcb_window_t window, uint
     message.window = window;
     message.type = type;
     for (size_t i = 0; i < data.size(); ++i) message.data.data32[i] = data[i];
-    xcb_send_event(asking->raw(), 0, receiver, mask, reinterpret_cast<const char*>(&message));
-    asking->flush();
-    return !asking->lost();
+    xcb_send_event(x->raw(), 0, receiver, mask, reinterpret_cast<const char*>(&message));
+    x->flush();
+    return !x->lost();
 }
 
-bool tellManager(const Asking& asking, xcb_window_t window, xcb_atom_t type, const std::array<uint32_t, 5>& data) {
-    return send(asking, asking->root(), window,
-                XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY, type, data);
+bool tellManager(const Server::Use& x, xcb_window_t window, xcb_atom_t type, const std::array<uint32_t, 5>& data) {
+    return send(x, x->root(), window, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY, type,
+                data);
 }
 
 bool hasManager() {
@@ -97,17 +97,16 @@ bool hasFocus(const WindowList& windows, xcb_window_t number) {
     return holder && pid == wanted->pid;
 }
 
-void raise(const Asking& asking, xcb_window_t window) {
+void raise(const Server::Use& x, xcb_window_t window) {
     const uint32_t above = XCB_STACK_MODE_ABOVE;
-    xcb_configure_window(asking->raw(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    xcb_configure_window(x->raw(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
 }
 
 bool raiseAndFocus(xcb_window_t window) {
-    const Asking asking;
-    if (!asking) return false;
-    raise(asking, window);
-    return asking->succeeded(
-        xcb_set_input_focus_checked(asking->raw(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME));
+    const Server::Use x = desktopServer().use();
+    if (!x) return false;
+    raise(x, window);
+    return x->succeeded(xcb_set_input_focus_checked(x->raw(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME));
 }
 
 }  // namespace
@@ -133,8 +132,8 @@ bool activateWindow(xcb_window_t window) {
     noteActivation(window);
     if (!desktop->windows->keepsHints) return raiseAndFocus(window);
     const xcb_window_t active = desktop->windows->active;
-    if (const Asking asking; !asking || !tellManager(asking, window, asking.atoms().NET_ACTIVE_WINDOW,
-                                                     {kFromPager, XCB_CURRENT_TIME, active}))
+    if (const Server::Use x = desktopServer().use();
+        !x || !tellManager(x, window, x.atoms().NET_ACTIVE_WINDOW, {kFromPager, XCB_CURRENT_TIME, active}))
         return false;
     return awaitWindows([=](const WindowList& windows) { return hasFocus(windows, window); });
 }
@@ -148,38 +147,37 @@ bool activateProcess(int32_t pid) {
 }
 
 bool raiseWindow(xcb_window_t window) {
-    const Asking asking;
-    if (!asking) return false;
-    raise(asking, window);
-    asking->flush();
-    return !asking->lost();
+    const Server::Use x = desktopServer().use();
+    if (!x) return false;
+    raise(x, window);
+    x->flush();
+    return !x->lost();
 }
 
 bool minimizeWindow(xcb_window_t window) {
     constexpr uint32_t kIconicState = 3;
     if (!hasManager()) return false;
-    const Asking asking;
-    return asking && tellManager(asking, window, asking.atoms().WM_CHANGE_STATE, {kIconicState});
+    const Server::Use x = desktopServer().use();
+    return x && tellManager(x, window, x.atoms().WM_CHANGE_STATE, {kIconicState});
 }
 
 bool restoreWindow(xcb_window_t window) {
-    const Asking asking;
-    if (!asking) return false;
-    xcb_map_window(asking->raw(), window);
-    asking->flush();
-    return !asking->lost();
+    const Server::Use x = desktopServer().use();
+    if (!x) return false;
+    xcb_map_window(x->raw(), window);
+    x->flush();
+    return !x->lost();
 }
 
 bool setFullScreen(xcb_window_t window, bool fullScreen) {
-    const Asking asking;
-    return asking && tellManager(asking, window, asking.atoms().NET_WM_STATE,
-                                 {fullScreen ? 1U : 0U, asking.atoms().NET_WM_STATE_FULLSCREEN, 0, kFromPager});
+    const Server::Use x = desktopServer().use();
+    return x && tellManager(x, window, x.atoms().NET_WM_STATE,
+                            {fullScreen ? 1U : 0U, x.atoms().NET_WM_STATE_FULLSCREEN, 0, kFromPager});
 }
 
 bool askToClose(xcb_window_t window) {
-    const Asking asking;
-    return asking && send(asking, window, window, XCB_EVENT_MASK_NO_EVENT, asking.atoms().WM_PROTOCOLS,
-                          {asking.atoms().WM_DELETE_WINDOW});
+    const Server::Use x = desktopServer().use();
+    return x && send(x, window, window, XCB_EVENT_MASK_NO_EVENT, x.atoms().WM_PROTOCOLS, {x.atoms().WM_DELETE_WINDOW});
 }
 
 }  // namespace orvo::platform::x11

@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "ScreenCapture/platform/x11/applications.h"
-#include "ScreenCapture/platform/x11/asking.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
 #include "ScreenCapture/platform/x11/display_picture.h"
+#include "ScreenCapture/platform/x11/server.h"
 #include "ScreenCapture/platform/x11/window_grabber.h"
 #include "ScreenCapture/platform/x11/window_pictures.h"
 
@@ -69,9 +69,9 @@ Shot X11WindowServer::windowPicture(uint32_t window) {
         expected = expected_.lock();
     }
     if (expected && expected->contains(window)) return expected->take(*found, *desktop->windows);
-    const Asking asking(Line::pictures);
-    if (!asking) return NoImage::noServer;
-    return pictureOfWindow(*asking, *found, *desktop->windows);
+    const Server::Use x = pictureServer().use();
+    if (!x) return NoImage::noServer;
+    return pictureOfWindow(*x, *found, *desktop->windows);
 }
 
 Shot X11WindowServer::displayPicture(uint32_t display, int width) {
@@ -80,9 +80,9 @@ Shot X11WindowServer::displayPicture(uint32_t display, int width) {
     const Monitor* monitor = desktop->monitors->find(display);
     if (!monitor) return NoImage::gone;
     if (!desktop->monitors->areShown) return NoImage::wayland;
-    const Asking asking(Line::pictures);
-    if (!asking) return NoImage::noServer;
-    return pictureOfDisplay(*asking, monitor->area, width);
+    const Server::Use x = pictureServer().use();
+    if (!x) return NoImage::noServer;
+    return pictureOfDisplay(*x, monitor->area, width);
 }
 
 std::unique_ptr<Grabber> X11WindowServer::grabber(uint32_t target, bool isScreen) {

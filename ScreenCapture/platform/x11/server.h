@@ -1,0 +1,91 @@
+// The one way to the X server: a connection behind a lock, and one reader of its events.
+//
+// The process has one server for facts, orders and captures, and a second connection while a list of windows is shown
+// with pictures: pictures may wait for windows to repaint, and a tick must not queue behind them.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "ScreenCapture/platform/x11/atoms.h"
+#include "ScreenCapture/platform/x11/connection.h"
+
+namespace orvo::platform::x11 {
+
+// Notes what events say, for whoever uses the server next.
+class EventHandler {
+  public:
+    // Every event of the connection, in the server's order. Called while the server is locked, by whichever thread uses
+    // it; neither asks the server nor adds or removes handlers.
+    virtual void onEvent(const Connection& x, const xcb_generic_event_t& event) = 0;
+
+  protected:
+    ~EventHandler() = default;
+};
+
+// Lives as long as the process; any thread. Connects at the first use, and again once the connection is lost.
+class Server {
+  public:
+    // Holds the server while it lives: for one exchange. Waits for another thread's exchange, at most two seconds. On
+    // entry it reads what events have arrived. One thread holds no two of them for one server.
+    //     if (Server::Use x = desktopServer().use()) x->await<...>(...);
+    class Use {
+      public:
+        explicit Use(Server& server);
+        Use(const Use&) = delete;
+        Use& operator=(const Use&) = delete;
+
+        // False: nobody to ask, as there is no server or it does not answer. May become so at any wait.
+        explicit operator bool() const { return connection_ && !connection_->lost(); }
+        Connection* operator->() const { return connection_.get(); }
+        Connection& operator*() const { return *connection_; }
+        // For objects on the server, which must not outlive their connection.
+        const std::shared_ptr<Connection>& connection() const { return connection_; }
+        const Atoms& atoms() const { return server_.atoms_; }
+
+        // Hands out the events that have arrived, also those that came with answers.
+        void readEvents();
+        // Lets other threads use the server until an event may have come or the time is over, then reads events. False
+        // when the connection is not of use any more.
+        bool waitForEvent(std::chrono::milliseconds limit);
+
+      private:
+        Server& server_;
+        PipeGuard guard_;
+        std::unique_lock<std::timed_mutex> lock_;
+        std::shared_ptr<Connection> connection_;
+    };
+
+    Use use() { return Use(*this); }
+
+    // Another number for each connection, 0 before the first: what was made on the server under an older number is
+    // gone.
+    uint64_t epoch() const { return epoch_; }
+
+    // A handler gets events from add() until remove() has returned. Both may be called while the server is in use.
+    void add(EventHandler& handler);
+    void remove(EventHandler& handler);
+
+    // Closes the connection until the next use, after what others are doing with it.
+    void close();
+
+  private:
+    bool connect();
+    void dispatch(const Connection& x, const xcb_generic_event_t& event);
+
+    std::timed_mutex mutex_;
+    std::shared_ptr<Connection> connection_;
+    Atoms atoms_;
+    std::atomic<uint64_t> epoch_ = 0;
+    std::mutex handlersMutex_;
+    std::vector<EventHandler*> handlers_;
+};
+
+Server& desktopServer();
+Server& pictureServer();
+
+}  // namespace orvo::platform::x11
