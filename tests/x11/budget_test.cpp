@@ -44,11 +44,10 @@ struct Scene {
     // A tick of the device path.
     const Image* runDisplay(bool cursor) {
         if (!run) run = std::make_unique<platform::x11::CaptureRun>(platform::x11::Connection::open());
-        platform::x11::CapturePlan plan;
-        plan.display = display;
-        plan.settings.cursor = cursor;
-        if (run->tick(plan) != platform::x11::TickResult::frame) return nullptr;
-        return run->frame().get();
+        platform::software::DisplaySettings settings;
+        settings.display = display;
+        settings.cursor = cursor;
+        return run->next(settings).frame.get();
     }
     TargetFrame& frame(size_t i, uint32_t number, bool isScreen) {
         if (frames.size() == i) frames.emplace_back(number, isScreen);

@@ -1,8 +1,6 @@
 // The device path on a real server: pixels, cursor, clicks, crops, endings.
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "ScreenCapture/platform/platform.h"
 #include "support/x11/capture_recorder.h"
 #include "support/x11/x_server.h"
@@ -73,20 +71,6 @@ INSTANTIATE_TEST_SUITE_P(Servers, DisplayCaptureOn,
                                            std::vector<std::string>{"-extension", "MIT-SHM", "-extension", "DAMAGE"},
                                            std::vector<std::string>{"-extension", "XFIXES"}));
 
-TEST(DisplayCapture, OnlyKnownDisplaysGiveAnInput) {
-    const XServer server;
-    const auto capture = platform::platform().makeDisplayCapture();
-    EXPECT_EQ(capture->makeInput(0xfffffff0U), nullptr);
-    const auto input = capture->makeInput(platform::platform().displays().mainDisplay());
-    ASSERT_NE(input, nullptr);
-    EXPECT_TRUE(capture->canAddInput(input));
-    capture->addInput(input);
-    EXPECT_FALSE(capture->canAddInput(input));
-    capture->removeInput(input);
-    EXPECT_TRUE(capture->canAddInput(input));
-    EXPECT_FALSE(capture->canAddInput(nullptr));
-}
-
 TEST(DisplayCapture, TheCursorIsBlendedMovesAndGoes) {
     const XServer server("200x200x24");
     Painter painter(server);
@@ -155,46 +139,6 @@ TEST(DisplayCapture, AClickShorterThanATickShowsOnce) {
     ASSERT_TRUE(runUntil([&] { return c.recorder->pixel(115, 100) == ground; }));
 }
 
-TEST(DisplayCapture, ChangesBetweenBeginAndCommitTakeEffectTogether) {
-    const XServer server("320x200x24");
-    Capture c;
-    c.capture->startRunning();
-    ASSERT_TRUE(c.recorder->nextSample());
-    c.capture->beginConfiguration();
-    c.input->setCropRect({0, 0, 50, 40});
-    ASSERT_TRUE(c.recorder->nextSample());
-    EXPECT_EQ(c.recorder->width, 320);
-    c.capture->commitConfiguration();
-    ASSERT_TRUE(c.recorder->nextSample());
-    EXPECT_EQ(c.recorder->width, 50);
-    EXPECT_EQ(c.recorder->height, 40);
-}
-
-TEST(DisplayCapture, ABusyMainQueueFindsOneSampleTheNewest) {
-    const XServer server("64x64x24");
-    Painter painter(server);
-    Capture c;
-    painter.fill(painter.root(), {0, 0, 64, 64}, 0x111111);
-    c.capture->startRunning();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    painter.fill(painter.root(), {0, 0, 64, 64}, 0x222222);
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    c.capture->stopRunning();
-    EXPECT_EQ(platform::runMainQueue(0), 1);
-    EXPECT_EQ(c.recorder->samples, 0);  // what waits when it is stopped is dropped
-
-    c.capture->startRunning();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    painter.fill(painter.root(), {0, 0, 64, 64}, 0x333333);
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    platform::runMainQueue(0);
-    EXPECT_EQ(c.recorder->samples, 1);
-    EXPECT_EQ(c.recorder->pixel(1, 1), 0xFF333333U);
-    c.capture->stopRunning();
-    platform::runMainQueue(50);
-    EXPECT_EQ(c.recorder->samples, 1);
-}
-
 TEST(DisplayCapture, HeldBuffersStayAsTheyAreAndAFullPoolDropsTicks) {
     const XServer server("64x64x24");
     Painter painter(server);
@@ -222,42 +166,6 @@ TEST(DisplayCapture, HeldBuffersStayAsTheyAreAndAFullPoolDropsTicks) {
     c.capture->stopRunning();
     c.capture = nullptr;
     EXPECT_EQ(*static_cast<const uint32_t*>(c.recorder->kept[0]->baseAddress()), first[0]);
-}
-
-TEST(DisplayCapture, AKilledServerIsOneRuntimeErrorAndTheNextServerIsCaptured) {
-    {
-        XServer server("64x64x24");
-        Capture c;
-        c.capture->startRunning();
-        ASSERT_TRUE(c.recorder->nextSample());
-        server.kill();
-        ASSERT_TRUE(runUntil([&] { return c.recorder->runtimeErrors > 0; }));
-        EXPECT_FALSE(c.capture->isRunning());
-        EXPECT_FALSE(c.recorder->reason.empty());
-        c.capture->startRunning();  // there is none: an error again
-        ASSERT_TRUE(runUntil([&] { return c.recorder->runtimeErrors > 1; }));
-        platform::runMainQueue(50);
-        EXPECT_EQ(c.recorder->runtimeErrors, 2);
-        EXPECT_EQ(c.recorder->interruptions, 0);
-    }
-    const XServer next("80x60x24");
-    Capture c;
-    ASSERT_NE(c.input, nullptr);
-    c.capture->startRunning();
-    ASSERT_TRUE(c.recorder->nextSample());
-    EXPECT_EQ(c.recorder->width, 80);
-}
-
-TEST(DisplayCapture, ADelegateThatIsGoneIsNotCalled) {
-    const XServer server("64x64x24");
-    Capture c;
-    c.capture->startRunning();
-    ASSERT_TRUE(c.recorder->nextSample());
-    c.recorder = nullptr;
-    platform::runMainQueue(30);
-    c.capture = nullptr;  // releasing it stops it
-    platform::runMainQueue(30);
-    EXPECT_EQ(platform::runMainQueue(30), 0);
 }
 
 }  // namespace

@@ -18,11 +18,9 @@ using platform::NoImage;
 using platform::PixelRect;
 using platform::Ref;
 using platform::software::Frame;
-using platform::x11::CapturePlan;
 using platform::x11::CaptureRun;
 using platform::x11::Connection;
 using platform::x11::DisplayGrabber;
-using platform::x11::TickResult;
 
 // A grabber that knows all that was drawn before it is asked.
 struct Grabbing {
@@ -157,17 +155,18 @@ TEST_P(GrabberOn, ARunGoesOnAsItWouldBegin) {
     const XServer server("317x241x24", GetParam());
     Scribbler scribbler(server);
     scribbler.canRedirect = !lacks("Composite");
-    CapturePlan plan;
-    plan.display = platform::platform().displays().mainDisplay();
+    platform::software::DisplaySettings settings;
+    settings.display = platform::platform().displays().mainDisplay();
     CaptureRun run(Connection::open());
     for (int round = 0; round < 60; round++) {
         for (int steps = scribbler.number(0, 3); steps > 0; steps--) scribbler.step();
         scribbler.painter().warpPointer(scribbler.number(0, 316), scribbler.number(0, 240));
         scribbler.painter().sync();
         CaptureRun fresh(Connection::open());
-        ASSERT_EQ(run.tick(plan), TickResult::frame);
-        ASSERT_EQ(fresh.tick(plan), TickResult::frame);
-        ASSERT_EQ(copyOf(*run.frame()), copyOf(*fresh.frame())) << "round " << round;
+        const auto shown = run.next(settings).frame;
+        const auto expected = fresh.next(settings).frame;
+        ASSERT_TRUE(shown && expected);
+        ASSERT_EQ(copyOf(*shown), copyOf(*expected)) << "round " << round;
     }
 }
 

@@ -1,11 +1,14 @@
-// One run of the device path, from start to stop.
+// One run of the device path on x11.
 #include "ScreenCapture/platform/x11/capture_run.h"
 
 #include <utility>
 
 #include "ScreenCapture/platform/software/region.h"
+#include "ScreenCapture/platform/x11/desktop_model.h"
 
 namespace orvo::platform::x11 {
+
+using Outcome = software::FrameResult::Outcome;
 
 PixelRect captureArea(const PixelRect& display, const Rect& crop) {
     if (!(crop.width > 0) || !(crop.height > 0)) return display;
@@ -33,15 +36,15 @@ void CaptureRun::readEvents() {
 }
 
 // False when there is no such display.
-bool CaptureRun::findArea(const CapturePlan& plan, PixelRect& area) {
-    if (monitorIsStale_ || monitor_.number != plan.display) {
+bool CaptureRun::findArea(const software::DisplaySettings& settings, PixelRect& area) {
+    if (monitorIsStale_ || monitor_.number != settings.display) {
         const MonitorList monitors = queryMonitors(*x_);
-        const Monitor* found = monitors.find(plan.display);
+        const Monitor* found = monitors.find(settings.display);
         if (!found) return false;
         monitor_ = *found;
         monitorIsStale_ = false;
     }
-    area = captureArea(monitor_.area, plan.settings.crop);
+    area = captureArea(monitor_.area, settings.crop);
     return true;
 }
 
@@ -50,20 +53,17 @@ void CaptureRun::takeFrame() {
     frame_ = grabber_->takeFrame(why_);
 }
 
-TickResult CaptureRun::tick(const CapturePlan& plan) {
+software::FrameResult CaptureRun::next(const software::DisplaySettings& settings) {
     readEvents();
-    if (!x_->answers()) return TickResult::serverLost;
-    pointer_.ask(plan.settings.cursor, plan.settings.clicks);
+    if (!x_->answers()) return lost();
+    pointer_.ask(settings.cursor, settings.clicks);
     // Where there is something to draw anyway the pointer's place comes with it, in one wait.
     if (frame_ && !grabber_->changed() && pointer_.hear()) readEvents();
     PixelRect area;
-    const bool found = !x_->lost() && findArea(plan, area);
-    if (x_->lost()) return TickResult::serverLost;
-    if (!found) return TickResult::displayGone;
-    if (area.empty()) {
-        why_ = NoImage::notOnScreen;
-        return TickResult::dropped;
-    }
+    const bool found = !x_->lost() && findArea(settings, area);
+    if (x_->lost()) return lost();
+    if (!found) return {Outcome::displayGone, nullptr, NoImage::gone};
+    if (area.empty()) return {Outcome::dropped, nullptr, NoImage::notOnScreen};
     if (!grabber_ || grabber_->area() != area) {
         frame_ = nullptr;
         grabber_.emplace(*x_, area);
@@ -75,13 +75,31 @@ TickResult CaptureRun::tick(const CapturePlan& plan) {
         if (pointer_.hear()) readEvents();
     }
     const PointerLook look = pointer_.look();
-    if (x_->lost()) return TickResult::serverLost;
-    if (!draws && look == look_) return TickResult::frame;
+    if (x_->lost()) return lost();
+    if (!draws && look == look_) return {Outcome::frame, frame_};
     if (!draws) takeFrame();
-    if (!frame_) return x_->lost() ? TickResult::serverLost : TickResult::dropped;
+    if (!frame_) return x_->lost() ? lost() : software::FrameResult{Outcome::dropped, nullptr, why_};
     pointer_.draw(look, *frame_, area.x, area.y);
     look_ = look;
-    return TickResult::frame;
+    return {Outcome::frame, frame_};
+}
+
+software::FrameResult CaptureRun::lost() const {
+    return {Outcome::sourceLost, nullptr, whyUnreachable(x_.get())};
+}
+
+std::unique_ptr<software::DisplaySource> openDisplaySource(NoImage& why) {
+    auto connection = Connection::open();
+    if (!connection) {
+        why = whyUnreachable();
+        return nullptr;
+    }
+    const auto desktop = currentDesktop();
+    if (desktop && !desktop->monitors->areShown) {
+        why = NoImage::wayland;
+        return nullptr;
+    }
+    return std::make_unique<CaptureRun>(std::move(connection));
 }
 
 }  // namespace orvo::platform::x11

@@ -1,9 +1,10 @@
 // The x11 parts of the port.
 #include "ScreenCapture/platform/platform.h"
+#include "ScreenCapture/platform/software/display_stream.h"
 #include "ScreenCapture/platform/software/imaging.h"
 #include "ScreenCapture/platform/x11/accessibility.h"
+#include "ScreenCapture/platform/x11/capture_run.h"
 #include "ScreenCapture/platform/x11/dispatch.h"
-#include "ScreenCapture/platform/x11/display_capture.h"
 #include "ScreenCapture/platform/x11/displays.h"
 #include "ScreenCapture/platform/x11/pointer.h"
 #include "ScreenCapture/platform/x11/system.h"
@@ -19,7 +20,9 @@ class X11Platform final : public Platform {
     Clock& clock() override { return clock_; }
     System& system() override { return system_; }
     Displays& displays() override { return displays_; }
-    std::shared_ptr<DisplayCapture> makeDisplayCapture() override { return x11::makeDisplayCapture(); }
+    std::shared_ptr<DisplayCapture> makeDisplayCapture() override {
+        return software::makeDisplayStream(x11::openDisplaySource);
+    }
     WindowServer& windowServer() override { return windowServer_; }
     Imaging& imaging() override { return imaging_; }
     Pointer& pointer() override { return pointer_; }
