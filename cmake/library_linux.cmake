@@ -1,7 +1,7 @@
 # The library on Linux: the X11 adapter, the version script.
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(ORVO_X11 REQUIRED IMPORTED_TARGET xcb)
-# Loaded when first needed (late_glib.h): headers only.
+# Loaded when first needed (platform/linux/glib.h): headers only.
 pkg_check_modules(ORVO_GLIB REQUIRED glib-2.0 gio-unix-2.0 gdk-pixbuf-2.0)
 # Small libraries go into ours where the system has their archives: each shared one costs time whenever ours is loaded.
 find_library(ORVO_YUV NAMES libyuv.a yuv REQUIRED)
@@ -11,7 +11,7 @@ foreach(extension shm randr xfixes composite damage res xinput sync shape render
 endforeach()
 orvo_room(orvo_software ScreenCapture/platform/software)
 target_link_libraries(orvo_software PUBLIC ${ORVO_YUV})
-orvo_room(orvo_adapter ScreenCapture/platform/x11)
+orvo_room(orvo_adapter ScreenCapture/platform/linux ScreenCapture/platform/x11)
 target_link_libraries(orvo_adapter PUBLIC orvo_software PkgConfig::ORVO_X11)
 target_include_directories(orvo_adapter SYSTEM PRIVATE ${ORVO_GLIB_INCLUDE_DIRS})
 

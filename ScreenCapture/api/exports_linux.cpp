@@ -4,7 +4,7 @@
 
 #include "ScreenCapture/api/facade_call.h"
 #include "ScreenCapture/platform/image.h"
-#include "ScreenCapture/platform/linux_main_queue.h"
+#include "ScreenCapture/platform/linux/main_queue.h"
 #include "orvo/screencapture_linux.h"
 #include "xplatform/common/orvosyslog.h"
 
@@ -23,7 +23,7 @@ void orvo_exported_syslog(int level, const char* module, int line, const char* f
 }
 
 int orvo_screencapture_run_main_queue(int milliseconds) {
-    return orvo::api::ask(0, [=](OrvoScreenCaptureImpl&) { return orvo::platform::runMainQueue(milliseconds); });
+    return orvo::api::ask(0, [=](OrvoScreenCaptureImpl&) { return orvo::platform::linux::runMainQueue(milliseconds); });
 }
 
 namespace {

@@ -84,7 +84,7 @@ types() {
 portable() {
     git ls-files --cached --others --exclude-standard 'ScreenCapture/**.cpp' 'xplatform/**.cpp' 'common/**.cpp' \
         'tools/orvocap/*_darwin.cpp' |
-        grep -v -e '_linux\.cpp$' -e '^ScreenCapture/platform/x11/' |
+        grep -v -e '_linux\.cpp$' -e '^ScreenCapture/platform/linux/' -e '^ScreenCapture/platform/x11/' |
         sed -e "s|^|portable ${targets[0]} |" -e '/_darwin\.cpp$/s/^portable/darwin/' | steps
 }
 

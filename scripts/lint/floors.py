@@ -24,6 +24,7 @@ RANKS = {
     "ScreenCapture/capture/capture_statistics": 4,
     "ScreenCapture/platform/x11/": 3.5,
     "ScreenCapture/platform/macos/": 3.5,
+    "ScreenCapture/platform/linux/": 3.2,
     "ScreenCapture/platform/software/": 3,
     "ScreenCapture/log/": 3,
     "ScreenCapture/platform/": 2,
@@ -77,8 +78,11 @@ def check_system_header(path, name):
     """What is wrong with including a system's header here, or nothing."""
     in_x11 = path.startswith(("ScreenCapture/platform/x11/", "tests/x11/", "tests/support/x11/", "tests/soak/", "tests/fuzz/", "tests/host/", "examples/", "tools/orvocap/system_linux.", "bench/"))
     in_macos = path.startswith(("ScreenCapture/platform/macos/", "tools/macos-check/")) or "_darwin." in path
-    if (X11_HEADER.match(name) or GLIB_HEADER.match(name)) and not in_x11:
+    in_linux = in_x11 or path.startswith("ScreenCapture/platform/linux/")
+    if X11_HEADER.match(name) and not in_x11:
         return "belongs into ScreenCapture/platform/x11"
+    if GLIB_HEADER.match(name) and not in_linux:
+        return "belongs into ScreenCapture/platform/linux"
     if APPLE_HEADER.match(name) and not in_macos:
         return "belongs into ScreenCapture/platform/macos"
     return None

@@ -44,7 +44,7 @@ def prose(path, line):
 
 def portable(path):
     inside = path.startswith(("include/", "ScreenCapture/", "common/", "xplatform/", "tools/", "examples/"))
-    return inside and not path.startswith("ScreenCapture/platform/x11/") and "_linux." not in path
+    return inside and not path.startswith(("ScreenCapture/platform/linux/", "ScreenCapture/platform/x11/")) and "_linux." not in path
 
 
 def check_features(path, lines, headers, report):

@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "ScreenCapture/platform/x11/applications.h"
-#include "ScreenCapture/platform/x11/icons.h"
+#include "ScreenCapture/platform/linux/desktop_entries.h"
+#include "ScreenCapture/platform/linux/icon_files.h"
 #include "tests/fuzz/fuzz.h"
 
 using namespace orvo::platform;
@@ -27,10 +27,10 @@ void entrySays(const std::string& text) {
     GKeyFile* keys = g_key_file_new();
     if (g_key_file_load_from_data(keys, all.data(), all.size(), G_KEY_FILE_NONE, nullptr)) {
         if (GDesktopAppInfo* info = g_desktop_app_info_new_from_keyfile(keys)) {
-            const x11::DesktopEntry entry = x11::readEntry(G_APP_INFO(info));
+            const linux::DesktopEntry entry = linux::readEntry(G_APP_INFO(info));
             for (const std::string* each : {&entry.name, &entry.windowClass, &entry.icon})
                 REQUIRE(g_utf8_validate(each->data(), static_cast<gssize>(each->size()), nullptr));
-            isWhole(x11::iconByName(entry.icon));
+            isWhole(linux::iconByName(entry.icon));
             g_object_unref(info);
         }
     }
@@ -41,7 +41,7 @@ void fileShows(const std::string& content) {
     static const int file = memfd_create("icon", 0);
     REQUIRE(ftruncate(file, 0) == 0);
     REQUIRE(pwrite(file, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size()));
-    isWhole(x11::iconByName("/proc/self/fd/" + std::to_string(file)));
+    isWhole(linux::iconByName("/proc/self/fd/" + std::to_string(file)));
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <thread>
 
-#include "ScreenCapture/platform/linux_main_queue.h"
+#include "ScreenCapture/platform/linux/main_queue.h"
 #include "orvo/screencapture.h"
 #include "support/open_files.h"
 #include "support/x11/x_server.h"
@@ -54,14 +54,14 @@ TEST(Churn, CaptureGoesOnAndNothingGrows) {
     for (unsigned int round = 0; round < rounds; ++round) {
         const auto victim = windows.make({.area = {60, 60, 120, 90}, .title = "victim"});
         std::thread host([=] { changeEverything(round, steady, victim); });
-        platform::runMainQueue(10);
+        platform::linux::runMainQueue(10);
         windows.resize(victim, 100 + static_cast<int>(round % 50), 80);
         windows.paintPattern(steady, 200, 150);
         if (round % 2 == 0) windows.unmap(victim);
-        platform::runMainQueue(10);
+        platform::linux::runMainQueue(10);
         host.join();
         windows.painter().destroy(victim);
-        platform::runMainQueue(5);
+        platform::linux::runMainQueue(5);
         if (round == rounds / 2) {
             files = openFiles();
             pages = residentPages();
@@ -76,7 +76,7 @@ TEST(Churn, CaptureGoesOnAndNothingGrows) {
     orvo_screencapture_set_target_window(steady);
     orvo_screencapture_start_capture();
     frames = 0;
-    for (int i = 0; i < 500 && frames < 3; ++i) platform::runMainQueue(10);
+    for (int i = 0; i < 500 && frames < 3; ++i) platform::linux::runMainQueue(10);
     EXPECT_GE(frames, 3);
     orvo_screencapture_uninit();
 }

@@ -151,7 +151,7 @@ TEST(DisplayCapture, HeldBuffersStayAsTheyAreAndAFullPoolDropsTicks) {
     while (std::chrono::steady_clock::now() < end) {
         painter.fill(painter.root(), {0, 0, 64, 64}, colour += 0x010101);
         const size_t before = c.recorder->kept.size();
-        platform::runMainQueue(10);
+        platform::linux::runMainQueue(10);
         for (size_t i = before; i < c.recorder->kept.size(); i++)
             first.push_back(*static_cast<const uint32_t*>(c.recorder->kept[i]->baseAddress()));
     }

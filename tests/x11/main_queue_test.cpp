@@ -6,13 +6,13 @@
 #include <thread>
 #include <vector>
 
-#include "ScreenCapture/platform/linux_main_queue.h"
+#include "ScreenCapture/platform/linux/main_queue.h"
 #include "ScreenCapture/platform/platform.h"
 
 namespace orvo::testing {
 namespace {
 
-using platform::runMainQueue;
+using platform::linux::runMainQueue;
 
 void post(platform::Job job) {
     platform::platform().dispatch().mainAsync(std::move(job));

@@ -91,4 +91,16 @@ BitmapView::BitmapView(const Ref<Image>& image, const PixelRect& area)
                  static_cast<size_t>(area.x) * 4),
       image_(image) {}
 
+Picture pictureOf(const std::vector<Ref<Image>>& bitmaps) {
+    Picture picture;
+    for (const Ref<Image>& bitmap : bitmaps) {
+        const Size size{static_cast<double>(bitmap->width()), static_cast<double>(bitmap->height())};
+        picture.representations.push_back({size, bitmap});
+        if (picture.image && size.width <= picture.size.width) continue;
+        picture.size = size;
+        picture.image = bitmap;
+    }
+    return picture;
+}
+
 }  // namespace orvo::platform::software

@@ -1,6 +1,9 @@
 // Bitmaps in memory of this process: image and pixel buffer in one object, so that wrapping one costs nothing.
 #pragma once
 
+#include <cstdint>
+#include <vector>
+
 #include "ScreenCapture/platform/image.h"
 
 namespace orvo::platform::software {
@@ -78,5 +81,14 @@ class BitmapView final : public Bitmap {
   private:
     Ref<Image> image_;
 };
+
+// One pixel 0xAARRGGBB with its colours multiplied by alpha, as pictures with alpha hold them; each value is 0 to 255.
+constexpr uint32_t premultiplied(uint32_t alpha, uint32_t red, uint32_t green, uint32_t blue) {
+    const auto times = [alpha](uint32_t value) { return (value * alpha + 127) / 255; };
+    return alpha << 24 | times(red) << 16 | times(green) << 8 | times(blue);
+}
+
+// A picture of the same thing in several sizes, one point a pixel; the largest is the picture's own bitmap.
+Picture pictureOf(const std::vector<Ref<Image>>& bitmaps);
 
 }  // namespace orvo::platform::software

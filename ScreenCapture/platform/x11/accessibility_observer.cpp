@@ -6,14 +6,16 @@
 #include <map>
 #include <mutex>
 
+#include "ScreenCapture/platform/linux/glib.h"
 #include "ScreenCapture/platform/x11/accessibility.h"
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/connection.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
-#include "ScreenCapture/platform/x11/late_glib.h"
 
 namespace orvo::platform::x11 {
 namespace {
+
+using linux::glib;
 
 struct Registration {
     ElementRef element;

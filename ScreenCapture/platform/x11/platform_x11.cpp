@@ -1,18 +1,32 @@
 // The x11 parts of the port.
 #include "ScreenCapture/platform/platform.h"
+
+#include "ScreenCapture/platform/linux/main_queue.h"
+#include "ScreenCapture/platform/linux/system.h"
 #include "ScreenCapture/platform/software/display_stream.h"
 #include "ScreenCapture/platform/software/imaging.h"
 #include "ScreenCapture/platform/x11/accessibility.h"
 #include "ScreenCapture/platform/x11/capture_run.h"
-#include "ScreenCapture/platform/x11/dispatch.h"
+#include "ScreenCapture/platform/x11/desktop_model.h"
 #include "ScreenCapture/platform/x11/displays.h"
 #include "ScreenCapture/platform/x11/pointer.h"
-#include "ScreenCapture/platform/x11/system.h"
 #include "ScreenCapture/platform/x11/window_server.h"
 #include "ScreenCapture/platform/x11/workspace.h"
 
 namespace orvo::platform {
 namespace {
+
+class X11System final : public linux::LinuxSystem {
+  public:
+    // The server asks nobody: whoever reaches it may. The screens of a Wayland session are not its to show.
+    PermissionState permission(Permission permission) override {
+        if (permission != Permission::screenRecording) return PermissionState::granted;
+        const auto desktop = x11::currentDesktop();
+        const bool isWayland = desktop ? !desktop->monitors->areShown : x11::whyUnreachable() == NoImage::wayland;
+        return isWayland ? PermissionState::denied : PermissionState::granted;
+    }
+    PermissionState requestPermission(Permission asked) override { return permission(asked); }
+};
 
 class X11Platform final : public Platform {
   public:
@@ -31,11 +45,11 @@ class X11Platform final : public Platform {
     Notifications& notifications() override { return notifications_; }
 
   private:
-    x11::X11Dispatch dispatch_;
-    x11::X11Clock clock_;
-    x11::X11System system_;
+    linux::LinuxDispatch dispatch_;
+    linux::LinuxClock clock_;
+    X11System system_;
     x11::X11Displays displays_;
-    x11::X11Notifications notifications_;
+    linux::NoNotifications notifications_;
     x11::X11WindowServer windowServer_;
     software::SoftwareImaging imaging_;
     x11::X11Pointer pointer_;

@@ -6,15 +6,50 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
+#include "ScreenCapture/platform/linux/icon_files.h"
+#include "ScreenCapture/platform/software/bitmap.h"
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/desktop_model.h"
 #include "ScreenCapture/platform/x11/hidden_applications.h"
-#include "ScreenCapture/platform/x11/icons.h"
+#include "ScreenCapture/platform/x11/properties.h"
+#include "ScreenCapture/platform/x11/server.h"
 #include "ScreenCapture/platform/x11/window_control.h"
 
 namespace orvo::platform::x11 {
 namespace {
+
+constexpr uint32_t kMaxIconProperty = 1U << 20;  // in units of 4 bytes
+
+Ref<Image> bitmapOf(const IconBitmap& icon) {
+    const auto bitmap = software::MemoryBitmap::make(icon.width, icon.height, static_cast<size_t>(icon.width) * 4);
+    if (!bitmap) return nullptr;
+    uint8_t* out = bitmap->data();
+    for (const uint32_t pixel : icon.pixels) {
+        const uint32_t value =
+            software::premultiplied(pixel >> 24, pixel >> 16 & 0xFF, pixel >> 8 & 0xFF, pixel & 0xFF);
+        std::memcpy(out, &value, 4);
+        out += 4;
+    }
+    return bitmap;
+}
+
+// _NET_WM_ICON with all its sizes, the largest as the picture's own bitmap; none when the window has none.
+std::optional<Picture> iconOfWindow(xcb_window_t window) {
+    std::vector<IconBitmap> icons;
+    if (const Server::Use x = desktopServer().use(); x) {
+        const auto cookie =
+            xcb_get_property(x->raw(), 0, window, x.atoms().NET_WM_ICON, XCB_ATOM_CARDINAL, 0, kMaxIconProperty);
+        const auto reply = x->await<xcb_get_property_reply_t>(cookie.sequence);
+        icons = decodeIcons(x.atoms().property(reply.get()));
+    }
+    std::vector<Ref<Image>> bitmaps;
+    for (const IconBitmap& icon : icons)
+        if (Ref<Image> bitmap = bitmapOf(icon)) bitmaps.push_back(std::move(bitmap));
+    if (bitmaps.empty()) return std::nullopt;
+    return software::pictureOf(bitmaps);
+}
 
 // Asks anew each time; remembers its process only.
 class Application final : public RunningApplication {
@@ -117,14 +152,14 @@ std::shared_ptr<RunningApplication> X11Workspace::application(int32_t pid) {
 }
 
 std::optional<std::string> X11Workspace::fullPathForApplication(const std::string& name) {
-    const auto entry = entryByName(name);
+    const auto entry = linux::entryByName(name);
     if (!entry) return std::nullopt;
     return entry->path;
 }
 
 std::optional<Picture> X11Workspace::iconForFile(const std::string& path) {
-    const auto entry = entryByPath(path);
-    return entry ? iconByName(entry->icon) : std::nullopt;
+    const auto entry = linux::entryByPath(path);
+    return entry ? linux::iconByName(entry->icon) : std::nullopt;
 }
 
 }  // namespace orvo::platform::x11

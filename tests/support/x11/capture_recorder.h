@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "ScreenCapture/platform/display_capture.h"
-#include "ScreenCapture/platform/linux_main_queue.h"
+#include "ScreenCapture/platform/linux/main_queue.h"
 
 namespace orvo::testing {
 
@@ -21,7 +21,7 @@ inline bool runUntil(const std::function<bool()>& condition) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) return false;
-        platform::runMainQueue(5);
+        platform::linux::runMainQueue(5);
     }
     return true;
 }

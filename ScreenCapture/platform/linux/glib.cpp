@@ -1,5 +1,5 @@
 // GLib and what builds on it, loaded when first needed.
-#include "ScreenCapture/platform/x11/late_glib.h"
+#include "ScreenCapture/platform/linux/glib.h"
 
 #include <dlfcn.h>
 #include <sys/eventfd.h>
@@ -11,20 +11,20 @@
 
 #include "xplatform/common/orvosyslog.h"
 
-namespace orvo::platform::x11 {
+namespace orvo::platform::linux {
 namespace {
 
 // Looks functions up in one library and in those that it is linked with. Never closed: GLib cannot be unloaded.
-class LateLibrary {
+class LoadedLibrary {
   public:
-    explicit LateLibrary(const char* name) : handle_(dlopen(name, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE)) {}
+    explicit LoadedLibrary(const char* name) : handle_(dlopen(name, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE)) {}
 
     template <typename Function>
     void find(Function& function, const char* name) {
         if (handle_) function = reinterpret_cast<Function>(dlsym(handle_, name));
         if (!function) whole_ = false;
     }
-    // Whether every function was found. lost: what there is not without them.
+    // Whether every function was found; when not, the log says what the library does without.
     bool whole(const char* lost) const {
         if (whole_) return true;
         const char* why = dlerror();
@@ -61,18 +61,18 @@ class SpareDescriptors {
     bool enough_ = false;
 };
 
-// A library's functions, looked up once there are descriptors. find: names each of them to the library; begin: what
-// must not be left without descriptors.
+// A library's functions, looked up once there are descriptors. lost: what is missing without them, for the log; find:
+// looks each of them up in the library; begin: what must not be left without descriptors.
 template <typename Calls>
-const Calls& late(const char* name, const char* lost, void (*find)(LateLibrary&, Calls&),
-                  void (*begin)(const Calls&) = nullptr) {
-    static std::atomic<bool> loaded{false};
+const Calls& loaded(const char* name, const char* lost, void (*find)(LoadedLibrary&, Calls&),
+                    void (*begin)(const Calls&) = nullptr) {
+    static std::atomic<bool> isLoaded{false};
     static const Calls none{};
     std::optional<SpareDescriptors> spare;
-    if (!loaded && !spare.emplace().enough()) return none;
+    if (!isLoaded && !spare.emplace().enough()) return none;
     static const Calls found = [&] {
         Calls calls;
-        LateLibrary library(name);
+        LoadedLibrary library(name);
         find(library, calls);
         calls.found = library.whole(lost);
         calls.missing = !calls.found;
@@ -80,7 +80,7 @@ const Calls& late(const char* name, const char* lost, void (*find)(LateLibrary&,
         if (begin && calls.found) begin(calls);
         return calls;
     }();
-    loaded = true;
+    isLoaded = true;
     return found;
 }
 
@@ -89,20 +89,20 @@ const Calls& late(const char* name, const char* lost, void (*find)(LateLibrary&,
 #define ORVO_FIND(name) library.find(calls.name, #name);
 
 const GlibCalls& glib() {
-    return late<GlibCalls>(
+    return loaded<GlibCalls>(
         "libglib-2.0.so.0", "main queue and observers",
-        [](LateLibrary& library, GlibCalls& calls) { ORVO_GLIB_CALLS(ORVO_FIND) },
+        [](LoadedLibrary& library, GlibCalls& calls) { ORVO_GLIB_CALLS(ORVO_FIND) },
         [](const GlibCalls& calls) { calls.g_main_context_default(); });
 }
 
 const GioCalls& gio() {
-    return late<GioCalls>("libgio-2.0.so.0", "names and icons of desktop entries",
-                          [](LateLibrary& library, GioCalls& calls) { ORVO_GIO_CALLS(ORVO_FIND) });
+    return loaded<GioCalls>("libgio-2.0.so.0", "names and icons of desktop entries",
+                            [](LoadedLibrary& library, GioCalls& calls) { ORVO_GIO_CALLS(ORVO_FIND) });
 }
 
 const PixbufCalls& pixbuf() {
-    return late<PixbufCalls>("libgdk_pixbuf-2.0.so.0", "icons from files",
-                             [](LateLibrary& library, PixbufCalls& calls) { ORVO_PIXBUF_CALLS(ORVO_FIND) });
+    return loaded<PixbufCalls>("libgdk_pixbuf-2.0.so.0", "icons from files",
+                               [](LoadedLibrary& library, PixbufCalls& calls) { ORVO_PIXBUF_CALLS(ORVO_FIND) });
 }
 
-}  // namespace orvo::platform::x11
+}  // namespace orvo::platform::linux

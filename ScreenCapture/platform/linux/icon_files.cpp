@@ -1,5 +1,5 @@
-// Icons: what a window carries, and what a desktop entry names.
-#include "ScreenCapture/platform/x11/icons.h"
+// Icon files, found by name and read by gdk-pixbuf.
+#include "ScreenCapture/platform/linux/icon_files.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,35 +8,15 @@
 #include <string_view>
 #include <vector>
 
+#include "ScreenCapture/platform/linux/glib.h"
 #include "ScreenCapture/platform/software/bitmap.h"
-#include "ScreenCapture/platform/x11/late_glib.h"
-#include "ScreenCapture/platform/x11/properties.h"
-#include "ScreenCapture/platform/x11/server.h"
 
-namespace orvo::platform::x11 {
+namespace orvo::platform::linux {
 namespace {
 
-constexpr uint32_t kLargestProperty = 1U << 20;  // in units of 4 bytes
-constexpr int kLargestFile = 1024;               // pixels on a side; larger files are scaled while they are read
-constexpr int kLargestClaim = 4096;              // files that claim more are not read: that is their memory
-constexpr int kDrawnSize = 256;                  // of icons without pixels
-
-uint32_t multiplied(uint32_t alpha, uint32_t red, uint32_t green, uint32_t blue) {
-    const auto times = [&](uint32_t value) { return (value * alpha + 127) / 255; };
-    return alpha << 24 | times(red) << 16 | times(green) << 8 | times(blue);
-}
-
-Ref<Image> bitmapOf(const IconBitmap& icon) {
-    const auto bitmap = software::MemoryBitmap::make(icon.width, icon.height, static_cast<size_t>(icon.width) * 4);
-    if (!bitmap) return nullptr;
-    uint8_t* out = bitmap->data();
-    for (const uint32_t pixel : icon.pixels) {
-        const uint32_t value = multiplied(pixel >> 24, pixel >> 16 & 0xFF, pixel >> 8 & 0xFF, pixel & 0xFF);
-        std::memcpy(out, &value, 4);
-        out += 4;
-    }
-    return bitmap;
-}
+constexpr int kMaxSide = 1024;         // pixels; larger files are scaled while they are read
+constexpr int kMaxClaimedSide = 4096;  // files that claim more are not read: gdk-pixbuf allocates what they claim
+constexpr int kDrawnSide = 256;        // of icons that are drawings
 
 Ref<Image> bitmapOf(const GdkPixbuf* pixels) {
     const int width = pixbuf().gdk_pixbuf_get_width(pixels);
@@ -49,23 +29,11 @@ Ref<Image> bitmapOf(const GdkPixbuf* pixels) {
         const guint8* in = pixbuf().gdk_pixbuf_read_pixels(pixels) +
                            static_cast<size_t>(y) * static_cast<size_t>(pixbuf().gdk_pixbuf_get_rowstride(pixels));
         for (int x = 0; x < width; ++x, in += channels, out += 4) {
-            const uint32_t value = multiplied(channels > 3 ? in[3] : 255, in[0], in[1], in[2]);
+            const uint32_t value = software::premultiplied(channels > 3 ? in[3] : 255, in[0], in[1], in[2]);
             std::memcpy(out, &value, 4);
         }
     }
     return bitmap;
-}
-
-Picture pictureOf(const std::vector<Ref<Image>>& bitmaps) {
-    Picture picture;
-    for (const Ref<Image>& bitmap : bitmaps) {
-        const Size size{static_cast<double>(bitmap->width()), static_cast<double>(bitmap->height())};
-        picture.representations.push_back({size, bitmap});
-        if (picture.image && size.width <= picture.size.width) continue;
-        picture.size = size;
-        picture.image = bitmap;
-    }
-    return picture;
 }
 
 // Whether opening it cannot wait for somebody, as for a pipe.
@@ -89,11 +57,11 @@ std::optional<Picture> iconOfFile(const std::string& path) {
     if (!isFile(path)) return std::nullopt;
     if (!pixbuf().found) return std::nullopt;
     GdkPixbufFormat* const format = pixbuf().gdk_pixbuf_get_file_info(path.c_str(), &width, &height);
-    if (!format || !isIconFormat(format) || width > kLargestClaim || height > kLargestClaim) return std::nullopt;
+    if (!format || !isIconFormat(format) || width > kMaxClaimedSide || height > kMaxClaimedSide) return std::nullopt;
     const bool drawn = path.size() > 4 && path.compare(path.size() - 4, 4, ".svg") == 0;
     GdkPixbuf* pixels = nullptr;
-    if (drawn || width > kLargestFile || height > kLargestFile) {
-        const int size = drawn ? kDrawnSize : kLargestFile;
+    if (drawn || width > kMaxSide || height > kMaxSide) {
+        const int size = drawn ? kDrawnSide : kMaxSide;
         pixels = pixbuf().gdk_pixbuf_new_from_file_at_scale(path.c_str(), size, size, TRUE, nullptr);
     } else {
         pixels = pixbuf().gdk_pixbuf_new_from_file(path.c_str(), nullptr);
@@ -102,7 +70,7 @@ std::optional<Picture> iconOfFile(const std::string& path) {
     const Ref<Image> bitmap = bitmapOf(pixels);
     pixbuf().g_object_unref(pixels);
     if (!bitmap) return std::nullopt;
-    return pictureOf({bitmap});
+    return software::pictureOf({bitmap});
 }
 
 // From good to poor for a picture of 100 pixels.
@@ -123,21 +91,6 @@ std::vector<std::string> candidates(const std::string& name) {
 
 }  // namespace
 
-std::optional<Picture> iconOfWindow(xcb_window_t window) {
-    std::vector<IconBitmap> icons;
-    if (const Server::Use x = desktopServer().use(); x) {
-        const auto cookie =
-            xcb_get_property(x->raw(), 0, window, x.atoms().NET_WM_ICON, XCB_ATOM_CARDINAL, 0, kLargestProperty);
-        const auto reply = x->await<xcb_get_property_reply_t>(cookie.sequence);
-        icons = decodeIcons(x.atoms().property(reply.get()));
-    }
-    std::vector<Ref<Image>> bitmaps;
-    for (const IconBitmap& icon : icons)
-        if (Ref<Image> bitmap = bitmapOf(icon)) bitmaps.push_back(std::move(bitmap));
-    if (bitmaps.empty()) return std::nullopt;
-    return pictureOf(bitmaps);
-}
-
 std::optional<Picture> iconByName(const std::string& name) {
     if (name.empty()) return std::nullopt;
     if (name.front() == '/') return iconOfFile(name);
@@ -149,4 +102,4 @@ std::optional<Picture> iconByName(const std::string& name) {
     return std::nullopt;
 }
 
-}  // namespace orvo::platform::x11
+}  // namespace orvo::platform::linux

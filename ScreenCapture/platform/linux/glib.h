@@ -6,7 +6,7 @@
 #include <gio/gdesktopappinfo.h>
 #include <glib-unix.h>
 
-namespace orvo::platform::x11 {
+namespace orvo::platform::linux {
 
 // The functions of each library that are used, each named once.
 #define ORVO_GLIB_CALLS(CALL)               \
@@ -45,19 +45,19 @@ namespace orvo::platform::x11 {
     CALL(gdk_pixbuf_new_from_file)   \
     CALL(gdk_pixbuf_new_from_file_at_scale) CALL(gdk_pixbuf_read_pixels) CALL(g_free) CALL(g_object_unref)
 
-struct LateCalls {
+struct LoadedCalls {
     bool found = false;
-    bool missing = false;  // looked for in vain; neither while there are no descriptors to look for it
+    bool missing = false;  // the library cannot be loaded; neither is set while there are no descriptors to try
 };
 // A library's functions as members of their names: all of them, or none when the library is not there.
 #define ORVO_MEMBER(name) decltype(&::name) name = nullptr;  // NOLINT(bugprone-macro-parentheses): a name
-struct GlibCalls : LateCalls {
+struct GlibCalls : LoadedCalls {
     ORVO_GLIB_CALLS(ORVO_MEMBER)
 };
-struct GioCalls : LateCalls {
+struct GioCalls : LoadedCalls {
     ORVO_GIO_CALLS(ORVO_MEMBER)
 };
-struct PixbufCalls : LateCalls {
+struct PixbufCalls : LoadedCalls {
     ORVO_PIXBUF_CALLS(ORVO_MEMBER)
 };
 #undef ORVO_MEMBER
@@ -68,4 +68,4 @@ const GlibCalls& glib();
 const GioCalls& gio();
 const PixbufCalls& pixbuf();
 
-}  // namespace orvo::platform::x11
+}  // namespace orvo::platform::linux

@@ -1,5 +1,5 @@
-// Clock, console and notifications inside the process.
-#include "ScreenCapture/platform/x11/system.h"
+// Clocks and console of a process on Linux.
+#include "ScreenCapture/platform/linux/system.h"
 
 #include <sys/uio.h>
 #include <time.h>
@@ -7,27 +7,26 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ScreenCapture/platform/x11/desktop_model.h"
 #include "xplatform/common/orvosyslog.h"
 
-namespace orvo::platform::x11 {
+namespace orvo::platform::linux {
 namespace {
 constexpr double kSecondsFrom1970To2001 = 978307200;
 }
 
-double X11Clock::secondsSince1970() {
+double LinuxClock::secondsSince1970() {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
-double X11Clock::absoluteSeconds() {
+double LinuxClock::absoluteSeconds() {
     return secondsSince1970() - kSecondsFrom1970To2001;
 }
 
 // A host's standard error is the host's, and the lines name the user's windows: they go to the log, like everything
 // else that helps a developer. ORVO_CONSOLE=1 in the environment, read once, sends them to standard error instead.
-void X11System::console(std::string_view line) {
+void LinuxSystem::console(std::string_view line) {
     static const bool isOnStandardError = [] {
         const char* const wish = getenv("ORVO_CONSOLE");
         return wish && strcmp(wish, "1") == 0;
@@ -42,13 +41,4 @@ void X11System::console(std::string_view line) {
     [[maybe_unused]] const ssize_t written = writev(STDERR_FILENO, parts, 2);
 }
 
-PermissionState X11System::permission(Permission permission) {
-    if (permission != Permission::screenRecording) return PermissionState::granted;
-    const auto desktop = currentDesktop();
-    const bool isWayland = desktop ? !desktop->monitors->areShown : whyUnreachable() == NoImage::wayland;
-    return isWayland ? PermissionState::denied : PermissionState::granted;
-}
-
-void X11Notifications::postCoalescing(const char* /*name*/, const std::shared_ptr<void>& /*thing*/) {}
-
-}  // namespace orvo::platform::x11
+}  // namespace orvo::platform::linux

@@ -1,5 +1,5 @@
 // The main queue: one persistent GLib source over a job list.
-#include "ScreenCapture/platform/x11/dispatch.h"
+#include "ScreenCapture/platform/linux/main_queue.h"
 
 #include <algorithm>
 #include <atomic>
@@ -11,16 +11,15 @@
 #include <vector>
 
 #include "ScreenCapture/platform/contained.h"
-#include "ScreenCapture/platform/linux_main_queue.h"
+#include "ScreenCapture/platform/linux/glib.h"
 #include "ScreenCapture/platform/software/queues.h"
-#include "ScreenCapture/platform/x11/late_glib.h"
 
-namespace orvo::platform::x11 {
+namespace orvo::platform::linux {
 namespace {
 
-constexpr int kMostRounds = 100;
-constexpr int kLongestNap = 100;       // milliseconds of a host that drives a queue that cannot begin
-constexpr size_t kMostUnbegun = 1000;  // jobs kept while there is no main queue to run them
+constexpr int kMaxRounds = 100;          // of the context, in search of our source
+constexpr int kMaxSleep = 100;           // milliseconds of a host that runs the queue while GLib cannot be used
+constexpr size_t kMaxUnattached = 1000;  // jobs kept while there is no main context to run them
 
 int64_t now() {
     using namespace std::chrono;
@@ -35,35 +34,35 @@ class MainQueue {
     }
 
     void post(Job job) {
-        const bool begun = begin();
+        const bool attached = attach();
         {
             std::lock_guard lock(mutex_);
-            if (!begun && waiting_.size() >= kMostUnbegun) return;
+            if (!attached && waiting_.size() >= kMaxUnattached) return;
             waiting_.push_back(std::move(job));
         }
-        if (begun) glib().g_main_context_wakeup(nullptr);
+        if (attached) glib().g_main_context_wakeup(nullptr);
     }
 
     int run(int milliseconds) {
-        if (!begin()) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(std::clamp(milliseconds, 0, kLongestNap)));
+        if (!attach()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(std::clamp(milliseconds, 0, kMaxSleep)));
             return 0;
         }
         if (!glib().g_main_context_acquire(nullptr)) return 0;
         const uint64_t before = ran_;
         if (milliseconds == 0) {
             // Another source may be more urgent than ours and take a round of its own.
-            for (int round = 0; round < kMostRounds && ran_ == before; ++round)
+            for (int round = 0; round < kMaxRounds && ran_ == before; ++round)
                 if (!glib().g_main_context_iteration(nullptr, FALSE)) break;
         } else if (milliseconds < 0) {
             while (true) glib().g_main_context_iteration(nullptr, TRUE);
         } else {
             const int64_t end = now() + static_cast<int64_t>(milliseconds) * 1000;
             for (int64_t left = end - now(); left > 0; left = end - now()) {
-                longestWait_ = static_cast<gint>((left + 999) / 1000);
+                maxWait_ = static_cast<gint>((left + 999) / 1000);
                 glib().g_main_context_iteration(nullptr, TRUE);
             }
-            longestWait_ = -1;
+            maxWait_ = -1;
         }
         glib().g_main_context_release(nullptr);
         return static_cast<int>(std::min<uint64_t>(ran_ - before, INT_MAX));
@@ -71,25 +70,25 @@ class MainQueue {
 
   private:
     // False while GLib cannot be used; tried again each time.
-    bool begin() {
-        if (begun_) return true;
-        std::lock_guard lock(beginning_);
-        if (!begun_ && glib().found) {
-            attach();
-            begun_ = true;
+    bool attach() {
+        if (attached_) return true;
+        std::lock_guard lock(attaching_);
+        if (!attached_ && glib().found) {
+            attachSources();
+            attached_ = true;
         }
-        return begun_;
+        return attached_;
     }
 
-    void attach() {
+    void attachSources() {
         static GSourceFuncs jobFuncs = {prepare, check, dispatch, nullptr, nullptr, nullptr};
-        attach(jobFuncs, "orvo main queue");
+        attachSource(jobFuncs, "orvo main queue");
         // Never ready, so that it costs no wake-up: it only says how long the context may wait.
         static GSourceFuncs boundFuncs = {bound, nullptr, nullptr, nullptr, nullptr, nullptr};
-        attach(boundFuncs, "orvo main queue, waiting");
+        attachSource(boundFuncs, "orvo main queue, waiting");
     }
 
-    static void attach(GSourceFuncs& functions, const char* name) {
+    static void attachSource(GSourceFuncs& functions, const char* name) {
         GSource* source = glib().g_source_new(&functions, sizeof(GSource));
         glib().g_source_set_name(source, name);
         glib().g_source_attach(source, nullptr);
@@ -98,7 +97,7 @@ class MainQueue {
 
     // For one wait only: a loop that a job runs by itself is not kept awake by the end of the run around it.
     static gboolean bound(GSource* /*source*/, gint* timeout) {
-        *timeout = std::exchange(instance().longestWait_, -1);
+        *timeout = std::exchange(instance().maxWait_, -1);
         return FALSE;
     }
 
@@ -129,47 +128,37 @@ class MainQueue {
         running_.clear();
     }
 
-    std::mutex beginning_;
-    std::atomic<bool> begun_{false};
+    std::mutex attaching_;
+    std::atomic<bool> attached_{false};
     std::mutex mutex_;
     std::vector<Job> waiting_;
     // Touched by the context's owner only.
     std::vector<Job> running_;
     uint64_t ran_ = 0;
-    gint longestWait_ = -1;  // milliseconds; below 0 without end
+    gint maxWait_ = -1;  // milliseconds; below 0 without end
 };
 
 }  // namespace
 
-void postToMainQueue(Job job) {
-    MainQueue::instance().post(std::move(job));
-}
-
-const char* X11Dispatch::whyNoMainQueue() {
+const char* LinuxDispatch::whyNoMainQueue() {
     return glib().missing ? "GLib cannot be loaded: no callbacks can be delivered" : nullptr;
 }
 
-void X11Dispatch::mainAsync(Job job) {
-    postToMainQueue(std::move(job));
+void LinuxDispatch::mainAsync(Job job) {
+    MainQueue::instance().post(std::move(job));
 }
 
-std::shared_ptr<SerialQueue> X11Dispatch::makeSerialQueue(const char* label) {
+std::shared_ptr<SerialQueue> LinuxDispatch::makeSerialQueue(const char* label) {
     return software::makeSerialQueue(label);
 }
 
-std::shared_ptr<Timer> X11Dispatch::makeTimer(const std::shared_ptr<SerialQueue>& queue, uint64_t intervalNanoseconds,
-                                              Job tick) {
+std::shared_ptr<Timer> LinuxDispatch::makeTimer(const std::shared_ptr<SerialQueue>& queue, uint64_t intervalNanoseconds,
+                                                Job tick) {
     return software::makeTimer(queue, intervalNanoseconds, std::move(tick));
 }
 
-int runMainQueueHere(int milliseconds) {
+int runMainQueue(int milliseconds) {
     return MainQueue::instance().run(milliseconds);
 }
 
-}  // namespace orvo::platform::x11
-
-namespace orvo::platform {
-int runMainQueue(int milliseconds) {
-    return x11::runMainQueueHere(milliseconds);
-}
-}  // namespace orvo::platform
+}  // namespace orvo::platform::linux
