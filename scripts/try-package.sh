@@ -22,6 +22,8 @@ expect_version() { # WHAT PROGRAM
 }
 
 [ "$("$prefix/bin/orvocap" --version)" = "orvocap $version" ] || fail 'orvocap does not run'
+"$prefix/bin/orvocap" --licenses | cmp - "$prefix/share/doc/orvo-screencapture/copyright" ||
+    fail 'orvocap --licenses and the copyright file differ'
 [ "$(readlink "$libraries/libOrvoScreenCaptureOSX.so.2")" = "libOrvoScreenCaptureOSX.so.$version" ] ||
     fail 'the link of the soname does not lead to the library'
 readelf -d "$libraries/libOrvoScreenCaptureOSX.so" | grep -q 'SONAME.*\[libOrvoScreenCaptureOSX.so.2\]' ||

@@ -19,6 +19,7 @@ check text python3 scripts/lint/text.py
 check types mypy --strict bindings/python/orvo examples/python
 check exports scripts/lint/exports.sh build/release
 check faults scripts/lint/reliability.sh build/release
+check notices scripts/notices.py --check build/release
 check docs scripts/lint/docs.sh
 [ -n "$quick" ] || check tidy scripts/lint/tidy.sh build/release
 exit "$failed"

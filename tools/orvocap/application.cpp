@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdio>
 
 #include "options.h"
 
@@ -94,6 +95,13 @@ void describe(CLI::App& app, Action& action) {
     app.description("Shows what can be captured on this machine, takes pictures of it and records it.");
     app.set_help_flag("-h,--help", "print this help");
     app.set_version_flag("-V,--version", "orvocap " ORVOCAP_VERSION, "print the version");
+    app.add_flag_callback(
+        "--licenses",
+        [] {
+            std::fputs(licenses, stdout);
+            throw CLI::Success();
+        },
+        "print the terms of this program and of what it uses");
     app.formatter_fn(help);
     app.failure_message(mistake);
     app.footer(

@@ -54,6 +54,9 @@ void addLogCommand(CLI::App& app, Action& action);
 void addBenchCommand(CLI::App& app, Action& action);
 void addDoctorCommand(CLI::App& app, Action& action);
 
+// The terms of orvocap and of what is inside it, as text.
+extern const char* const licenses;
+
 // Adds every command to the options. action: set by the command that is chosen; outlives app.
 void describe(CLI::App& app, Action& action);
 

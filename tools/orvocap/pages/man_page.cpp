@@ -63,7 +63,7 @@ std::string manPage(const std::vector<CommandEntry>& table) {
         "\" \"User Commands\"\n"
         ".SH NAME\norvocap \\- list and record screens and windows\n"
         ".SH SYNOPSIS\n.B orvocap\n.I COMMAND\n[\\fIOPTIONS\\fP]\n.br\n.B orvocap\n\\fB\\-\\-help\\fP |\n"
-        "\\fB\\-\\-version\\fP\n.SH DESCRIPTION\n";
+        "\\fB\\-\\-version\\fP |\n\\fB\\-\\-licenses\\fP\n.SH DESCRIPTION\n";
     text += escaped(table[0].text) +
             "\n\\fBorvocap\\fP \\fICOMMAND\\fP \\fB\\-\\-help\\fP prints the options of a command.\n"
             "\\fBorvocap screens\\fP and \\fBorvocap windows\\fP print the numbers of screens and windows.\n"
