@@ -99,56 +99,60 @@ const Call calls[] = {
 
 class ExportLog : public DesktopTest {
   protected:
-    // Each line once more, indented; addresses left out.
-    static std::string loggedNow(const char* indent) {
-        static const std::regex address("(ptr: |resolution_mode )-?[0-9]+(ll|$)");
-        std::string text;
-        for (const auto& line : takeLog()) text += indent + std::regex_replace(line, address, "$1ADDRESS$2") + "\n";
-        return text;
-    }
     // The answer, the lines of the call, and, further in, those of the steps that it queues.
-    std::string logOf(const Call& call) {
+    Lines logOf(const Call& call) {
         takeLog();
-        const std::string answer = call.make();
-        std::string text = answer + "\n" + loggedNow("    ");
+        Lines lines{call.make()};
+        logInto(lines, "    ");
         runSteps();
-        return text + loggedNow("        ");
+        logInto(lines, "        ");
+        return lines;
     }
-    std::string toldWithoutFacade(const Call& call) {
+    Lines logWithoutFacade(const Call& call) {
         OrvoScreenCaptureImpl* const facade = std::exchange(g_pScreenCaptureImpl, nullptr);
-        auto text = logOf(call);
+        auto lines = logOf(call);
         g_pScreenCaptureImpl = facade;
-        return text;
+        return lines;
     }
-    std::string toldAfterInit(const Call& call, bool excludes) {
-        init();
-        if (excludes) orvo_screencapture_set_excluded_windows(ids, 1, true);
-        runSteps();
+    Lines logAfter(const char* steps, const Call& call) {
+        perform(steps);
         return logOf(call);
+    }
+
+  private:
+    // Addresses are left out.
+    void logInto(Lines& lines, const char* indent) {
+        static const std::regex address("(ptr: |resolution_mode )-?[0-9]+(ll|$)");
+        for (const auto& line : takeLog()) lines.push_back(indent + std::regex_replace(line, address, "$1ADDRESS$2"));
     }
 };
 
 TEST_F(ExportLog, IsAsRecorded) {
-    desk.addDisplay({.number = 2, .bounds = {1920, 0, 8, 6}});
-    desk.addWindow({.number = 7, .pid = 100, .title = "Letter", .bounds = {0, 0, 40, 30}});
+    perform("plug 2 1920 0 8 6, open 7 100 0 0 40 30 Letter");
     const struct {
         const char* name;
-        std::function<std::string(const Call&)> logOf;
+        std::function<Lines(const Call&)> logOf;
     } states[] = {
-        {"no facade", [&](const Call& call) { return toldWithoutFacade(call); }},
+        {"no facade", [&](const Call& call) { return logWithoutFacade(call); }},
         {"before init", [&](const Call& call) { return logOf(call); }},
-        {"after init", [&](const Call& call) { return toldAfterInit(call, false); }},
-        {"a window is excluded", [&](const Call& call) { return toldAfterInit(call, true); }},
+        {"after init", [&](const Call& call) { return logAfter("init", call); }},
+        {"a window is excluded", [&](const Call& call) { return logAfter("init, exclude 7, steps", call); }},
     };
-    std::map<const Call*, std::pair<std::string, std::string>> texts;  // all states; the last one
+    std::map<const Call*, std::pair<std::string, Lines>> texts;  // all states; the last one
     for (const auto& state : states) {
         for (const Call& call : calls) {
             auto& [all, last] = texts[&call];
-            const std::string now = state.logOf(call);
-            if (now != last) all += std::string("  ") + state.name + now;  // else as in the state before
+            const Lines now = state.logOf(call);
+            if (now != last) {  // else as in the state before; lines at the beginning that are as there are counted
+                const auto known = last.empty() ? last.begin() : last.begin() + 1;
+                auto line = std::mismatch(now.begin() + 1, now.end(), known, last.end()).first;
+                all += std::string("  ") + state.name + now[0];
+                if (const auto same = line - now.begin() - 1) all += ", after " + std::to_string(same) + " of them";
+                all += "\n";
+                for (; line != now.end(); ++line) all += *line + "\n";
+            }
             last = now;
-            orvo_screencapture_uninit();
-            desk.stepper.settle();
+            perform("uninit, settle");
         }
     }
     std::string text;

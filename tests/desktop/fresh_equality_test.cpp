@@ -53,7 +53,8 @@ class ScriptedScene final : public testing::Scene {
             {"minimize", 2,
              onWindow([](ScriptedWindow& window, Dice& dice) { window.minimized = dice.number(0, 2) == 0; })},
             {"raise", 2, [this](Dice& dice) { desk.raiseWindow(dice.oneOf(numbers_)); }},
-            {"hide", 1, [this](Dice& dice) { desk.hideApplication(dice.coin() ? 100 : 200, dice.number(0, 2) == 0); }},
+            {"hide", 1,
+             [this](Dice& dice) { desk.application(dice.coin() ? 100 : 200)->hidden = dice.number(0, 2) == 0; }},
             {"display", 1, [this](Dice& dice) { desk.displays[1].bounds.width = dice.number(40, 80); }, true},
             {"pointer", 2,
              [this](Dice& dice) {

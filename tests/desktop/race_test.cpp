@@ -4,9 +4,12 @@
 
 #include "support/desktop/host.h"
 #include "support/desktop/threads.h"
+#include "support/every_export.h"
 
 namespace orvo::test {
 namespace {
+
+const With inTheMiddle{2, 7, 8, [](bool good) { EXPECT_TRUE(good); }};
 
 // Counts calls, and those that come while it is closed.
 struct Witness {
@@ -57,8 +60,8 @@ class Races : public DesktopTest {
     // A desk in motion, until told to stop.
     void stir(const std::atomic<bool>& done) {
         for (int i = 0; !done; ++i) {
-            desk.moveWindow(7, {10.0 + i % 5, 10, 32, 24});
-            desk.minimizeWindow(8, i % 7 == 0);
+            desk.change(&Desktop::window, 7, [i](ScriptedWindow& window) { window.bounds.x = 10 + i % 5; });
+            desk.change(&Desktop::window, 8, [i](ScriptedWindow& window) { window.minimized = i % 7 == 0; });
             std::shared_ptr<Device> device;
             {
                 auto lock = desk.gate.hold();

@@ -8,246 +8,212 @@ namespace {
 
 class Session : public DesktopTest {
   protected:
-    bool capturing() { return orvo_screencapture_is_capturing(); }
-    void startOn(uint32_t screen) {
-        orvo_screencapture_set_target_screen(screen);
-        orvo_screencapture_start_capture();
-        runSteps();
-    }
-    bool logged(const std::string& line) {
-        const auto log = takeLog();
-        return std::find(log.begin(), log.end(), line) != log.end();
+    void SetUp() override {
+        DesktopTest::SetUp();
+        heard = kHost | kDevice;
+        perform("plug 2 1920 0 1280 720");
     }
 };
 
-TEST_F(Session, InitialisationSetsTheDeviceUp) {
+TEST_F(Session, StartsStopsAndEndsInTheOrderAsked) {
+    follow(R"(
+        rect 1 0 0 1 1, window 7, mode 1, crop 0 0 1 1, capturing? -> refused, refused, refused, refused, no
+        init, start, steps -> error 2
+        screen 1, start, start, steps, capturing? -> begin, commit, start, yes
+        stop, stop, steps, capturing? -> stop, no
+        screen 1, start, uninit, steps -> begin, commit
+        init, start -> error 2
+        screen 1, start, steps, frame 16 2 1, stop, settle -> begin, commit, start, stop
+        start, steps, frame 16 2 1, stop, uninit, main, capturing? -> start, no
+        steps -> stop
+        init, screen 1, start, steps, frame 16 2 1, uninit, main -> begin, commit, start
+    )");
+}
+
+TEST_F(Session, TheDeviceIsSetUpByInitAndItsSteps) {
     orvo_screencapture_init();
-    EXPECT_EQ(desk.device().takeJournal(), (Lines{"input 1", "add 1", "output", "observe"}));
+    EXPECT_EQ(take(), (Lines{"input 1", "add 1", "output", "observe"}));
     runSteps();
-    EXPECT_EQ(desk.device().takeJournal(), (Lines{"duration 1/15", "cursor 1", "clicks 0"}));
+    EXPECT_EQ(take(), (Lines{"duration 1/15", "cursor 1", "clicks 0"}));
 }
 
-TEST_F(Session, StartWithoutATargetIsErrorTwoAtOnce) {
-    init();
-    orvo_screencapture_start_capture();
-    EXPECT_EQ(host.take(), Lines{"error 2"});
-    EXPECT_TRUE(logged("CS -[OrvoCaptureSession startCapture] no capture source."));
-    runSteps();
-    EXPECT_TRUE(desk.device().journal.empty());
-}
-
-TEST_F(Session, StartedTwiceItRunsOnceAndStopsOnce) {
-    init();
-    startOn(1);
-    orvo_screencapture_start_capture();
-    runSteps();
-    EXPECT_TRUE(logged("CS ScreenCaptureSession already running"));
-    EXPECT_TRUE(capturing());
-    orvo_screencapture_stop_capture();
-    orvo_screencapture_stop_capture();
-    takeLog();
-    runSteps();
-    EXPECT_EQ(takeLog(), Lines{"CS try to stop ScreenCaptureSession"});
-    EXPECT_EQ(desk.device().takeJournal(), (Lines{"begin", "commit", "start", "stop"}));
-    EXPECT_FALSE(capturing());
+TEST_F(Session, ANewDisplayGetsANewInputWithTheFrameRateOnly) {
+    follow(R"(
+        init, fps 20, cursor 0, steps -> duration 1/20, cursor 0
+        rect 1 0 0 100 100, steps -> begin, commit, begin, crop 0,980 100x100, commit
+        screen 1, steps -> begin, commit
+        screen 2, steps -> begin, remove 1, input 2, add 2, commit, duration 1/20
+        screen 99, steps -> begin, remove 2, input 99, commit
+        screen 1, steps -> begin, input 1, add 1, commit, duration 1/20
+        start, steps -> start
+        screen 2, steps -> stop, begin, remove 1, input 2, add 2, commit, duration 1/20, start
+        rect 2 0 0 100 100, steps -> stop, begin, commit, begin, crop 0,620 100x100, commit, start
+        screen 1, stop, settle -> stop, begin, remove 2, input 1, add 1, commit, duration 1/20
+    )");
+    desk.device().acceptsInput = false;
+    follow("screen 2, steps -> begin, remove 1, input 2, commit, duration 1/20");
 }
 
 TEST_F(Session, RectanglesAreAcceptedToTheEdgeAndRefusedBeyond) {
-    struct {
+    const std::string wide = "CS the width is too large!!!!!! theScreenWidth is 1920.000000";
+    const std::string high = "CS the height is too large!!!!!! theScreenHeight is 1080.000000";
+    const struct {
         int left, top, width, height;
-        const char* answer;  // what reaches the device, or the line of the refusal
+        std::string crop;     // that reaches the device
+        std::string refusal;  // its line in the log
     } cases[] = {
-        {0, 0, 1920, 1080, "crop 0,0 1920x1080"},
-        {120, 100, 1800, 500, "crop 120,480 1800x500"},
-        {-5, -6, 10, 12, "crop -5,1074 10x12"},
-        {121, 0, 1800, 10, "CS the width is too large!!!!!! theScreenWidth is 1920.000000"},
-        {0, 581, 10, 500, "CS the height is too large!!!!!! theScreenHeight is 1080.000000"},
-        {121, 581, 1800, 500, "CS the width is too large!!!!!! theScreenWidth is 1920.000000"},
+        {0, 0, 1920, 1080, "0,0 1920x1080", ""},
+        {120, 100, 1800, 500, "120,480 1800x500", ""},
+        {-5, -6, 10, 12, "-5,1074 10x12", ""},
+        {121, 0, 1800, 10, "", wide},
+        {0, 581, 10, 500, "", high},
+        {121, 581, 1800, 500, "", wide},
         // The sums wrap to negative numbers, which are not too large.
-        {INT_MAX, 0, 1, 10, "crop 2.14748e+09,1070 1x10"},
-        {0, INT_MAX, 10, INT_MAX, "crop 0,-4.29497e+09 10x2.14748e+09"},
+        {INT_MAX, 0, 1, 10, "2.14748e+09,1070 1x10", ""},
+        {0, INT_MAX, 10, INT_MAX, "0,-4.29497e+09 10x2.14748e+09", ""},
     };
     init();
     for (const auto& c : cases) {
         EXPECT_TRUE(orvo_screencapture_set_target_rect(1, c.left, c.top, c.width, c.height));
         runSteps();
-        if (std::string(c.answer).rfind("CS", 0) == 0) {
-            EXPECT_TRUE(logged(c.answer)) << c.left;
-            EXPECT_EQ(desk.device().takeJournal(), (Lines{"begin", "commit"})) << c.answer;
-        } else {
-            EXPECT_EQ(desk.device().takeJournal(), (Lines{"begin", "commit", "begin", c.answer, "commit"}));
-        }
+        const auto events = desk.gate.take(kHost | kDevice | kLog);
+        EXPECT_EQ(contains(events, "crop " + c.crop), c.refusal.empty()) << c.left;
+        EXPECT_EQ(contains(events, c.refusal), !c.refusal.empty()) << c.left;
     }
-    EXPECT_TRUE(host.take().empty());
-    orvo_screencapture_start_capture();  // a refused rectangle leaves the display chosen
-    runSteps();
-    EXPECT_TRUE(capturing());
-}
-
-TEST_F(Session, ANewDisplayGetsANewInputWithTheFrameRateOnly) {
-    desk.addDisplay({.number = 2, .bounds = {1920, 0, 1280, 720}});
-    init();
-    orvo_screencapture_set_fps(20);
-    orvo_screencapture_set_cursor_visible(0);
-    orvo_screencapture_set_target_rect(1, 0, 0, 100, 100);
-    runSteps();
-    desk.device().takeJournal();
-    orvo_screencapture_set_target_screen(1);  // the same display: the crop stays
-    runSteps();
-    EXPECT_EQ(desk.device().takeJournal(), (Lines{"begin", "commit"}));
-    orvo_screencapture_set_target_screen(2);
-    runSteps();
-    EXPECT_EQ(desk.device().takeJournal(), (Lines{"begin", "remove 1", "input 2", "add 2", "commit", "duration 1/20"}));
-    orvo_screencapture_set_target_screen(99);  // no display: no input, and no error
-    runSteps();
-    EXPECT_EQ(desk.device().takeJournal(), (Lines{"begin", "remove 2", "input 99", "commit"}));
-    orvo_screencapture_set_target_screen(1);
-    runSteps();
-    EXPECT_EQ(desk.device().takeJournal(), (Lines{"begin", "input 1", "add 1", "commit", "duration 1/20"}));
-    EXPECT_TRUE(host.take().empty());
-}
-
-TEST_F(Session, AnInputThatTheDeviceDoesNotAcceptIsNotAdded) {
-    desk.addDisplay({.number = 2, .bounds = {1920, 0, 1280, 720}});
-    init();
-    desk.device().acceptsInput = false;
-    orvo_screencapture_set_target_screen(2);
-    runSteps();
-    EXPECT_EQ(desk.device().takeJournal(), (Lines{"begin", "remove 1", "input 2", "commit", "duration 1/15"}));
-}
-
-TEST_F(Session, ATargetChangedWhileRunningStopsAndStartsAgain) {
-    desk.addDisplay({.number = 2, .bounds = {1920, 0, 1280, 720}});
-    init();
-    startOn(1);
-    desk.device().takeJournal();
-    takeLog();
-    orvo_screencapture_set_target_rect(2, 0, 0, 100, 100);
-    takeLog();
-    runSteps();
-    EXPECT_EQ(desk.device().takeJournal(), (Lines{"stop", "begin", "remove 1", "input 2", "add 2", "commit", "begin",
-                                                  "crop 0,620 100x100", "commit", "duration 1/15", "start"}));
-    const Lines firstStep{"CS -[OrvoCaptureSession isCapture]", "CS running state: 1",
-                          "CS try to stop ScreenCaptureSession", "CS -[OrvoCaptureSession setFPS:] fps: 15",
-                          "CS -[OrvoCaptureSession startCapture]"};
-    const auto log = takeLog();
-    EXPECT_EQ(Lines(log.begin(), log.begin() + 5), firstStep);
-    EXPECT_EQ(log.back(), "CS ScreenCaptureSession is started");
-    EXPECT_TRUE(capturing());
+    perform("rect 1 0 0 10 10, fail setCropRect, steps");
+    EXPECT_TRUE(contains(takeLog(), "CS error name:NSInvalidArgumentException   error reason:crop 0,1070 10x10"));
+    follow("fail, start, steps, capturing? -> start, yes");  // the display is chosen all the same
 }
 
 TEST_F(Session, WindowSettersTakeDisplayFramesAwayBeforeTheirStepRuns) {
-    desk.addWindow({.number = 7, .pid = 100, .title = "Editor", .bounds = {10, 10, 64, 48}});
-    bool (*const setters[])() = {
-        [] { return orvo_screencapture_set_target_window(7); },
-        [] { return orvo_screencapture_set_target_window_mode(1); },
-        [] { return orvo_screencapture_set_target_window_rect(0, 0, 0, 0); },
-        [] {
-            orvo_screencapture_set_resolution_mode(0);
-            return true;
-        },
-    };
-    for (const auto setter : setters) {
-        init();
-        startOn(1);
-        deliver();
-        EXPECT_EQ(host.take(), Lines{"frame"});
-        EXPECT_TRUE(setter());
-        deliver();
-        EXPECT_TRUE(host.take().empty());
-        runSteps();
-        EXPECT_TRUE(desk.device().running);  // until the next start switches paths
-        orvo_screencapture_start_capture();
-        runSteps();
-        EXPECT_FALSE(desk.device().running);
-        desk.stepper.run(mainQueue);
-        EXPECT_TRUE(capturing());
-        desk.device().takeJournal();
-        startOn(1);  // and back again
-        EXPECT_EQ(desk.device().takeJournal(), (Lines{"begin", "commit", "start"}));
-        desk.stepper.settle();
-        EXPECT_TRUE(desk.stepper.timers().empty());
-        orvo_screencapture_uninit();
-        desk.stepper.settle();
+    perform("open 7 100 10 10 64 48 Editor");
+    for (const std::string setter : {"window 7", "mode 1", "crop 0 0 0 0", "fit 0"}) {
+        follow("init, screen 1, start, steps, frame 16 2 1, main -> begin, commit, start, frame 16x2 of 1\n" + setter +
+               R"(, frame 16 2 2, main
+                  steps
+                  start, steps, main, timers?, capturing? -> stop, 66666666, yes
+                  screen 1, start, steps -> begin, commit, start
+                  settle, timers?, capturing? -> yes
+                  uninit, settle -> stop)");
     }
-}
-
-TEST_F(Session, AStopBeforeUninitStillStops) {
-    init();
-    startOn(1);
-    const auto device = desk.devices.back();
-    orvo_screencapture_stop_capture();
-    orvo_screencapture_uninit();
-    EXPECT_TRUE(device->running);
-    device->produce(platform::makeCounted<FrameBuffer>(pattern(1, 16, 2)), {1, 1});
-    desk.stepper.run(mainQueue);
-    EXPECT_TRUE(host.take().empty());  // nothing reaches the host after uninit
-    runSteps();
-    EXPECT_EQ(device->journal.back(), "stop");
-    EXPECT_FALSE(device->running);
-}
-
-TEST_F(Session, AStartThatWaitsWhenUninitComesNeverRuns) {
-    init();
-    orvo_screencapture_set_target_screen(1);
-    orvo_screencapture_start_capture();
-    orvo_screencapture_uninit();
-    desk.stepper.settle();
-    EXPECT_EQ(desk.device().takeJournal(), (Lines{"begin", "commit"}));  // of the target
-    init();
-    EXPECT_EQ(desk.devices.size(), 2u);
-    orvo_screencapture_start_capture();
-    EXPECT_EQ(host.take(), Lines{"error 2"});  // the target is forgotten with the session
-    startOn(1);
-    deliver();
-    EXPECT_EQ(host.take(), Lines{"frame"});
-}
-
-TEST_F(Session, AStopAfterAChangeOfTargetWins) {
-    desk.addDisplay({.number = 2, .bounds = {1920, 0, 1280, 720}});
-    init();
-    startOn(1);
-    orvo_screencapture_set_target_screen(2);
-    orvo_screencapture_stop_capture();
-    desk.stepper.settle();
-    EXPECT_FALSE(desk.device().running);
 }
 
 TEST_F(Session, DeviceFailuresBecomeErrorFourAndAConsoleLine) {
-    struct {
-        bool interruption;
+    const struct {
+        void (platform::DisplayCaptureDelegate::*kind)(const platform::CaptureFailure&);
         platform::CaptureFailure failure;
-        const char* console;
+        const char* line;
     } cases[] = {
-        {false, {"Restart the server", "It died"}, "ERROR: Restart the server"},
-        {false, {"", "It died"}, "ERROR: It died"},
-        {true, {"Plug it in", ""}, "ERROR: Plug it in"},
-        {true, {}, "ERROR: (null)"},
+        {&platform::DisplayCaptureDelegate::onRuntimeError, {"Restart it", "It died"}, "ERROR: Restart it"},
+        {&platform::DisplayCaptureDelegate::onRuntimeError, {"", "It died"}, "ERROR: It died"},
+        {&platform::DisplayCaptureDelegate::onInterruption, {"Plug it in", ""}, "ERROR: Plug it in"},
+        {&platform::DisplayCaptureDelegate::onInterruption, {}, "ERROR: (null)"},
     };
-    init();
-    startOn(1);
+    perform("init, screen 1, start, steps");
+    heard = kHost | kConsole;
     for (const auto& c : cases) {
-        desk.console.clear();
-        c.interruption ? desk.device().interrupt(c.failure) : desk.device().fail(c.failure);
-        EXPECT_TRUE(host.take().empty());
-        desk.stepper.run(mainQueue);
-        EXPECT_EQ(host.take(), Lines{"error 4"});
-        EXPECT_EQ(desk.console, Lines{c.console});
+        take();
+        desk.device().report([&](auto& delegate) { (delegate.*c.kind)(c.failure); });
+        EXPECT_EQ(take(), Lines());
+        perform("main, steps");
+        EXPECT_EQ(take(), (Lines{c.line, "error 4"}));
     }
-    runSteps();
-    EXPECT_TRUE(desk.device().running);  // nothing is started again or stopped on its own
+    follow("capturing? -> yes");  // nothing is started again or stopped on its own
 }
 
-TEST_F(Session, AnExceptionInTheRectangleStepEndsTheStepWithItsLine) {
-    init();
-    orvo_screencapture_set_target_rect(1, 0, 0, 10, 10);
-    desk.gate.failEvery("setCropRect");
-    takeLog();
-    runSteps();
-    EXPECT_TRUE(logged("CS error name:NSInvalidArgumentException   error reason:crop 0,1070 10x10"));
-    desk.gate.failEvery("");
-    startOn(1);
-    EXPECT_TRUE(capturing());
+TEST_F(Session, AFrameIsTheDevicesOwnMemoryDescribedExactly) {
+    const struct {
+        int format;
+        platform::Size shown;  // zero: the buffer's size
+        size_t planes;
+        platform::MediaTime time;
+        unsigned long long milliseconds;
+        int width = 100, height = 3;
+        unsigned int length = 448 * 3;  // rows of 448 bytes
+    } cases[] = {
+        {4, {}, 0, {90000, 90000}, 1000},
+        {100, {}, 0, {1, 3}, 333},
+        {7, {}, 0, {-1, 3}, static_cast<unsigned long long>(-333)},
+        {0, {}, 0, {7, 0}, 0},
+        {4, {15.9, 2.5}, 2, {9007199254740993, 1000}, 9007199254740993, 15, 2, 1120},
+    };
+    perform("init, screen 1, start, steps, offset 5000");  // of no concern to displays
+    const auto image = pattern(1, 100, 3);
+    const char planes[3] = {};
+    for (const auto& c : cases) {
+        const auto frame = platform::makeCounted<FrameBuffer>(image);
+        frame->shown = c.shown;
+        if (c.planes) frame->planes = {&planes[0], &planes[1], &planes[2]};
+        orvo_screencapture_set_capture_video_pixel_format(c.format);
+        if (c.planes) orvo_screencapture_set_capture_video_pixel_format(100);
+        desk.device().produce(frame, c.time);
+        desk.stepper.run(mainQueue);
+        const auto& got = host.last;
+        const bool isBuffer = c.format == 100 || c.planes;
+        EXPECT_EQ(got.data, isBuffer ? frame->hostHandle() : image->bytes()) << c.format;
+        EXPECT_EQ(got.length, c.length);
+        EXPECT_EQ(got.format.width, c.width);
+        EXPECT_EQ(got.format.height, c.height);
+        EXPECT_EQ(got.format.strides[0], 448);
+        EXPECT_EQ(got.format.strides[1] | got.format.strides[2] | got.format.strides[3] | got.format.reserved, 0);
+        EXPECT_EQ(got.format.pixelFormat, isBuffer ? 100 : 4);
+        EXPECT_EQ(got.time, c.milliseconds);
+        EXPECT_EQ(got.timeScale, 1000u);
+        EXPECT_EQ(frame->locks, 0);
+        EXPECT_TRUE(frame->unique());  // nobody keeps it
+    }
+}
+
+TEST_F(Session, ABusyMainQueueFindsTheNewestFrameOnly) {
+    heard = kHost;
+    follow(R"(
+        init, screen 1, start, steps
+        frame 1 1 1, frame 2 1 2, frame 3 1 3, main -> frame 3x1 of 1
+        silence, frame 1 1 4, main, capturing? -> yes
+        listen, frame 4 1 5, main -> frame 4x1 of 1
+        uninit, init, screen 1, start, steps, frame 5 1 6, main -> frame 5x1 of 1
+    )");
+}
+
+TEST_F(Session, StatisticsCountWhatBecameOfTheTicks) {
+    OrvoScreenCaptureStatistics figures{};
+    EXPECT_FALSE(orvo_screencapture_get_statistics(&figures));
+    EXPECT_FALSE(orvo_screencapture_get_statistics(nullptr));
+    // At 15 a second a gap of 100 ms is one and a half intervals.
+    const struct {
+        const char* step;
+        uint64_t delivered, merged, longestGap;
+    } cases[] = {
+        {"init, screen 1, start, steps, frame 1 1 1000, main", 1, 0, 0},
+        {"frame 1 1 1067, main", 2, 0, 67},
+        {"frame 1 1 1166, main", 3, 0, 99},
+        {"frame 1 1 1267, main", 4, 1, 101},
+        {"frame 1 1 1467, main", 5, 3, 200},
+        {"drop, drop, frame 1 1 1734, main", 6, 4, 267},
+        {"drop, frame 1 1 1800, main", 7, 4, 267},
+        {"stop, start, steps, frame 1 1 9000, main", 8, 4, 267},  // a start begins a new sequence
+    };
+    for (const auto& c : cases) {
+        perform(c.step);
+        ASSERT_TRUE(orvo_screencapture_get_statistics(&figures));
+        EXPECT_EQ(figures.framesDelivered, c.delivered);
+        EXPECT_EQ(figures.ticksMerged, c.merged) << c.step;
+        EXPECT_EQ(figures.longestGapMilliseconds, c.longestGap) << c.step;
+    }
+    EXPECT_EQ(figures.framesDropped, 3u);
+    desk.device().report([](auto& delegate) { delegate.onRuntimeError({"", "unplugged"}); });
+    desk.stepper.run(mainQueue);
+    orvo_screencapture_get_statistics(&figures);
+    EXPECT_EQ(figures.lastErrorCode, 4);
+    EXPECT_STREQ(figures.lastErrorReason, "unplugged");
+}
+
+TEST_F(Session, PermissionsAreThoseOfTheSystem) {
+    desk.permission = platform::PermissionState::restartNeeded;
+    EXPECT_EQ(orvo_screencapture_get_permission(ORVO_PERMISSION_SCREEN_RECORDING), ORVO_PERMISSION_RESTART_NEEDED);
+    desk.permission = platform::PermissionState::neverAsked;
+    EXPECT_EQ(orvo_screencapture_request_permission(ORVO_PERMISSION_ACCESSIBILITY), ORVO_PERMISSION_NEVER_ASKED);
+    EXPECT_EQ(orvo_screencapture_get_permission(7), ORVO_PERMISSION_DENIED);
 }
 
 }  // namespace

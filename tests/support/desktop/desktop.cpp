@@ -2,17 +2,24 @@
 #include "support/desktop/desktop.h"
 
 #include <algorithm>
+#include <sstream>
 
 namespace orvo::test {
+namespace {
+
+template <typename Thing, typename Number>
+Thing* find(std::vector<Thing>& things, Number Thing::*key, uint32_t number) {
+    for (Thing& thing : things) {
+        if (thing.*key == static_cast<Number>(number)) return &thing;
+    }
+    return nullptr;
+}
+
+}  // namespace
 
 void Desktop::addDisplay(const ScriptedDisplay& display) {
     auto lock = gate.hold();
     displays.push_back(display);
-}
-
-void Desktop::removeDisplay(uint32_t number) {
-    auto lock = gate.hold();
-    std::erase_if(displays, [number](const auto& display) { return display.number == number; });
 }
 
 ScriptedApplication& Desktop::addApplication(const ScriptedApplication& application) {
@@ -32,14 +39,10 @@ void Desktop::activateApplication(int32_t pid) {
     for (auto& application : applications) application.active = application.pid == pid;
 }
 
-void Desktop::hideApplication(int32_t pid, bool hidden) {
-    auto lock = gate.hold();
-    if (auto* found = application(pid)) found->hidden = hidden;
-}
-
 ScriptedWindow& Desktop::addWindow(ScriptedWindow window) {
     auto lock = gate.hold();
-    if (!application(window.pid)) addApplication({.pid = window.pid, .name = "App" + std::to_string(window.pid)});
+    if (!application(static_cast<uint32_t>(window.pid)))
+        addApplication({.pid = window.pid, .name = "App" + std::to_string(window.pid)});
     window.identity = ++identities_;
     return *windows.insert(windows.begin(), std::move(window));
 }
@@ -49,20 +52,9 @@ void Desktop::closeWindow(uint32_t number) {
     std::erase_if(windows, [number](const auto& window) { return window.number == number; });
 }
 
-void Desktop::moveWindow(uint32_t number, const platform::Rect& bounds) {
-    auto lock = gate.hold();
-    if (auto* found = window(number)) found->bounds = bounds;
-}
-
-void Desktop::minimizeWindow(uint32_t number, bool minimized) {
-    auto lock = gate.hold();
-    if (auto* found = window(number)) found->minimized = minimized;
-}
-
 void Desktop::raiseWindow(uint32_t number) {
     auto lock = gate.hold();
-    auto found = std::find_if(windows.begin(), windows.end(), [number](const auto& w) { return w.number == number; });
-    if (found != windows.end()) std::rotate(windows.begin(), found, found + 1);
+    std::stable_partition(windows.begin(), windows.end(), [number](const auto& w) { return w.number == number; });
 }
 
 void Desktop::notifyObservers(uint32_t number, const char* notification) {
@@ -76,22 +68,22 @@ void Desktop::notifyObservers(uint32_t number, const char* notification) {
 }
 
 ScriptedDisplay* Desktop::display(uint32_t number) {
-    auto found = std::find_if(displays.begin(), displays.end(), [number](const auto& d) { return d.number == number; });
-    return found == displays.end() ? nullptr : &*found;
+    return find(displays, &ScriptedDisplay::number, number);
 }
-
-ScriptedApplication* Desktop::application(int32_t pid) {
-    auto found = std::find_if(applications.begin(), applications.end(), [pid](const auto& a) { return a.pid == pid; });
-    return found == applications.end() ? nullptr : &*found;
+ScriptedApplication* Desktop::application(uint32_t pid) {
+    return find(applications, &ScriptedApplication::pid, pid);
 }
-
 ScriptedWindow* Desktop::window(uint32_t number) {
-    auto found = std::find_if(windows.begin(), windows.end(), [number](const auto& w) { return w.number == number; });
-    return found == windows.end() ? nullptr : &*found;
+    return find(windows, &ScriptedWindow::number, number);
+}
+
+const ScriptedDisplay* Desktop::main() {
+    if (const auto* chosen = display(mainDisplay)) return chosen;
+    return displays.empty() ? nullptr : &displays.front();
 }
 
 bool Desktop::isOnScreen(const ScriptedWindow& window) {
-    const auto* owner = application(window.pid);
+    const auto* owner = application(static_cast<uint32_t>(window.pid));
     return !window.minimized && !(owner && owner->hidden);
 }
 
@@ -110,6 +102,12 @@ void Desktop::reset() {
     }
     stepper.reset();
     gate.reset();
+}
+
+std::string words(const platform::Rect& rect) {
+    std::ostringstream text;
+    text << rect.x << "," << rect.y << " " << rect.width << "x" << rect.height;
+    return text.str();
 }
 
 }  // namespace orvo::test

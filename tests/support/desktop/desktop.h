@@ -1,6 +1,6 @@
 // A desktop that tests arrange in plain words: displays, windows, applications, cursor. The services of the platform
-// answer from its state, and it remembers what they were asked. All sizes are in points with the origin at the main
-// display's top-left corner, unless said otherwise.
+// answer from its state, and its gate remembers what they were asked. All sizes are in points with the origin at the
+// main display's top-left corner, unless said otherwise.
 #pragma once
 
 #include <map>
@@ -30,7 +30,6 @@ struct ScriptedApplication {
     std::optional<platform::Picture> icon{};
     bool active = false;
     bool hidden = false;
-    bool obeys = true;  // does what it is told: activate, hide, show, quit
 };
 
 struct ScriptedWindow {
@@ -60,8 +59,8 @@ struct ObserverWatch {
         std::string notification;
         void* context = nullptr;
         platform::ElementRef element;
+        bool operator==(const Observation&) const = default;
     };
-    int32_t pid = 0;
     bool attached = false;  // to a run loop
     std::vector<Observation> observations;
     platform::ElementObserverCallback callback;
@@ -69,21 +68,15 @@ struct ObserverWatch {
 
 // What a test sees and sets directly; functions of Desktop keep it consistent.
 struct DesktopState {
-    std::vector<ScriptedDisplay> displays;  // the first is the main display
+    std::vector<ScriptedDisplay> displays;
+    uint32_t mainDisplay = 0;  // its number; 0: the first
     std::vector<ScriptedApplication> applications;
     std::vector<ScriptedWindow> windows;             // front to back, those off screen too
     std::map<std::string, std::string> installed;    // application name to path
     std::map<std::string, platform::Picture> files;  // path to icon
     std::optional<platform::Cursor> cursor;
     platform::Point pointer;  // origin at the main display's bottom-left corner
-
-    std::vector<std::string> console;  // lines
     platform::PermissionState permission = platform::PermissionState::granted;
-    std::vector<std::string>
-        pictures;  // questions for pictures: "window 7", "area 0,0 10x10", "composed 0,0 10x10: 7 8"
-    std::vector<platform::Rect> placements;  // of what was drawn into an output size
-    std::vector<std::string> orders;  // what applications and windows were told: "hide 100", "main 7", "front 100"
-    std::vector<std::string> posted;  // names of notifications
     std::vector<std::shared_ptr<void>> postedThings;
     std::vector<std::shared_ptr<ObserverWatch>> observers;  // in order of making
     std::vector<std::shared_ptr<Device>> devices;           // in order of making
@@ -95,23 +88,26 @@ class Desktop : public DesktopState {
     Gate gate;
 
     void addDisplay(const ScriptedDisplay& display);
-    void removeDisplay(uint32_t number);
     ScriptedApplication& addApplication(const ScriptedApplication& application);
-    void quitApplication(int32_t pid);      // with its windows
-    void activateApplication(int32_t pid);  // 0: none is active
-    void hideApplication(int32_t pid, bool hidden = true);
+    void quitApplication(int32_t pid);                 // with its windows
+    void activateApplication(int32_t pid);             // 0: none is active
     ScriptedWindow& addWindow(ScriptedWindow window);  // in front of all; its application is added when missing
     void closeWindow(uint32_t number);
-    void moveWindow(uint32_t number, const platform::Rect& bounds);
-    void minimizeWindow(uint32_t number, bool minimized = true);
     void raiseWindow(uint32_t number);
+    // Changes a window, an application or a display while threads may ask for it; nothing without it.
+    template <typename Thing, typename Change>
+    void change(Thing* (Desktop::*find)(uint32_t), uint32_t number, Change what) {
+        auto lock = gate.hold();
+        if (auto* found = (this->*find)(number)) what(*found);
+    }
     // Tells attached observers, on this thread, what they have added for a window (0: for the application).
     void notifyObservers(uint32_t window, const char* notification);
 
     // Null when there is none.
     ScriptedDisplay* display(uint32_t number);
-    ScriptedApplication* application(int32_t pid);
+    ScriptedApplication* application(uint32_t pid);
     ScriptedWindow* window(uint32_t number);
+    const ScriptedDisplay* main();
     bool isOnScreen(const ScriptedWindow& window);
     Device& device() { return *devices.at(devices.size() - 1); }  // made last
 
@@ -120,7 +116,7 @@ class Desktop : public DesktopState {
     platform::Dispatch& dispatch() { return dispatch_ ? *dispatch_ : stepper; }
     platform::Clock& clock() { return clock_ ? *clock_ : stepper; }
 
-    // An empty desk with nothing queued and nothing counted.
+    // An empty desk with nothing queued, counted and recorded.
     void reset();
 
   private:
@@ -131,5 +127,13 @@ class Desktop : public DesktopState {
 
 // The one behind platform().
 Desktop& desktop();
+
+// Its services that have a file of their own.
+std::unique_ptr<platform::WindowServer> makeScriptedWindowServer(Desktop& desktop);
+std::unique_ptr<platform::Accessibility> makeScriptedAccessibility(Desktop& desktop);
+std::unique_ptr<platform::Workspace> makeScriptedWorkspace(Desktop& desktop);
+
+// "x,y widthxheight", without decimals where there are none.
+std::string words(const platform::Rect& rect);
 
 }  // namespace orvo::test

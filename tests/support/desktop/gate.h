@@ -1,12 +1,21 @@
-// The one gate through which every call of the scripted desktop passes: it counts, serialises and fails calls.
+// The one gate through which every call of the scripted desktop passes: it counts, serialises, fails and records calls.
 #pragma once
 
 #include <cstddef>
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
+#include <vector>
+
+#include "support/desktop/allocations.h"
 
 namespace orvo::test {
+
+using Lines = std::vector<std::string>;
+
+// Who did what is recorded. The values are flags.
+enum Record { kHost = 1, kDevice = 2, kConsole = 4, kPictures = 8, kOrders = 16, kPosted = 32, kLog = 64 };
 
 class Gate {
   public:
@@ -24,7 +33,7 @@ class Gate {
     [[nodiscard]] Pass enter(const char* call) {
         std::unique_lock lock(mutex_);
         ++counts_[call];
-        const bool fails = (toFail_ != 0 && ++counted_ == toFail_) || (!nameToFail_.empty() && nameToFail_ == call);
+        const bool fails = (toFail_ != 0 && ++counted_ == toFail_) || nameToFail_ == call;
         if (fails) lastFailed_ = call;
         return {std::move(lock), !fails};
     }
@@ -39,32 +48,36 @@ class Gate {
 
     // Fails the n-th call from now on, of whatever kind; 1 is the next one, 0 none.
     void failCall(size_t n) {
-        auto lock = hold();
         toFail_ = n;
         counted_ = 0;
         lastFailed_ = "";
     }
     // Fails every call of a kind; an empty name ends that.
-    void failEvery(const char* call) {
-        auto lock = hold();
-        nameToFail_ = call;
-    }
-    size_t calls(const char* call) {
-        auto lock = hold();
-        auto found = counts_.find(call);
-        return found == counts_.end() ? 0 : found->second;
-    }
+    void failEvery(const std::string& call) { nameToFail_ = call; }
+    size_t calls(const char* call) { return counts_[call]; }
     // The call that failed last; empty when none did since failCall().
-    const char* lastFailed() {
+    const char* lastFailed() const { return lastFailed_; }
+
+    void record(Record who, std::string what) {
+        const OwnWork own;
         auto lock = hold();
-        return lastFailed_;
+        records_.emplace_back(who, std::move(what));
+    }
+    // What those chosen did since the last call, in order; what the others did is forgotten.
+    Lines take(int whose) {
+        Lines taken;
+        auto lock = hold();
+        for (auto& [who, what] : std::exchange(records_, {})) {
+            if (who & whose) taken.push_back(std::move(what));
+        }
+        return taken;
     }
     void reset() {
         auto lock = hold();
         counts_.clear();
-        toFail_ = counted_ = 0;
-        nameToFail_.clear();
-        lastFailed_ = "";
+        records_ = {};
+        failCall(0);
+        failEvery("");
     }
 
   private:
@@ -74,6 +87,7 @@ class Gate {
     size_t counted_ = 0;
     std::string nameToFail_;
     const char* lastFailed_ = "";
+    std::vector<std::pair<Record, std::string>> records_;
 };
 
 }  // namespace orvo::test

@@ -1,18 +1,22 @@
-// A host of the library: it registers every callback, and remembers what came and what was logged.
+// A host of the library: it registers every callback, and what comes and what is logged is recorded.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
+#include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "ScreenCapture/capture/OrvoCaptureSettings.h"
-#include "orvo/screencapture.h"
+#include "orvo/screencapture_additions.h"
 #include "support/desktop/desktop.h"
-#include "support/every_export.h"
 
 namespace orvo::test {
+
+using platform::contains;
 
 struct ReceivedFrame {
     const char* data = nullptr;
@@ -20,42 +24,26 @@ struct ReceivedFrame {
     OrvoScreenCaptureFrameFormat format{};
     unsigned long long time = 0;
     unsigned int timeScale = 0;
-    unsigned int window = 0;           // kind 4 only
-    std::vector<unsigned char> bytes;  // a copy, unless the host asked for the buffer
 
-    Pixel at(int x, int y) const;
+    // Recorded as "64x48 of 7": its size and whose pattern it shows. "in 0,8 64x32" follows where four zero bytes
+    // surround what it shows, "from 20,40" where that does not begin with the pattern's first pixel.
+    std::string words() const;
 };
-
-inline const With inTheMiddle{2, 7, 8, [](bool good) { EXPECT_TRUE(good); }};
 
 class Host {
   public:
-    // Registers every kind with this object as user data. Forgets nothing.
+    // Registers every kind with this object as user data.
     void listen();
-    // The same without the facade; what window managers tell only.
+    // The same without the facade; what window managers report only.
     void listenTo(OrvoCaptureSettings& settings);
-    void silenceFrames();
 
-    // What came, in order: "error 2", "frame", "window frame 7", "moved 7 0,0 10x10", "status 8 7 0,0,10,10",
+    // Records: "error 2", "frame ...", "window frame 7 ...", "moved 7 0,0 10x10", "status 8 7 0,0,10,10",
     // "thumbnail 5 7 title picture icon", "process 4 9 title".
-    std::vector<std::string> take();
-    size_t count(const std::string& event);
-
-    std::vector<ReceivedFrame> frames;                     // kind 3
-    std::vector<ReceivedFrame> windowFrames;               // kind 4
-    std::function<void(const std::string& event)> during;  // called in every callback
-
     void note(const std::string& event);
-    void keep(std::vector<ReceivedFrame>& list, ReceivedFrame frame);
 
-  private:
-    std::mutex mutex_;
-    std::vector<std::string> events_;
+    ReceivedFrame last;                                    // of kind 3 or 4
+    std::function<void(const std::string& event)> during;  // called in every callback
 };
-
-// Lines of channel 1 since the last call, those of the calling thread only, as "module message". A level other than
-// 3 goes in front: "1 module message".
-std::vector<std::string> takeLog();
 
 // Waits until the log thread, which has to run, has done what it was given.
 void waitForLogThread();
@@ -63,19 +51,48 @@ void waitForLogThread();
 // A desk with one display, number 1, of 1920x1080 points at scale 1, and nothing initialised. Ends uninitialised.
 class DesktopTest : public ::testing::Test {
   protected:
+    DesktopTest();
     void SetUp() override;
     void TearDown() override;
 
-    // The library initialised, its first steps run, the host listening; log, device journal and events empty.
+    // The library initialised, its first steps run, the host listening; nothing recorded.
     void init();
-    // A frame of the size given is produced and delivered.
-    void deliver(int width = 16, int height = 2, platform::MediaTime time = {1, 1000});
     void runSteps() { desk.stepper.run(sessionQueue); }
+    // What was recorded since the last call of those that the test listens to.
+    Lines take() { return desk.gate.take(heard); }
+    // Lines of channel 1 since then, those of the test's thread only, as "module message". A level other than 3 goes in
+    // front: "1 module message".
+    Lines takeLog() { return desk.gate.take(kLog); }
+
+    // Carries out a story: a line for each step, its words between commas, and what has to come of it behind an arrow.
+    //     screen 2, steps -> begin, remove 1, input 2, add 2, commit
+    void follow(const std::string& story);
+    // The words of one step, separated by commas.
+    void perform(const std::string& step);
+
+    // Reads a word's numbers.
+    struct Arguments {
+        template <typename Number = int>
+        Number number() {
+            double value = 0;
+            text >> value;
+            return platform::truncated<Number>(value);
+        }
+        platform::Rect rect();
+        std::vector<unsigned int> numbers();  // all that follow
+        std::string rest();
+        std::istringstream text;
+    };
+    using Word = std::function<void(Arguments&)>;
+    std::map<std::string, Word> vocabulary;
 
     Desktop& desk = desktop();
     Host host;
-};
+    int heard = kHost;
 
-using Lines = std::vector<std::string>;
+  private:
+    void learnTheHostsWords();
+    void learnTheDesktopsWords();
+};
 
 }  // namespace orvo::test

@@ -1,54 +1,61 @@
-// Images with known pixels, and the buffers made of them.
+// Images with known pixels.
 #include "support/desktop/pictures.h"
 
+#include <algorithm>
 #include <cstring>
 
-#include "ScreenCapture/platform/software/bitmap.h"
-
 namespace orvo::test {
+namespace {
 
-Bitmap::Bitmap(int width, int height, int bitsPerPixel, int bitsPerComponent)
-    : width_(width),
-      height_(height),
-      bitsPerPixel_(bitsPerPixel),
-      bitsPerComponent_(bitsPerComponent),
-      bytesPerRow_((static_cast<size_t>(width) * static_cast<size_t>(bitsPerPixel) / 8 + 63) / 64 * 64),
-      // A row more: a host counts whole rows from the first byte of a part on.
-      pixels_(std::make_unique<uint8_t[]>(bytesPerRow_ * (static_cast<size_t>(height) + 1))) {}
+size_t rowBytes(int width, int bits) {
+    return (static_cast<size_t>(width) * static_cast<size_t>(bits) / 8 + 63) / 64 * 64;
+}
+
+}  // namespace
+
+Bitmap::Bitmap(int width, int height, int bits, int component, bool hidesBytes)
+    : platform::software::Bitmap(
+          width, height, rowBytes(width, bits),
+          hidesBytes ? nullptr : new uint8_t[platform::software::imageMemory(height, rowBytes(width, bits))]()),
+      bitsPerPixel_(bits),
+      bitsPerComponent_(component) {}
+
+Bitmap::~Bitmap() {
+    delete[] pixels();
+}
 
 Pixel Bitmap::at(int x, int y) const {
     Pixel pixel;
-    std::memcpy(pixel.data(), first() + static_cast<size_t>(y) * bytesPerRow_ + static_cast<size_t>(x) * 4, 4);
+    std::memcpy(pixel.data(), bytes() + static_cast<size_t>(y) * bytesPerRow() + static_cast<size_t>(x) * 4, 4);
     return pixel;
 }
 
 void Bitmap::set(int x, int y, const Pixel& pixel) {
-    std::memcpy(first() + static_cast<size_t>(y) * bytesPerRow_ + static_cast<size_t>(x) * 4, pixel.data(), 4);
+    std::memcpy(pixels() + static_cast<size_t>(y) * bytesPerRow() + static_cast<size_t>(x) * 4, pixel.data(), 4);
 }
 
-platform::Ref<Bitmap> filled(int width, int height, const Pixel& pixel) {
-    auto bitmap = platform::makeCounted<Bitmap>(width, height);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) bitmap->set(x, y, pixel);
+std::pair<platform::Rect, Pixel> opaquePart(const Pixels& pixels) {
+    int left = pixels.width, top = pixels.height, right = 0, bottom = 0;
+    Pixel first{};
+    for (int y = 0; y < pixels.height; ++y) {
+        for (int x = 0; x < pixels.width; ++x) {
+            Pixel pixel;
+            std::memcpy(pixel.data(), static_cast<const char*>(pixels.bytes) + y * pixels.bytesPerRow + x * 4, 4);
+            if (pixel[3] == 0) continue;
+            if (right == 0) first = pixel;
+            left = std::min(left, x);
+            top = std::min(top, y);
+            right = std::max(right, x + 1);
+            bottom = y + 1;
+        }
     }
-    return bitmap;
-}
-
-platform::Ref<Bitmap> pattern(uint32_t number, int width, int height) {
-    auto bitmap = platform::makeCounted<Bitmap>(width, height);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) bitmap->set(x, y, patternPixel(number, x, y));
-    }
-    return bitmap;
+    if (right == 0) return {};
+    return {{1.0 * left, 1.0 * top, 1.0 * (right - left), 1.0 * (bottom - top)}, first};
 }
 
 platform::Picture pictureOf(platform::Ref<platform::Image> image, double scale) {
     const platform::Size size{image->width() / scale, image->height() / scale};
     return {size, image, {{size, image}}};
-}
-
-platform::Size FrameBuffer::displaySize() const {
-    return shown == platform::Size{} ? PixelBuffer::displaySize() : shown;
 }
 
 }  // namespace orvo::test

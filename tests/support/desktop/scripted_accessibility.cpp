@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "support/desktop/desktop.h"
-#include "support/desktop/services.h"
 
 namespace orvo::test {
 namespace {
@@ -13,56 +12,67 @@ using platform::ElementRef;
 
 // The system's own codes.
 constexpr int32_t invalidElement = -25202;
-constexpr int32_t cannotComplete = -25204;
 constexpr int32_t attributeUnsupported = -25205;
 constexpr int32_t noValue = -25212;
 
 struct ScriptedElement final : platform::Element {
-    int32_t pid = 0;
-    uint32_t window = 0;    // 0: the application itself
-    uint64_t identity = 0;  // of the window
+    ScriptedElement(int32_t process, uint32_t number, uint64_t which) : pid(process), window(number), identity(which) {}
+    const int32_t pid;
+    const uint32_t window;    // 0: the application itself
+    const uint64_t identity;  // of the window
 };
 
 const ScriptedElement& scripted(const ElementRef& element) {
     return static_cast<const ScriptedElement&>(*element);
 }
-
-ElementRef elementOf(const ScriptedWindow& window) {
-    auto element = std::make_shared<ScriptedElement>();
-    element->pid = window.pid;
-    element->window = window.number;
-    element->identity = window.identity;
-    return element;
-}
-
-// Null when the window is gone.
-ScriptedWindow* windowOf(Desktop& desktop, const ElementRef& element) {
-    auto* window = desktop.window(scripted(element).window);
-    return window && window->identity == scripted(element).identity ? window : nullptr;
+uint32_t numberOf(const ElementRef& element) {
+    return element ? scripted(element).window : 0;
 }
 
 Attribute answer(AttributeValue value) {
     return {0, std::move(value), 1};
 }
 
+class ScriptedObserver final : public platform::ElementObserver {
+  public:
+    ScriptedObserver(Desktop& desktop, platform::ElementObserverCallback callback)
+        : desktop_(desktop), watch_(std::make_shared<ObserverWatch>()) {
+        watch_->callback = std::move(callback);
+        desktop_.observers.push_back(watch_);
+    }
+    ~ScriptedObserver() override { removeFromCurrentRunLoop(); }
+
+    void add(const ElementRef& element, const char* notification, void* context) override {
+        watch_->observations.push_back({numberOf(element), notification, context, element});
+    }
+    void remove(const ElementRef& element, const char* notification) override {
+        std::erase_if(watch_->observations,
+                      [&](const auto& o) { return o.window == numberOf(element) && o.notification == notification; });
+        desktop_.gate.record(kOrders, "unobserve " + std::to_string(numberOf(element)));
+    }
+    void addToCurrentRunLoop() override { watch_->attached = true; }
+    void removeFromCurrentRunLoop() override { watch_->attached = false; }
+
+  private:
+    Desktop& desktop_;
+    std::shared_ptr<ObserverWatch> watch_;
+};
+
 class ScriptedAccessibility final : public platform::Accessibility {
   public:
     explicit ScriptedAccessibility(Desktop& desktop) : desktop_(desktop) {}
 
-    ElementRef systemWide() override { return std::make_shared<ScriptedElement>(); }
+    ElementRef systemWide() override { return std::make_shared<ScriptedElement>(0, 0, 0); }
     ElementRef application(int32_t pid) override {
         auto pass = desktop_.gate.enter("applicationElement");
-        if (!pass) return nullptr;
-        auto element = std::make_shared<ScriptedElement>();
-        element->pid = pid;
-        return element;
+        return pass ? std::make_shared<ScriptedElement>(pid, 0, 0) : nullptr;
     }
 
     Attribute copyAttribute(const ElementRef& element, const char* name) override {
         auto pass = desktop_.gate.enter("copyAttribute");
-        if (!pass) return {cannotComplete, {}, 0};
-        if (scripted(element).window == 0) return applicationAttribute(scripted(element).pid, name);
-        const auto* window = windowOf(desktop_, element);
+        if (!pass) return {platform::kErrorCannotComplete, {}, 0};
+        if (numberOf(element) == 0) return applicationAttribute(scripted(element).pid, name);
+        const auto* window = windowOf(element);
         if (!window) return {invalidElement, {}, 0};
         if (auto set = window->answers.find(name); set != window->answers.end()) return set->second;
         const std::string attribute = name;
@@ -78,59 +88,63 @@ class ScriptedAccessibility final : public platform::Accessibility {
     int32_t copyElements(const ElementRef& element, const char* name, size_t from, size_t count,
                          std::vector<ElementRef>& elements) override {
         auto pass = desktop_.gate.enter("copyElements");
-        if (!pass) return cannotComplete;
+        if (!pass) return platform::kErrorCannotComplete;
         const auto all = applicationAttribute(scripted(element).pid, name);
         const auto* list = std::get_if<std::vector<ElementRef>>(&all.value);
         if (!list) return all.error != 0 ? all.error : attributeUnsupported;
-        const size_t first = std::min(from, list->size());
-        elements.assign(list->begin() + static_cast<ptrdiff_t>(first),
-                        list->begin() + static_cast<ptrdiff_t>(first + std::min(count, list->size() - first)));
+        for (size_t i = from; i < list->size() && elements.size() < count; ++i) elements.push_back((*list)[i]);
         return 0;
     }
 
     int32_t setAttribute(const ElementRef& element, const char* name, const AttributeValue& value) override {
         auto pass = desktop_.gate.enter("setAttribute");
-        if (!pass) return cannotComplete;
-        const auto* window = windowOf(desktop_, element);
+        if (!pass) return platform::kErrorCannotComplete;
+        const auto* window = windowOf(element);
         if (!window) return invalidElement;
-        const auto* flag = std::get_if<bool>(&value);
-        if (std::string(name) != "AXMain" || !flag || !*flag || !window->acceptsMain) return attributeUnsupported;
-        desktop_.orders.push_back("main " + std::to_string(window->number));
+        if (std::string(name) != "AXMain" || value != AttributeValue(true) || !window->acceptsMain)
+            return attributeUnsupported;
+        desktop_.gate.record(kOrders, "main " + std::to_string(window->number));
         desktop_.raiseWindow(window->number);
         return 0;
     }
 
     int32_t processIdentifier(const ElementRef& element) override {
-        auto pass = desktop_.gate.enter("processIdentifier");
-        return pass ? scripted(element).pid : 0;
+        return desktop_.gate.pass("processIdentifier", [&] { return scripted(element).pid; });
     }
     uint32_t windowNumber(const ElementRef& element) override {
-        auto pass = desktop_.gate.enter("windowNumber");
-        return pass && windowOf(desktop_, element) ? scripted(element).window : 0;
+        return desktop_.gate.pass("windowNumber", [&] { return windowOf(element) ? numberOf(element) : 0; });
     }
     std::string describe(const ElementRef& element) override {
-        const auto& e = scripted(element);
-        return e.window ? "<window " + std::to_string(e.window) + ">" : "<application " + std::to_string(e.pid) + ">";
+        return "<window " + std::to_string(numberOf(element)) + ">";
     }
 
     bool bringToFront(int32_t pid) override {
         auto pass = desktop_.gate.enter("bringToFront");
-        const auto* application = desktop_.application(pid);
-        if (!pass || !application || !application->obeys) return false;
-        desktop_.orders.push_back("front " + std::to_string(pid));
+        if (!pass || !desktop_.application(static_cast<uint32_t>(pid))) return false;
+        desktop_.gate.record(kOrders, "front " + std::to_string(pid));
         desktop_.activateApplication(pid);
         return true;
     }
 
     std::unique_ptr<platform::ElementObserver> makeObserver(int32_t pid,
-                                                            platform::ElementObserverCallback callback) override;
+                                                            platform::ElementObserverCallback callback) override {
+        auto pass = desktop_.gate.enter("makeObserver");
+        if (!pass || !desktop_.application(static_cast<uint32_t>(pid))) return nullptr;
+        return std::make_unique<ScriptedObserver>(desktop_, std::move(callback));
+    }
 
   private:
+    // Null when the window is gone.
+    ScriptedWindow* windowOf(const ElementRef& element) {
+        auto* window = desktop_.window(numberOf(element));
+        return window && window->identity == scripted(element).identity ? window : nullptr;
+    }
     Attribute applicationAttribute(int32_t pid, const std::string& name) {
-        if (!desktop_.application(pid)) return {cannotComplete, {}, 0};
+        if (!desktop_.application(static_cast<uint32_t>(pid))) return {platform::kErrorCannotComplete, {}, 0};
         std::vector<ElementRef> elements;
-        for (const auto& window : desktop_.windows) {
-            if (window.pid == pid && window.accessible) elements.push_back(elementOf(window));
+        for (const auto& w : desktop_.windows) {
+            if (w.pid == pid && w.accessible)
+                elements.push_back(std::make_shared<ScriptedElement>(w.pid, w.number, w.identity));
         }
         if (name == "AXWindows") return answer(std::move(elements));
         if (name == "AXMainWindow") return elements.empty() ? Attribute{noValue, {}, 0} : answer(elements.front());
@@ -139,47 +153,6 @@ class ScriptedAccessibility final : public platform::Accessibility {
 
     Desktop& desktop_;
 };
-
-class ScriptedObserver final : public platform::ElementObserver {
-  public:
-    ScriptedObserver(Desktop& desktop, int32_t pid, platform::ElementObserverCallback callback)
-        : desktop_(desktop), watch_(std::make_shared<ObserverWatch>()) {
-        watch_->pid = pid;
-        watch_->callback = std::move(callback);
-        desktop_.observers.push_back(watch_);
-    }
-    ~ScriptedObserver() override { removeFromCurrentRunLoop(); }
-
-    void add(const ElementRef& element, const char* notification, void* context) override {
-        auto pass = desktop_.gate.enter("observe");
-        watch_->observations.push_back({element ? scripted(element).window : 0, notification, context, element});
-    }
-    void remove(const ElementRef& element, const char* notification) override {
-        auto pass = desktop_.gate.enter("unobserve");
-        const uint32_t window = element ? scripted(element).window : 0;
-        std::erase_if(watch_->observations,
-                      [&](const auto& o) { return o.window == window && o.notification == notification; });
-    }
-    void addToCurrentRunLoop() override {
-        auto pass = desktop_.gate.enter("addToRunLoop");
-        watch_->attached = true;
-    }
-    void removeFromCurrentRunLoop() override {
-        auto pass = desktop_.gate.enter("removeFromRunLoop");
-        watch_->attached = false;
-    }
-
-  private:
-    Desktop& desktop_;
-    std::shared_ptr<ObserverWatch> watch_;
-};
-
-std::unique_ptr<platform::ElementObserver> ScriptedAccessibility::makeObserver(
-    int32_t pid, platform::ElementObserverCallback callback) {
-    auto pass = desktop_.gate.enter("makeObserver");
-    if (!pass || !desktop_.application(pid)) return nullptr;
-    return std::make_unique<ScriptedObserver>(desktop_, pid, std::move(callback));
-}
 
 }  // namespace
 

@@ -1,30 +1,38 @@
 // The platform of the tests: its small services, and all of them together.
+#include "ScreenCapture/platform/software/imaging.h"
 #include "support/desktop/desktop.h"
-#include "support/desktop/services.h"
 
 namespace orvo::platform {
 namespace {
 
 using test::Desktop;
 
-class ScriptedDisplays final : public Displays {
+// A service that answers from the desktop.
+template <typename Service>
+class Scripted : public Service {
   public:
-    explicit ScriptedDisplays(Desktop& desktop) : desktop_(desktop) {}
+    explicit Scripted(Desktop& desktop) : desktop_(desktop) {}
 
+  protected:
+    Desktop& desktop_;
+};
+
+class ScriptedDisplays final : public Scripted<Displays> {
+  public:
+    using Scripted::Scripted;
     std::vector<Display> screens() override {
         auto pass = desktop_.gate.enter("screens");
         std::vector<Display> list;
-        if (!pass || desktop_.displays.empty()) return list;
-        const double mainHeight = desktop_.displays.front().bounds.height;
+        if (!pass) return list;
         for (const auto& display : desktop_.displays) {
             const Rect& b = display.bounds;
-            list.push_back({display.number, {b.x, mainHeight - b.y - b.height, b.width, b.height}, display.scale});
+            const double bottom = desktop_.main()->bounds.height - b.y - b.height;
+            list.push_back({display.number, {b.x, bottom, b.width, b.height}, display.scale});
         }
         return list;
     }
     uint32_t mainDisplay() override {
-        auto pass = desktop_.gate.enter("mainDisplay");
-        return pass && !desktop_.displays.empty() ? desktop_.displays.front().number : 0;
+        return desktop_.gate.pass("mainDisplay", [&] { return desktop_.main() ? desktop_.main()->number : 0; });
     }
     Rect bounds(uint32_t display) override {
         auto pass = desktop_.gate.enter("bounds");
@@ -33,22 +41,17 @@ class ScriptedDisplays final : public Displays {
     }
     uint32_t mainDisplayPixelsHigh() override {
         auto pass = desktop_.gate.enter("mainDisplayPixelsHigh");
-        if (!pass || desktop_.displays.empty()) return 0;
-        const auto& main = desktop_.displays.front();
-        return truncated<uint32_t>(main.bounds.height * main.scale);
+        const auto* main = desktop_.main();
+        return pass && main ? truncated<uint32_t>(main->bounds.height * main->scale) : 0;
     }
     double focusedScreenScale() override {
-        auto pass = desktop_.gate.enter("focusedScreenScale");
-        return pass && !desktop_.displays.empty() ? desktop_.displays.front().scale : 0;
+        return desktop_.gate.pass("focusedScreenScale", [&] { return desktop_.main() ? desktop_.main()->scale : 0; });
     }
-
-  private:
-    Desktop& desktop_;
 };
 
-class ScriptedPointer final : public Pointer {
+class ScriptedPointer final : public Scripted<Pointer> {
   public:
-    explicit ScriptedPointer(Desktop& desktop) : desktop_(desktop) {}
+    using Scripted::Scripted;
     std::shared_ptr<const Cursor> currentCursor() override {
         auto pass = desktop_.gate.enter("currentCursor");
         return pass && desktop_.cursor ? std::make_shared<const Cursor>(*desktop_.cursor) : nullptr;
@@ -56,36 +59,23 @@ class ScriptedPointer final : public Pointer {
     Point location() override {
         return desktop_.gate.pass("pointerLocation", [&] { return desktop_.pointer; });
     }
-
-  private:
-    Desktop& desktop_;
 };
 
-class ScriptedSystem final : public System {
+class ScriptedSystem final : public Scripted<System> {
   public:
-    explicit ScriptedSystem(Desktop& desktop) : desktop_(desktop) {}
-    void console(std::string_view line) override {
-        auto lock = desktop_.gate.hold();
-        desktop_.console.emplace_back(line);
-    }
+    using Scripted::Scripted;
+    void console(std::string_view line) override { desktop_.gate.record(test::kConsole, std::string(line)); }
     platform::PermissionState permission(platform::Permission) override { return desktop_.permission; }
     platform::PermissionState requestPermission(platform::Permission) override { return desktop_.permission; }
-
-  private:
-    Desktop& desktop_;
 };
 
-class ScriptedNotifications final : public Notifications {
+class ScriptedNotifications final : public Scripted<Notifications> {
   public:
-    explicit ScriptedNotifications(Desktop& desktop) : desktop_(desktop) {}
+    using Scripted::Scripted;
     void postCoalescing(const char* name, const std::shared_ptr<void>& thing) override {
-        auto lock = desktop_.gate.hold();
-        desktop_.posted.emplace_back(name);
+        desktop_.gate.record(test::kPosted, name);
         desktop_.postedThings.push_back(thing);
     }
-
-  private:
-    Desktop& desktop_;
 };
 
 class ScriptedPlatform final : public Platform {
@@ -96,7 +86,7 @@ class ScriptedPlatform final : public Platform {
     Displays& displays() override { return displays_; }
     std::shared_ptr<DisplayCapture> makeDisplayCapture() override { return test::makeScriptedCapture(desktop); }
     WindowServer& windowServer() override { return *windowServer_; }
-    Imaging& imaging() override { return *imaging_; }
+    Imaging& imaging() override { return imaging_; }
     Pointer& pointer() override { return pointer_; }
     Accessibility& accessibility() override { return *accessibility_; }
     Workspace& workspace() override { return *workspace_; }
@@ -109,8 +99,8 @@ class ScriptedPlatform final : public Platform {
     ScriptedDisplays displays_{desktop};
     ScriptedPointer pointer_{desktop};
     ScriptedNotifications notifications_{desktop};
+    software::SoftwareImaging imaging_;
     std::unique_ptr<WindowServer> windowServer_ = test::makeScriptedWindowServer(desktop);
-    std::unique_ptr<Imaging> imaging_ = test::makeScriptedImaging(desktop);
     std::unique_ptr<Accessibility> accessibility_ = test::makeScriptedAccessibility(desktop);
     std::unique_ptr<Workspace> workspace_ = test::makeScriptedWorkspace(desktop);
 };
@@ -131,7 +121,7 @@ Platform& platform() {
 namespace orvo::test {
 
 Desktop& desktop() {
-    return static_cast<platform::ScriptedPlatform&>(platform::platform()).desktop;
+    return platform::scripted().desktop;
 }
 
 }  // namespace orvo::test

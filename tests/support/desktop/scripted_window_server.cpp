@@ -3,24 +3,25 @@
 #include <cstring>
 #include <sstream>
 
+#include "ScreenCapture/platform/software/compose.h"
 #include "ScreenCapture/platform/version.h"
-
 #include "support/desktop/desktop.h"
-#include "support/desktop/services.h"
-#include "support/desktop/words.h"
 
 namespace orvo::test {
 namespace {
 
 using platform::NoImage;
+using platform::PixelRect;
 using platform::Rect;
+using platform::Ref;
 using platform::Shot;
 
 int pixels(double points, double scale) {
     return platform::truncated<int>(points * scale);
 }
 
-double scaleAt(Desktop& desktop, const Rect& area) {
+// Pixels per point where a rectangle begins.
+double scaleAt(const Desktop& desktop, const Rect& area) {
     for (const auto& display : desktop.displays) {
         const Rect& b = display.bounds;
         if (area.x >= b.x && area.x < b.x + b.width && area.y >= b.y && area.y < b.y + b.height) return display.scale;
@@ -28,15 +29,14 @@ double scaleAt(Desktop& desktop, const Rect& area) {
     return 1;
 }
 
-platform::Ref<Bitmap> pictureOfWindow(Desktop& desktop, const ScriptedWindow& window) {
+Ref<Bitmap> pictureOfWindow(const Desktop& desktop, const ScriptedWindow& window) {
     if (window.picture) return window.picture;
     const double scale = scaleAt(desktop, window.bounds);
-    auto image = pattern(window.number, pixels(window.bounds.width, scale), pixels(window.bounds.height, scale));
-    return image;
+    return pattern(window.number, pixels(window.bounds.width, scale), pixels(window.bounds.height, scale));
 }
 
 Shot shotOfWindow(Desktop& desktop, uint32_t number) {
-    auto* window = desktop.window(number);
+    const auto* window = desktop.window(number);
     if (!window) return NoImage::gone;
     if (window->refuses != NoImage::none) return window->refuses;
     if (!desktop.isOnScreen(*window)) return NoImage::notOnScreen;
@@ -44,32 +44,27 @@ Shot shotOfWindow(Desktop& desktop, uint32_t number) {
 }
 
 Shot shotOfDisplay(Desktop& desktop, uint32_t number) {
-    auto* display = desktop.display(number);
+    const auto* display = desktop.display(number);
     if (!display) return NoImage::gone;
-    return Shot(
-        pattern(number, pixels(display->bounds.width, display->scale), pixels(display->bounds.height, display->scale)));
+    const Rect& b = display->bounds;
+    return Shot(pattern(number, pixels(b.width, display->scale), pixels(b.height, display->scale)));
 }
 
-// Windows front to back over a rectangle, each with its pattern.
+// Windows front to back over a rectangle.
 Shot compose(Desktop& desktop, const Rect& area, const std::vector<uint32_t>& numbers) {
     const double scale = scaleAt(desktop, area);
-    const int width = pixels(area.width, scale);
-    const int height = pixels(area.height, scale);
-    if (width <= 0 || height <= 0) return NoImage::notOnScreen;
-    auto image = platform::makeCounted<Bitmap>(width, height);
-    for (auto number = numbers.rbegin(); number != numbers.rend(); ++number) {
-        const auto* window = desktop.window(*number);
+    std::vector<platform::software::Layer> layers;
+    for (const uint32_t number : numbers) {
+        const auto* window = desktop.window(number);
         if (!window || !desktop.isOnScreen(*window)) continue;
         const auto picture = pictureOfWindow(desktop, *window);
-        const int left = pixels(window->bounds.x - area.x, scale);
-        const int top = pixels(window->bounds.y - area.y, scale);
-        for (int y = std::max(0, top); y < std::min(height, top + picture->height()); ++y) {
-            for (int x = std::max(0, left); x < std::min(width, left + picture->width()); ++x) {
-                image->set(x, y, picture->at(x - left, y - top));
-            }
-        }
+        const PixelRect place{pixels(window->bounds.x - area.x, scale), pixels(window->bounds.y - area.y, scale),
+                              picture->width(), picture->height()};
+        layers.push_back({place, {}, picture});
     }
-    return Shot(image);
+    const auto image =
+        platform::software::compose({0, 0, pixels(area.width, scale), pixels(area.height, scale)}, layers);
+    return image ? Shot(image) : NoImage::notOnScreen;
 }
 
 // Everything that questions about displays, applications and windows are answered from. Nothing where a test has put
@@ -88,10 +83,25 @@ std::string factsOf(const Desktop& desktop) {
     return facts.str();
 }
 
-platform::Ref<Bitmap> copyOf(const platform::Image& image) {
-    auto copy = platform::makeCounted<Bitmap>(image.width(), image.height());
-    std::memcpy(copy->paint({}), image.bytes(), image.bytesPerRow() * static_cast<size_t>(image.height()));
-    return copy;
+// A copy, which the cursor may be painted into.
+Ref<Bitmap> copyOf(const platform::Image& image) {
+    return painted(image.width(), image.height(), [&](int x, int y) {
+        Pixel pixel;
+        std::memcpy(pixel.data(), image.bytes() + static_cast<size_t>(y) * image.bytesPerRow() + size_t(x) * 4, 4);
+        return pixel;
+    });
+}
+
+// The rows in which two pictures of one size differ.
+PixelRect rowsThatDiffer(const Bitmap& a, const Bitmap& b) {
+    const auto differ = [&](int y) {
+        const size_t row = static_cast<size_t>(y) * a.bytesPerRow();
+        return std::memcmp(a.bytes() + row, b.bytes() + row, a.bytesPerRow()) != 0;
+    };
+    int top = 0, bottom = a.height();
+    while (top < bottom && !differ(top)) ++top;
+    while (bottom > top && !differ(bottom - 1)) --bottom;
+    return {0, top, a.width(), bottom - top};
 }
 
 class ScriptedGrabber final : public platform::Grabber {
@@ -102,56 +112,60 @@ class ScriptedGrabber final : public platform::Grabber {
         gone_ = isScreen ? !desktop.display(target) : !found;
     }
     Shot window() override {
-        auto pass = desktop_.gate.enter("grabWindow");
-        if (!pass) return NoImage::failed;
-        desktop_.pictures.push_back("window " + std::to_string(target_));
-        const auto* found = desktop_.window(target_);
-        gone_ = gone_ || !found || found->identity != identity_;
-        return gone_ ? Shot(NoImage::gone) : numbered(shotOfWindow(desktop_, target_));
+        return grab("window " + std::to_string(target_), [&] {
+            const auto* found = desktop_.window(target_);
+            gone_ = gone_ || !found || found->identity != identity_;
+            return gone_ ? Shot(NoImage::gone) : shotOfWindow(desktop_, target_);
+        });
     }
     Shot area(const Rect& area) override {
-        auto pass = desktop_.gate.enter("grabArea");
-        if (!pass) return NoImage::failed;
-        desktop_.pictures.push_back("area " + words(area));
-        std::vector<uint32_t> numbers;
-        for (const auto& window : desktop_.windows) {
-            if (!window.isDesktopElement) numbers.push_back(window.number);
-        }
-        return numbered(compose(desktop_, area, numbers));
+        return grab("area " + words(area), [&] {
+            std::vector<uint32_t> numbers;
+            for (const auto& window : desktop_.windows) {
+                if (!window.isDesktopElement) numbers.push_back(window.number);
+            }
+            return compose(desktop_, area, numbers);
+        });
     }
     Shot composed(const Rect& bounds, const std::vector<uint32_t>& windows) override {
-        auto pass = desktop_.gate.enter("grabComposed");
-        if (!pass) return NoImage::failed;
-        std::string asked = "composed " + words(bounds) + ":";
-        for (uint32_t number : windows) asked += " " + std::to_string(number);
-        desktop_.pictures.push_back(asked);
-        return numbered(compose(desktop_, bounds, windows));
+        std::string question = "composed " + words(bounds) + ":";
+        for (uint32_t number : windows) question += " " + std::to_string(number);
+        return grab(question, [&] { return compose(desktop_, bounds, windows); });
     }
     Shot display() override {
-        auto pass = desktop_.gate.enter("grabDisplay");
-        if (!pass) return NoImage::failed;
-        desktop_.pictures.push_back("display " + std::to_string(target_));
-        gone_ = gone_ || !desktop_.display(target_);
-        return gone_ ? Shot(NoImage::gone) : numbered(shotOfDisplay(desktop_, target_));
+        return grab("display " + std::to_string(target_), [&] {
+            gone_ = gone_ || !desktop_.display(target_);
+            return gone_ ? Shot(NoImage::gone) : shotOfDisplay(desktop_, target_);
+        });
     }
 
   private:
+    template <typename Answer>
+    Shot grab(std::string question, Answer answer) {
+        auto pass = desktop_.gate.enter("grab");
+        if (!pass) return NoImage::failed;
+        desktop_.gate.record(kPictures, std::move(question));
+        return numbered(answer());
+    }
     // A picture that equals the one before has its version, as on a desktop that is told of damage.
-    Shot numbered(Shot shot) {
+    Shot numbered(const Shot& shot) {
         const auto& image = shot.image;
         if (!image || !image->bytes() || image->bitsPerPixel() != 32) return shot;
-        const size_t size = image->bytesPerRow() * static_cast<size_t>(image->height());
-        if (!last_ || last_->width() != image->width() || last_->height() != image->height() ||
-            std::memcmp(last_->bytes(), image->bytes(), size) != 0) {
-            last_ = copyOf(*image);
-            last_->versionNumber = platform::nextVersion();
+        const auto own = copyOf(*image);
+        own->versionNumber = last_ ? last_->versionNumber : 0;
+        const bool sameSize = last_ && last_->width() == own->width() && last_->height() == own->height();
+        const PixelRect differs = sameSize ? rowsThatDiffer(*last_, *own) : PixelRect{0, 0, 1, 1};
+        if (!differs.empty()) {
+            own->since = sameSize ? last_->versionNumber : 0;
+            own->changes = {differs};
+            own->versionNumber = platform::nextVersion();
+            last_ = copyOf(*own);
+            last_->versionNumber = own->versionNumber;
         }
-        auto own = copyOf(*image);  // which the cursor may be painted into
-        own->versionNumber = last_->versionNumber;
         return Shot(own);
     }
 
-    platform::Ref<Bitmap> last_;  // picture, with its version
+    Ref<Bitmap> last_;  // picture, with its version
     Desktop& desktop_;
     const uint32_t target_;
     uint64_t identity_ = 0;
@@ -176,8 +190,8 @@ class ScriptedWindowServer final : public platform::WindowServer {
         if (!pass) return list;
         for (const auto& window : desktop_.windows) {
             if (window.isDesktopElement || !desktop_.isOnScreen(window)) continue;
-            const auto* owner = desktop_.application(window.pid);
-            const std::string name = !window.ownerName.empty() || !owner ? window.ownerName : owner->name;
+            const auto& owner = desktop_.application(static_cast<uint32_t>(window.pid))->name;
+            const auto& name = window.ownerName.empty() ? owner : window.ownerName;
             list.push_back({window.number, window.pid, window.layer, window.alpha, window.bounds, name, window.title});
         }
         return list;
@@ -190,13 +204,15 @@ class ScriptedWindowServer final : public platform::WindowServer {
             if (desktop_.isOnScreen(window)) numbers.push_back(window.number);
         }
     }
-    Shot windowPicture(uint32_t window) override {
-        auto pass = desktop_.gate.enter("windowPicture");
-        return pass ? shotOfWindow(desktop_, window) : Shot(NoImage::failed);
-    }
+    Shot windowPicture(uint32_t window) override { return picture("picture of window ", shotOfWindow, window); }
     Shot displayPicture(uint32_t display, int /*width*/) override {
-        auto pass = desktop_.gate.enter("displayPicture");
-        return pass ? shotOfDisplay(desktop_, display) : Shot(NoImage::failed);
+        return picture("picture of display ", shotOfDisplay, display);
+    }
+    std::shared_ptr<void> expectPictures(const std::vector<uint32_t>& windows) override {
+        std::string question = "pictures to come:";
+        for (uint32_t number : windows) question += " " + std::to_string(number);
+        desktop_.gate.record(kPictures, question);
+        return nullptr;
     }
     std::unique_ptr<platform::Grabber> grabber(uint32_t target, bool isScreen) override {
         auto pass = desktop_.gate.enter("grabber");
@@ -205,6 +221,12 @@ class ScriptedWindowServer final : public platform::WindowServer {
     }
 
   private:
+    Shot picture(const char* question, Shot (*take)(Desktop&, uint32_t), uint32_t number) {
+        auto pass = desktop_.gate.enter("picture");
+        desktop_.gate.record(kPictures, question + std::to_string(number));
+        return pass ? take(desktop_, number) : Shot(NoImage::failed);
+    }
+
     Desktop& desktop_;
     std::string facts_;  // at the last version
     uint64_t version_ = 0;

@@ -1,6 +1,5 @@
 // Running and installed applications of the scripted desktop.
 #include "support/desktop/desktop.h"
-#include "support/desktop/services.h"
 
 namespace orvo::test {
 namespace {
@@ -18,17 +17,17 @@ class ScriptedRunningApplication final : public platform::RunningApplication {
     bool isHidden() override { return read("isHidden", &ScriptedApplication::hidden); }
     bool isTerminated() override {
         auto pass = desktop_.gate.enter("isTerminated");
-        return !pass || !desktop_.application(pid_);
+        return !pass || !found();
     }
     bool activate(platform::Activation how) override {
         const bool all = how == platform::Activation::allWindows;
         return order(all ? "activate all" : "activate", [this] { desktop_.activateApplication(pid_); });
     }
     bool hide() override {
-        return order("hide", [this] { desktop_.hideApplication(pid_); });
+        return order("hide", [this] { found()->hidden = true; });
     }
     bool unhide() override {
-        return order("unhide", [this] { desktop_.hideApplication(pid_, false); });
+        return order("unhide", [this] { found()->hidden = false; });
     }
     bool terminate() override {
         return order("terminate", [this] { desktop_.quitApplication(pid_); });
@@ -38,18 +37,16 @@ class ScriptedRunningApplication final : public platform::RunningApplication {
     }
 
   private:
+    ScriptedApplication* found() { return desktop_.application(static_cast<uint32_t>(pid_)); }
     template <typename T>
     T read(const char* call, T ScriptedApplication::*member) {
-        auto pass = desktop_.gate.enter(call);
-        const auto* found = desktop_.application(pid_);
-        return pass && found ? found->*member : T{};
+        return desktop_.gate.pass(call, [&] { return found() ? found()->*member : T{}; });
     }
     template <typename Effect>
     bool order(const std::string& what, Effect effect) {
         auto pass = desktop_.gate.enter("order");
-        const auto* found = desktop_.application(pid_);
-        if (!pass || !found || !found->obeys) return false;
-        desktop_.orders.push_back(what + " " + std::to_string(pid_));
+        if (!pass || !found()) return false;
+        desktop_.gate.record(kOrders, what + " " + std::to_string(pid_));
         effect();
         return true;
     }
@@ -65,28 +62,29 @@ class ScriptedWorkspace final : public platform::Workspace {
     std::vector<std::shared_ptr<platform::RunningApplication>> runningApplications() override {
         auto pass = desktop_.gate.enter("runningApplications");
         std::vector<std::shared_ptr<platform::RunningApplication>> list;
-        if (!pass) return list;
         for (const auto& application : desktop_.applications) list.push_back(running(application.pid));
-        return list;
+        return pass ? list : decltype(list)();
     }
     std::shared_ptr<platform::RunningApplication> application(int32_t pid) override {
         auto pass = desktop_.gate.enter("application");
-        return pass && desktop_.application(pid) ? running(pid) : nullptr;
+        return pass && desktop_.application(static_cast<uint32_t>(pid)) ? running(pid) : nullptr;
     }
     std::optional<std::string> fullPathForApplication(const std::string& name) override {
-        auto pass = desktop_.gate.enter("fullPathForApplication");
-        const auto found = desktop_.installed.find(name);
-        return pass && found != desktop_.installed.end() ? std::optional(found->second) : std::nullopt;
+        return find("fullPathForApplication", desktop_.installed, name);
     }
     std::optional<platform::Picture> iconForFile(const std::string& path) override {
-        auto pass = desktop_.gate.enter("iconForFile");
-        const auto found = desktop_.files.find(path);
-        return pass && found != desktop_.files.end() ? std::optional(found->second) : std::nullopt;
+        return find("iconForFile", desktop_.files, path);
     }
 
   private:
     std::shared_ptr<platform::RunningApplication> running(int32_t pid) {
         return std::make_shared<ScriptedRunningApplication>(desktop_, pid);
+    }
+    template <typename Value>
+    std::optional<Value> find(const char* call, const std::map<std::string, Value>& values, const std::string& key) {
+        auto pass = desktop_.gate.enter(call);
+        const auto found = values.find(key);
+        return pass && found != values.end() ? std::optional(found->second) : std::nullopt;
     }
 
     Desktop& desktop_;

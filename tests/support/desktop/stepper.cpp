@@ -82,11 +82,6 @@ size_t Stepper::run(std::string_view label) {
     return count;
 }
 
-bool Stepper::runOne(std::string_view label) {
-    const auto all = lanes(label);
-    return std::any_of(all.begin(), all.end(), [this](const auto& lane) { return runOneOf(lane); });
-}
-
 void Stepper::settle() {
     for (bool ran = true; ran;) {
         ran = false;
@@ -127,12 +122,6 @@ void Stepper::advance(double seconds) {
         lock.lock();
     }
     now_ = end;
-}
-
-void Stepper::skip(double seconds) {
-    std::lock_guard lock(mutex_);
-    now_ += nanoseconds(seconds);
-    queueDueTicks();
 }
 
 std::vector<uint64_t> Stepper::timers() {

@@ -31,16 +31,12 @@ class Stepper final : public platform::Dispatch, public platform::Clock {
     // Run the jobs of the queues with a label, those that jobs add too, queue by queue in the order made. Result: how
     // many ran.
     size_t run(std::string_view label);
-    // One job of the first such queue that has one. Result: whether there was one.
-    bool runOne(std::string_view label);
     // Every queue until none has a job; the main queue last, for a stop that was lost shows then only.
     void settle();
     size_t pending(std::string_view label);
 
     // Time passes while the queues of timers run: each firing on its own grid point.
     void advance(double seconds);
-    // Time passes while the queues are busy: firings wait, those of one timer merged.
-    void skip(double seconds);
     // The intervals of the timers that run, in the order made.
     std::vector<uint64_t> timers();
 
