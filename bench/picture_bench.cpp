@@ -1,11 +1,10 @@
-// Scaling and composition in memory, beside libyuv's own time and a copy of the source. Looks inside the library.
+// Scaling in memory, beside libyuv's own time and a copy of the source. Looks inside the library.
 #include <benchmark/benchmark.h>
 #include <libyuv/scale_argb.h>
 
 #include <cstring>
 
 #include "ScreenCapture/platform/software/bitmap.h"
-#include "ScreenCapture/platform/software/compose.h"
 #include "ScreenCapture/platform/software/scale.h"
 
 namespace {
@@ -56,16 +55,6 @@ BENCHMARK(BM_scale)
     ->ArgsProduct({{kOurs, kBox, kBilinear, kCopy}, {1280}, {640}})
     ->ArgsProduct({{kOurs, kBox, kBilinear, kCopy}, {320, 640}, {400}})
     ->Unit(benchmark::kMicrosecond);
-
-// 1920x1080 out of a number of overlapping windows.
-void BM_compose(benchmark::State& state) {
-    std::vector<software::Layer> layers;
-    const PixelRect bounds = {0, 0, 1920, 1080};
-    for (int i = 0; i < state.range(0); ++i)
-        layers.push_back({{i * 61 % 1400, i * 37 % 600, 640, 480}, {}, filled(640, 480, i)});
-    for (auto _ : state) benchmark::DoNotOptimize(software::compose(bounds, layers));
-}
-BENCHMARK(BM_compose)->Name("compose/windows")->Arg(1)->Arg(8)->Arg(20)->Arg(50)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 

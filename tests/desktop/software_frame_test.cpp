@@ -17,7 +17,6 @@ using platform::software::blendSprite;
 using platform::software::Frame;
 using platform::software::FrameMemory;
 using platform::software::makeClickRing;
-using platform::software::Ring;
 using platform::software::Sprite;
 
 constexpr uint32_t kGround = 0xFF204060;
@@ -53,30 +52,6 @@ TEST(Frame, RestoresOverlappingPaintInside) {
     EXPECT_GT(paintedPixels(*frame), 40);
     frame->restore();
     EXPECT_EQ(paintedPixels(*frame), 0);
-}
-
-TEST(Ring, GivesIdleFramesTheLatestFirstUpToItsSize) {
-    Ring<int> ring(2);
-    int made = 0;
-    const auto make = [&] { return Ring<int>::Slot{makeFrame(), ++made}; };
-    auto* first = ring.idle(make);
-    EXPECT_EQ(ring.idle(make), first);
-    auto held = first->frame;
-    auto* second = ring.idle(make);
-    EXPECT_EQ(second->backing, 2);
-    {
-        const auto alsoHeld = second->frame;
-        EXPECT_EQ(ring.idle(make), nullptr);
-        EXPECT_TRUE(ring.full());
-    }
-    EXPECT_EQ(ring.idle(make), second);
-    held->paint({0, 0, 1, 1});
-    pixel(*held, 0, 0) = 0;
-    EXPECT_EQ(ring.idle(make), second);
-    EXPECT_EQ(paintedPixels(*held), 1);  // still somebody's
-    held = nullptr;
-    const auto keep = second->frame;
-    EXPECT_EQ(paintedPixels(*ring.idle(make)->frame), 0);
 }
 
 TEST(PointerBlend, PremultipliedColoursOverTheGroundCutAtTheEdges) {

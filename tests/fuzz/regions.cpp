@@ -1,9 +1,7 @@
-// Sets of rectangles and the composition of windows against one byte a pixel.
+// Sets of rectangles, and what is seen of layers, against one byte a pixel.
 #include <array>
-#include <cstring>
 
-#include "ScreenCapture/platform/software/bitmap.h"
-#include "ScreenCapture/platform/software/compose.h"
+#include "ScreenCapture/platform/software/region.h"
 #include "tests/fuzz/fuzz.h"
 
 using namespace orvo::platform;
@@ -62,43 +60,25 @@ void change(Input& input, Pair& one, const Pair& other) {
     for (const PixelRect& part : one.region.rects()) REQUIRE(!part.empty());
 }
 
-Layer layerOf(Input& input, uint8_t colour) {
-    Layer layer{rectOf(input), {}, nullptr};
-    for (int parts = input.ConsumeIntegralInRange(0, 3); parts > 0; --parts) layer.shape.push_back(rectOf(input));
-    const int width = input.ConsumeIntegralInRange(0, kSide);
-    const int height = input.ConsumeIntegralInRange(0, kSide);
-    const auto image = MemoryBitmap::make(width, height, static_cast<size_t>(width) * 4);
-    if (image) std::memset(image->data(), colour, static_cast<size_t>(height) * image->bytesPerRow());
-    layer.image = image;
-    return layer;
-}
-
-// The colour of the layer seen at a place; 0 without one.
-uint8_t seenAt(const std::vector<Layer>& layers, int x, int y) {
-    for (const Layer& layer : layers) {
-        const int column = x - layer.bounds.x;
-        const int row = y - layer.bounds.y;
-        bool there = layer.shape.empty();
-        for (const PixelRect& part : layer.shape) there = there || inside(part, column, row);
-        if (!there || !inside(layer.bounds, x, y)) continue;
-        const bool painted = layer.image && column < layer.image->width() && row < layer.image->height();
-        return painted ? *layer.image->bytes() : 0;
-    }
-    return 0;
-}
-
-void composeWindows(Input& input) {
-    std::vector<Layer> layers;
+void seeLayers(Input& input) {
+    std::vector<Region> layers;
     const PixelRect bounds = rectOf(input);
-    while (input.remaining_bytes() > 0 && layers.size() < 6)
-        layers.push_back(layerOf(input, static_cast<uint8_t>(layers.size() + 1)));
-    const Ref<Image> image = compose(bounds, layers);
-    REQUIRE(!image == bounds.empty());
-    if (!image) return;
-    for (int y = 0; y < bounds.height; ++y)
-        for (int x = 0; x < bounds.width * 4; ++x)
-            REQUIRE(image->bytes()[static_cast<size_t>(y) * image->bytesPerRow() + static_cast<size_t>(x)] ==
-                    seenAt(layers, bounds.x + x / 4, bounds.y + y));
+    Map owner{};  // the layer that is seen at a pixel, counted from 1
+    while (input.remaining_bytes() > 0 && layers.size() < 6) {
+        layers.emplace_back(rectOf(input));
+        layers.back().unite(rectOf(input));
+        const Map covered = coverage(layers.back());
+        eachPixel([&](int x, int y) {
+            uint8_t& seen = owner[y * kSide + x];
+            if (seen == 0 && inside(bounds, x, y) && covered[y * kSide + x]) seen = static_cast<uint8_t>(layers.size());
+        });
+    }
+    const std::vector<Region> parts = visibleParts(bounds, layers);
+    REQUIRE(parts.size() == layers.size());
+    for (size_t i = 0; i < parts.size(); ++i) {
+        const Map map = coverage(parts[i]);
+        eachPixel([&](int x, int y) { REQUIRE(map[y * kSide + x] == (owner[y * kSide + x] == i + 1)); });
+    }
 }
 
 }  // namespace
@@ -110,6 +90,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
         const bool second = input.ConsumeBool();
         change(input, pairs[second], pairs[!second]);
     }
-    composeWindows(input);
+    seeLayers(input);
     return 0;
 }

@@ -7,7 +7,7 @@
 #include <functional>
 #include <random>
 
-#include "ScreenCapture/platform/x11/scene_source.h"
+#include "ScreenCapture/platform/x11/redirected_window.h"
 #include "support/x11/shots.h"
 #include "support/x11/x_server.h"
 
@@ -189,11 +189,16 @@ TEST_P(Foreign, NoPictureShowsWhatItsWindowsDidNotDraw) {
     painter.raise(clients.front());
     windows.map(clients.front());
     ASSERT_TRUE(!isManaged || windows.awaitMapped(clients.front()));
-    EXPECT_TRUE(target->window().image);
-    painter.fill(clients.front(), {0, 0, 400, 300}, kOwn);
-    const Shot last = target->window();
-    ASSERT_TRUE(last.image);
-    EXPECT_EQ(count(last, 0xFF000000U | kOwn), last.image->width() * last.image->height());
+    Shot last = target->window();
+    const auto isWhole = [&] {
+        return last.image && count(last, 0xFF000000U | kOwn) == last.image->width() * last.image->height();
+    };
+    for (int i = 0; i < (isManaged ? 9 : 1); ++i) {  // a manager may restack meanwhile
+        painter.fill(clients.front(), {0, 0, 400, 300}, kOwn);
+        last = target->window();
+        if (isWhole()) break;
+    }
+    EXPECT_TRUE(isWhole());
 }
 
 INSTANTIATE_TEST_SUITE_P(Servers, Foreign,

@@ -1,10 +1,8 @@
-// The buffers that captured pictures are handed over in, and the bounded pool that they come from.
+// The buffers that captured pictures are handed over in.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -43,8 +41,13 @@ class FrameMemory {
 // A picture that is taken again and again into the same memory. Its maker writes it only while nobody else holds it.
 class Frame final : public Bitmap {
   public:
+    // Makers say of no more rectangles that they have changed: beyond that of the box around them.
+    static constexpr size_t kMaxChanged = 32;
+
     Frame(FrameMemory memory, int width, int height, size_t bytesPerRow)
-        : Bitmap(width, height, bytesPerRow, memory.bytes()), memory_(std::move(memory)) {}
+        : Bitmap(width, height, bytesPerRow, memory.bytes()), memory_(std::move(memory)) {
+        changed_.reserve(kMaxChanged);
+    }
 
     // Keeps what lies under the rectangle, cut to the frame, for restore().
     uint8_t* paint(const PixelRect& area) override;
@@ -56,10 +59,10 @@ class Frame final : public Bitmap {
     void restore();
     uint8_t* data() { return pixels(); }
     // since: the version that the rectangles are relative to; 0: nobody knows what has changed.
-    void setVersion(uint64_t version, uint64_t since = 0, std::vector<PixelRect> changed = {}) {
+    void setVersion(uint64_t version, uint64_t since = 0, const std::vector<PixelRect>& changed = {}) {
         version_ = version;
         changedSince_ = since;
-        changed_ = std::move(changed);
+        changed_ = changed;
     }
     // Sets the fourth byte of every pixel.
     void makeOpaque();
@@ -75,44 +78,6 @@ class Frame final : public Bitmap {
     std::vector<PixelRect> changed_;
     std::vector<PixelRect> painted_;
     std::vector<uint8_t> under_;  // the rows of the painted rectangles, one after the other
-};
-
-// A bounded pool of frames, each with what its maker needs for filling it. For one thread; frames that are held outside
-// outlive it.
-template <typename Backing>
-class Ring {
-  public:
-    struct Slot {
-        Ref<Frame> frame;
-        Backing backing;
-    };
-
-    explicit Ring(size_t capacity) : capacity_(capacity) { slots_.reserve(capacity); }
-
-    // A slot whose frame nobody holds, the latest first: least of its picture is out of date. While there is none and
-    // the pool is not full, make() gives another; a slot without a frame from it, or a full pool, gives null.
-    template <typename Make>
-    Slot* idle(Make&& make) {
-        const auto free =
-            std::find_if(slots_.begin(), slots_.end(), [](const auto& slot) { return slot->frame->unique(); });
-        if (free != slots_.end()) {
-            std::rotate(slots_.begin(), free, free + 1);
-        } else {
-            if (slots_.size() == capacity_) return nullptr;
-            auto slot = std::make_unique<Slot>(make());
-            if (!slot->frame) return nullptr;
-            slots_.insert(slots_.begin(), std::move(slot));
-        }
-        slots_.front()->frame->restore();
-        return slots_.front().get();
-    }
-
-    bool full() const { return slots_.size() == capacity_; }
-    const std::vector<std::unique_ptr<Slot>>& slots() const { return slots_; }
-
-  private:
-    size_t capacity_;
-    std::vector<std::unique_ptr<Slot>> slots_;  // the latest first
 };
 
 }  // namespace orvo::platform::software

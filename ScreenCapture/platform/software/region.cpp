@@ -42,10 +42,7 @@ void Region::subtract(const Region& other) {
 }
 
 void Region::move(int dx, int dy) {
-    for (PixelRect& rect : rects_) {
-        rect.x += dx;
-        rect.y += dy;
-    }
+    for (PixelRect& rect : rects_) rect = moved(rect, dx, dy);
 }
 
 Region Region::intersected(const PixelRect& area) const {
@@ -64,6 +61,17 @@ Region Region::intersected(const Region& other) const {
         result.rects_.insert(result.rects_.end(), part.rects_.begin(), part.rects_.end());
     }
     return result;
+}
+
+std::vector<Region> visibleParts(const PixelRect& bounds, const std::vector<Region>& layers) {
+    std::vector<Region> parts;
+    parts.reserve(layers.size());
+    Region open(bounds);
+    for (const Region& layer : layers) {
+        parts.push_back(open.intersected(layer));
+        open.subtract(layer);
+    }
+    return parts;
 }
 
 }  // namespace orvo::platform::software

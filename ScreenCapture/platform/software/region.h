@@ -15,6 +15,10 @@ inline PixelRect intersection(const PixelRect& a, const PixelRect& b) {
     return {x, y, std::min(a.x + a.width, b.x + b.width) - x, std::min(a.y + a.height, b.y + b.height) - y};
 }
 
+inline PixelRect moved(const PixelRect& rect, int dx, int dy) {
+    return {rect.x + dx, rect.y + dy, rect.width, rect.height};
+}
+
 class Region {
   public:
     Region() = default;
@@ -36,5 +40,8 @@ class Region {
   private:
     std::vector<PixelRect> rects_;
 };
+
+// Of layers from front to back: the part of each inside the bounds that none before it covers.
+std::vector<Region> visibleParts(const PixelRect& bounds, const std::vector<Region>& layers);
 
 }  // namespace orvo::platform::software

@@ -19,20 +19,20 @@ PixelRect captureArea(const PixelRect& display, const Rect& crop) {
     return software::intersection(area, display);
 }
 
-CaptureRun::CaptureRun(std::unique_ptr<Connection> connection) : x_(std::move(connection)), pointer_(*x_) {
-    const uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-    xcb_change_window_attributes(x_->raw(), x_->root(), XCB_CW_EVENT_MASK, &events);
+CaptureRun::CaptureRun(std::unique_ptr<Connection> connection)
+    : x_(std::move(connection)),
+      pointer_(*x_),
+      windows_(*x_, [this](const xcb_generic_event_t& event) { handle(event); }),
+      compositor_(windows_),
+      layers_(1, layerOfRoot(*x_)) {
     selectMonitorEvents(*x_);
 }
 
-void CaptureRun::readEvents() {
-    while (const Event event = x_->nextEvent()) {
-        if (grabber_ && grabber_->handle(*event)) continue;
-        pointer_.handle(*event);
-        if (!tellsOfMonitors(*x_, *event)) continue;
-        monitorIsStale_ = true;
-        pointer_.disturb();
-    }
+void CaptureRun::handle(const xcb_generic_event_t& event) {
+    pointer_.handle(event);
+    if (!tellsOfMonitors(*x_, event)) return;
+    monitorIsStale_ = true;
+    pointer_.disturb();
 }
 
 // False when there is no such display.
@@ -50,29 +50,25 @@ bool CaptureRun::findArea(const software::DisplaySettings& settings, PixelRect& 
 
 void CaptureRun::takeFrame() {
     frame_ = nullptr;  // may be written on the spot if nobody else holds it
-    frame_ = grabber_->takeFrame(why_);
+    compositor_.begin();
+    frame_ = compositor_.finishFrame(why_);
 }
 
 software::FrameResult CaptureRun::next(const software::DisplaySettings& settings) {
-    readEvents();
+    windows_.readEvents();
     if (!x_->answers()) return lost();
     pointer_.ask(settings.cursor, settings.clicks);
-    // Where there is something to draw anyway the pointer's place comes with it, in one wait.
-    if (frame_ && !grabber_->changed() && pointer_.hear()) readEvents();
     PixelRect area;
-    const bool found = !x_->lost() && findArea(settings, area);
+    const bool found = findArea(settings, area);
     if (x_->lost()) return lost();
     if (!found) return {Outcome::displayGone, nullptr, NoImage::gone};
     if (area.empty()) return {Outcome::dropped, nullptr, NoImage::notOnScreen};
-    if (!grabber_ || grabber_->area() != area) {
-        frame_ = nullptr;
-        grabber_.emplace(*x_, area);
-    }
-
-    const bool draws = !frame_ || grabber_->changed();
-    if (draws) {
-        takeFrame();
-        if (pointer_.hear()) readEvents();
+    // Where there is something to draw anyway the pointer's place comes with it, in one wait.
+    bool draws = compositor_.update(area, layers_, {}) || !frame_;
+    if (draws) takeFrame();
+    if (pointer_.hear()) {
+        windows_.readEvents();
+        if (!draws && (draws = compositor_.update(area, layers_, {}))) takeFrame();
     }
     const PointerLook look = pointer_.look();
     if (x_->lost()) return lost();

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <memory>
-#include <optional>
+#include <vector>
 
 #include "ScreenCapture/platform/software/display_stream.h"
-#include "ScreenCapture/platform/x11/display_grabber.h"
+#include "ScreenCapture/platform/x11/compositor.h"
 #include "ScreenCapture/platform/x11/monitors.h"
 #include "ScreenCapture/platform/x11/pointer_tracker.h"
 
@@ -25,14 +25,16 @@ class CaptureRun final : public software::DisplaySource {
     software::FrameResult next(const software::DisplaySettings& settings) override;
 
   private:
-    void readEvents();
+    void handle(const xcb_generic_event_t& event);
     bool findArea(const software::DisplaySettings& settings, PixelRect& area);
     software::FrameResult lost() const;
     void takeFrame();
 
     std::unique_ptr<Connection> x_;
     PointerTracker pointer_;
-    std::optional<DisplayGrabber> grabber_;
+    RedirectedWindows windows_;
+    Compositor compositor_;
+    const std::vector<Layer> layers_;
     Monitor monitor_;
     bool monitorIsStale_ = true;
     Ref<software::Frame> frame_;

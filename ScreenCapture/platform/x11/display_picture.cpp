@@ -3,8 +3,7 @@
 
 #include <utility>
 
-#include "ScreenCapture/platform/x11/display_grabber.h"
-#include "ScreenCapture/platform/x11/shared_frame.h"
+#include "ScreenCapture/platform/x11/compositor.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -26,11 +25,9 @@ xcb_void_cookie_t drawHalf(Connection& x, const ServerPicture& from, const Pixel
 
 // Null when the server cannot, or refuses.
 Ref<Image> halvedPicture(Connection& x, PixelRect area, int neededWidth) {
-    const Extensions& extensions = x.extensions();
-    if (!extensions.sharedPixmaps || !extensions.render) return nullptr;
     const PictureFormats& formats = x.formats();
-    if (!formats.root || !formats.opaque32) return nullptr;
-    ServerPicture from = pictureOfRoot(x, formats.root);
+    if (!x.extensions().render || !hasSharedPixmaps(x) || !formats.root || !formats.opaque32) return nullptr;
+    ServerPicture from = pictureOf(x, x.root(), formats.root);
     ServerPixmap between;
     while (true) {
         const PixelRect half{0, 0, area.width / 2, area.height / 2};
@@ -46,11 +43,12 @@ Ref<Image> halvedPicture(Connection& x, PixelRect area, int neededWidth) {
         between = std::move(pixmap);
         area = half;
     }
-    SharedFrame backing;
-    auto frame = makeSharedFrame(x, area.width / 2, area.height / 2, formats.opaque32, backing);
-    if (!frame || !x.succeeded(drawHalf(x, from, area, backing.picture))) return nullptr;
-    frame->makeOpaque();
-    return Ref<Image>(std::move(frame));
+    FramePool frames(x, {0, 0, area.width / 2, area.height / 2}, true);
+    FramePool::Slot* const slot = frames.acquire();
+    if (!slot || !frames.sharesPixmaps()) return nullptr;
+    if (!x.succeeded(drawHalf(x, from, area, slot->canvas.picture))) return nullptr;
+    slot->frame->makeOpaque();
+    return Ref<Image>(slot->frame);
 }
 
 }  // namespace
@@ -58,7 +56,8 @@ Ref<Image> halvedPicture(Connection& x, PixelRect area, int neededWidth) {
 Shot pictureOfDisplay(Connection& x, const PixelRect& area, int neededWidth) {
     if (canHalve(area, neededWidth))
         if (auto picture = halvedPicture(x, area, neededWidth)) return picture;
-    return DisplayGrabber(x, area).take();
+    RedirectedWindows windows(x);
+    return Compositor(windows).take(area, {layerOfRoot(x)}, {});
 }
 
 }  // namespace orvo::platform::x11

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "ScreenCapture/platform/x11/scene_source.h"
+#include "ScreenCapture/platform/x11/redirected_window.h"
 
 namespace orvo::platform::x11 {
 namespace {

@@ -1,4 +1,4 @@
-// Memory shared with the server.
+// Objects on the server, and memory shared with it.
 #include "ScreenCapture/platform/x11/server_objects.h"
 
 #include <sys/mman.h>
@@ -18,6 +18,20 @@ software::FrameMemory map(size_t size, int flags, int descriptor) {
 }
 
 }  // namespace
+
+ServerPicture pictureOf(Connection& x, xcb_drawable_t drawable, xcb_render_pictformat_t format) {
+    if (format == 0) return {};
+    ServerPicture picture(x);
+    const uint32_t includeInferiors = XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS;
+    xcb_render_create_picture(x.raw(), picture.id(), drawable, format, XCB_RENDER_CP_SUBWINDOW_MODE, &includeInferiors);
+    return picture;
+}
+
+void appendRects(const xcb_xfixes_fetch_region_reply_t& reply, std::vector<PixelRect>& rects) {
+    const xcb_rectangle_t* all = xcb_xfixes_fetch_region_rectangles(&reply);
+    for (int i = 0; i < xcb_xfixes_fetch_region_rectangles_length(&reply); ++i)
+        rects.push_back({all[i].x, all[i].y, all[i].width, all[i].height});
+}
 
 SharedMemory shareMemory(Connection& x, size_t size) {
     const int descriptor = memfd_create("orvo frame", MFD_CLOEXEC);

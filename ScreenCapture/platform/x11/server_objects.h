@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <utility>
+#include <vector>
 
 #include "ScreenCapture/platform/software/frame.h"
 #include "ScreenCapture/platform/x11/connection.h"
@@ -45,6 +46,16 @@ using ServerSegment = ServerObject<xcb_shm_detach>;
 using ServerPicture = ServerObject<xcb_render_free_picture>;
 using ServerRegion = ServerObject<xcb_xfixes_destroy_region>;
 using ServerDamage = ServerObject<xcb_damage_destroy>;
+
+// What a drawable shows, with the windows inside it, to draw from; none without a format.
+ServerPicture pictureOf(Connection& x, xcb_drawable_t drawable, xcb_render_pictformat_t format);
+
+inline xcb_rectangle_t rectangle(const PixelRect& area) {
+    return {static_cast<int16_t>(area.x), static_cast<int16_t>(area.y), static_cast<uint16_t>(area.width),
+            static_cast<uint16_t>(area.height)};
+}
+// Adds the rectangles of a region.
+void appendRects(const xcb_xfixes_fetch_region_reply_t& reply, std::vector<PixelRect>& rects);
 
 // Memory that the server writes into. The mapping here lives as long as the frame made of it, the segment there as long
 // as its owner.

@@ -8,7 +8,6 @@
 
 #include "ScreenCapture/platform/x11/desktop_model.h"
 #include "ScreenCapture/platform/x11/window_facts.h"
-#include "ScreenCapture/platform/x11/window_scenes.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -21,6 +20,35 @@ PixelRect pixelsOf(const Rect& rect) {
     return {cut(std::floor(rect.x)), cut(std::floor(rect.y)), cut(rect.width), cut(rect.height)};
 }
 
+// A frame that holds several clients is there once.
+void addFrame(std::vector<Layer>& layers, const DesktopWindow& window) {
+    const bool known =
+        std::any_of(layers.begin(), layers.end(), [&](const Layer& layer) { return layer.id == window.frame; });
+    if (!known)
+        layers.push_back({Layer::Kind::window, window.frame, window.frameBounds, window.frameBounds, window.shape,
+                          window.frame == window.number ? window.border : 0, window.mapped});
+}
+
+// Everything on screen but desktop windows and the background, with frames, front to back.
+void setLayersOfArea(std::vector<Layer>& layers, const WindowList& windows) {
+    layers.clear();
+    for (const DesktopWindow& window : windows.all)
+        if (window.frameOnScreen && window.type != WindowType::desktop) addFrame(layers, window);
+}
+
+// The windows of the list, each with its frame, in the order given; numbers that are not on screen are left out.
+// withBackground: what the root shows lies behind them.
+void setLayersOfList(std::vector<Layer>& layers, const WindowList& windows, const std::vector<uint32_t>& numbers,
+                     bool withBackground) {
+    layers.clear();
+    for (const uint32_t number : numbers) {
+        const DesktopWindow* window = windows.find(number);
+        if (window && window->frameOnScreen) addFrame(layers, *window);
+    }
+    if (withBackground && windows.background != 0)
+        layers.push_back({Layer::Kind::background, windows.background, windows.root, windows.root, {}});
+}
+
 }  // namespace
 
 WindowGrabber::WindowGrabber(uint32_t target, bool isScreen) : target_(target), isScreen_(isScreen) {
@@ -30,9 +58,14 @@ WindowGrabber::WindowGrabber(uint32_t target, bool isScreen) : target_(target), 
 
 WindowGrabber::~WindowGrabber() {
     const PipeGuard guard;
-    scene_.reset();
-    display_.reset();
+    close();
     x_.reset();
+}
+
+void WindowGrabber::close() {
+    compositor_.reset();
+    window_.reset();
+    windows_.reset();
 }
 
 // True when there is a server that answers, whose events so far are known.
@@ -46,8 +79,7 @@ bool WindowGrabber::connect() {
     if (x_ && !x_->lost()) return x_->answers();
     // Windows do not outlive their server.
     if (connected_ && !isScreen_) gone_ = true;
-    display_.reset();
-    scene_.reset();
+    close();
     x_ = Connection::open();
     if (!x_) return false;
     begin();
@@ -73,9 +105,9 @@ Shot WindowGrabber::ask(Take&& take) {
 
 // Nothing that was drawn before counts.
 void WindowGrabber::begin() {
-    display_.reset();
-    scene_.reset();
-    scene_ = std::make_unique<SceneGrabber>(*x_, [this](auto& event) { handle(event); });
+    close();
+    windows_ = std::make_unique<RedirectedWindows>(*x_, [this](auto& event) { handle(event); });
+    compositor_ = std::make_unique<Compositor>(*windows_);
     shapeIsStale_ = true;
     if (!isScreen_ && !gone_) watchTarget();
 }
@@ -83,17 +115,21 @@ void WindowGrabber::begin() {
 void WindowGrabber::watchTarget() {
     if (x_->extensions().shape) xcb_shape_select_input(x_->raw(), target_, 1);
     const auto desktop = currentDesktop();
-    const xcb_window_t frame = desktop ? desktop->windows->frameOf(target_) : 0;
-    if (!scene_->pin(target_, frame) && !x_->lost()) gone_ = true;
+    window_ = windows_->open(target_, desktop ? desktop->windows->frameOf(target_) : 0);
+    const auto size = x_->await<xcb_get_geometry_reply_t>(xcb_get_geometry(x_->raw(), target_).sequence);
+    if (!size && !x_->lost()) gone_ = true;
+    if (!size) return;
+    const int border = size->border_width;
+    window_->fit({0, 0, size->width + 2 * border, size->height + 2 * border}, border, false);
+    x_->sync();  // whatever is drawn from here on goes into its picture
 }
 
 void WindowGrabber::readEvents() {
-    scene_->readEvents();
-    if (scene_->pinnedGone()) gone_ = true;
+    windows_->readEvents();
+    if (window_ && window_->gone()) gone_ = true;
 }
 
 void WindowGrabber::handle(const xcb_generic_event_t& event) {
-    if (display_) display_->handle(event);
     const bool isShape =
         x_->extensions().shape && (event.response_type & 0x7F) == x_->extensions().shapeEvent + XCB_SHAPE_NOTIFY;
     if (isShape && reinterpret_cast<const xcb_shape_notify_event_t&>(event).affected_window == target_)
@@ -112,15 +148,15 @@ Shot WindowGrabber::window() {
         if (!window || !window->onScreen) return NoImage::notOnScreen;
         readShape();
         layers_.assign(1, layerOfClient(*window, shape_));
-        Shot shot = scene_->take(boundsOfClient(*window), layers_, *desktop.windows);
-        return shot.image && scene_->missing() != NoImage::none ? Shot(scene_->missing()) : shot;
+        Shot shot = compositor_->take(boundsOfClient(*window), layers_, *desktop.windows);
+        return shot.image && compositor_->missing() != NoImage::none ? Shot(compositor_->missing()) : shot;
     });
 }
 
 Shot WindowGrabber::area(const Rect& area) {
     return ask([&](const Desktop& desktop) {
         setLayersOfArea(layers_, *desktop.windows);
-        return scene_->take(desktop.monitors->toRoot(pixelsOf(area)), layers_, *desktop.windows);
+        return compositor_->take(desktop.monitors->toRoot(pixelsOf(area)), layers_, *desktop.windows);
     });
 }
 
@@ -128,7 +164,7 @@ Shot WindowGrabber::composed(const Rect& bounds, const std::vector<uint32_t>& wi
     return ask([&](const Desktop& desktop) -> Shot {
         if (isScreen_ && !desktop.monitors->areShown) return NoImage::wayland;
         setLayersOfList(layers_, *desktop.windows, windows, isScreen_);
-        return scene_->take(desktop.monitors->toRoot(pixelsOf(bounds)), layers_, *desktop.windows);
+        return compositor_->take(desktop.monitors->toRoot(pixelsOf(bounds)), layers_, *desktop.windows);
     });
 }
 
@@ -137,9 +173,8 @@ Shot WindowGrabber::display() {
         const Monitor* monitor = desktop.monitors->find(target_);
         if (!monitor) return NoImage::gone;
         if (!desktop.monitors->areShown) return NoImage::wayland;
-        if (!display_ || display_->area() != monitor->area)
-            display_ = std::make_unique<DisplayGrabber>(*x_, monitor->area);
-        return display_->take();
+        layers_.assign(1, layerOfRoot(*x_));
+        return compositor_->take(monitor->area, layers_, *desktop.windows);
     });
 }
 

@@ -4,9 +4,8 @@
 #include <memory>
 
 #include "ScreenCapture/platform/window_server.h"
+#include "ScreenCapture/platform/x11/compositor.h"
 #include "ScreenCapture/platform/x11/connection.h"
-#include "ScreenCapture/platform/x11/display_grabber.h"
-#include "ScreenCapture/platform/x11/scene_grabber.h"
 #include "ScreenCapture/platform/x11/windows.h"
 
 namespace orvo::platform::x11 {
@@ -29,6 +28,7 @@ class WindowGrabber final : public Grabber {
   private:
     bool connect();
     void begin();
+    void close();
     void watchTarget();
     void readEvents();
     void handle(const xcb_generic_event_t& event);
@@ -39,10 +39,11 @@ class WindowGrabber final : public Grabber {
     const uint32_t target_;
     const bool isScreen_;
     std::unique_ptr<Connection> x_;  // outlives what is made on it
-    std::unique_ptr<SceneGrabber> scene_;
-    std::unique_ptr<DisplayGrabber> display_;
-    std::vector<SceneLayer> layers_;  // of the picture that is taken
-    std::vector<PixelRect> shape_;    // of the target, relative to its border's corner; empty: all
+    std::unique_ptr<RedirectedWindows> windows_;
+    std::unique_ptr<Compositor> compositor_;
+    std::shared_ptr<RedirectedWindow> window_;  // the target
+    std::vector<Layer> layers_;                 // of the picture that is taken
+    std::vector<PixelRect> shape_;              // of the target, relative to its border's corner; empty: all
     bool shapeIsStale_ = true;
     bool connected_ = false;  // there was a server
     bool gone_ = false;

@@ -4,33 +4,36 @@
 #include <algorithm>
 #include <utility>
 
-#include "ScreenCapture/platform/x11/desktop_model.h"
 #include "ScreenCapture/platform/x11/window_facts.h"
-#include "ScreenCapture/platform/x11/window_scenes.h"
 
 namespace orvo::platform::x11 {
 namespace {
 
 constexpr int64_t kMostPixels = 4 << 20;  // of windows that are redirected ahead
 
-// Of the scene that was begun.
-Shot pictureOf(SceneGrabber& scene) {
-    Shot shot = scene.finish();
-    return shot.image && scene.missing() != NoImage::none ? Shot(scene.missing()) : shot;
+// That was begun.
+Shot finished(Compositor& compositor) {
+    Shot shot = compositor.finish();
+    return shot.image && compositor.missing() != NoImage::none ? Shot(compositor.missing()) : shot;
 }
 
 }  // namespace
 
 Shot pictureOfWindow(Connection& x, const DesktopWindow& window, const WindowList& windows) {
     if (!hasWindowPictures(x)) return NoImage::failed;
-    SceneGrabber scene(x);
-    scene.begin(boundsOfClient(window), {layerOfClient(window, queryShape(x, window.number))}, windows);
-    return pictureOf(scene);
+    RedirectedWindows redirected(x);
+    Compositor compositor(redirected);
+    compositor.update(boundsOfClient(window), {layerOfClient(window, queryShape(x, window.number))}, windows);
+    compositor.begin();
+    return finished(compositor);
 }
 
 WindowPictures::WindowPictures(std::unique_ptr<Connection> connection, std::vector<uint32_t> numbers,
                                const WindowList& windows)
-    : x_(std::move(connection)), scene_(std::make_unique<SceneGrabber>(*x_)), numbers_(std::move(numbers)) {
+    : x_(std::move(connection)),
+      windows_(std::make_unique<RedirectedWindows>(*x_)),
+      compositor_(std::make_unique<Compositor>(*windows_)),
+      numbers_(std::move(numbers)) {
     std::vector<ShapeRequest> shapes;
     PixelRect room;
     for (const uint32_t number : numbers_) {
@@ -39,7 +42,7 @@ WindowPictures::WindowPictures(std::unique_ptr<Connection> connection, std::vect
         if (fitsPicture(bounds))
             room = {0, 0, std::max(room.width, bounds.width), std::max(room.height, bounds.height)};
     }
-    scene_->setRoom(room);
+    compositor_->setRoom(room);
     for (const ShapeRequest& shape : shapes) shapes_.push_back(shape.read(*x_));
     prepare(windows);
     x_->flush();
@@ -47,7 +50,9 @@ WindowPictures::WindowPictures(std::unique_ptr<Connection> connection, std::vect
 
 WindowPictures::~WindowPictures() {
     const PipeGuard guard;
-    scene_.reset();
+    compositor_.reset();
+    ahead_.clear();
+    windows_.reset();
     x_.reset();
 }
 
@@ -64,18 +69,11 @@ Shot WindowPictures::take(const DesktopWindow& window, const WindowList& windows
     const PipeGuard guard;
     const size_t index = indexOf(window.number);
     if (begun_ != index || begunBounds_ != boundsOfClient(window)) begin(index, window, windows);
-    Shot shot = pictureOf(*scene_);
-    scene_->readEvents();
-    const auto after = latestDesktop();
-    if (after && scene_->wasCovered(window.number, *after->windows)) {
-        scene_->forget(window.number);
-        begin(index, window, *after->windows);
-        shot = pictureOf(*scene_);
-    }
+    Shot shot = finished(*compositor_);
     begun_ = numbers_.size();
     const DesktopWindow* next = index + 1 < numbers_.size() ? windows.find(numbers_[index + 1]) : nullptr;
     if (next && next->onScreen) begin(index + 1, *next, windows);
-    scene_->forget(window.number);
+    ahead_.erase(window.number);
     if (index < prepared_.size()) pixels_ -= std::exchange(prepared_[index], 0);
     prepare(windows);
     x_->flush();
@@ -83,10 +81,11 @@ Shot WindowPictures::take(const DesktopWindow& window, const WindowList& windows
 }
 
 void WindowPictures::begin(size_t index, const DesktopWindow& window, const WindowList& windows) {
-    scene_->readEvents();
+    windows_->readEvents();
     begun_ = index;
     begunBounds_ = boundsOfClient(window);
-    scene_->begin(begunBounds_, {layerOfClient(window, shapes_[index])}, windows);
+    compositor_->update(begunBounds_, {layerOfClient(window, shapes_[index])}, windows);
+    compositor_->begin();
 }
 
 // Has the next windows redirected that are not yet.
@@ -95,7 +94,13 @@ void WindowPictures::prepare(const WindowList& windows) {
         const DesktopWindow* window = windows.find(numbers_[prepared_.size()]);
         const bool shows = window && window->onScreen && fitsPicture(window->bounds);
         prepared_.push_back(shows ? int64_t{window->bounds.width} * window->bounds.height : 0);
-        if (shows) scene_->expect(*window, windows);
+        if (!shows) continue;
+        auto& ahead = ahead_[window->number];
+        ahead = windows_->open(window->number, windows.frameOf(window->number));
+        const int borders = 2 * window->border;
+        ahead->fit({0, 0, window->bounds.width + borders, window->bounds.height + borders}, window->border, false);
+        if (!windows.isSeenWhole(window->number)) ahead->expectRepaint();
+        ahead->requestPixmap();
     }
 }
 

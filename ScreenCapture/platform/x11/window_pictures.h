@@ -2,11 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <vector>
 
-#include "ScreenCapture/platform/x11/scene_grabber.h"
+#include "ScreenCapture/platform/x11/compositor.h"
 
 namespace orvo::platform::x11 {
 
@@ -33,7 +34,9 @@ class WindowPictures {
 
     std::mutex mutex_;
     std::unique_ptr<Connection> x_;  // outlives what is made on it
-    std::unique_ptr<SceneGrabber> scene_;
+    std::unique_ptr<RedirectedWindows> windows_;
+    std::unique_ptr<Compositor> compositor_;
+    std::map<uint32_t, std::shared_ptr<RedirectedWindow>> ahead_;
     const std::vector<uint32_t> numbers_;
     std::vector<std::vector<PixelRect>> shapes_;  // of the windows
     std::vector<int64_t> prepared_;               // pixels of the windows from the first on that were prepared
