@@ -59,6 +59,6 @@ endif()
 install(DIRECTORY bindings/python/orvo DESTINATION lib/python3/dist-packages PATTERN __pycache__ EXCLUDE)
 
 set(ORVO_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/orvo-screencapture)
-install(FILES README.md CHANGELOG.md LICENSE THIRD-PARTY-NOTICES.md ${PROJECT_BINARY_DIR}/generated/copyright
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md LICENSE THIRD-PARTY-NOTICES.md ${PROJECT_BINARY_DIR}/generated/copyright
     DESTINATION ${ORVO_DOC_DIR})
 install(DIRECTORY docs examples DESTINATION ${ORVO_DOC_DIR} PATTERN doxygen EXCLUDE PATTERN __pycache__ EXCLUDE)

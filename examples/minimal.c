@@ -1,4 +1,4 @@
-/* Captures the main screen for two seconds and tells what came. */
+/* Captures the main screen for two seconds and prints its first frame. */
 #include <orvo/screencapture_linux.h>
 #include <stdio.h>
 

@@ -10,13 +10,8 @@ import matplotlib
 matplotlib.use("agg")
 import matplotlib.pyplot as plt  # noqa: E402
 
-from summary import FULL, cost  # noqa: E402
-from work import DISPLAY, LIMIT  # noqa: E402
+from summary import COMPARED, COMPARED_SCENES, cost  # noqa: E402
 
-COMPARED = [FULL, LIMIT, DISPLAY, "WebRTC, display, damage on", "ffmpeg x11grab, cursor",
-            "GStreamer ximagesrc, damage off"]
-COMPARED_SCENES = {"static": "static desktop", "busy": "1280x720 repainting", "scroll": "scrolling text",
-                   "drag": "window being dragged", "tiles": "eight small windows"}
 GROWTH = {
     "rate": ("frames a second", "per_second", "ms of CPU a second", "1280x720 repainting, by frame rate"),
     "size": ("megapixels", "ms", "ms of CPU a frame", "two thirds of the screen repainting, by its size"),

@@ -1,4 +1,4 @@
-"""The tables of a run, for the terminal and for docs/performance.md."""
+"""The tables of a run: for the terminal, the summary in docs/performance.md, and all of them beside it."""
 from __future__ import annotations
 
 from collections.abc import Sequence
@@ -6,10 +6,11 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Any
 
-from summary import FULL, cost, goals, latency, ratio, runs_of
+from summary import COMPARED, COMPARED_SCENES, FULL, cost, goals, latency, ratio, runs_of
 from work import LIMIT, QUICK, SCENES, WINDOW_LIMIT, WORKS
 
 PAGE = Path("docs/performance.md")
+FIGURES = Path("docs/performance/figures.md")
 BEGIN, END = "<!-- figures: written by ./dev bench -->", "<!-- end of the figures -->"
 
 
@@ -110,18 +111,35 @@ def as_markdown(table: Table) -> list[str]:
     return ["", f"### {table.title}", ""] + ["| " + " | ".join(row) + " |" for row in rows]
 
 
+def summary_table(data: dict[str, Any]) -> Table:
+    rows = [[work] + [number(cost(data, scene, work)) for scene in COMPARED_SCENES] for work in COMPARED]
+    return Table("Milliseconds of processor time a frame", ["", *COMPARED_SCENES.values()], rows)
+
+
+def goal_sentence(data: dict[str, Any]) -> str:
+    judged = goals(data)
+    missed = [goal.name for goal in judged if not goal.met]
+    met = f"{len(judged) - len(missed)} of {len(judged)} goals are met"
+    return f"{met}; missed: {'; '.join(missed)}." if missed else f"{met}."
+
+
+def replace_figures(text: str, lines: list[str]) -> str:
+    before, _, rest = text.partition(BEGIN)
+    return before + "\n".join([BEGIN, *lines, "", END]) + rest.partition(END)[2]
+
+
 def write(data: dict[str, Any], found: list[Table]) -> None:
-    """Renews the figures of the page and its charts."""
+    """Renews the summary on the page, the page of all figures and the charts."""
     import charts  # wants matplotlib, which a page alone needs
-    drawn = charts.draw(data, PAGE.parent / "performance")
+    drawn = charts.draw(data, FIGURES.parent)
     about = data["machine"]
-    lines = [BEGIN, "", f"Measured on {about['date']}, commit {about['commit']}: {about['cores']} cores of "
-             f"{about['processor']}, Linux {about['kernel']}, load before the run {about['load']}; {data['rounds']} rounds."]
+    measured = (f"Measured on {about['date']}, commit {about['commit']}: {about['cores']} cores of {about['processor']}, "
+                f"Linux {about['kernel']}, load before the run {about['load']}; {data['rounds']} rounds.")
+    summary = ["", measured, *as_markdown(summary_table(data)), "", goal_sentence(data)]
+    PAGE.write_text(replace_figures(PAGE.read_text(encoding="utf-8"), summary), encoding="utf-8")
+    lines = ["# Figures", "", f"Written by `./dev bench`; [performance.md](../performance.md) explains them. {measured}"]
     for title, path in drawn:
-        lines += ["", f"![{title}]({path.relative_to(PAGE.parent)})"]
+        lines += ["", f"![{title}]({path.name})"]
     for table in found:
         lines += as_markdown(table)
-    text = PAGE.read_text(encoding="utf-8")
-    before, _, rest = text.partition(BEGIN)
-    after = rest.partition(END)[2]
-    PAGE.write_text(before + "\n".join(lines + ["", END]) + after, encoding="utf-8")
+    FIGURES.write_text("\n".join(lines) + "\n", encoding="utf-8")

@@ -11,6 +11,11 @@ from work import DISPLAY, LIMIT, SCALED_LIMIT, WINDOW_LIMIT
 FULL = "bare, everything"
 SCALED = "library, window to 640x360"
 LESS = "library, display less a window"
+# What the summary and its chart show: display capturers, on scenes that take short words.
+COMPARED = [FULL, LIMIT, DISPLAY, "WebRTC, display, damage on", "ffmpeg x11grab, cursor",
+            "GStreamer ximagesrc, damage off"]
+COMPARED_SCENES = {"static": "static desktop", "busy": "1280x720 repainting", "scroll": "scrolling text",
+                   "drag": "window being dragged", "tiles": "eight small windows"}
 Runs = list[dict[str, Any]]
 
 

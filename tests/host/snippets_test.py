@@ -3,8 +3,8 @@
 
 usage, on a display of its own: snippets_test.py SOURCE_FOLDER BUILD_FOLDER C_COMPILER CXX_COMPILER
 
-sh is run, c is compiled against the installed package and run, cpp is compiled against the sources, cmake becomes the
-CMakeLists.txt of the commands after it, python is run; text is text. A block below "<!-- only on a Mac -->" is only
+sh is run, c is compiled against the installed package and run, cmake becomes the CMakeLists.txt of the commands after it,
+python is run; text is text. The sources in docs are compiled. A block below "<!-- only on a Mac -->" is only
 checked for its syntax elsewhere. The pages see a folder that looks like the sources; its dev knows the commands but runs
 none of them: .ci/run does.
 """
@@ -80,9 +80,6 @@ def run_block(language: str, text: str, here: bool) -> None:
         return
     elif language == "c":
         run_c(text)
-    elif language == "cpp":
-        run("c++", "-std=c++20", "-Wall", "-Wextra", "-Werror", f"-I{source}", f"-I{source}/include", "-fsyntax-only",
-            "-x", "c++", "-", text=text)
     elif language == "cmake":
         (tree / "CMakeLists.txt").write_text(text)
     elif language == "python":
@@ -105,9 +102,11 @@ def walk(page: pathlib.Path, numbers: list) -> None:
             print(f"{place}: {language}, {time.monotonic() - begin:.1f} s" + ("" if here else ", ONLY ON A MAC, not run"))
         except (RuntimeError, AssertionError, subprocess.TimeoutExpired) as error:
             failures.append(f"{place}: {error}")
-    for link in re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", content):
-        if not (page.parent / link).exists():
-            failures.append(f"{page.relative_to(source)}: leads to {link}, which is not there")
+    for link, anchor in re.findall(r"\]\(([^)#:]*)(?:#([^)]*))?\)", content):
+        for root in source, work / "orvo/share/doc/orvo-screencapture":
+            target = (root / page.relative_to(source)).parent / link if link else page
+            if not target.exists() or anchor and f"# {anchor}".replace("-", " ") not in target.read_text().lower():
+                failures.append(f"{page.relative_to(source)}: leads to {link}#{anchor}, which is not in {root}")
 
 
 prepare()
@@ -116,6 +115,8 @@ first = [source / "docs/quick-start.md", source / "README.md"]
 try:
     for page in first + sorted(set((source / "docs").glob("*.md")) - set(first)) + [source / "CONTRIBUTING.md"]:
         walk(page, numbers)
+    run("c++", "-std=c++20", "-Wall", "-Wextra", "-Werror", f"-I{source}", f"-I{source}/include", "-fsyntax-only",
+        *map(str, (source / "docs").rglob("*.cpp")))
 finally:
     for program in programs:
         program.kill()
