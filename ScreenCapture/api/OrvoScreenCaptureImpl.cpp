@@ -6,7 +6,7 @@
 
 #include "ScreenCapture/log/component_log.h"
 #include "ScreenCapture/log/orvo_log.h"
-#include "ScreenCapture/thumbnail/bitmap_memory.h"
+#include "common/utils/orvo_pixel_memory.h"
 
 using orvo::platform::Display;
 using orvo::platform::platform;
@@ -78,13 +78,13 @@ void OrvoScreenCaptureImpl::UnInit() {
     }
     // The registry stays, but from here on nothing of this session reaches the host.
     if (registry) registry->shut();
-    orvo::thumbnail::freeKeptMemory();
+    ORVO::BASE::freeKeptPixelMemory();
     ORVO::ScreenCapture::flush_log();
 }
 
 void OrvoScreenCaptureImpl::StartCapture() {
     COMPONENT_LOG("Impl", "%s", "StartCapture");
-    orvo::thumbnail::freeKeptMemory();  // the user has chosen
+    ORVO::BASE::freeKeptPixelMemory();  // the user has chosen
     if (const auto current = existingSession()) current->startCapture();
     COMPONENT_LOG("Impl", "CaptureSession is started");
 }

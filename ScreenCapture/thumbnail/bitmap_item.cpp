@@ -4,8 +4,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <new>
 
-#include "ScreenCapture/thumbnail/bitmap_memory.h"
+#include "common/utils/orvo_pixel_memory.h"
 
 static_assert(offsetof(OrvoThumbnailBitmapItem, length) == 12);
 static_assert(offsetof(OrvoThumbnailBitmapItem, data) == 16);
@@ -16,7 +17,7 @@ namespace orvo::thumbnail {
 
 void freeBitmapItem(OrvoThumbnailBitmapItem* item) {
     if (!item) return;
-    giveMemory(item->data, item->length);
+    ORVO::BASE::givePixelMemory(item->data, item->length);
     delete item;
 }
 
@@ -29,7 +30,8 @@ BitmapItemPtr makeBitmapItem(const platform::Image& image) {
     item->bitsPerPixel = 32;
     item->length = item->width * item->height * 4;
     item->stride = static_cast<uint32_t>(image.bytesPerRow());
-    item->data = takeMemory(item->length);
+    item->data = ORVO::BASE::takePixelMemory(item->length);
+    if (!item->data) throw std::bad_alloc();
     const size_t copied = std::min<size_t>(item->length, image.bytesPerRow() * item->height);
     std::memcpy(item->data, pixels, copied);
     std::memset(item->data + copied, 0, item->length - copied);

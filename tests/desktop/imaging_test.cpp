@@ -87,6 +87,7 @@ TEST(Imaging, DrawKeepsRowBytesAndLeavesTheRestZero) {
         {100, 100, {0, 0, std::nan(""), 50}, {}},
     };
     for (const auto& c : cases) {
+        painted(304, 200, 1216, [](int, int) { return ~0U; });  // whose memory comes back
         const Ref<Image> result = imaging.draw(image, c.width, c.height, c.placement);
         ASSERT_TRUE(result);
         EXPECT_EQ(result->bytesPerRow(), 1216U);

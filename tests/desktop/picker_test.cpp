@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "ScreenCapture/thumbnail/bitmap_memory.h"
 #include "ScreenCapture/thumbnail/window_info.h"
+#include "common/utils/orvo_pixel_memory.h"
 #include "desktop/window_manager_fixture.h"
 #include "support/found_windows.h"
 
@@ -288,8 +288,8 @@ TEST_F(Picker, MemoryThatComesBackServesTheNextPicturesUntilACaptureBegins) {
     constexpr size_t kMost = size_t{32} << 20;
     const auto image = pattern(9, 400, 300);
     // Once so much has been freed, such sizes are the heap's and no longer mapped one by one.
-    thumbnail::giveMemory(thumbnail::takeMemory(kMost / 2), kMost / 2);
-    thumbnail::freeKeptMemory();
+    ORVO::BASE::givePixelMemory(ORVO::BASE::takePixelMemory(kMost / 2), kMost / 2);
+    ORVO::BASE::freeKeptPixelMemory();
     const unsigned char* const memory = thumbnail::makeBitmapItem(*image)->data;
     const auto second = thumbnail::makeBitmapItem(*image);
     EXPECT_EQ(second->data, memory);
@@ -306,13 +306,13 @@ TEST_F(Picker, MemoryThatComesBackServesTheNextPicturesUntilACaptureBegins) {
     size_t resident = 0;
     for (const unsigned char* each : memories) resident += residentBytes(each, second->length);
     EXPECT_LE(resident, kMost);
-    const size_t kept = thumbnail::freeKeptMemory();
+    const size_t kept = ORVO::BASE::freeKeptPixelMemory();
     EXPECT_LE(kept, kMost);
     EXPECT_GT(kept, kMost / 2);
     for (void (*const end)() : {orvo_screencapture_start_capture, orvo_screencapture_uninit}) {
         thumbnail::makeBitmapItem(*image);
         end();
-        EXPECT_EQ(thumbnail::freeKeptMemory(), 0u);
+        EXPECT_EQ(ORVO::BASE::freeKeptPixelMemory(), 0u);
     }
 }
 

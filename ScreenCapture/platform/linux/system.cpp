@@ -4,6 +4,7 @@
 #include <sys/uio.h>
 #include <time.h>
 #include <unistd.h>
+
 #include <cstdlib>
 #include <cstring>
 

@@ -1,80 +1,47 @@
-// Bitmaps in memory of this process, and the few idle blocks that the next ones are made of.
+// Bitmaps in memory of this process.
 #include "ScreenCapture/platform/software/bitmap.h"
 
-#include <cstdlib>
 #include <cstring>
-#include <mutex>
 #include <new>
-#include <utility>
 
 #include "ScreenCapture/platform/software/region.h"
 
 namespace orvo::platform::software {
+
+using namespace ORVO::BASE;
+
 namespace {
 
 constexpr size_t kAlignment = 64;
-constexpr size_t kMaxIdleBlock = size_t{36} << 20;  // a frame of 3840x2160
 
-// What lies behind the pixels of padded rows was zero from the start and is not written, so such a block returns to
-// bitmaps of the same shape only. Any other serves a smaller bitmap too, within reason.
-bool serves(const PixelBlock& block, const PixelBlock& wanted) {
-    if (block.bytesPerRow == wanted.bytesPerRow && block.width == wanted.width && block.size == wanted.size)
-        return true;
-    return !block.isPadded() && !wanted.isPadded() && block.size >= wanted.size && block.size / 2 <= wanted.size;
-}
-
-// A fresh block of a frame's size costs a page fault every 4096 bytes, more than scaling into it does. A capture goes
-// back and forth between two blocks, so two are kept.
-struct IdleBlocks {
-    std::mutex mutex;
-    PixelBlock blocks[2];
-    size_t oldest = 0;
-};
-constinit IdleBlocks idle;
-
-// The block that was given back last is the one that a cache may still have.
-PixelBlock takeBlock(PixelBlock wanted) {
-    {
-        std::lock_guard lock(idle.mutex);
-        for (const size_t i : {idle.oldest ^ 1, idle.oldest})
-            if (idle.blocks[i].bytes && serves(idle.blocks[i], wanted)) {
-                idle.oldest = i;
-                wanted.size = idle.blocks[i].size;
-                wanted.bytes = std::exchange(idle.blocks[i], {}).bytes;
-                return wanted;
-            }
-    }
-    wanted.bytes = static_cast<uint8_t*>(std::aligned_alloc(kAlignment, wanted.size));
-    if (wanted.bytes && wanted.isPadded()) std::memset(wanted.bytes, 0, wanted.size);
-    return wanted;
-}
-
-void giveBlock(PixelBlock block) {
-    if (block.size <= kMaxIdleBlock) {
-        std::lock_guard lock(idle.mutex);
-        std::swap(block, idle.blocks[idle.oldest]);
-        idle.oldest ^= 1;
-    }
-    std::free(block.bytes);
-}
-
-size_t blockSize(int height, size_t bytesPerRow) {
-    return (imageMemory(height, bytesPerRow) + kAlignment - 1) / kAlignment * kAlignment;
+// The pool's memory is aligned for any type only, so what is taken is longer than the pixels by one alignment.
+uint8_t* aligned(uint8_t* memory) {
+    const auto address = reinterpret_cast<uintptr_t>(memory);
+    return memory + ((address + kAlignment - 1) / kAlignment * kAlignment - address);
 }
 
 }  // namespace
 
 Ref<MemoryBitmap> MemoryBitmap::make(int width, int height, size_t bytesPerRow, int bitsPerPixel) {
     if (width <= 0 || height <= 0 || bytesPerRow > SIZE_MAX / 4 / (static_cast<size_t>(height) + 1)) return nullptr;
-    const PixelBlock block = takeBlock({nullptr, blockSize(height, bytesPerRow), bytesPerRow, width});
-    if (!block.bytes) return nullptr;
-    auto* bitmap = new (std::nothrow) MemoryBitmap(block, height, bitsPerPixel);
-    if (!bitmap) giveBlock(block);
+    const size_t pixelBytes = static_cast<size_t>(width) * 4;
+    const PaddedRows rows = bytesPerRow > pixelBytes ? PaddedRows{bytesPerRow, pixelBytes} : PaddedRows();
+    const size_t size = imageMemory(height, bytesPerRow) + kAlignment;
+    uint8_t* const memory = takePixelMemory(size, rows);
+    if (!memory) return nullptr;
+    auto* bitmap = new (std::nothrow) MemoryBitmap(width, height, bytesPerRow, aligned(memory), bitsPerPixel);
+    if (!bitmap) {
+        givePixelMemory(memory, size, rows);
+        return nullptr;
+    }
+    bitmap->memory_ = memory;
+    bitmap->memorySize_ = size;
+    bitmap->rows_ = rows;
     return Ref<MemoryBitmap>::adopt(bitmap);
 }
 
 MemoryBitmap::~MemoryBitmap() {
-    giveBlock(block_);
+    givePixelMemory(memory_, memorySize_, rows_);
 }
 
 void MemoryBitmap::clear(const PixelRect& area) {

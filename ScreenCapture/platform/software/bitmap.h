@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "ScreenCapture/platform/image.h"
+#include "common/utils/orvo_pixel_memory.h"
 
 namespace orvo::platform::software {
 
@@ -40,16 +41,6 @@ class Bitmap : public Image, public PixelBuffer {
     int height_;
 };
 
-// Memory for a bitmap's pixels, and the shape of what is in it.
-struct PixelBlock {
-    uint8_t* bytes = nullptr;
-    size_t size = 0;
-    size_t bytesPerRow = 0;
-    int width = 0;
-
-    bool isPadded() const { return bytesPerRow > static_cast<size_t>(width) * 4; }
-};
-
 // Owns its memory, aligned to 64 bytes. The maker writes every pixel; what lies behind the pixels of a row is zero, if
 // it is longer than 32-bit pixels need, and stays so.
 class MemoryBitmap final : public Bitmap {
@@ -64,10 +55,12 @@ class MemoryBitmap final : public Bitmap {
     void clear(const PixelRect& area);  // to zero bytes; what lies outside is cut
 
   private:
-    MemoryBitmap(const PixelBlock& block, int height, int bitsPerPixel)
-        : Bitmap(block.width, height, block.bytesPerRow, block.bytes), block_(block), bitsPerPixel_(bitsPerPixel) {}
+    MemoryBitmap(int width, int height, size_t bytesPerRow, uint8_t* pixels, int bitsPerPixel)
+        : Bitmap(width, height, bytesPerRow, pixels), bitsPerPixel_(bitsPerPixel) {}
 
-    const PixelBlock block_;
+    uint8_t* memory_ = nullptr;  // of the pool
+    size_t memorySize_ = 0;
+    ORVO::BASE::PaddedRows rows_;
     const int bitsPerPixel_;
 };
 
