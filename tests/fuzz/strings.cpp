@@ -110,10 +110,14 @@ void useItself(Input& input, Texts& it) {
             REQUIRE(it.text.replace(place, it.text.size() - place, inside, count));
             it.model.replace(place, std::string::npos, part);
             break;
-        case 3:
-            it.text.append(it.text, from, count);
-            it.model += part;
+        case 3: {
+            const unsigned int begin = positionOf(input, it.model), length = positionOf(input, it.model);
+            it.text.append(it.text, begin, length);
+            const size_t rest = begin <= it.model.size() ? it.model.size() - begin : 0;
+            if (length == npos || length <= rest)
+                it.model += it.model.substr(std::min<size_t>(begin, it.model.size()), length);
             break;
+        }
         default:
             REQUIRE(it.text.format("%.*s|%s", static_cast<int>(count), inside, it.text.c_str()));
             it.model = std::string(part.c_str()) + '|' + it.model.c_str();

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Plants one fault after another in a copy of the sources and reports which of them the desktop tests and the models catch.
+"""Plants one fault after another in a copy of the sources and reports which of them the tests of that layer catch.
 
 usage: run.py SOURCES COPY [WORD...]     only the faults whose file or text contains one of the words
 
@@ -13,10 +13,13 @@ import subprocess
 import sys
 import time
 
+import runtime
+
 LIMIT = 0.9
-# Long: tried only on what the other tests let pass.
-LONG_TESTS = "*Fault*:*Race*"
-MODELS = ["seeded_regions", "seeded_pictures"]
+# What is held against each layer's faults: its tests, those of them that are tried only on what the others let pass,
+# and the models.
+DESKTOP = ("desktop_tests", "*Fault*:*Race*", ["regions", "pictures"])
+RUNTIME = ("runtime_tests", "", ["strings", "streams", "numbers", "conversions", "log"])
 
 W, C, A, T, S = (f"ScreenCapture/{folder}/" for folder in ("window", "capture", "api", "thumbnail", "platform/software"))
 MUTANTS = [
@@ -130,24 +133,24 @@ MUTANTS = [
 ]
 
 
-def build_and_test(build):
+def build_and_test(build, layer):
     """'caught by TEST', 'survives' or an error of the list."""
-    made = subprocess.run(["cmake", "--build", build, "--target", "desktop_tests", *MODELS, "-j2"], capture_output=True, text=True)
+    program, long_tests, models = layer
+    targets = [program, *("seeded_" + model for model in models)]
+    made = subprocess.run(["cmake", "--build", build, "--target", *targets, "-j2"], capture_output=True, text=True)
     if made.returncode:
         return "does not compile: " + "".join(line for line in made.stdout.splitlines(True) if "error" in line)[:300]
-    for model in MODELS:
-        corpus = f"{build}/../../tests/fuzz/corpus/{model.removeprefix('seeded_')}"
-        if subprocess.run([f"{build}/{model}", corpus], capture_output=True, timeout=120, check=False).returncode:
-            return "caught by " + model
-    for tests in ("-" + LONG_TESTS, LONG_TESTS):
+    runs = [[f"seeded_{model}", f"{build}/../../tests/fuzz/corpus/{model}"] for model in models]
+    filters = ["-" + long_tests, long_tests] if long_tests else ["*"]
+    runs += [[program, "--gtest_fail_fast", f"--gtest_filter={tests}"] for tests in filters]
+    for command, *options in runs:
         try:
-            run = subprocess.run([f"{build}/desktop_tests", "--gtest_fail_fast", f"--gtest_filter={tests}"],
-                                 capture_output=True, text=True, errors="replace", timeout=120)
+            run = subprocess.run([f"{build}/{command}", *options], capture_output=True, text=True, errors="replace", timeout=120)
         except subprocess.TimeoutExpired:
             return "caught by a hang"
         if run.returncode:
             failed = re.search(r"^\[  FAILED  \] (\S+?),? ", run.stdout, re.M)
-            return "caught by " + (failed[1] if failed else "a crash")
+            return "caught by " + (failed[1] if failed else command + ", which ended")
     return "survives"
 
 
@@ -169,12 +172,13 @@ def main():
     os.environ["CCACHE_BASEDIR"] = os.path.realpath(copy)
     build = f"{copy}/build/release"
     subprocess.run(["cmake", "--preset", "release"], cwd=copy, check=True, stdout=subprocess.DEVNULL)
-    if build_and_test(build) != "survives":
-        sys.exit("mutants: the tests fail without a fault")
+    chosen = [(layer, *mutant) for layer, mutants in ((RUNTIME, runtime.MUTANTS), (DESKTOP, MUTANTS)) for mutant in mutants
+              if not words or any(word in mutant[0] + mutant[1] for word in words)]
+    for layer in (RUNTIME, DESKTOP):
+        if any(mutant[0] is layer for mutant in chosen) and build_and_test(build, layer) != "survives":
+            sys.exit("mutants: the tests fail without a fault")
     caught = errors = count = 0
-    for file, text, replacement in MUTANTS:
-        if words and not any(word in file + text for word in words):
-            continue
+    for layer, file, text, replacement in chosen:
         count += 1
         with open(f"{copy}/{file}", encoding="utf-8") as source:
             whole = source.read()
@@ -184,7 +188,7 @@ def main():
         else:
             with open(f"{copy}/{file}", "w", encoding="utf-8") as source:
                 source.write(whole.replace(text, replacement))
-            result = build_and_test(build)
+            result = build_and_test(build, layer)
             with open(f"{copy}/{file}", "w", encoding="utf-8") as source:
                 source.write(whole)
         caught += result.startswith("caught")

@@ -1,18 +1,17 @@
 // Files, folders and the functions beside them, in a folder of their own.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "support/full_disk.h"
 #include "support/runtime/log_lines.h"
 #include "support/temporary_folder.h"
 #include "xplatform/common/orvoio.h"
@@ -35,20 +34,16 @@ class Files : public testing::Test {
         text << std::ifstream(path(name)).rdbuf();
         return text.str();
     }
-    // The messages of that line of the code.
-    static Messages take(int line) {
-        Messages messages;
-        for (const auto& each : support::take_log())
-            messages.push_back((each.line == line ? "" : "elsewhere ") + std::to_string(each.level) + " " +
-                               each.message);
-        return messages;
-    }
     const orvo::testing::TemporaryFolder temporary_;
     const std::string folder_ = temporary_.path();
 };
 
 TEST_F(Files, OpensOnceAndOnlyWhatThereIs) {
     CFile file;
+    char byte = 0;
+    EXPECT_EQ(file.GetSize() + file.Read(&byte, 1) + file.Write(&byte, 1) + file.GetPos(), 0u);
+    EXPECT_FALSE(file.Seek(0, orvo::io::eSeekBegin) || file.SetSize(1) || file.Flush());
+    EXPECT_EQ(support::take_messages("orvofile"), Messages(7, "1 illegal operating!"));
     EXPECT_FALSE(file.Open(static_cast<const char*>(nullptr), "rb"));
     EXPECT_FALSE(file.Open(path("a").c_str(), nullptr));
     EXPECT_FALSE(file.Open(path("a").c_str(), "rb"));
@@ -59,10 +54,8 @@ TEST_F(Files, OpensOnceAndOnlyWhatThereIs) {
     EXPECT_EQ(support::take_messages("orvofile"),
               (Messages{"1 illegal agurment!", "1 illegal agurment!", "1 failed to open file[" + path("a") + "]!",
                         "1 CFile object is under used!"}));
-    EXPECT_TRUE(file.Close());
-    EXPECT_TRUE(file.GetFileName().empty());
-    EXPECT_TRUE(CFile::IsExisted(path("\xc3\xa4").c_str()));
-    EXPECT_FALSE(CFile::IsExisted(path("b").c_str()));
+    EXPECT_TRUE(file.Close() && file.GetFileName().empty());
+    EXPECT_TRUE(CFile::IsExisted(path("\xc3\xa4").c_str()) && !CFile::IsExisted(path("b").c_str()));
     EXPECT_TRUE(CFile::IsExisted(path("\xc3\xa4/below").c_str())) << "an error other than ENOENT";
 }
 
@@ -70,103 +63,76 @@ TEST_F(Files, ReadsWritesAndSizes) {
     CFile file;
     ASSERT_TRUE(file.Open(path("a").c_str(), "wb+"));
     EXPECT_EQ(file.Write("0123456789", 10), 10u);
-    EXPECT_TRUE(file.Seek(-4, orvo::io::eSeekEnd));
-    EXPECT_EQ(file.GetSize(), 10u);
-    EXPECT_EQ(file.GetPos(), 6u);
+    EXPECT_TRUE(file.Seek(-6, orvo::io::eSeekEnd) && file.Seek(2, orvo::io::eSeekCurrent));
+    EXPECT_TRUE(file.GetSize() == 10 && file.GetPos() == 6);
     char buffer[20] = "";
     EXPECT_EQ(file.Read(buffer, sizeof buffer), 4u);
     EXPECT_STREQ(buffer, "6789");
     EXPECT_FALSE(file.Seek(-1, orvo::io::eSeekBegin));
-    EXPECT_TRUE(file.SetSize(3));
-    EXPECT_EQ(content("a"), "012");
-    EXPECT_TRUE(file.Seek(0, orvo::io::eSeekBegin));
-    EXPECT_EQ(file.Write("x", 1), 1u);
-    EXPECT_TRUE(file.Flush());
-    EXPECT_EQ(content("a"), "x12");
+    EXPECT_TRUE(file.Seek(0, orvo::io::eSeekBegin) && file.Write("x", 1) == 1 && file.SetSize(3));
+    EXPECT_EQ(content("a"), "x12") << "what waits is written before";
+    EXPECT_TRUE(file.Write("y", 1) == 1 && file.Flush());
+    EXPECT_EQ(content("a"), "xy2");
     std::FILE* stream = file.Detach();
-    EXPECT_FALSE(file.IsOpened());
-    EXPECT_TRUE(file.Attach(stream));
-    EXPECT_FALSE(file.Attach(stream));
+    EXPECT_TRUE(!file.IsOpened() && file.Attach(stream) && !file.Attach(stream));
     file.Close();
     EXPECT_TRUE(CFile::Move(path("a").c_str(), path("b").c_str()));
-    EXPECT_EQ(content("b"), "x12");
-    EXPECT_TRUE(CFile::Remove(path("b").c_str()));
-    EXPECT_FALSE(CFile::Remove(path("b").c_str()));
-}
-
-TEST_F(Files, ClosedObjectsRefuseEveryOperation) {
-    CFile file;
-    char byte = 0;
-    EXPECT_EQ(file.GetSize() + file.Read(&byte, 1) + file.Write(&byte, 1) + file.GetPos(), 0u);
-    EXPECT_FALSE(file.Seek(0, orvo::io::eSeekBegin) || file.SetSize(1) || file.Flush());
-    EXPECT_EQ(support::take_messages("orvofile"), Messages(7, "1 illegal operating!"));
+    EXPECT_EQ(content("b"), "xy2");
+    EXPECT_TRUE(CFile::Remove(path("b").c_str()) && !CFile::Remove(path("b").c_str()));
 }
 
 TEST_F(Files, AFullDiskIsNoticed) {
+    std::ofstream(path("a")) << "xx";
+    const orvo::testing::FullDisk full(1);
     CFile file;
-    ASSERT_TRUE(file.Open("/dev/full", "wb"));
-    EXPECT_EQ(file.Write("x", 1), 1u);
-    EXPECT_FALSE(file.Close());
-    EXPECT_FALSE(file.IsOpened());
-    std::ofstream(path("a")) << "x";
-    EXPECT_FALSE(orvoio_copyfile(path("a").c_str(), "/dev/full"));
+    EXPECT_TRUE(file.Open(path("b").c_str(), "wb") && file.Write("xx", 2) == 2);
+    EXPECT_FALSE(file.Close() || file.IsOpened() || orvoio_copyfile(path("a").c_str(), path("c").c_str()));
 }
 
 TEST_F(Files, CreatesFoldersWithTheirParents) {
     const mode_t before = umask(022);
     EXPECT_TRUE(CDirectory::Create(path("a/b//c/\\/").c_str()));
     umask(before);
-    for (const char* name : {"a", "a/b", "a/b/c"}) EXPECT_TRUE(CDirectory::IsExisted(path(name).c_str()));
     struct stat info;
-    EXPECT_EQ(stat(path("a/b/c").c_str(), &info), 0);
+    EXPECT_TRUE(CDirectory::IsExisted(path("a/b/c").c_str()) && stat(path("a/b/c").c_str(), &info) == 0);
     EXPECT_EQ(info.st_mode & 07777, 0755u);
     EXPECT_TRUE(support::take_log().empty());
-
     std::ofstream(path("file")) << "x";
-    EXPECT_FALSE(CDirectory::IsExisted(path("file").c_str()));
-    const std::string file = path("file"), none(5000, 'x');
+    EXPECT_FALSE(CDirectory::IsExisted(path("file").c_str()) || CDirectory::Create(static_cast<const char*>(nullptr)));
+    const std::string file = path("file"), endless = "/" + std::string(5000, 'x');
     const struct {
-        std::string path;
-        bool created;
-        std::string message;
-    } cases[] = {{path("a/b/"), true, "2 path [" + path("a/b") + "] is aready existed!"},
-                 {"/", true, "2 path [/] is aready existed!"},
-                 {file, false, "2 failed to create path [" + file + "]!"},
-                 {file + "/x/y", false, "2 failed to create path [" + file + "]!"},
-                 {"", false, "2 failed to create path []!"},
-                 {"/" + none, false, "2 failed to create path [/" + none + "]!"}};
+        std::string path, named;
+        bool exists;
+    } cases[] = {{path("a/b/"), path("a/b"), true}, {"/", "/", true}, {file, file, false},
+                 {file + "/x/y", file, false},      {"", "", false},  {endless, endless, false}};
+    std::vector<std::pair<int, std::string>> expected{{759, "illegal agurment!"}}, logged;
     for (const auto& c : cases) {
-        EXPECT_EQ(CDirectory::Create(c.path.c_str()), c.created) << c.path;
-        EXPECT_EQ(take(c.created ? 789 : 782), Messages{c.message});
+        EXPECT_EQ(CDirectory::Create(c.path.c_str()), c.exists) << c.path;
+        expected.emplace_back(c.exists ? 789 : 782, c.exists ? "path [" + c.named + "] is aready existed!"
+                                                             : "failed to create path [" + c.named + "]!");
     }
-    EXPECT_FALSE(CDirectory::Create(static_cast<const char*>(nullptr)));
-    EXPECT_EQ(take(759), Messages{"1 illegal agurment!"});
+    for (const auto& line : support::take_log()) logged.emplace_back(line.line, line.message);
+    EXPECT_EQ(logged, expected);
 }
 
 TEST_F(Files, ListsFolders) {
     for (const char* name : {"a.txt", "b.txt", "c.log", ".hidden"}) std::ofstream(path(name)) << "x";
-    const struct {
-        const char* pattern;
-        std::set<std::string> names;
-    } cases[] = {{"*.txt", {"a.txt", "b.txt"}}, {nullptr, {"a.txt", "b.txt", "c.log", ".hidden"}}, {"x*", {}}};
+    const std::pair<const char*, std::set<std::string>> cases[] = {
+        {"*.txt", {"a.txt", "b.txt"}}, {nullptr, {"a.txt", "b.txt", "c.log", ".hidden"}}, {"x*", {}}};
     CDirectory folder;
     strutf8 name;
-    for (const auto& c : cases) {
-        ASSERT_TRUE(folder.Open(folder_.c_str(), c.pattern));
+    for (const auto& [pattern, expected] : cases) {
+        ASSERT_TRUE(folder.Open(folder_.c_str(), pattern) && !folder.Open(folder_.c_str(), pattern));
+        EXPECT_EQ(strutf8(folder.GetFolderName()).c_str(), folder_);
         std::set<std::string> names;
         while (folder.Next(name)) names.insert(name.c_str());
-        EXPECT_EQ(names, c.names);
-        EXPECT_FALSE(folder.Open(folder_.c_str(), c.pattern));
-        EXPECT_EQ(strutf8(folder.GetFolderName()).c_str(), folder_);
+        EXPECT_EQ(names, expected);
         folder.Close();
     }
-    EXPECT_FALSE(folder.Next(name));
-    EXPECT_FALSE(folder.Open(static_cast<const char*>(nullptr)));
-    EXPECT_FALSE(folder.Open("/nowhere"));
-    EXPECT_EQ(
-        support::take_messages("orvofile"),
-        (Messages{"1 CFile object is under used!", "1 CFile object is under used!", "1 CFile object is under used!",
-                  "1 illegal agurment!", "1 failed to open folder [/nowhere]!"}));
+    EXPECT_FALSE(folder.Next(name) || folder.Open(static_cast<const char*>(nullptr)) || folder.Open("/nowhere"));
+    const std::string used = "1 CFile object is under used!";
+    EXPECT_EQ(support::take_messages("orvofile"),
+              (Messages{used, used, used, "1 illegal agurment!", "1 failed to open folder [/nowhere]!"}));
 }
 
 TEST_F(Files, CopiesAndMeasures) {
@@ -176,39 +142,28 @@ TEST_F(Files, CopiesAndMeasures) {
         std::ofstream(path("from")) << bytes;
         ASSERT_TRUE(orvoio_copyfile(path("from").c_str(), path("to").c_str()));
         EXPECT_EQ(content("to"), bytes);
-        EXPECT_EQ(orvoio_fsize(path("to").c_str()), size);
         EXPECT_EQ(orvoio_fsize(strutf16(path("to").c_str()).c_str()), size);
     }
-    EXPECT_FALSE(orvoio_copyfile(path("missing").c_str(), path("to").c_str()));
-    EXPECT_FALSE(orvoio_copyfile(path("from").c_str(), path("missing/to").c_str()));
+    ASSERT_EQ(symlink(path("from").c_str(), path("link").c_str()) + mkfifo(path("pipe").c_str(), 0600), 0);
+    const std::pair<const char*, const char*> refused[] = {
+        {"missing", "to"}, {"from", "missing/to"}, {"", "to"}, {"link", "from"}};
+    for (const auto& [from, to] : refused) EXPECT_FALSE(orvoio_copyfile(path(from).c_str(), path(to).c_str())) << from;
     EXPECT_FALSE(orvoio_copyfile(path("from").c_str(), nullptr));
-    EXPECT_FALSE(orvoio_copyfile(folder_.c_str(), path("to").c_str()));
-    EXPECT_EQ(orvoio_fsize(path("to").c_str()), 1200000u) << "what cannot be read empties nothing";
-    EXPECT_EQ(symlink(path("from").c_str(), path("link").c_str()), 0);
-    EXPECT_FALSE(orvoio_copyfile(path("link").c_str(), path("from").c_str()));
-    EXPECT_EQ(orvoio_fsize(path("from").c_str()), 1200000u) << "the source outlives a copy onto itself";
-    EXPECT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
-    EXPECT_EQ(orvoio_fsize(path("pipe").c_str()), 0u);
-    EXPECT_EQ(orvoio_fsize(folder_.c_str()), 0u);
-    EXPECT_EQ(orvoio_fsize(path("missing").c_str()), 0u);
+    const std::pair<const char*, uint64_t> sizes[] = {
+        {"to", 1200000}, {"from", 1200000}, {"pipe", 0}, {"", 0}, {"no", 0}};
+    for (const auto& [name, size] : sizes)
+        EXPECT_EQ(orvoio_fsize(path(name).c_str()), size) << name << ": what is refused empties nothing";
 }
 
 TEST_F(Files, KnowsFoldersAndFileSystems) {
-    char self[4096] = "";
-    ASSERT_GT(readlink("/proc/self/exe", self, sizeof self - 1), 0);
-    const std::string file = self, install = file.substr(0, file.rfind('/') + 1);
-    EXPECT_EQ(orvoio_getinstalldir(), install);
+    const std::filesystem::path install = orvoio_getinstalldir(), documents = orvoio_getdocdir();
+    EXPECT_TRUE(std::filesystem::exists(install / "runtime_tests")) << install;
     EXPECT_STREQ(orvoio_getappdir(), orvoio_getinstalldir());
-    EXPECT_EQ(orvoio_getdocdir(), install.substr(0, install.rfind('/', install.size() - 2) + 1) + "Documents/");
-
+    EXPECT_EQ(documents, install.parent_path().parent_path() / "Documents/");
     uint64_t total = 0, available = 0;
-    struct statvfs info;
-    ASSERT_EQ(statvfs("/tmp", &info), 0);
-    EXPECT_TRUE(orvoio_fsinfo("/tmp", &total, &available));
-    EXPECT_EQ(total, uint64_t{info.f_blocks} * info.f_frsize);
-    EXPECT_LE(available, total);
-    EXPECT_FALSE(orvoio_fsinfo("/nowhere", &total, &available));
-    EXPECT_FALSE(orvoio_fsinfo("/tmp", nullptr, &available));
+    const auto info = std::filesystem::space("/tmp");
+    EXPECT_TRUE(orvoio_fsinfo("/tmp", &total, &available) && total == info.capacity && available <= total);
+    EXPECT_FALSE(orvoio_fsinfo("/nowhere", &total, &available) || orvoio_fsinfo("/tmp", nullptr, &available));
     EXPECT_EQ(support::take_messages("orvofile"), Messages{"1 fsinfo illegal argument!"});
 }
 

@@ -3,10 +3,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,6 +18,7 @@
 #include <vector>
 
 #include "ScreenCapture/log/orvo_log_files.h"
+#include "support/full_disk.h"
 #include "support/runtime/log_lines.h"
 #include "support/temporary_folder.h"
 #include "xplatform/common/orvosyslog.h"
@@ -33,9 +31,8 @@ using namespace ORVO::ScreenCapture;
 const std::string kHeader = "*** SDK Version: " ORVO_VERSION_TEXT "\n";
 
 std::string read_file(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
     std::stringstream all;
-    all << in.rdbuf();
+    all << std::ifstream(path, std::ios::binary).rdbuf();
     return all.str();
 }
 
@@ -44,9 +41,9 @@ bool exists(const std::string& path) {
     return lstat(path.c_str(), &status) == 0;
 }
 
-// The plain text of a file whose lines hold no line feed of their own.
-std::string plain(const std::string& path) {
-    std::stringstream in(read_file(path));
+// Each line as it is scrambled, or scrambled lines in plain text; none holds a line feed of its own.
+std::string scrambled(const std::string& lines) {
+    std::stringstream in(lines);
     std::string all;
     for (std::string line; std::getline(in, line);)
         all += std::string(sym_encrypt(orvo::strutf8(line.c_str())).c_str()) + "\n";
@@ -56,6 +53,7 @@ std::string plain(const std::string& path) {
 class LogFolder : public testing::Test {
   protected:
     const std::string& path(size_t i) const { return paths_[i]; }
+    std::string plain(size_t i) const { return scrambled(read_file(path(i))); }
     // Opens three files of that size; lines need room for their end too.
     void open_files(unsigned long long size) {
         files_.init(paths_, size);
@@ -70,71 +68,83 @@ class LogFolder : public testing::Test {
 
 using LogFile = LogFolder;
 
-TEST(SymEncrypt, UndoesItself) {
-    std::string all;
-    for (int i = 0; i < 768; ++i) all += static_cast<char>(i % 256 * 7 + i / 256);
-    orvo::strutf8 text;
-    text.assign(all.data(), static_cast<unsigned>(all.size()));
-    orvo::strutf8 once = sym_encrypt(text);
-    orvo::strutf8 twice = sym_encrypt(once);
-    ASSERT_EQ(once.length(), all.size());
-    EXPECT_EQ(std::string(twice.c_str(), twice.length()), all);
-    EXPECT_EQ(std::string(text.c_str(), text.length()), all);
-    for (unsigned i = 0; i < all.size(); ++i) {
-        char key = "qbt"[i % 3], c = all[i], x = once.data()[i];
-        bool stays = c == 0 || c == '\n' || c == key || (c ^ key) == '\n';
-        EXPECT_EQ(x, stays ? c : static_cast<char>(c ^ key)) << i;
-    }
-    char in_place[] = "q\nabc";
-    sym_encrypt(in_place);
-    EXPECT_STREQ(in_place, "q\n\x15\x13\x01");
+// That it undoes itself, the model of logs holds.
+TEST(SymEncrypt, KeepsZeroAndLineFeedAndWhatWouldBecomeThem) {
+    char text[] = "q\na{c\r";
+    sym_encrypt(text);
+    EXPECT_STREQ(text, "q\n\x15{\x01y");
     sym_encrypt(static_cast<char*>(nullptr));
-    EXPECT_FALSE(should_encrypt('\0'));
-    EXPECT_FALSE(should_encrypt('\n'));
-    EXPECT_TRUE(should_encrypt('\r'));
+    EXPECT_EQ(kOrvoLogPass, std::string("qbt"));
+    EXPECT_TRUE(should_encrypt('\r') && !should_encrypt('\0') && !should_encrypt('\n'));
 }
 
-// Random lines, resets, other orders of the three files, closing and opening again.
+// Random lines, resets, other orders of the three files, closing and opening again behind what another process has
+// left, and removed files, against what each file has to hold.
 TEST_F(LogFile, TurnsThroughTheThreeAsAModelDoes) {
     std::mt19937 random(5);
+    const std::string header = scrambled(kHeader);
     LogFiles::Paths order = paths_;
-    std::map<std::string, std::string> model;  // plain contents by path
-    size_t counted = 0, index = 0;
-    std::string now = order[0];
+    std::map<std::string, std::string> model;  // by path
+    std::string now = order[0], waiting;
+    size_t counted = 0, index = 0, lines = 0;
+    const auto flush = [&] { model[now] += std::exchange(waiting, ""); };
+    const auto put = [&](const std::string& line) {
+        const std::string& before = waiting.empty() ? model[now] : waiting;
+        if (!before.empty() && before.back() != '\n') ++counted, waiting += '\n';
+        waiting += line;
+    };
+    const auto open = [&] {
+        if (now == order[0] && exists(now)) return;
+        flush();
+        now = order[0];
+    };
     files_.write("lost: nothing is open", true);
     open_files(100);
-    model[now];
-    for (int step = 0; step < 2000; ++step) {
+    for (int step = 0; step < 4000; ++step) {
         const unsigned act = random() % 60;
         if (act == 0) {
             files_.reset();
-            model = {{now = order[0], kHeader}};
+            model = {{now = order[0], header}};
+            waiting.clear();
             counted = index = 0;
         } else if (act == 1) {
             std::rotate(order.begin(), order.begin() + 1 + random() % 2, order.end());
+            flush();
+            counted = model[order[0]].size();
+            index = 0;
             files_.init(order, 100);
             files_.open();
-            counted = model[now = order[0]].size();
-            index = 0;
+            open();
         } else if (act == 2) {
             files_.close();
+            flush();
+            if (random() % 2) std::ofstream(order[0], std::ios::app) << "torn", model[order[0]] += "torn";
             files_.open();
-            model[now = order[0]];
+            now = order[0];
+        } else if (act == 3) {
+            unlink(now.c_str());
+            files_.close();
+            model.erase(now);
+            waiting.clear();
+            files_.open();
+            now = order[0];
         } else {
+            const bool flushes = random() % 2;
             std::string line(random() % 60, static_cast<char>('A' + step % 26));
             counted += line.size() + 1;
             if (counted > 100) {
+                flush();
                 counted = 0;
-                model[now = order[index = (index + 1) % 3]] = kHeader;  // deleted before it is used again
+                model[now = order[index = (index + 1) % 3]] = header;  // deleted before it is used again
             }
-            model[now] += line + "\n";
-            sym_encrypt(line.data());
-            files_.write(line, true);
+            put(line + '\n');
+            files_.write(line, flushes);
+            if (flushes || lines++ % 4 == 0) flush();
         }
+        model[now];
         for (const std::string& each : paths_) {
             ASSERT_EQ(exists(each), model.count(each) == 1) << step;
-            ASSERT_EQ(plain(each), model[each]) << step;
-            if (!exists(each)) model.erase(each);
+            ASSERT_EQ(read_file(each), model.count(each) ? model[each] : "") << step;
         }
     }
     struct stat status {};
@@ -142,58 +152,14 @@ TEST_F(LogFile, TurnsThroughTheThreeAsAModelDoes) {
     EXPECT_EQ(status.st_mode & 0777, 0600u);
 }
 
-TEST_F(LogFile, ContinuesAFileAndCountsWhatItHolds) {
-    std::ofstream(path(0)) << std::string(60, 'x') << '\n';
-    open_files(100);
-    files_.write(std::string(38, 'a'), true);
-    EXPECT_EQ(read_file(path(0)), std::string(60, 'x') + "\n" + std::string(38, 'a') + "\n");
-    files_.init(paths_, 100);  // the open file stays, its size is counted anew
-    files_.open();
-    files_.write("b", true);
-    EXPECT_TRUE(exists(path(1)));
-
-    std::ofstream(path(2)) << "the middle of a li";
-    files_.init({path(2), path(0), path(1)}, 100);
-    files_.open();
-    files_.write("c", true);
-    EXPECT_EQ(read_file(path(2)), "the middle of a li\nc\n") << "another file is closed first";
-    files_.write(std::string(76, 'd'), true);
-    EXPECT_EQ(read_file(path(2)).size(), 98u);
-    files_.write("e", true);
-    EXPECT_EQ(read_file(path(2)).size(), 100u);
-    files_.write("", true);
-    EXPECT_EQ(plain(path(0)), kHeader + "\n");
-}
-
-TEST_F(LogFile, FlushesEveryFourthLine) {
-    open_files(1000);
-    for (int n = 0; n < 10; ++n) {
-        files_.write("x", false);
-        EXPECT_EQ(read_file(path(0)).size(), static_cast<size_t>(n / 4 * 8 + 2)) << n;
-    }
-    files_.write("x", true);
-    EXPECT_EQ(read_file(path(0)).size(), 22u);
-    files_.write("x", false);
-    const pid_t child = fork();
-    if (child == 0) exit(0);
-    waitpid(child, nullptr, 0);
-    EXPECT_EQ(read_file(path(0)).size(), 22u) << "what waits is this process's to write";
-    files_.close();
-    EXPECT_EQ(read_file(path(0)).size(), 24u);
-}
-
 TEST_F(LogFile, FallsBackToTheFirstFile) {
-    ASSERT_EQ(mkdir(path(1).c_str(), 0700), 0);
-    ASSERT_EQ(symlink("/etc/hostname", path(2).c_str()), 0);
+    ASSERT_EQ(mkdir(path(1).c_str(), 0700) + symlink("/etc/hostname", path(2).c_str()), 0);
     open_files(5);
-    files_.write("aaaa", true);
-    files_.write("b", true);
-    std::string error = sym_encrypt(orvo::strutf8(("*** open log file error:" + path(1) + "\n").c_str())).c_str();
-    EXPECT_EQ(read_file(path(0)), "aaaa\n" + error + "b\n");
+    for (const char* line : {"aaaa", "b"}) files_.write(line, true);
+    EXPECT_EQ(read_file(path(0)), "aaaa\n" + scrambled("*** open log file error:" + path(1) + "\n") + "b\n");
     for (int i = 0; i < 3; ++i) files_.write("cc", true);
     struct stat status {};
-    ASSERT_EQ(lstat(path(2).c_str(), &status), 0);
-    EXPECT_TRUE(S_ISREG(status.st_mode)) << "a link is replaced, not followed";
+    EXPECT_TRUE(lstat(path(2).c_str(), &status) == 0 && S_ISREG(status.st_mode)) << "a link is replaced, not followed";
 }
 
 TEST_F(LogFile, SurvivesARemovedFolderAndComesBack) {
@@ -214,20 +180,15 @@ TEST_F(LogFile, SurvivesARemovedFolderAndComesBack) {
 TEST_F(LogFile, BeginsALineOfItsOwnAfterAFullDisk) {
     open_files(1000);
     files_.write("before", true);
-    signal(SIGXFSZ, SIG_IGN);
-    rlimit whole{};
-    getrlimit(RLIMIT_FSIZE, &whole);
-    rlimit small = whole;
-    small.rlim_cur = 10;
-    setrlimit(RLIMIT_FSIZE, &small);
-    files_.write("torn apart", true);
-    for (int n = 0; n < 300; ++n) files_.write("lost", n % 3 == 2);
-    setrlimit(RLIMIT_FSIZE, &whole);
+    {
+        const orvo::testing::FullDisk full(10);
+        files_.write("torn apart", true);
+        for (int n = 0; n < 300; ++n) files_.write("lost", n % 3 == 2);
+    }
     files_.write("after", true);
     EXPECT_EQ(read_file(path(0)), "before\ntor\nafter\n");
-    EXPECT_FALSE(exists(path(1))) << "what was lost does not fill a file";
     files_.write(std::string(982, 'x'), true);
-    EXPECT_FALSE(exists(path(1)));
+    EXPECT_FALSE(exists(path(1))) << "what was lost does not fill a file";
     files_.write("", true);
     EXPECT_TRUE(exists(path(1)));
 }
@@ -236,27 +197,25 @@ TEST_F(LogFile, BeginsALineOfItsOwnAfterAFullDisk) {
 TEST_F(LogFile, TheOneToContinueIsTheFirstThatOpensAndHasRoom) {
     enum Kind { missing, small, full, link, folder, pipe, kinds };
     const std::string elsewhere = folder_ + "/elsewhere";
-    const auto make = [&](const std::string& name, int kind) {
-        if (kind == small || kind == full) std::ofstream(name) << std::string(kind == full ? 10 : 9, 'x');
-        const int made = kind == link     ? symlink(elsewhere.c_str(), name.c_str())
-                         : kind == folder ? mkdir(name.c_str(), 0700)
-                         : kind == pipe   ? mkfifo(name.c_str(), 0600)
-                                          : 0;
-        EXPECT_EQ(made, 0);
-    };
     std::ofstream{elsewhere};
     for (int all = 0; all < kinds * kinds * kinds; ++all) {
         const int kind[] = {all % kinds, all / kinds % kinds, all / kinds / kinds};
         std::optional<size_t> expected, first_full;
         for (size_t i = 3; i-- > 0;) {
-            make(path(i), kind[i]);
+            const char* const name = path(i).c_str();
+            if (kind[i] == small || kind[i] == full) std::ofstream(name) << std::string(kind[i] == full ? 10 : 9, 'x');
+            EXPECT_EQ(kind[i] == link     ? symlink(elsewhere.c_str(), name)
+                      : kind[i] == folder ? mkdir(name, 0700)
+                      : kind[i] == pipe   ? mkfifo(name, 0600)
+                                          : 0,
+                      0);
             if (kind[i] == missing || kind[i] == small) expected = i;
             if (kind[i] == full) first_full = i;
         }
-        ASSERT_EQ(LogFiles::choose(paths_, 10), expected ? expected : first_full) << all;
+        const auto chosen = expected ? expected : first_full;
+        ASSERT_EQ(LogFiles::choose(paths_, 10), chosen) << all;
         for (size_t i = 0; i < 3; ++i) {
-            const bool is_chosen = i == (expected ? expected : first_full);
-            EXPECT_EQ(exists(path(i)), is_chosen || (kind[i] != missing && (expected || kind[i] != full))) << all;
+            EXPECT_EQ(exists(path(i)), i == chosen || (kind[i] != missing && (expected || kind[i] != full))) << all;
             files_.init({path(i), path(i), path(i)}, 100);
             files_.open();
             files_.write("line", true);
@@ -279,11 +238,12 @@ class LogThread : public LogFolder {
         support::route_log(orvo_log_hook);
         fflush(stdout);
         saved_ = dup(1);
-        int out = open((folder_ + "/out").c_str(), O_CREAT | O_RDWR, 0600);
+        const int out = open((folder_ + "/out").c_str(), O_CREAT | O_RDWR, 0600);
         dup2(out, 1);
         close(out);
         task_.Start();
         run_log_on(&runner_, &task_);
+        set_log_level(3);
     }
     void TearDown() override {
         end();
@@ -299,6 +259,19 @@ class LogThread : public LogFolder {
         fflush(stdout);
     }
     void init(unsigned long long size) { init_log(path(0).c_str(), path(1).c_str(), path(2).c_str(), size); }
+    // The numbers that the module's lines hold, of a text of many lines.
+    static std::vector<int> numbers(const std::string& text, const std::string& module) {
+        std::vector<int> all;
+        std::stringstream in(text);
+        for (std::string line; std::getline(in, line);)
+            if (line.find("[" + module + ":1]: ") != std::string::npos) all.push_back(atoi(&line[line.rfind(' ')]));
+        return all;
+    }
+    static std::vector<int> count_up(int from, int to) {
+        std::vector<int> all;
+        while (from < to) all.push_back(from++);
+        return all;
+    }
 
     int saved_ = -1;
     ORVO::BASE::COrvoQueueRunner runner_;
@@ -307,7 +280,6 @@ class LogThread : public LogFolder {
 
 TEST_F(LogThread, WritesAndEchoesWhatPasses) {
     init(5242880);
-    set_log_level(3);
     init_log(nullptr, "", "", 1);
     init_log((folder_ + std::string(512, '/') + "0").c_str(), "", "", 1);
     syslog_ex(1, 1, "SC", 1, "an error\r\n");
@@ -316,79 +288,68 @@ TEST_F(LogThread, WritesAndEchoesWhatPasses) {
     verbose_output("%s", "direct");
     orvo_log_hook(1, nullptr, 4, nullptr, 0);
     end();
-    std::string out = read_file(folder_ + "/out"), file = plain(path(0));
-    for (const char* text :
-         {"*** SDK Version: " ORVO_VERSION_TEXT "\n", "[SC:1]: an error\r\n\n", "[task:3]: of the base library\n"}) {
-        EXPECT_NE(file.find(text), std::string::npos) << text << file;
+    const std::string out = read_file(folder_ + "/out"), file = plain(0);
+    const auto times = [](const std::string& all, const std::string& text) {
+        int count = 0;
+        for (size_t at = 0; (at = all.find(text, at)) != std::string::npos; ++at) ++count;
+        return count;
+    };
+    const struct {
+        const char* text;
+        int in_file, in_output;
+    } expected[] = {{"*** SDK Version: " ORVO_VERSION_TEXT "\n", 1, 1},
+                    {"init_log illegal argument", 2, 2},
+                    {"[SC:1]: an error\r\n\n", 1, 0},
+                    {"[SC:1]: an error\n-------------------------------------------\n[", 0, 1},
+                    {"++\n[", 0, 3},
+                    {"[task:3]: of the base library\n[", 0, 1},
+                    {"[task:3]: of the base library\n", 1, 1},
+                    {"][orvo] direct\n", 0, 1},
+                    {"too detailed", 0, 0}};
+    for (const auto& each : expected) {
+        EXPECT_EQ(times(file, each.text), each.in_file) << each.text << file;
+        EXPECT_EQ(times(out, each.text), each.in_output) << each.text << out;
     }
-    EXPECT_EQ(file.find("too detailed"), std::string::npos);
-    EXPECT_NE(file.find("init_log illegal argument"), file.rfind("init_log illegal argument")) << "both refused";
-    EXPECT_NE(out.find("++\n["), std::string::npos);
-    EXPECT_NE(out.find("[SC:1]: an error\n-------------------------------------------\n["), std::string::npos) << out;
-    EXPECT_NE(out.find("[task:3]: of the base library\n["), std::string::npos);
-    EXPECT_NE(out.find("][orvo] direct\n"), std::string::npos);
-    EXPECT_EQ(out.find("too detailed"), std::string::npos);
 }
 
 TEST_F(LogThread, KeepsEveryLineOfEightThreadsOverARotation) {
-    constexpr int kThreads = 8, kLines = 1000;
     init(5242880 / 10);
-    set_log_level(3);
     std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([t] {
-            for (int n = 0; n < kLines; ++n) syslog_ex(1, 3, "T", t, "%d", n);
+    for (char t = 'a'; t <= 'h'; ++t) {
+        threads.emplace_back([module = std::string(1, t)] {
+            for (int n = 0; n < 1000; ++n) syslog_ex(1, 3, module.c_str(), 1, "number %d", n);
         });
     }
     for (std::thread& thread : threads) thread.join();
     end();
-    std::vector<int> next(kThreads);
-    std::stringstream in(plain(path(0)) + plain(path(1)));
-    for (std::string line; std::getline(in, line);) {
-        int t = 0, n = 0;
-        size_t at = line.find("[T:");
-        if (at == std::string::npos) continue;
-        ASSERT_EQ(sscanf(line.c_str() + at, "[T:%d]: %d", &t, &n), 2) << line;
-        EXPECT_EQ(n, next[static_cast<size_t>(t)]++);
-    }
-    EXPECT_EQ(next, std::vector<int>(kThreads, kLines));
-    EXPECT_TRUE(exists(path(1)));
-    EXPECT_FALSE(exists(path(2)));
+    const std::string all = plain(0) + plain(1);
+    for (char t = 'a'; t <= 'h'; ++t) EXPECT_EQ(numbers(all, std::string(1, t)), count_up(0, 1000));
+    EXPECT_TRUE(exists(path(1)) && !exists(path(2)));
 }
 
 TEST_F(LogThread, TheLatestLinesWaitForItsStart) {
-    constexpr int kLines = 3000;
     task_.Stop();
     init(5242880);
-    set_log_level(3);
-    for (int n = 0; n < kLines; ++n) syslog_ex(1, 3, "SC", 1, "%01000d", n);
+    for (int n = 0; n < 3000; ++n) syslog_ex(1, 3, "SC", 1, "%0900d %d", 0, n);
     task_.Start();
     flush_log();
-    const std::string file = plain(path(0));
+    const std::string file = plain(0);
     int dropped = -1;
-    ASSERT_EQ(sscanf(file.c_str(), "*** lines dropped, because too many waited: %d", &dropped), 1)
-        << file.substr(0, 99);
+    ASSERT_EQ(sscanf(file.c_str(), "*** lines dropped, because too many waited: %d\n", &dropped), 1);
     EXPECT_NEAR(static_cast<double>(file.size()), 1024 * 1024, 99999);
-    std::stringstream lines(file);
-    int next = dropped - 3;  // the version's, and two of the task that stopped
-    for (std::string line; std::getline(lines, line);) {
-        if (line.find("[SC:1]") == std::string::npos) continue;
-        EXPECT_EQ(std::stoi(line.substr(line.size() - 9)), next++);
-    }
-    EXPECT_EQ(next, kLines);
+    // The version's, and two of the task that stopped, come before.
+    EXPECT_EQ(numbers(file, "SC"), count_up(dropped - 3, 3000));
 }
 
-TEST_F(LogThread, BeginsAnewAfterAnUpload) {
+TEST_F(LogThread, BeginsAgainAfterAnUpload) {
     init(5242880);
     set_log_level(4);
     syslog_ex(1, 3, "SC", 1, "old");
     remove_log_after_upload();
-    while (read_file(path(0)).find(sym_encrypt(orvo::strutf8("*")).c_str()) != 0) std::this_thread::yield();
+    while (read_file(path(0)).find(scrambled("*").substr(0, 1)) != 0) std::this_thread::yield();
     end();
-    std::string file = plain(path(0));
-    EXPECT_EQ(file.find(kHeader), 0u) << file;
-    EXPECT_EQ(file.find("old"), std::string::npos);
-    EXPECT_EQ(kOrvoLogPass, std::string("qbt"));
+    EXPECT_EQ(plain(0).find(kHeader), 0u) << plain(0);
+    EXPECT_EQ(plain(0).find("old"), std::string::npos);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Task threads and the queue runner: order, delays, cancelling, dead targets, stopping and starting again.
+// Task threads and the queue runner: a model of the queues, cancelling, dead targets, stopping and starting again.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -10,39 +10,42 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "common/utils/orvo_queue_runner.h"
 #include "support/runtime/log_lines.h"
 #include "xplatform/common/orvotask_io.h"
-#include "xplatform/common/orvoutil.h"
+#include "xplatform/common/orvotask_queue.h"
 
 namespace {
 
 using ORVO::BASE::COrvoQueueRunner;
+using Ids = std::vector<unsigned>;
 
-// A call whose run the test decides, with a holder that can be told to be gone.
+constexpr long long kHour = 3600000;  // milliseconds
+
+// What a call is for. It may be gone before the call runs, and asks about its task when it dies, which hangs under the
+// task's lock.
 class Target : public CRefCount {
   public:
-    explicit Target(std::function<unsigned int()> body) : body_(std::move(body)) {}
+    explicit Target(std::function<void(Target&)> body, CORVOTaskBase** task = nullptr)
+        : body_(std::move(body)), task_(task) {
+        ++living;
+    }
+    ~Target() override {
+        --living;
+        if (task_ && *task_) (*task_)->IsIdle();
+    }
     bool IsValid() override { return valid; }
-    unsigned int work(CRefCount*) { return body_(); }
+    unsigned int work(CRefCount*) { return body_(*this), 5; }
     CScopeCall call(unsigned int* result = nullptr) { return {this, this, &Target::work, nullptr, result}; }
-    std::atomic<bool> valid{true};
+    bool valid = true;
+    static inline int living = 0;
 
   private:
-    std::function<unsigned int()> body_;
-};
-
-// A task that the test steps by hand: its worker is never started.
-class Stepped : public CORVOTaskBase {
-  public:
-    Stepped() : CORVOTaskBase("stepped", 1, ETHREAD_PRIORITY_NORMAL) {}
-    int passes_until_idle() {
-        int passes = 0;
-        while (Eachloop()) ++passes;
-        return passes;
-    }
+    std::function<void(Target&)> body_;
+    CORVOTaskBase** task_;
 };
 
 class Tasks : public testing::Test {
@@ -56,196 +59,185 @@ class Tasks : public testing::Test {
         }
         return std::count(lines_.begin(), lines_.end(), line);
     }
-    std::function<void()> note(int number) {
+    std::function<void()> note(unsigned number) {
         return [this, number] { order_.push_back(number); };
     }
     COrvoQueueRunner runner_;
-    std::vector<int> order_;
+    Ids order_;
     std::vector<std::string> lines_;
 };
 
-TEST_F(Tasks, RunInOrderOneAPassUnderUniqueIds) {
-    Stepped task;
-    for (int i = 1; i <= 2; ++i) EXPECT_EQ(runner_.AsyncRun(note(i), &task), static_cast<unsigned>(i));
-    EXPECT_FALSE(task.IsIdle());
-    EXPECT_TRUE(task.Eachloop());
-    EXPECT_EQ(order_, std::vector<int>({1}));
-    EXPECT_EQ(runner_.AsyncRun(note(3), &task), 3u);
-    EXPECT_EQ(task.passes_until_idle(), 2);
-    EXPECT_EQ(order_, std::vector<int>({1, 2, 3}));
-    EXPECT_TRUE(task.IsIdle());
-}
-
-// What was not cancelled runs once: ready calls in the order of their pushes, delayed ones in that of their times,
-// which are known up to the milliseconds that a push takes.
-TEST_F(Tasks, RunInTheOrderOfTheirTimes) {
-    std::mt19937 random(7);
-    for (int round = 0; round < 20; ++round) {
-        Stepped task;
-        runner_.add_job(note(-1), &task, 3600000, nullptr);  // must not hold the others back
-        std::vector<uint64_t> earliest, latest;
-        std::vector<unsigned> ids;
-        std::set<int> left[2];  // of the ready calls, of the delayed ones
-        std::vector<bool> delayed;
-        for (int i = 0; i < 200; ++i) {
-            const unsigned delay = random() % 4 ? random() % 12 : 0;
-            earliest.push_back(orvo_gettickcount64() + delay);
-            ids.push_back(runner_.add_job(note(i), &task, delay, nullptr));
-            latest.push_back(orvo_gettickcount64() + delay);
-            delayed.push_back(delay != 0);
-            left[delay != 0].insert(i);
-            if (random() % 4) continue;
-            const size_t victim = random() % ids.size();
-            CORVOTaskBase::CancelTask(&task, ids[victim]);
-            left[delayed[victim]].erase(static_cast<int>(victim));
-        }
-        orvo_msleep(15);
-        order_.clear();
-        task.passes_until_idle();
-        EXPECT_FALSE(task.IsIdle());
-        int before = -1;
-        for (const int i : order_) {
-            ASSERT_EQ(left[delayed[i]].erase(i), 1u);
-            if (!delayed[i]) {
-                EXPECT_TRUE(left[0].empty() || i < *left[0].begin());
-                continue;
-            }
-            if (before >= 0) {
-                EXPECT_LT(std::pair(earliest[before], before), std::pair(latest[i], i));
-            }
-            before = i;
-        }
-        EXPECT_TRUE(left[0].empty() && left[1].empty());
-    }
-}
-
-TEST_F(Tasks, CancelTakesEffectAtTheNextPass) {
-    Stepped task;
-    unsigned int first = runner_.AsyncRun(note(1), &task);
-    unsigned int second = runner_.AsyncRun(note(2), &task);
-    unsigned int delayed = runner_.add_job(note(3), &task, 1, nullptr);
-    for (unsigned int id : {second, delayed, 4711u}) EXPECT_EQ(CORVOTaskBase::CancelTask(&task, id), 1);
-    orvo_msleep(3);
-    EXPECT_EQ(task.passes_until_idle(), 1);
-    EXPECT_EQ(order_, std::vector<int>({1}));
-    EXPECT_EQ(CORVOTaskBase::CancelTask(&task, 0), 0);
-    EXPECT_EQ(CORVOTaskBase::CancelTask(nullptr, first), 0);
-    EXPECT_EQ(CORVOTaskBase::CancelTask(first), 0);  // no task has this thread
-    EXPECT_EQ(logged("1 192 cancel task illegal argument!"), 3);
-}
-
-TEST_F(Tasks, DroppedClosuresDieOutsideTheLock) {
-    Stepped task;
-    struct Pushes {
-        Stepped& task;
-        COrvoQueueRunner& runner;
-        ~Pushes() {
-            runner.AsyncRun([] {}, &task);
-        }
-    };
-    auto pushes = std::make_shared<Pushes>(Pushes{task, runner_});
-    task.passes_until_idle();
-    unsigned int id = runner_.AsyncRun([kept = std::move(pushes)] {}, &task);
-    CORVOTaskBase::CancelTask(&task, id);
-    task.Eachloop();
-    EXPECT_FALSE(task.IsIdle());
-}
-
-TEST_F(Tasks, PeriodicCallsGoOnUntilTheirTargetIsGoneOrTheyCancelThemselves) {
-    for (const bool cancels : {false, true}) {
-        Stepped task;
-        int runs = 0;
-        unsigned int id = 0;
-        auto* target = new Target([&] {
-            if (++runs == 3 && cancels) CORVOTaskBase::CancelTask(&task, id);
-            return 0u;
+// A task that is stepped by hand, its worker never started, beside a model of its queues. No clock decides: a delayed
+// call is due since ever, or since it was queued, or in an hour.
+class StepsOfATask {
+  public:
+    explicit StepsOfATask(unsigned seed) : random_(seed) {
+        seen_ = {};
+        task_->SetTaskObserver([](CORVOTaskBase*, task_observer_info* info) {
+            EXPECT_TRUE(info->push_time != 0 && (info->start_time != 0) == (info->state != TASK_STATE_QUEUED) &&
+                        (info->end_time != 0) == (info->state == TASK_STATE_FINISHED));
+            seen_.emplace_back(info->id, info->type, info->state);
         });
-        id = CORVOTaskBase::PushDelayTask(&task, target->call(), 0, ETASK_MODE_PERIODIC);
-        for (int i = 0; i < 3; ++i) EXPECT_TRUE(task.Eachloop());
-        target->valid = cancels;
-        EXPECT_EQ(task.passes_until_idle(), cancels ? 0 : 1);
-        EXPECT_EQ(runs, 3);
-        EXPECT_TRUE(task.IsIdle());
-        EXPECT_EQ(logged("1 575 object is not valid anymore for task[" + std::to_string(id) +
-                         "], just remove it! please call CancelTask when object destroyed...."),
-                  1);
-        EXPECT_EQ(target->Release(), 1);  // the dropped call holds nothing any more
     }
+    ~StepsOfATask() {
+        CORVOTaskBase* const task = std::exchange(task_, nullptr);
+        task->Release();
+        EXPECT_EQ(Target::living, 0) << "what the task still had";
+    }
+    void step() {
+        const unsigned kind = random_() % 8;
+        if (kind < 4) push(kind);
+        if (kind == 4) cancel();
+        if (kind == 5) {
+            for (auto& queue : queues_)
+                if (!queue.empty() && random_() % 4 == 0) queue[random_() % queue.size()].target->valid = false;
+        }
+        if (kind > 5) pass();
+        EXPECT_EQ(task_->IsIdle(), std::all_of(queues_, queues_ + 4, [](auto& queue) { return queue.empty(); }));
+    }
+    int targets_gone = 0;  // of periodic calls
+
+  private:
+    struct Call {
+        unsigned id;
+        Target* target;
+        bool periodic;
+    };
+
+    // At the end of queue 0, the ready calls; 1, due since ever; 2, due now; or 3, due later.
+    void push(unsigned queue) {
+        const unsigned act = random_() % 4, id = next_id_++;
+        auto* target = new Target(
+            [=, this](Target& self) {
+                ran_.push_back(id);
+                if (act == 1) push(0);
+                if (act == 2) cancel();
+                if (act == 3) self.valid = false;
+            },
+            &task_);
+        const auto mode = static_cast<etask_mode>(random_() % 3);
+        const long long delays[] = {0, INT64_MIN, 0, kHour};
+        EXPECT_EQ(queue == 0 ? CORVOTaskBase::PushTask(task_, target->call())
+                             : CORVOTaskBase::PushDelayTask(task_, target->call(), delays[queue], mode),
+                  id);
+        EXPECT_EQ(seen_.back(), std::tuple(id, queue == 0 ? 1 : 2, 1));
+        seen_.pop_back();
+        target->Release();
+        queues_[queue].push_back({id, target, queue != 0 && mode == ETASK_MODE_PERIODIC});
+    }
+    void cancel() {
+        const unsigned id = random_() % (next_id_ + 3) + 1;
+        EXPECT_EQ(CORVOTaskBase::CancelTask(task_, id), 1);
+        cancelled_.insert(id);
+    }
+    void pass() {
+        for (auto& queue : queues_) std::erase_if(queue, [&](const Call& call) { return cancelled_.count(call.id); });
+        cancelled_.clear();
+        Ids runs;
+        std::vector<std::tuple<unsigned, int, int>> states;
+        std::vector<Call> again;
+        unsigned due = queues_[1].empty() ? 2 : 1;
+        for (const unsigned from : {0u, due}) {
+            if (queues_[from].empty()) continue;
+            const Call call = queues_[from].front();
+            queues_[from].erase(queues_[from].begin());
+            for (const int state : {2, 3}) states.emplace_back(call.id, from == 0 ? 1 : 2, state);
+            if (call.target->valid) runs.push_back(call.id);
+            if (call.target->valid && call.periodic) again.push_back(call);
+            targets_gone += !call.target->valid && call.periodic;
+        }
+        EXPECT_EQ(task_->Eachloop(), !states.empty());
+        EXPECT_EQ(std::exchange(ran_, {}), runs);
+        EXPECT_EQ(std::exchange(seen_, {}), states);
+        for (const Call& call : again) queues_[due].push_back(call);
+    }
+
+    std::mt19937 random_;
+    CORVOTaskBase* task_ = new CORVOTaskBase("stepped", 1, ETHREAD_PRIORITY_NORMAL);
+    std::vector<Call> queues_[4];
+    std::set<unsigned> cancelled_;
+    unsigned next_id_ = 1;
+    Ids ran_;
+    static inline std::vector<std::tuple<unsigned, int, int>> seen_;  // id, type and state
+};
+
+TEST_F(Tasks, FollowTheirModel) {
+    for (unsigned seed = 1; seed <= 100 && !HasFailure(); ++seed) {
+        SCOPED_TRACE(seed);
+        StepsOfATask steps(seed);
+        for (int i = 0; i < 200 && !HasFailure(); ++i) steps.step();
+        int gone = 0;
+        for (const auto& message : support::take_messages("task"))
+            gone += message.rfind("1 object is not valid anymore for task[", 0) == 0;
+        EXPECT_EQ(gone, steps.targets_gone);
+    }
+}
+
+TEST_F(Tasks, IdsInUseAreNotGivenAgain) {
+    local_context queues("ids");
+    Ids ids;
+    for (const unsigned next : {1u, 0xFFFFFFFFu, 0xFFFFFFFFu}) {
+        queues.next_id = next;
+        ids.push_back(queues.add_ready(std::make_unique<local_context::list::Item>(task_context{})));
+    }
+    EXPECT_EQ(ids, (Ids{1, 0xFFFFFFFF, 2}));
+    while (auto call = queues.take_ready()) EXPECT_NE(call->element.id, 0u);
 }
 
 TEST_F(Tasks, CallsAnswerNineForADeadTarget) {
     unsigned int result = 77;
-    auto* target = new Target([] { return 5u; });
+    auto* target = new Target([](Target& self) { self.valid = false; });
     CScopeCall call = target->call(&result);
+    EXPECT_EQ(target->Release(), 0) << "the call holds it";
     EXPECT_EQ(call(), 5u);
-    EXPECT_EQ(result, 5u);
-    result = 77;
-    target->valid = false;
-    EXPECT_EQ(call(), 9u);
-    EXPECT_EQ(result, 77u);
-    EXPECT_EQ(target->Release(), 0);  // the call still holds it
+    EXPECT_EQ(std::exchange(result, 77), 5u);
     CScopeCall copy = call;
-    call = CScopeCall();
-    EXPECT_EQ(copy(), 9u);
     EXPECT_EQ(call(), 9u);
+    call = CScopeCall();
+    EXPECT_EQ(call(), 9u);
+    EXPECT_EQ(copy(), 9u);
+    EXPECT_EQ(result, 77u);
+    copy = call;
+    EXPECT_EQ(Target::living, 0);
 }
 
-TEST_F(Tasks, ADeadRunnersClosuresAreDropped) {
-    Stepped task;
+TEST_F(Tasks, MisuseIsRefusedOrEndsTheProcess) {
+    CORVOTaskBase task("misused", 1, ETHREAD_PRIORITY_NORMAL);
+    for (const int delay : {0, 5}) EXPECT_EQ(runner_.add_job([] {}, nullptr, delay, nullptr), 0u);
+    EXPECT_EQ(CORVOTaskBase::CancelTask(&task, 0) + CORVOTaskBase::CancelTask(nullptr, 1), 0);
+    EXPECT_EQ(CORVOTaskBase::CancelTask(1), 0) << "no task has this thread";
+    EXPECT_EQ(logged("1 119 push task illegal argument!") + logged("1 148 push delay illegal argument!"), 2);
+    EXPECT_EQ(logged("1 192 cancel task illegal argument!"), 3);
     {
         COrvoQueueRunner brief;
         brief.AsyncRun(note(1), &task);
     }
-    EXPECT_TRUE(task.Eachloop());
-    EXPECT_TRUE(order_.empty());
-    EXPECT_EQ(logged("3 81 create a Task[stepped]"), 1);
-    EXPECT_EQ(lines_.size(), 1u) << "a call that runs once is dropped without a message";
-}
-
-TEST_F(Tasks, TellTheObserverEachState) {
-    static std::vector<std::string> seen;
-    seen.clear();
-    Stepped task;
-    task.SetTaskObserver([](CORVOTaskBase* of, task_observer_info* info) {
-        bool times = info->push_time != 0 && (info->start_time != 0) == (info->state != TASK_STATE_QUEUED) &&
-                     (info->end_time != 0) == (info->state == TASK_STATE_FINISHED);
-        seen.push_back(std::string(of->GetName()) + std::to_string(info->id) + std::to_string(info->type) +
-                       std::to_string(info->state) + (times ? "" : " times"));
-    });
-    runner_.AsyncRun([] {}, &task);
-    runner_.add_job([] {}, &task, 1, nullptr);
-    orvo_msleep(3);
-    task.passes_until_idle();
-    EXPECT_EQ(seen, std::vector<std::string>(
-                        {"stepped111", "stepped221", "stepped112", "stepped113", "stepped222", "stepped223"}));
-    task.SetTaskObserver(nullptr);
-    runner_.AsyncRun([] {}, &task);
-    EXPECT_EQ(seen.size(), 6u);
+    EXPECT_TRUE(task.Eachloop() && order_.empty()) << "a dead runner's closures are dropped";
+    orvoevent* event = orvoevent_create(0, 0);
+    using support::assertion;
+    EXPECT_DEATH(runner_.AsyncRun([] {}, nullptr), assertion("orvo_queue_runner.cpp", 37, "AsyncRun", "pTask"));
+    EXPECT_DEATH(runner_.add_job([] {}, &task, 5, event), assertion("runner.cpp", 95, "add_job", "event == nullptr"));
+    EXPECT_DEATH(runner_.add_job([] {}, &task, -5, event), assertion("runner.cpp", 96, "add_job", "delay.* == 0"));
+    orvoevent_destory(event);
 }
 
 TEST_F(Tasks, StopRunsWhatIsReadyAndKeepsWhatIsDelayed) {
     auto* task = new CORVOTaskBase("worker", 1, ETHREAD_PRIORITY_NORMAL);
     EXPECT_FALSE(task->Stop());
-    for (int i = 1; i <= 3; ++i) runner_.AsyncRun(note(i), task);
-    runner_.add_job(note(9), task, 3600000, nullptr);
-    EXPECT_TRUE(task->Start());
-    EXPECT_FALSE(task->Start());
-    EXPECT_TRUE(task->Stop());
-    EXPECT_EQ(order_, std::vector<int>({1, 2, 3}));
-    EXPECT_FALSE(task->IsStarted());
-    runner_.AsyncRun(note(4), task);
-    EXPECT_TRUE(task->Start());
-    EXPECT_TRUE(task->IsStarted());
-    EXPECT_TRUE(task->Stop());
-    EXPECT_EQ(order_, std::vector<int>({1, 2, 3, 4}));
-    EXPECT_EQ(task->Release(), 1);
-    std::string self = "thread[" + std::to_string(orvothread_selfid()) + "]";
-    EXPECT_EQ(logged("3 81 create a Task[worker]"), 1);
-    EXPECT_EQ(logged("2 255 " + self + " has not started yet!"), 1);
-    EXPECT_EQ(logged("2 229 " + self + " aready started!"), 1);
-    for (const char* line : {"3 281 enter Runloop", "3 312 thread worker will stop", "3 349 thread worker stop"}) {
-        EXPECT_EQ(logged(line), 2) << line;
+    runner_.add_job(note(9), task, kHour, nullptr);
+    for (unsigned start = 0; start < 2; ++start) {
+        for (unsigned i = 0; i < 3; ++i) runner_.AsyncRun(note(3 * start + i), task);
+        EXPECT_TRUE(task->Start() && !task->Start() && task->IsStarted());
+        EXPECT_TRUE(task->Stop() && !task->IsStarted());
     }
+    EXPECT_EQ(order_, (Ids{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(task->Release(), 1);
+    const std::string self = "thread[" + std::to_string(orvothread_selfid()) + "]";
+    const std::pair<std::string, int> expected[] = {
+        {"3 81 create a Task[worker]", 1},         {"2 255 " + self + " has not started yet!", 1},
+        {"2 229 " + self + " aready started!", 2}, {"3 281 enter Runloop", 2},
+        {"3 312 thread worker will stop", 2},      {"3 349 thread worker stop", 2}};
+    for (const auto& [line, times] : expected) EXPECT_EQ(logged(line), times) << line;
     EXPECT_EQ(lines_.back().rfind("3 95 delete a Task[worker][", 0), 0u);
 }
 
@@ -257,17 +249,15 @@ TEST_F(Tasks, RunOnTheirWorkerAndStopFromThere) {
     runner_.add_job(
         [&] {
             inside = CORVOTaskBase::GetCurrentTask() == task && orvothread_getname() == task->GetName();
-            auto* target = new Target([&] { return pushed = true, 0u; });
+            auto* target = new Target([&](Target&) { pushed = true; });
             CORVOTaskBase::PushTask(target->call());
             target->Release();
-            EXPECT_TRUE(task->Stop());  // only asks
-            EXPECT_FALSE(task->IsStarted());
+            EXPECT_TRUE(task->Stop() && !task->IsStarted()) << "only asks";
         },
         task, 0, done);
-    EXPECT_EQ(orvoevent_timedwait(done, 10000), 0);
-    EXPECT_EQ(task->Release(), 1);  // joins
-    EXPECT_TRUE(inside);
-    EXPECT_TRUE(pushed);
+    EXPECT_EQ(orvoevent_wait(done), 0);
+    EXPECT_EQ(task->Release(), 1) << "joins";
+    EXPECT_TRUE(inside && pushed);
     EXPECT_EQ(CORVOTaskBase::GetCurrentTask(), nullptr);
     orvoevent_destory(done);
 }
@@ -277,50 +267,26 @@ TEST_F(Tasks, TakeCallsFromManyThreads) {
     EXPECT_STREQ(task.GetName(), "");
     EXPECT_EQ(logged("3 83 create a Task[unname]"), 1);
     task.Start();
-    constexpr int kThreads = 4, kCalls = 500;
-    std::vector<std::vector<int>> runs(kThreads);
+    constexpr size_t kThreads = 4, kCalls = 500;
+    std::vector<std::vector<size_t>> runs(kThreads);
     std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
+    for (size_t t = 0; t < kThreads; ++t) {
         threads.emplace_back([&, t] {
-            for (int i = 0; i < kCalls; ++i) {
-                runner_.AsyncRun([&runs, t, i] { runs[static_cast<size_t>(t)].push_back(i); }, &task);
-                CORVOTaskBase::CancelTask(&task, runner_.add_job([] { ADD_FAILURE(); }, &task, 100000, nullptr));
+            for (size_t i = 0; i < kCalls; ++i) {
+                runner_.AsyncRun([&runs, t, i] { runs[t].push_back(i); }, &task);
+                CORVOTaskBase::CancelTask(&task, runner_.add_job([] { ADD_FAILURE(); }, &task, kHour, nullptr));
             }
         });
     }
     for (std::thread& thread : threads) thread.join();
     task.Stop();
-    for (const std::vector<int>& run : runs) {
-        ASSERT_EQ(run.size(), static_cast<size_t>(kCalls));
-        EXPECT_TRUE(std::is_sorted(run.begin(), run.end()));
-    }
-}
-
-TEST_F(Tasks, RefuseANullTaskAndAnEmptyClosure) {
-    for (const int delay : {0, 5}) EXPECT_EQ(runner_.add_job([] {}, nullptr, delay, nullptr), 0u);
-    EXPECT_EQ(logged("1 119 push task illegal argument!"), 1);
-    EXPECT_EQ(logged("1 148 push delay illegal argument!"), 1);
-    auto* argument = new ORVO::BASE::tagCallTaskArg(
-        std::make_unique<ORVO::BASE::orvo_functor_task>(std::function<void()>(), nullptr));
-    EXPECT_THROW(runner_.invoke(argument), std::bad_function_call);
-    argument->Release();
-}
-
-using TasksDeathTest = Tasks;
-
-TEST_F(TasksDeathTest, MisuseOfTheRunnerEndsTheProcess) {
-    Stepped task;
-    orvoevent* event = orvoevent_create(0, 0);
-    EXPECT_DEATH(runner_.AsyncRun([] {}, nullptr), "orvo_queue_runner.cpp:37.*AsyncRun.*pTask");
-    EXPECT_DEATH(runner_.add_job([] {}, &task, 5, event), "orvo_queue_runner.cpp:95.*add_job.*event == nullptr");
-    EXPECT_DEATH(runner_.add_job([] {}, &task, -5, event), "orvo_queue_runner.cpp:96.*delayInMiliseconds == 0");
-    orvoevent_destory(event);
+    for (const auto& run : runs) EXPECT_TRUE(run.size() == kCalls && std::is_sorted(run.begin(), run.end()));
 }
 
 // A worker with nothing to do for an hour, or for ever.
 class Resting : public CORVOTaskIO {
   public:
-    explicit Resting(bool awaits) : CORVOTaskIO("resting", 3600000, ETHREAD_PRIORITY_NORMAL), awaits_(awaits) {}
+    explicit Resting(bool awaits) : CORVOTaskIO("resting", kHour, ETHREAD_PRIORITY_NORMAL), awaits_(awaits) {}
     ~Resting() override { Join(); }
     void OnIdle() override {
         rests++;
@@ -332,42 +298,38 @@ class Resting : public CORVOTaskIO {
     const bool awaits_;
 };
 
+// The worker rests before each act, and would rest on without what the act does.
 TEST_F(Tasks, ARestEndsWithWhatThereIsToDo) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     for (const bool awaits : {false, true}) {
         Resting task(awaits);
         task.Start();
-        const auto rest_then = [&task](int number, auto&& act) {
-            while (task.rests < number) std::this_thread::yield();
-            std::promise<void> promise;
-            auto done = promise.get_future();
-            act(std::move(promise));
-            done.wait();
+        while (task.rests == 0) std::this_thread::yield();
+        const auto after = [](const std::function<void(std::function<void()>)>& act) {
+            const auto done = std::make_shared<std::promise<void>>();
+            auto future = done->get_future();
+            act([done] { done->set_value(); });
+            future.wait();
         };
-        const auto run = [this, &task](long long delay) {
-            return [this, &task, delay](std::promise<void> done) {
-                auto shared = std::make_shared<std::promise<void>>(std::move(done));
-                return runner_.add_job([shared] { shared->set_value(); }, &task, delay, nullptr);
-            };
-        };
-        rest_then(1, run(0));
-        rest_then(2, run(1));
-        rest_then(
-            3, [&](std::promise<void> dropped) { CORVOTaskBase::CancelTask(&task, run(3600000)(std::move(dropped))); });
+        for (const int delay : {0, 1, 20})
+            after([&](auto done) { runner_.add_job(std::move(done), &task, delay, nullptr); });
+        std::promise<void> dropped;
+        auto is_dropped = dropped.get_future();
+        const auto id = runner_.add_job([kept = std::make_shared<std::promise<void>>(std::move(dropped))] {}, &task,
+                                        kHour, nullptr);
+        CORVOTaskBase::CancelTask(&task, id);
+        is_dropped.wait();
+        EXPECT_LT(task.rests, 20) << "it does rest";
         for (const unsigned timeout : {1u, 3600000u}) {
-            rest_then(1, [&](std::promise<void> called) {
-                static std::promise<void> done;
-                done = std::move(called);
-                const auto callback = [](orvofe*, long long, int, void*) { done.set_value(); };
+            after([&](auto done) {
+                static std::function<void()> called;
+                called = std::move(done);
+                const auto callback = [](orvofe*, long long, int, void*) { called(); };
                 runner_.AsyncRun(
-                    [&, callback] {
-                        orvofe_addonce(CORVOTaskIO::GetFevent(), ends[0], 2, callback, nullptr, nullptr, timeout);
-                    },
+                    [=] { orvofe_addonce(CORVOTaskIO::GetFevent(), ends[0], 2, callback, nullptr, nullptr, timeout); },
                     &task);
-                if (timeout > 1) {
-                    EXPECT_EQ(write(ends[1], "x", 1), 1);
-                }
+                EXPECT_EQ(timeout > 1 ? write(ends[1], "x", 1) : 1, 1);
             });
         }
         EXPECT_TRUE(task.Stop());

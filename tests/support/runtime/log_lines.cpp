@@ -55,4 +55,9 @@ std::vector<std::string> take_messages(const std::string& module) {
     return messages;
 }
 
+std::string assertion(const std::string& file, int line, const std::string& function, const std::string& text) {
+    const std::string place = file + ".*" + (line > 0 ? std::to_string(line) : "");
+    return place + ".*" + function + ".*" + text + "|" + text + ".*" + function + ".*" + place;
+}
+
 }  // namespace support

@@ -26,5 +26,7 @@ void route_log(syslog_text_hook hook);
 std::vector<LogLine> take_log();
 // The messages alone, each with its level: "1 out of memory!".
 std::vector<std::string> take_messages(const std::string& module);
+// An expression that matches what a failed assertion prints, in whichever order the system does; line 0 is any.
+std::string assertion(const std::string& file, int line, const std::string& function, const std::string& text);
 
 }  // namespace support

@@ -1,6 +1,8 @@
 // Frames and folders for the tests of orvocap.
 #pragma once
 
+#include <png.h>
+
 #include "support/temporary_folder.h"
 #include "tools/orvocap/frame_writer.h"
 
@@ -25,6 +27,17 @@ inline Frame solidFrame(int width, int height, Pixel pixel, unsigned long long t
         for (int x = 0; x < width; ++x) setPixel(frame, x, y, pixel);
     }
     return frame;
+}
+
+// The pixels of a PNG picture, as a frame has them; none when it cannot be read.
+template <typename Begin>
+std::vector<uint8_t> readPng(Begin begin) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (!begin(image)) return {};
+    image.format = PNG_FORMAT_BGRA;
+    std::vector<uint8_t> pixels(PNG_IMAGE_SIZE(image));
+    return png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr) ? pixels : std::vector<uint8_t>();
 }
 
 using orvo::testing::TemporaryFolder;
