@@ -1,6 +1,6 @@
 #!/bin/bash
 # orvocap on windows of a real server: records covered, fitted, composed and several windows, watches one until it goes.
-# usage, on a display of its own: orvocap_test.sh ORVOCAP
+# usage, on a display of its own: orvocap_test.sh ORVOCAP PART
 set -euo pipefail
 orvocap=$1
 work=$(mktemp -d)
@@ -50,34 +50,44 @@ open above '#00ff00' 100x100+200+150
 above=$number above_process=$!
 xdotool windowactivate --sync "$above"
 
-record --window "$below"
-expect video.y4m 300x200 5,5=$red 150,100=$red 299,199=$red
-record --window "$below" --mode area
-expect video.y4m 300x200 5,5=$red 150,100=$green
-record --window belo --size 200x200 --fit letterbox
-expect video.y4m 200x200 100,5=$black 100,100=$red 100,195=$black
-record --window "$below" --size 200x200 --fit fill --crop 0,0,50,40
-expect video.y4m 200x200 100,5=$red 100,195=$red
-record --screen main --exclude "$above"
-expect video.y4m 1280x800 250,220=$red 1000,700=$black
-record --window "$below" --extra "$above"
-expect "video-window-$below.y4m" 300x200 150,100=$red
-expect "video-window-$above.y4m" 100x100 50,50=$green
+part_targets() {
+    record --window "$below"
+    expect video.y4m 300x200 5,5=$red 150,100=$red 299,199=$red
+    record --window "$below" --mode area
+    expect video.y4m 300x200 5,5=$red 150,100=$green
+    record --window belo --size 200x200 --fit letterbox
+    expect video.y4m 200x200 100,5=$black 100,100=$red 100,195=$black
+    record --window "$below" --size 200x200 --fit fill --crop 0,0,50,40
+    expect video.y4m 200x200 100,5=$red 100,195=$red
+    record --screen main --exclude "$above"
+    expect video.y4m 1280x800 250,220=$red 1000,700=$black
+    record --window "$below" --extra "$above"
+    expect "video-window-$below.y4m" 300x200 150,100=$red
+    expect "video-window-$above.y4m" 100x100 50,50=$green
 
-# A pipe gets the pixels and nothing else, as many as its reader takes.
-"$orvocap" record --window "$below" --seconds 0.5 --fps 10 --raw - 2>"$work/log" >"$work/raw"
-[ "$(($(stat -c %s "$work/raw") % (300 * 200 * 4)))" = 0 ] || fail "raw bytes: $(stat -c %s "$work/raw")"
-[ "$(od -An -tx1 -j $(((100 * 300 + 150) * 4)) -N4 "$work/raw")" = ' 00 00 ff ff' ] || fail 'a raw pixel'
-for format in --raw --y4m; do
-    "$orvocap" record --window "$below" --fps 10 $format - 2>"$work/log" | head -c 250000 >"$work/raw" || fail "$(cat "$work/log")"
-    grep -q 'the program that reads has ended' "$work/log" || fail "$format: $(cat "$work/log")"
-done
-"$orvocap" record --window "$below" --png "$work/pictures" --json >"$work/summary" 2>"$work/log" &
-recording=$!
-eventually test -s "$work/pictures/frame-000003.png"
-kill -INT "$recording"
-wait "$recording" || fail "interrupted: $(cat "$work/log")"
-python3 - "$work" <<'END' || fail 'the summary of an interrupted recording'
+    expect_exit 3 "$orvocap" record --window 99 --png "$work"
+    expect_exit 3 "$orvocap" watch --window 99
+    expect_exit 2 "$orvocap" record --window "$below" --extra "$above" --y4m -
+}
+
+part_pipes() {
+    # A pipe gets the pixels and nothing else, as many as its reader takes.
+    "$orvocap" record --window "$below" --seconds 0.5 --fps 10 --raw - 2>"$work/log" >"$work/raw"
+    [ "$(($(stat -c %s "$work/raw") % (300 * 200 * 4)))" = 0 ] || fail "raw bytes: $(stat -c %s "$work/raw")"
+    [ "$(od -An -tx1 -j $(((100 * 300 + 150) * 4)) -N4 "$work/raw")" = ' 00 00 ff ff' ] || fail 'a raw pixel'
+    for format in --raw --y4m; do
+        "$orvocap" record --window "$below" --fps 10 $format - 2>"$work/log" | head -c 250000 >"$work/raw" || fail "$(cat "$work/log")"
+        grep -q 'the program that reads has ended' "$work/log" || fail "$format: $(cat "$work/log")"
+    done
+}
+
+part_series() {
+    "$orvocap" record --window "$below" --png "$work/pictures" --json >"$work/summary" 2>"$work/log" &
+    recording=$!
+    eventually test -s "$work/pictures/frame-000003.png"
+    kill -INT "$recording"
+    wait "$recording" || fail "interrupted: $(cat "$work/log")"
+    python3 - "$work" <<'END' || fail 'the summary of an interrupted recording'
 import json, os, sys
 target, = json.load(open(sys.argv[1] + "/summary"))["targets"]
 files = [os.path.join(sys.argv[1], "pictures", name) for name in os.listdir(sys.argv[1] + "/pictures")]
@@ -85,48 +95,52 @@ assert (target["frames"], target["bytes"]) == (len(files), sum(map(os.path.getsi
 assert (target["width"], target["height"]) == (300, 200), target
 END
 
-# The older series is not mixed with a new one.
-expect_exit 1 "$orvocap" record --window "$below" --seconds 0.2 --png "$work/pictures" </dev/null
-expect_exit 0 "$orvocap" record --window "$below" --seconds 0.2 --png "$work/pictures" --force
-[ "$(find "$work/pictures" -name 'frame-*' | wc -l)" -lt 5 ] || fail 'frames of the older recording'
+    # The older series is not mixed with a new one.
+    expect_exit 1 "$orvocap" record --window "$below" --seconds 0.2 --png "$work/pictures" </dev/null
+    expect_exit 0 "$orvocap" record --window "$below" --seconds 0.2 --png "$work/pictures" --force
+    [ "$(find "$work/pictures" -name 'frame-*' | wc -l)" -lt 5 ] || fail 'frames of the older recording'
+}
 
-# Paused for longer than it may take, and minimised; then closed.
-open gone '#0000ff' 100x100+500+150
-gone_process=$!
-"$orvocap" record --window gone --fps 10 -o "$work/gone.y4m" >"$work/said" 2>&1 &
-recording=$!
-bytes() { stat -c %s "$work/gone.y4m"; }
-grows() { [ "$(bytes)" -gt "$size" ]; }
-eventually test -s "$work/gone.y4m"
-kill -USR1 "$recording"
-sleep 0.5
-size=$(bytes)
-sleep 0.5
-[ "$(bytes)" = "$size" ] || fail 'recorded while paused'
-kill -USR1 "$recording"
-xdotool windowminimize "$number"
-eventually grep -q 'is minimised; the recording goes on' "$work/said"
-size=$(bytes)
-eventually grows
-xdotool windowmap "$number"
-kill "$gone_process"
-expect_exit 1 wait "$recording"
-grep -q 'the window was closed' "$work/said" || fail "a window that was closed: $(cat "$work/said")"
-expect_exit 3 "$orvocap" record --window 99 --png "$work"
-expect_exit 3 "$orvocap" watch --window 99
-expect_exit 2 "$orvocap" record --window "$below" --extra "$above" --y4m -
+part_gone() {
+    # Paused for longer than it may take, and minimised; then closed.
+    open gone '#0000ff' 100x100+500+150
+    gone_process=$!
+    "$orvocap" record --window gone --fps 10 -o "$work/gone.y4m" >"$work/said" 2>&1 &
+    recording=$!
+    bytes() { stat -c %s "$work/gone.y4m"; }
+    grows() { [ "$(bytes)" -gt "$size" ]; }
+    eventually test -s "$work/gone.y4m"
+    kill -USR1 "$recording"
+    sleep 0.5
+    size=$(bytes)
+    sleep 0.5
+    [ "$(bytes)" = "$size" ] || fail 'recorded while paused'
+    kill -USR1 "$recording"
+    xdotool windowminimize "$number"
+    eventually grep -q 'is minimised; the recording goes on' "$work/said"
+    size=$(bytes)
+    eventually grows
+    xdotool windowmap "$number"
+    kill "$gone_process"
+    expect_exit 1 wait "$recording"
+    grep -q 'the window was closed' "$work/said" || fail "a window that was closed: $(cat "$work/said")"
+}
 
-"$orvocap" watch --window "$above" >"$work/events" 2>"$work/log" &
-watch=$!
-happened() { eventually grep -E "$1" "$work/events"; }
-happened " status +$above +0 normal"
-xdotool windowmove "$above" 400 300
-happened " moved +$above .* at 40[0-9],3"
-happened " status +$above +8 moved"
-xdotool windowminimize "$above"
-happened " status +$above +3 minimized  0x0 at 0,0"
-kill "$above_process"
-happened " status +$above +1 missing"
-happened " error .* 3 no-content"
-kill "$watch"
-expect_exit 1 wait "$watch"
+part_watch() {
+    "$orvocap" watch --window "$above" >"$work/events" 2>"$work/log" &
+    watch=$!
+    happened() { eventually grep -E "$1" "$work/events"; }
+    happened " status +$above +0 normal"
+    xdotool windowmove "$above" 400 300
+    happened " moved +$above .* at 40[0-9],3"
+    happened " status +$above +8 moved"
+    xdotool windowminimize "$above"
+    happened " status +$above +3 minimized  0x0 at 0,0"
+    kill "$above_process"
+    happened " status +$above +1 missing"
+    happened " error .* 3 no-content"
+    kill "$watch"
+    expect_exit 1 wait "$watch"
+}
+
+"part_$2"

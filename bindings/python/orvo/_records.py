@@ -90,6 +90,10 @@ class OrvoScreenCaptureScreenItem(ctypes.Structure):
     _fields_ = [("screenID", c_uint32), ("isPrimary", c_uint32)]
 
 
+class OrvoScreenCaptureWindowItem(ctypes.Structure):
+    _fields_ = [("windowID", c_uint32), ("title", c_char * 256), ("appName", c_char * 256)]
+
+
 class OrvoThumbnailBitmapItem(ctypes.Structure):
     _fields_ = [
         ("width", c_uint32),
