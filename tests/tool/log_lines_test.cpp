@@ -1,4 +1,4 @@
-// Scrambled log files as plain text: whole ones, cut ones, and such as were never logs.
+// Scrambled log files as plain text: cut ones, which the model of logs leaves out, and JSON.
 #include "tools/orvocap/log.h"
 
 #include <gtest/gtest.h>
@@ -11,8 +11,6 @@ namespace {
 
 const std::string kFirst = "[2021-03-04 05:06:07][1][notice][unnamed thread:4711][SC:12]: first \xFF\xE4\xB8\xAD";
 const std::string kTwoClocks = "[2021-03-04 05:06:07][2020-01-01 01:01:01][2][error ][a:1][SC:1]: two clocks";
-const std::string kSeveral = "[2021-03-04 05:06:08][2][debug ][a:1][SC:1]: one\n\ntwo\nthree";
-const std::string kHeader = "*** SDK Version: 2.9.193";
 
 std::string scrambled(const std::string& line) {
     orvo::strutf8 text;
@@ -27,15 +25,6 @@ std::string decoded(const std::string& file, size_t chunk) {
     for (size_t i = 0; i < file.size(); i += chunk) lines.feed(file.data() + i, std::min(chunk, file.size() - i));
     lines.finish();
     return all;
-}
-
-TEST(LogLines, PrintsWholeFilesHoweverTheyArrive) {
-    std::string file, plain;
-    for (const std::string& line : {kFirst, kHeader, kSeveral, kTwoClocks, kFirst + "\n", kFirst}) {
-        file += scrambled(line) + "\n";
-        plain += line + "\n";
-    }
-    for (size_t chunk : {1, 7, 4096}) EXPECT_EQ(decoded(file, chunk), plain);
 }
 
 TEST(LogLines, ReadsFilesThatWereCutAnywhere) {
@@ -62,16 +51,6 @@ TEST(LogLines, FindsALineBehindAPieceOfAnother) {
         const std::string joint = kept % 3 == 0 ? "" : "\n";  // in step, it reads right by itself
         EXPECT_EQ(decoded(file, 1000), kFirst.substr(0, kept) + joint + kTwoClocks + "\n") << kept;
     }
-}
-
-TEST(LogLines, PassesOnWhatIsNoLog) {
-    std::string zeroes(3 << 20, '\0');
-    EXPECT_EQ(decoded(zeroes, 1 << 16).size(), zeroes.size() + 1);
-    std::string bytes;
-    for (int i = 0; i < 5000; ++i) bytes += static_cast<char>(i * 37);
-    EXPECT_GE(decoded(bytes, 100).size(), bytes.size());
-    EXPECT_EQ(decoded("", 1), "");
-    EXPECT_EQ(decoded("\n\n", 1), "\n\n");
 }
 
 TEST(LogLines, BecomeJson) {

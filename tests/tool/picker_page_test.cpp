@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <png.h>
 
+#include "support/tool/frames.h"
+
 namespace orvocap {
 namespace {
 
@@ -13,74 +15,47 @@ size_t count(const std::string& text, const std::string& part) {
     return found;
 }
 
-Frame frame(int width, int height) {
-    Frame result;
-    result.width = width;
-    result.height = height;
-    for (size_t i = 0; i < result.bytesPerRow() * static_cast<size_t>(height); ++i) {
-        result.pixels.push_back(i % 4 == 3 ? 255 : static_cast<uint8_t>(i * 7));
+// The first picture of the page.
+std::vector<uint8_t> firstPicture(const std::string& page) {
+    const std::string begin = "src=\"data:image/png;base64,";
+    const std::string digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string bytes;
+    unsigned int group = 1;
+    for (size_t at = page.find(begin) + begin.size(); page[at] != '"'; ++at) {
+        group = group << 6 | (static_cast<unsigned>(digits.find(page[at])) & 63);
+        if (group < 1 << 24) continue;
+        for (const int shift : {16, 8, 0}) bytes += static_cast<char>(group >> shift & 255);
+        group = 1;
     }
-    return result;
+    return readPng(
+        [&](png_image& image) { return png_image_begin_read_from_memory(&image, bytes.data(), bytes.size()); });
 }
 
-TEST(PickerPage, EscapesWhatProgramsCallThemselves) {
-    ListedItem window;
-    window.title = "<script>alert('x')</script> \"quoted\" & more";
-    window.owner = "</p><b>";
-    const std::string page = pickerPage({window});
-    EXPECT_EQ(count(page, "<script"), 0u);
-    EXPECT_EQ(count(page, "<b>"), 0u);
-    EXPECT_NE(page.find("&lt;script&gt;alert('x')&lt;/script&gt; &quot;quoted&quot; &amp; more</h3>"),
-              std::string::npos);
-    EXPECT_NE(page.find("&lt;/p&gt;&lt;b&gt;</p>"), std::string::npos);
-}
-
-TEST(PickerPage, HasACardForEachItem) {
-    ListedItem screen;
+TEST(PickerPage, ShowsACardForEachItemAndItsPicturesWhole) {
+    ListedItem screen, window;
     screen.isScreen = true;
-    screen.number = 63;
-    screen.title = "desk 1";
-    ListedItem window;
-    window.number = 7;
-    window.title = "Letter";
-    window.owner = "程序";
+    window.title = "<script>alert('x')</script> \"quoted\" & more";
+    window.owner = "程序</p><b>";
     window.left = -5;
     window.width = 300;
     window.height = 200;
-    window.picture = frame(40, 25);
     const std::string page = pickerPage({screen, window, window});
-    EXPECT_EQ(count(page, "<article"), 3u);
-    EXPECT_EQ(count(page, "Window 7<"), 2u);
-    EXPECT_EQ(count(page, "300 × 200 at -5, 0<"), 2u);
-    EXPECT_EQ(count(page, ">程<"), 2u) << "a whole character stands in for a missing icon";
-    EXPECT_EQ(count(page, "No picture"), 1u);
-    EXPECT_NE(page.find("1 screen, 2 windows"), std::string::npos);
+    const std::pair<const char*, size_t> expected[] = {
+        {"<article", 3},
+        {"<section>", 2},
+        {"<script", 0},
+        {"<b>", 0},
+        {"1 screen, 2 windows", 1},
+        {"No picture", 3},
+        {">&lt;script&gt;alert('x')&lt;/script&gt; &quot;quoted&quot; &amp; more</h3>", 2},
+        {"300 × 200 at -5, 0<", 2},
+        {">程<", 2}};  // a whole character stands in for a missing icon
+    for (const auto& [text, times] : expected) EXPECT_EQ(count(page, text), times) << text;
     EXPECT_EQ(count(pickerPage({screen}), "<section>"), 1u) << "no heading without cards";
-}
-
-TEST(PickerPage, EmbedsPicturesWhole) {
     for (const int width : {1, 2, 3, 4, 5}) {  // every remainder of three bytes comes up
-        ListedItem window;
-        window.icon = frame(width, 3);
-        const std::string page = pickerPage({window});
-        const std::string begin = "src=\"data:image/png;base64,";
-        const size_t from = page.find(begin) + begin.size();
-        const std::string text = page.substr(from, page.find('"', from) - from);
-        std::string bytes;
-        ASSERT_EQ(text.size() % 4, 0u);
-        const std::string digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-        for (size_t i = 0; i < text.size(); i += 4) {
-            unsigned int group = 0;
-            for (size_t k = 0; k < 4; ++k) group = group << 6 | (static_cast<unsigned>(digits.find(text[i + k])) & 63);
-            for (const int shift : {16, 8, 0}) bytes += static_cast<char>(group >> shift & 255);
-        }
-        png_image image{};
-        image.version = PNG_IMAGE_VERSION;
-        ASSERT_TRUE(png_image_begin_read_from_memory(&image, bytes.data(), bytes.size()));
-        image.format = PNG_FORMAT_BGRA;
-        std::vector<uint8_t> pixels(PNG_IMAGE_SIZE(image));
-        ASSERT_TRUE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr));
-        EXPECT_EQ(pixels, window.icon->pixels) << width;
+        window.icon = solidFrame(width, 3, {}, 0);
+        for (int i = 0; i < 3 * width; ++i) setPixel(*window.icon, i % width, i / width, {static_cast<uint8_t>(i * 7)});
+        EXPECT_EQ(firstPicture(pickerPage({window})), window.icon->pixels) << width;
     }
 }
 

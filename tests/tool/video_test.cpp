@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "support/full_disk.h"
 #include "support/tool/frames.h"
 #include "tools/orvocap/application.h"
 #include "tools/orvocap/video.h"
@@ -17,14 +18,18 @@ namespace {
 
 class Y4mTest : public testing::Test {
   protected:
-    // Everything after the header's line.
-    std::string recordAndRead(const std::vector<Frame>& frames) {
-        VideoSink sink(file_, y4mFormat, 25);
+    // What a video of the frames holds, without the line that is its header; a frame without pixels only holds the
+    // last.
+    std::string recordAndRead(const std::vector<Frame>& frames, const VideoFormat& format = y4mFormat) {
+        const bool hasHeader = &format == &y4mFormat;
+        VideoSink sink(file_, format, 25);
         for (const Frame& frame : frames) frame.pixels.empty() ? sink.hold(frame.time) : sink.write(frame);
         sink.finish();
         std::ifstream stream(file_, std::ios::binary);
-        std::getline(stream, header_);
-        return {std::istreambuf_iterator<char>(stream), {}};
+        if (hasHeader) std::getline(stream, header_);
+        const std::string data{std::istreambuf_iterator<char>(stream), {}};
+        EXPECT_EQ(sink.bytes(), data.size() + (hasHeader ? header_.size() + 1 : 0));
+        return data;
     }
 
     TemporaryFolder folder_;
@@ -81,26 +86,14 @@ TEST_F(Y4mTest, RepeatsAPictureWhereFramesAreMissing) {
     EXPECT_TRUE(luma[0] < luma[1] && luma[1] < luma[5]);
 }
 
-TEST_F(Y4mTest, WritesRawPicturesOpaqueAndWithoutAHeader) {
-    VideoSink sink(file_, rawFormat, 25);
-    sink.write(solidFrame(2, 1, {1, 2, 3, 4}, 1000));
-    sink.write(solidFrame(2, 1, {5, 6, 7, 0}, 1080));  // one is missing before it
-    sink.finish();
-    std::ifstream stream(file_, std::ios::binary);
-    const std::string data{std::istreambuf_iterator<char>(stream), {}};
-    EXPECT_EQ(data, "\1\2\3\xFF\1\2\3\xFF\1\2\3\xFF\1\2\3\xFF\5\6\7\xFF\5\6\7\xFF");
-    EXPECT_EQ(sink.bytes(), data.size());
-}
-
-TEST_F(Y4mTest, KeepsItsSizeWhenAWindowChanges) {
-    VideoSink sink(file_, rawFormat, 25);
-    sink.write(solidFrame(2, 4, {1, 1, 1}, 0));
-    sink.write(solidFrame(4, 4, {7, 7, 7}, 40));
-    sink.finish();
-    std::ifstream stream(file_, std::ios::binary);
-    const std::string data{std::istreambuf_iterator<char>(stream), {}};
+TEST_F(Y4mTest, WritesRawPicturesOpaqueOfOneSizeAndWithoutAHeader) {
+    EXPECT_EQ(recordAndRead({solidFrame(2, 1, {1, 2, 3, 4}, 1000), solidFrame(2, 1, {5, 6, 7, 0}, 1080)}, rawFormat),
+              "\1\2\3\xFF\1\2\3\xFF\1\2\3\xFF\1\2\3\xFF\5\6\7\xFF\5\6\7\xFF")
+        << "one is missing between them";
+    const std::string data =
+        recordAndRead({solidFrame(2, 4, {1, 1, 1}, 0), solidFrame(4, 4, {7, 7, 7}, 40)}, rawFormat);
     const std::string black("\0\0\0\xFF", 4), grey("\7\7\7\xFF", 4);
-    EXPECT_EQ(data.substr(32), black + black + grey + grey + grey + grey + black + black);
+    EXPECT_EQ(data.substr(32), black + black + grey + grey + grey + grey + black + black) << "a window that changes";
 }
 
 // A program of that name, alone in PATH.
@@ -149,9 +142,10 @@ TEST_F(EncoderTest, SaysWhatTheProgramSays) {
 
 TEST_F(Y4mTest, FailsWithAReason) {
     EXPECT_THROW(VideoSink(folder_.path() + "/not/there.y4m", y4mFormat, 25), std::runtime_error);
-    VideoSink full("/dev/full", y4mFormat, 25);
-    full.write(solidFrame(2, 2, {}, 0));
-    EXPECT_THROW(full.finish(), std::runtime_error);
+    VideoSink sink(file_, y4mFormat, 25);
+    const orvo::testing::FullDisk full(10);
+    sink.write(solidFrame(2, 2, {}, 0));
+    EXPECT_THROW(sink.finish(), std::runtime_error);
 }
 
 }  // namespace
