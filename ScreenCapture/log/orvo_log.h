@@ -17,8 +17,8 @@
 
 namespace ORVO::ScreenCapture {
 
-// Hands over the runner and the task of all file jobs; both stay the caller's and live until they are taken away with
-// two null pointers. Jobs posted without them are dropped. On return no other thread uses the former two any more.
+// Sets the runner and the task of all file jobs. The caller owns both and keeps them until it has set two null
+// pointers. Jobs posted without them are dropped. On return no other thread uses the former two any more.
 ORVO_API void run_log_on(BASE::COrvoQueueRunner* runner, CORVOTaskBase* task);
 
 // Begins logging to files: `path0` is continued, then come `path1` and `path2`. A path that is null or longer than 511

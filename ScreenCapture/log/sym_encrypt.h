@@ -1,4 +1,4 @@
-// How the lines of the log files are scrambled, so that the files are not plain text. It is no secrecy.
+// How the lines of the log files are scrambled, so that the files are not plain text. It is not encryption.
 #ifndef ORVO_SYM_ENCRYPT_H
 #define ORVO_SYM_ENCRYPT_H
 
@@ -15,7 +15,7 @@ ORVO_API bool should_encrypt(char c);
 
 // Scrambles a line, or makes a scrambled one plain: the same work undoes itself. The key begins with the text's first
 // byte. No line feed comes or goes. The first form works in place, up to the terminator; null does nothing. The second
-// one answers a copy, of all bytes.
+// one returns a copy, of all bytes.
 ORVO_API void sym_encrypt(char* text);
 ORVO_API orvo::strutf8 sym_encrypt(const orvo::strutf8& text);
 

@@ -18,7 +18,7 @@ class ORVO_API orvo_task_call_base {
     virtual void run() = 0;
 };
 
-// A closure, with an event to signal after its run; null for none. The event is the caller's.
+// A closure, and an event to signal after it has run, or null. The caller owns the event.
 class ORVO_API orvo_functor_task : public orvo_task_call_base {
   public:
     orvo_functor_task(std::function<void()>&& fn, orvoevent* event);

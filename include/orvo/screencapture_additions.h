@@ -1,11 +1,7 @@
 /**
  * @file
- * What Orvo Screen Capture offers beside its capture interface, on every system: its version, the permissions that it
- * needs, the owner of a window, the statistics of the capture, the level of the log. Nothing here changes how capturing
- * works.
- *
- * Every function may be called from any thread, also from inside a callback, and returns at once unless it says
- * otherwise. This header is plain C11 and compiles as C++ too.
+ * Additions to the capture interface, on every system: version, permissions, owner of a window, statistics, level of
+ * the log. Nothing here changes how the capture works. This header is plain C11 and compiles as C++ too.
  */
 #ifndef ORVO_SCREENCAPTURE_ADDITIONS_H
 #define ORVO_SCREENCAPTURE_ADDITIONS_H
@@ -16,22 +12,22 @@
 extern "C" {
 #endif
 
-/* The version of these headers; orvo_screencapture_version tells that of the library. */
+/* The version of these headers; orvo_screencapture_version returns that of the library. */
 #define ORVO_SCREENCAPTURE_VERSION_MAJOR 2   /**< a part of ORVO_SCREENCAPTURE_VERSION */
 #define ORVO_SCREENCAPTURE_VERSION_MINOR 9   /**< a part of ORVO_SCREENCAPTURE_VERSION */
 #define ORVO_SCREENCAPTURE_VERSION_PATCH 193 /**< a part of ORVO_SCREENCAPTURE_VERSION */
 #define ORVO_SCREENCAPTURE_VERSION "2.9.193" /**< the version of these headers */
 
 /**
- * Asks for the version of the library that runs.
- * @return such as "2.9.193"
+ * Returns the version of the library.
+ * @return for example "2.9.193"
  * @threads any
- * @memory the result lives as long as the process
+ * @memory the result is valid as long as the process runs
  * @errors none
  */
 ORVO_API const char* orvo_screencapture_version(void);
 
-/** What the user has to allow. On X11 both are always granted. */
+/** What the user has to allow on macOS. On X11 both are granted; screens of a Wayland session are denied. */
 typedef int32_t OrvoScreenCapturePermission;
 /** Values of OrvoScreenCapturePermission. */
 enum {
@@ -39,20 +35,20 @@ enum {
     ORVO_PERMISSION_ACCESSIBILITY = 2,    /**< following windows and bringing them to the front */
 };
 
-/** Where a permission stands. */
+/** The state of a permission. */
 typedef int32_t OrvoScreenCapturePermissionState;
 /** Values of OrvoScreenCapturePermissionState. */
 enum {
-    ORVO_PERMISSION_NEVER_ASKED = 0,    /**< not granted, and this process has not asked */
-    ORVO_PERMISSION_DENIED = 1,         /**< asked, and not granted */
+    ORVO_PERMISSION_NEVER_ASKED = 0,    /**< not granted, and this process has not requested it */
+    ORVO_PERMISSION_DENIED = 1,         /**< requested, and not granted */
     ORVO_PERMISSION_GRANTED = 2,        /**< granted and in force */
-    ORVO_PERMISSION_RESTART_NEEDED = 3, /**< granted, in force when the host is started again */
+    ORVO_PERMISSION_RESTART_NEEDED = 3, /**< granted, and in force after the host is restarted */
 };
 
 /**
- * Asks where a permission stands. Never shows anything to the user. Needs no orvo_screencapture_init.
+ * Returns the state of a permission, without showing anything to the user. Works before orvo_screencapture_init.
  * @param permission one of ORVO_PERMISSION_SCREEN_RECORDING, ORVO_PERMISSION_ACCESSIBILITY
- * @return the state now
+ * @return the current state
  * @threads any
  * @memory none
  * @errors ORVO_PERMISSION_DENIED for an unknown permission
@@ -60,10 +56,10 @@ enum {
 ORVO_API OrvoScreenCapturePermissionState orvo_screencapture_get_permission(OrvoScreenCapturePermission permission);
 
 /**
- * Asks the user, where the system lets a process ask. The user's answer comes later: ask again with
- * orvo_screencapture_get_permission. Needs no orvo_screencapture_init.
+ * Requests a permission from the user and returns without waiting for the answer; orvo_screencapture_get_permission
+ * returns the state later. Works before orvo_screencapture_init.
  * @param permission one of ORVO_PERMISSION_SCREEN_RECORDING, ORVO_PERMISSION_ACCESSIBILITY
- * @return the state right after asking
+ * @return the state right after the request
  * @threads any
  * @memory none
  * @errors ORVO_PERMISSION_DENIED for an unknown permission
@@ -109,8 +105,8 @@ typedef struct OrvoScreenCaptureStatistics {
 ORVO_API bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics);
 
 /**
- * Sets the level of the log alone; its files go on as they are. Needs no orvo_screencapture_init.
- * @param level 0 import, 1 error, 2 warn, 3 notice, 4 debug, initially 4; lines above it are dropped
+ * Sets the level of the log and keeps its files. Works before orvo_screencapture_init.
+ * @param level 0 import, 1 error, 2 warn, 3 notice, 4 debug (the default); lines above it are dropped
  * @threads any
  * @memory none
  * @errors none

@@ -1,6 +1,6 @@
 /**
  * @file
- * What Orvo Screen Capture offers on Linux beside the common interface.
+ * The part of the interface that exists on Linux only.
  */
 #ifndef ORVO_SCREENCAPTURE_LINUX_H
 #define ORVO_SCREENCAPTURE_LINUX_H
@@ -12,98 +12,98 @@ extern "C" {
 #endif
 
 /**
- * Runs the main queue on the calling thread, for hosts without a GLib main loop. Callbacks run in here.
- * @param milliseconds how long to go on; 0 runs what is ready and returns, below 0 runs until the process ends
- * @return how many jobs ran
- * @threads one at a time; may be called from inside a callback
+ * Runs the main queue, and so its callbacks, on the calling thread, for hosts without a GLib main loop.
+ * @param milliseconds how long to run; 0 runs what is ready, a negative value runs until the process ends
+ * @return the number of jobs that ran
+ * @errors returns 0 at once while another thread or a GLib loop of the host runs the default main context
  * @memory none
- * @errors 0 at once while another thread, or a GLib loop of the host, runs the default main context
+ * @threads one thread at a time; may be called inside a callback
  */
 ORVO_API int orvo_screencapture_run_main_queue(int milliseconds);
 
 /**
- * A captured frame's memory, counted. With ORVO_PIXEL_FORMAT_BUFFER the frame callbacks receive one as `data`.
- * A host that wants the frame beyond the callback retains it and releases it later, in time: while all buffers of a
- * capture are retained, ticks are dropped.
+ * The memory of a frame, with a reference count. With ORVO_PIXEL_FORMAT_BUFFER frame callbacks receive one as `data`.
+ * To use a frame after the callback, retain its buffer and release it soon: while all buffers of a capture are
+ * retained, ticks are dropped.
  */
 typedef struct OrvoPixelBuffer* OrvoPixelBufferRef;
 
 /**
- * Keeps a buffer beyond the callback.
+ * Adds a reference, which keeps the buffer after the callback.
  * @param buffer a frame's buffer, or NULL
  * @return buffer
+ * @errors 0 or NULL for a NULL buffer
+ * @memory the caller releases the reference with orvo_pixelbuffer_release
  * @threads any
- * @memory adds a reference, let go with orvo_pixelbuffer_release
- * @errors a null buffer answers 0 or NULL
  */
 ORVO_API OrvoPixelBufferRef orvo_pixelbuffer_retain(OrvoPixelBufferRef buffer);
 
 /**
- * Lets go of a buffer.
+ * Releases a reference. NULL is ignored.
  * @param buffer a frame's buffer, or NULL
+ * @errors none
+ * @memory frees the buffer with its last reference
  * @threads any
- * @memory takes a reference
- * @errors a null buffer answers 0 or NULL
  */
 ORVO_API void orvo_pixelbuffer_release(OrvoPixelBufferRef buffer);
 
 /**
- * Asks for the width.
+ * Returns the width.
  * @param buffer a frame's buffer, or NULL
  * @return pixels
- * @threads any
+ * @errors 0 or NULL for a NULL buffer
  * @memory none
- * @errors a null buffer answers 0 or NULL
+ * @threads any
  */
 ORVO_API size_t orvo_pixelbuffer_get_width(OrvoPixelBufferRef buffer);
 
 /**
- * Asks for the height.
+ * Returns the height.
  * @param buffer a frame's buffer, or NULL
  * @return pixels
- * @threads any
+ * @errors 0 or NULL for a NULL buffer
  * @memory none
- * @errors a null buffer answers 0 or NULL
+ * @threads any
  */
 ORVO_API size_t orvo_pixelbuffer_get_height(OrvoPixelBufferRef buffer);
 
 /**
- * Asks for the distance of rows.
+ * Returns the distance between the starts of two rows.
  * @param buffer a frame's buffer, or NULL
- * @return bytes, padding included
- * @threads any
+ * @return bytes, with padding
+ * @errors 0 or NULL for a NULL buffer
  * @memory none
- * @errors a null buffer answers 0 or NULL
+ * @threads any
  */
 ORVO_API size_t orvo_pixelbuffer_get_bytes_per_row(OrvoPixelBufferRef buffer);
 
 /**
- * Locks the pixels for reading; each lock is paired with one unlock.
+ * Locks the pixels for reading. Each lock needs one unlock.
  * @param buffer a frame's buffer, or NULL
  * @return 0
- * @threads any
+ * @errors 0 or NULL for a NULL buffer
  * @memory none
- * @errors a null buffer answers 0 or NULL
+ * @threads any
  */
 ORVO_API int orvo_pixelbuffer_lock(OrvoPixelBufferRef buffer);
 
 /**
- * Undoes one lock.
+ * Unlocks the pixels once.
  * @param buffer a frame's buffer, or NULL
  * @return 0
- * @threads any
+ * @errors 0 or NULL for a NULL buffer
  * @memory none
- * @errors a null buffer answers 0 or NULL
+ * @threads any
  */
 ORVO_API int orvo_pixelbuffer_unlock(OrvoPixelBufferRef buffer);
 
 /**
- * Asks for the pixels, 32-bit BGRA.
+ * Returns the pixels, 32-bit BGRA.
  * @param buffer a frame's buffer, or NULL
  * @return the first byte of the top row
+ * @errors 0 or NULL for a NULL buffer
+ * @memory the result is valid while the buffer is retained
  * @threads any
- * @memory the result lives as long as the buffer is retained
- * @errors a null buffer answers 0 or NULL
  */
 ORVO_API const void* orvo_pixelbuffer_get_base_address(OrvoPixelBufferRef buffer);
 

@@ -1,7 +1,6 @@
 /**
  * @file
- * The lists of displays and windows, for a picker, and what a picker does with a window. orvo/screencapture.h includes
- * this.
+ * Lists of displays and windows for a picker, and actions on a window. orvo/screencapture.h includes this header.
  */
 #ifndef ORVO_SCREENCAPTURE_LISTS_H
 #define ORVO_SCREENCAPTURE_LISTS_H
@@ -13,131 +12,131 @@ extern "C" {
 #endif
 
 /**
- * Lists the displays. Needs no orvo_screencapture_init.
+ * Returns the displays. Works before orvo_screencapture_init.
  * @param count receives the number of items
- * @return an array, empty without a display
- * @threads any; asks the system
- * @memory the result is freed with orvo_screencapture_free_screen_list
- * @errors an empty list without a display or a server
+ * @return an array of count items
+ * @errors an empty list without a display or a window server
+ * @memory the caller frees the result with orvo_screencapture_free_screen_list
+ * @threads any; waits for the system
  */
 ORVO_API OrvoScreenCaptureScreenItem* orvo_screencapture_enum_screen_list(unsigned int* count);
 
 /**
  * Frees a list of displays.
  * @param list from orvo_screencapture_enum_screen_list, or NULL
- * @threads any
- * @memory takes list
  * @errors none
+ * @memory frees list
+ * @threads any
  */
 ORVO_API void orvo_screencapture_free_screen_list(OrvoScreenCaptureScreenItem* list);
 
 /**
- * Lists the windows on screen, front to back, without pictures.
- * @param isIncludeIconic kept for hosts that pass it
+ * Returns the windows on screen, front to back, without pictures.
+ * @param isIncludeIconic ignored
  * @param count receives the number of items
- * @return an array, empty without windows
- * @threads any; asks the system
- * @memory the result is freed with orvo_screencapture_free_window_list
+ * @return an array of count items
  * @errors an empty list before orvo_screencapture_init
+ * @memory the caller frees the result with orvo_screencapture_free_window_list
+ * @threads any; waits for the system
  */
 ORVO_API OrvoScreenCaptureWindowItem* orvo_screencapture_enum_window_list(int isIncludeIconic, unsigned int* count);
 
 /**
- * Frees a plain list of windows.
+ * Frees a list of windows.
  * @param list from orvo_screencapture_enum_window_list, or NULL
- * @threads any
- * @memory takes list
  * @errors none
+ * @memory frees list
+ * @threads any
  */
 ORVO_API void orvo_screencapture_free_window_list(OrvoScreenCaptureWindowItem* list);
 
 /**
- * Retired: writes a log line and does nothing.
- * @threads any
- * @memory none
+ * Deprecated: only writes a log line.
  * @errors none
+ * @memory none
+ * @threads any
  */
 ORVO_API void orvo_screencapture_get_virtual_desktop_rect(void);
 
 /**
- * Asks where a window is.
+ * Returns the bounds of a window or display.
  * @param windowID a window or a display
- * @param rect receives left, top, right, bottom in points, for a display its origin, width and height
+ * @param rect receives them in points; see OrvoScreenCaptureRect
  * @return always true
- * @threads any; asks the system
- * @memory none
  * @errors all zero for an unknown number
+ * @memory none
+ * @threads any; waits for the system
  */
 ORVO_API bool orvo_screencapture_get_window_rect(unsigned int windowID, OrvoScreenCaptureRect* rect);
 
 /**
- * Chooses whether orvo_windowthumbnail_find_windows takes pictures. Icons are always there.
- * @param isAsync true leaves the pictures out, false (at first) takes them
- * @threads any
- * @memory none
+ * Sets whether orvo_windowthumbnail_find_windows takes pictures. It always returns icons.
+ * @param isAsync true omits the pictures, false takes them; the default is false
  * @errors none
+ * @memory none
+ * @threads any
  */
 ORVO_API void orvo_windowthumbnail_find_windows_async(bool isAsync);
 
 /**
- * Lists displays, then windows front to back, with icons and pictures.
+ * Returns the displays, then the windows front to back, with icons and pictures.
  * @param count receives the number of items
- * @return an array
- * @threads any; asks the system, and blocks while pictures are taken
- * @memory the result is freed with orvo_windowthumbnail_free_windows and the same count
+ * @return an array of count items
  * @errors a picture that cannot be taken is NULL; count is 0 before orvo_screencapture_init
+ * @memory the caller frees the result with orvo_windowthumbnail_free_windows and the same count
+ * @threads any; waits for the system and for the pictures
  */
 ORVO_API OrvoThumbnailWindowInfo* orvo_windowthumbnail_find_windows(int* count);
 
 /**
- * Frees a list with its pictures.
+ * Frees a list and its pictures.
  * @param list from orvo_windowthumbnail_find_windows or orvo_thumbnail_callback, or NULL
- * @param count as it came with the list
- * @threads any
- * @memory takes list; at most 32 MB of its pixels serve the next list, until orvo_screencapture_start_capture or
- *         orvo_screencapture_uninit
+ * @param count the count that came with the list
  * @errors none
+ * @memory frees list; up to 32 MB of its pixels are kept for the next list, until orvo_screencapture_start_capture or
+ *         orvo_screencapture_uninit
+ * @threads any
  */
 ORVO_API void orvo_windowthumbnail_free_windows(OrvoThumbnailWindowInfo* list, int count);
 
 /**
- * Asks for one window's picture; it comes through orvo_thumbnail_callback.
+ * Requests the picture of one window, which arrives through orvo_thumbnail_callback.
  * @param windowID the window
- * @return 1 when the window was found, else 0
- * @threads any; asks the system
- * @memory none
+ * @return 1 if the window was found, else 0
  * @errors neutral before init
+ * @memory none
+ * @threads any; waits for the system
  */
 ORVO_API int orvo_windowthumbnail_register(unsigned int windowID);
 
 /**
- * The counterpart of orvo_windowthumbnail_register; nothing needs to be undone.
+ * Does nothing; the counterpart of orvo_windowthumbnail_register.
  * @param windowID the window
  * @return 1 after orvo_screencapture_init
- * @threads any
- * @memory none
  * @errors neutral before init
+ * @memory none
+ * @threads any
  */
 ORVO_API int orvo_windowthumbnail_unregister(unsigned int windowID);
 
 /**
- * Brings a window forward or hides its application.
+ * Brings a window to the front, or hides its application.
  * @param windowID the window
  * @param cmd one of ORVO_SHOW_WINDOW_*
  * @return 1 on success, else 0
- * @threads any; asks the system
- * @memory none
  * @errors neutral before init
+ * @memory none
+ * @threads any; waits for the system
  */
 ORVO_API int orvo_windowthumbnail_show_source_window(unsigned int windowID, OrvoThumbnailShowWindowCmd cmd);
 
 /**
- * Asks whether a window is on screen and can be captured.
+ * Returns whether a window is on screen and can be captured.
  * @param windowID the window
  * @return 1 if so, else 0
- * @threads any; asks the system
- * @memory none
  * @errors neutral before init
+ * @memory none
+ * @threads any; waits for the system
  */
 ORVO_API int orvo_windowthumbnail_window_checkStatus(unsigned int windowID);
 

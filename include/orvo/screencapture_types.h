@@ -1,6 +1,6 @@
 /**
  * @file
- * The values, records and callbacks of orvo/screencapture.h, which includes this.
+ * Values, records and callbacks. orvo/screencapture.h includes this header.
  */
 #ifndef ORVO_SCREENCAPTURE_TYPES_H
 #define ORVO_SCREENCAPTURE_TYPES_H
@@ -13,10 +13,10 @@
 #error "Orvo Screen Capture runs on macOS and on Linux"
 #endif
 
-/** Marks what the library exports. */
+/** Marks an exported function. */
 #define ORVO_API __attribute__((visibility("default")))
 
-/** The name of a symbol as the assembler spells it: C hosts reach the exports with C++ linkage through it. */
+/** Gives a declaration the symbol name that the assembler uses, so that C hosts can call functions with C++ linkage. */
 #if defined(__APPLE__)
 #define ORVO_SYMBOL(name) __asm__("_" name)
 #else
@@ -27,28 +27,28 @@
 extern "C" {
 #endif
 
-/* ---- Values that cross the boundary: always 32 bits wide ---- */
+/* ---- Values: always 32 bits wide ---- */
 
-/** What a window target's picture contains. Any other value works like ORVO_WINDOW_MODE_WINDOW. */
+/** What the picture of a window target contains. Any other value works like ORVO_WINDOW_MODE_WINDOW. */
 typedef int32_t OrvoScreenCaptureWindowMode;
 /** Values of OrvoScreenCaptureWindowMode. */
 enum {
     ORVO_WINDOW_MODE_WINDOW = 1,      /**< the window alone, whatever covers it (the default) */
     ORVO_WINDOW_MODE_AREA = 3,        /**< the screen area under the window, with every window there */
-    ORVO_WINDOW_MODE_APPLICATION = 5, /**< its rectangle with its application's windows, less the excluded */
+    ORVO_WINDOW_MODE_APPLICATION = 5, /**< its rectangle with the windows of its application, without excluded ones */
 };
 
-/** How a window target's picture is placed in the size of orvo_screencapture_set_resolution.
- *  Any other value stretches. */
+/** How the picture of a window target fills the size of orvo_screencapture_set_resolution. Any other value stretches.
+ */
 typedef int32_t OrvoScreenCaptureResolutionMode;
 /** Values of OrvoScreenCaptureResolutionMode. */
 enum {
     ORVO_RESOLUTION_MODE_FIT = 0,     /**< scaled by the smaller ratio, centred, bars left empty (the default) */
-    ORVO_RESOLUTION_MODE_FILL = 1,    /**< scaled by the larger ratio, centred, what overflows is cut off */
+    ORVO_RESOLUTION_MODE_FILL = 1,    /**< scaled by the larger ratio, centred, clipped */
     ORVO_RESOLUTION_MODE_STRETCH = 2, /**< stretched to the size */
 };
 
-/** What the frame callbacks receive as `data`. Any other value works, and is reported, as ORVO_PIXEL_FORMAT_BGRA. */
+/** What frame callbacks receive as `data`. Any other value works, and is reported, as ORVO_PIXEL_FORMAT_BGRA. */
 typedef int32_t OrvoScreenCaptureVideoPixelFormat;
 /** Values of OrvoScreenCaptureVideoPixelFormat. */
 enum {
@@ -56,7 +56,7 @@ enum {
     ORVO_PIXEL_FORMAT_BUFFER = 100, /**< the system's own buffer: CVPixelBufferRef, on Linux OrvoPixelBufferRef */
 };
 
-/** What orvo_windowthumbnail_show_source_window does. Any other value does nothing. */
+/** Actions of orvo_windowthumbnail_show_source_window. Any other value does nothing. */
 typedef int32_t OrvoThumbnailShowWindowCmd;
 /** Values of OrvoThumbnailShowWindowCmd. */
 enum {
@@ -66,16 +66,16 @@ enum {
 
 /** Codes of orvo_capture_error_callback. */
 enum {
-    ORVO_CAPTURE_ERROR_NO_SOURCE = 2,   /**< capture was started with no target chosen */
-    ORVO_CAPTURE_ERROR_NO_CONTENT = 3,  /**< no usable picture for three seconds, or the display is gone */
+    ORVO_CAPTURE_ERROR_NO_SOURCE = 2,   /**< the capture was started without a target */
+    ORVO_CAPTURE_ERROR_NO_CONTENT = 3,  /**< no picture for three seconds, or a display of window capture is gone */
     ORVO_CAPTURE_ERROR_INTERRUPTED = 4, /**< the capture device failed or was interrupted; start again */
 };
 
 /** Values of `status` of orvo_window_status_callback. */
 enum {
-    ORVO_WINDOW_STATUS_NORMAL = 0,    /**< found, not minimised, in its place; sent on every tick */
-    ORVO_WINDOW_STATUS_MISSING = 1,   /**< the window or its application is gone; at most once in three seconds */
-    ORVO_WINDOW_STATUS_MINIMIZED = 3, /**< minimised; sent on every tick */
+    ORVO_WINDOW_STATUS_NORMAL = 0,    /**< on screen and not moved; sent with every tick */
+    ORVO_WINDOW_STATUS_MISSING = 1,   /**< the window or its application is gone; sent at most once in three seconds */
+    ORVO_WINDOW_STATUS_MINIMIZED = 3, /**< minimised; sent with every tick */
     ORVO_WINDOW_STATUS_ACTIVE = 4,    /**< its application became active */
     ORVO_WINDOW_STATUS_INACTIVE = 5,  /**< its application became inactive */
     ORVO_WINDOW_STATUS_SHOWN = 6,     /**< its application was shown again */
@@ -86,12 +86,12 @@ enum {
 /** Values of `status` of orvo_thumbnail_callback. */
 enum {
     ORVO_THUMBNAIL_HIDDEN_OR_GONE = 2, /**< the owning application is hidden or cannot be found; no pictures */
-    ORVO_THUMBNAIL_PICTURE = 5,        /**< the picture asked for with orvo_windowthumbnail_register */
+    ORVO_THUMBNAIL_PICTURE = 5,        /**< the picture that orvo_windowthumbnail_register requested */
 };
 
 /* ---- Records ---- */
 
-/** Describes one frame. It lives for the duration of the callback only. */
+/** Describes one frame. Valid during the callback only. */
 typedef struct OrvoScreenCaptureFrameFormat {
     int32_t width;       /**< pixels */
     int32_t height;      /**< pixels */
@@ -155,95 +155,94 @@ typedef struct OrvoScreenCaptureProcessWindow {
 /**
  * @defgroup callbacks Callbacks
  *
- * One callback of each kind; registering again replaces it, registering NULL silences the kind. A callback that is
- * replaced may still be called once more by a thread that has just fetched it: keep it and its user data valid until
- * the capture has stopped. No lock of the library is held during a callback. A callback must not block, and no
- * exception may leave it. "Main queue" is the dispatch main queue on macOS and GLib's default main context on Linux;
- * a Linux host without a GLib loop calls orvo_screencapture_run_main_queue (orvo/screencapture_linux.h).
+ * There is one callback of each kind. A replaced callback may be called once more by a thread that has just read it:
+ * keep it and its user data valid until the capture has stopped. The library holds no lock during a callback. A
+ * callback must not block and must not throw. The main queue is the dispatch main queue on macOS and GLib's default
+ * main context on Linux; a Linux host without a GLib loop calls orvo_screencapture_run_main_queue
+ * (orvo/screencapture_linux.h).
  * @{
  */
 
 /**
- * A capture error. 3 for pictures comes when none was good for three seconds, or at once when none ever was, and again
- * with every tick until one comes. All targets share the time of the last good picture: while one of them gives
- * pictures, another that gives none is no error, but its reason stands in the log and in the statistics. A display of
- * the window path that is gone is one 3 and ends the capture; 2 and 4 come once too.
+ * Reports a capture error. ORVO_CAPTURE_ERROR_NO_CONTENT is reported three seconds after the last picture, or at once
+ * if there never was one, and then with every tick until there is a picture. All window targets share that time: while
+ * one of them has pictures, a target without any is no error, but its reason is in the log and in the statistics. A
+ * display with excluded windows that is gone is reported once and ends the capture. The other codes are reported once.
  * @param errorCode one of ORVO_CAPTURE_ERROR_*
- * @param userData the pointer of the registration
- * @threads the starting thread (2), the capture queue (3), the main queue (3 and 4)
+ * @param userData the pointer that was registered
  * @memory none
+ * @threads for 2 the thread that started the capture; for 3 the capture queue or the main queue; for 4 the main queue
  */
 typedef void (*orvo_capture_error_callback)(int errorCode, void* userData);
 
 /**
- * A captured window moved or changed its size: its bounds in points, origin top-left. All zero while it is minimised.
+ * Reports that a captured window moved or changed its size. All bounds are zero while it is minimised.
  * @param windowID the window
- * @param left,top its top-left corner
- * @param width,height its size
- * @param userData the pointer of the registration
- * @threads the main queue
+ * @param left,top points, origin at the main display's top-left corner
+ * @param width,height points
+ * @param userData the pointer that was registered
  * @memory none
+ * @threads the main queue
  */
 typedef void (*orvo_window_moved_callback)(unsigned int windowID, int left, int top, int width, int height,
                                            void* userData);
 
 /**
- * One frame.
+ * Delivers one frame.
  * @param data the first pixel, or the buffer object (see OrvoScreenCaptureVideoPixelFormat)
  * @param length bytes of the picture: strides[0] * height
  * @param format size, row bytes and pixel format
- * @param referenceTime the frame's time, counted in referenceTimeScale: the monotonic capture clock for displays, the
- *        wall clock since 1970 plus the offset of orvo_screencapture_set_timestamp_offset for windows
- * @param referenceTimeScale counts to the second, always 1000
- * @param userData the pointer of the registration
+ * @param referenceTime the time of the frame in units of 1/referenceTimeScale seconds: the monotonic capture clock for
+ *        displays, the wall clock since 1970 plus the offset of orvo_screencapture_set_timestamp_offset for windows
+ * @param referenceTimeScale units per second, always 1000
+ * @param userData the pointer that was registered
+ * @memory the library owns data and format; they are valid during the call only
  * @threads the main queue for displays, the capture queue for windows
- * @memory data and format are the library's and valid during the call only
  */
 typedef void (*orvo_frame_callback)(const char* data, unsigned int length, const OrvoScreenCaptureFrameFormat* format,
                                     unsigned long long referenceTime, unsigned int referenceTimeScale, void* userData);
 
 /**
- * The same frame of a window target, with the number of the window (or display) that it shows. Called after
- * orvo_frame_callback, for window targets only.
+ * Delivers a frame of a window target with the window's number, right after orvo_frame_callback.
  * @param data,length,format,referenceTime,referenceTimeScale as for orvo_frame_callback
- * @param windowID the window, or the display that is captured on the window path
- * @param userData the pointer of the registration
- * @threads the capture queue
+ * @param windowID the window, or the display with excluded windows
+ * @param userData the pointer that was registered
  * @memory as for orvo_frame_callback
+ * @threads the capture queue
  */
 typedef void (*orvo_window_frame_callback)(const char* data, unsigned int length,
                                            const OrvoScreenCaptureFrameFormat* format, unsigned long long referenceTime,
                                            unsigned int referenceTimeScale, unsigned int windowID, void* userData);
 
 /**
- * News of a picker entry.
+ * Reports a change of a picker entry.
  * @param status one of ORVO_THUMBNAIL_*
  * @param info the entry
- * @param userData the pointer of the registration
+ * @param userData the pointer that was registered
+ * @memory the host frees info and its pictures with orvo_windowthumbnail_free_windows(info, 1)
  * @threads the main queue
- * @memory info and its pictures pass to the host, which frees them with orvo_windowthumbnail_free_windows(info, 1)
  */
 typedef void (*orvo_thumbnail_callback)(int status, OrvoThumbnailWindowInfo* info, void* userData);
 
 /**
- * The state of a captured window.
+ * Reports the state of a captured window.
  * @param status one of ORVO_WINDOW_STATUS_*
  * @param windowID the window
- * @param rect its bounds
- * @param userData the pointer of the registration
- * @threads the main queue
+ * @param rect its bounds in points
+ * @param userData the pointer that was registered
  * @memory none
+ * @threads the main queue
  */
 typedef void (*orvo_window_status_callback)(int status, unsigned int windowID, OrvoScreenCaptureRect rect,
                                             void* userData);
 
 /**
- * The captured process shows a new window to follow, such as a slide show.
+ * Reports a new window of the captured process to follow, such as a slide show.
  * @param change always 4
  * @param window the new window
- * @param userData the pointer of the registration
- * @threads the main queue
+ * @param userData the pointer that was registered
  * @memory none: window is a copy
+ * @threads the main queue
  */
 typedef void (*orvo_process_window_callback)(int change, OrvoScreenCaptureProcessWindow window, void* userData);
 

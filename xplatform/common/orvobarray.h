@@ -10,12 +10,12 @@ namespace orvo {
 
 // At most N elements, ascending by T::key(), one of each key. Elements lie inside the object, nothing is allocated.
 //
-// T needs a default constructor, assignment and `Key key() const`. Pointers to elements hold until the next insert,
-// erase or clear. Not locked: one thread at a time.
+// T needs a default constructor, assignment and `Key key() const`. Pointers to elements are valid until the next
+// insert, erase or clear. Not locked: one thread at a time.
 template <typename T, typename Key, std::size_t N>
 class barray {
   public:
-    // Adds a copy. False, and nothing changed, when the key is present or N elements are there.
+    // Adds a copy. Returns false and changes nothing if the key exists or N elements are stored.
     constexpr bool insert(const T& item) {
         T* place = position(item.key());
         if (full() || (place != end() && place->key() == item.key())) return false;
@@ -26,14 +26,14 @@ class barray {
         return true;
     }
 
-    // The element of that key, or null.
+    // Returns the element with the key, or null.
     constexpr T* find(const Key& key) {
         T* place = position(key);
         return place != end() && place->key() == key ? place : nullptr;
     }
     constexpr const T* find(const Key& key) const { return const_cast<barray*>(this)->find(key); }
 
-    // Removes the element of that key; false when there is none.
+    // Removes the element with the key. Returns false if there is none.
     constexpr bool erase(const Key& key) {
         T* place = find(key);
         if (place == nullptr) return false;

@@ -2,7 +2,7 @@
  * An event of the base runtime: a flag that threads wait for.
  *
  * Errors: a null event logs "illegal argument!" at level 1 under the module "event" and gives 22.
- * Threads: every function but orvoevent_destory() may be called from any thread at any time.
+ * Threads: every function except orvoevent_destory() may be called from any thread at any time.
  * This header is plain C11 and compiles as C++ too.
  */
 #ifndef ORVO_EVENT_H
@@ -16,15 +16,15 @@ extern "C" {
 
 typedef struct orvoevent orvoevent;
 
-/* Makes an event whose flag is `initialState`. With `manualReset` 0 a wait that ends clears the flag; otherwise the
- * flag stays until orvoevent_reset(). Result: the event; NULL, with a line in the log, when the system refuses.
+/* Creates an event with the flag `initialState`. If `manualReset` is 0, a wait that ends clears the flag; otherwise the
+ * flag stays until orvoevent_reset(). Result: the event; NULL, with a log line, if the system refuses.
  * Memory: orvoevent_destory(). */
 ORVO_API orvoevent* orvoevent_create(int manualReset, int initialState);
 
-/* Frees an event that nobody waits for any more. Result: 0. */
+/* Frees an event. No thread may be waiting for it. Result: 0. */
 ORVO_API int orvoevent_destory(orvoevent* event);
 
-/* Sets the flag and wakes one of the threads that wait, also when the event is reset by hand. Result: 0. */
+/* Sets the flag and wakes one waiting thread, also for an event with manual reset. Result: 0. */
 ORVO_API int orvoevent_signal(orvoevent* event);
 
 /* Clears the flag. Result: 0. */

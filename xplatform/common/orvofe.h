@@ -29,7 +29,7 @@ enum {
     ORVOFE_ERROR = 8,    /* error, hang-up or invalid descriptor */
 };
 
-/* Most descriptors of one pump. */
+/* The maximum number of descriptors of one pump. */
 enum { ORVOFE_MAX_FDS = 64 };
 
 /* Called on the pump's thread, inside orvofe_loop, with one or more of the events. */
@@ -38,18 +38,18 @@ typedef void (*orvofe_callback)(orvofe* pump, long long fd, int events, void* us
  * orvofe_clearup and orvofe_free remove. */
 typedef void (*orvofe_release)(orvofe* pump, long long fd, void* user);
 
-/* A new empty pump, to be given back with orvofe_free. NULL when there is no memory. */
+/* Creates an empty pump. Result: NULL without memory. Memory: free it with orvofe_free(). */
 ORVO_API orvofe* orvofe_alloc(void);
-/* Frees the pump as orvofe_clearup empties it. NULL is allowed. */
+/* Empties the pump like orvofe_clearup() and frees it. NULL is ignored. */
 ORVO_API void orvofe_free(orvofe* pump);
-/* The number of descriptors in the pump. */
+/* Returns the number of descriptors in the pump. */
 ORVO_API int orvofe_fdsize(const orvofe* pump);
 /* Removes every descriptor. No callback is called, and no release function but CFECallbackWraper::FERelease, which
- * gives up the reference to its handler. */
+ * releases the reference to its handler. */
 ORVO_API void orvofe_clearup(orvofe* pump);
 
 /*
- * Watches a descriptor, which stays the caller's and is never closed here.
+ * Watches a descriptor. The caller keeps it and closes it.
  *
  * flags     the events to watch: ORVOFE_READABLE, ORVOFE_WRITABLE or both
  * keep      those that stay watched after they have fired; the others fire once. A descriptor that watches nothing any
@@ -98,7 +98,7 @@ class ORVO_API CFECallbackWraper {
     }
 
     // The pump's callback and release function: `user` is the route made by CFEventPump. FECallback forwards the events
-    // to the handler, which it keeps alive meanwhile; FERelease gives up the handler's reference.
+    // to the handler, which it keeps alive meanwhile; FERelease releases the handler's reference.
     static void FECallback(orvofe* pump, long long fd, int events, void* user);
     static void FERelease(orvofe* pump, long long fd, void* user);
 

@@ -2,8 +2,8 @@
  * Files and folders of the base runtime: the C functions orvoio_*, and orvo::io::CFile and orvo::io::CDirectory.
  *
  * Paths are UTF-8 text; the classes, and C++ overloads of the functions, take UTF-16 as well. A path that cannot be
- * converted counts as missing (NULL).
- * Errors: a function or method that fails answers false, 0 or NULL and logs a line with module "orvofile" where noted;
+ * converted is treated as NULL.
+ * Errors: a function or method that fails returns false, 0 or NULL and logs a line with module "orvofile" where noted;
  * errno is then the system's.
  * Threads: the functions and static methods may be called from any thread; an object from one thread at a time.
  */
@@ -19,19 +19,19 @@
 extern "C" {
 #endif
 
-/* The folder of the running executable, ending in "/". Empty when it cannot be found or is longer than 1023 bytes.
- * Memory: lives as long as the process, as those of the next two. */
+/* Returns the folder of the running executable, with "/" at its end. Empty if it cannot be found or is longer than 1023
+ * bytes. Memory: lives as long as the process, as those of the next two. */
 ORVO_API const char* orvoio_getinstalldir(void);
-/* The same. */
+/* Returns the same. */
 ORVO_API const char* orvoio_getappdir(void);
 /* "Documents/" beside the install folder; empty when that one is. */
 ORVO_API const char* orvoio_getdocdir(void);
 
-/* The size of a file in bytes; 0 when it cannot be opened for reading, or is a folder. */
+/* Returns the size of a file in bytes; 0 if it cannot be opened for reading, or is a folder. */
 ORVO_API uint64_t orvoio_fsize(const char* path);
 
-/* The size of the file system that holds the path, and how much of it the caller may still fill, in bytes.
- * Result: false when the system does not tell, and for a null argument, which logs a line. */
+/* Gets the size of the path's file system and the part of it that the caller may still use, in bytes.
+ * Result: false if the system does not know, and for a null argument, with a log line. */
 ORVO_API bool orvoio_fsinfo(const char* path, uint64_t* total, uint64_t* available);
 
 /* Copies a file over another, which is created or emptied; not its attributes. Result: false when both are the same
@@ -73,9 +73,9 @@ class ORVO_API CFile {
 
     // Takes ownership of an open stream, which has no name here. False when a file is open already, and for null.
     bool Attach(std::FILE* stream);
-    // Gives the stream to the caller; null when none is open.
+    // Releases the stream to the caller; null if none is open.
     [[nodiscard]] std::FILE* Detach();
-    // The path as it was opened, empty when none is open.
+    // Returns the path that was opened; empty if none is open.
     const strutf16& GetFileName() const { return name_; }
 
     // Each of these logs a line and fails when no file is open. Sizes and positions are in bytes.
@@ -85,9 +85,9 @@ class ORVO_API CFile {
     std::size_t Write(const void* buffer, std::size_t n);
     bool Seek(int64_t offset, eSeekWhence whence);
     uint64_t GetPos();
-    // Cuts the file or lengthens it by zero bytes; the position stays.
+    // Truncates the file or extends it with zero bytes; the position is kept.
     bool SetSize(uint64_t n);
-    // Hands buffered bytes to the system.
+    // Writes buffered bytes to the system.
     bool Flush();
 
     // Whether something of that name exists, or may exist: only a clear "no such entry" and null give false.
@@ -130,7 +130,7 @@ class ORVO_API CDirectory {
     bool Next(strutf8& name);
     bool IsOpened() const { return folder_ != nullptr; }
     void Close();
-    // The path as it was opened, empty when none is open.
+    // Returns the path that was opened; empty if none is open.
     const strutf16& GetFolderName() const { return name_; }
 
   private:

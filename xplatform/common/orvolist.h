@@ -8,7 +8,7 @@
 
 namespace orvostl {
 
-// A doubly linked list. It owns its items; copies are deep. Items, and iterators to them, hold until the item is
+// A doubly linked list. It owns its items; copies are deep. Items and iterators to them are valid until the item is
 // erased. Threads: not locked.
 template <typename T>
 class list {
@@ -93,11 +93,11 @@ class list {
         std::swap(size_, other.size_);
     }
 
-    // Puts the element before the position; the end appends. Answers its position.
+    // Inserts the element before the position; the end appends. Returns its position.
     iterator insert(iterator position, const T& element) { return insert(position, *new Item(element)); }
     iterator insert(iterator position, T&& element) { return insert(position, *new Item(std::move(element))); }
 
-    // The same with an item made with new or taken out of a list by Detach, which the list owns from now on.
+    // Inserts an item made with new or returned by Detach; the list owns it afterwards.
     iterator insert(iterator position, Item& item) {
         Item* const next = position.getItem();
         Item* const previous = next != nullptr ? next->previous : last_;
@@ -109,7 +109,7 @@ class list {
         return iterator(this, &item);
     }
 
-    // Frees the item at the position and answers the position after it; the end gives the end.
+    // Frees the item at the position and returns the position after it; the end returns the end.
     iterator erase(iterator position) {
         Item* const item = position.getItem();
         if (item == nullptr) return end();
@@ -119,7 +119,7 @@ class list {
         return position;
     }
 
-    // Takes an item of this list out of it without freeing it: it belongs to the caller again.
+    // Removes an item from this list without freeing it; the caller owns it afterwards.
     void Detach(Item& item) {
         (item.previous != nullptr ? item.previous->next : first_) = item.next;
         (item.next != nullptr ? item.next->previous : last_) = item.previous;

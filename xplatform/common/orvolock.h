@@ -1,9 +1,9 @@
 /*
- * Locks of the base runtime: mutexes in memory of the caller's, read-write locks on the heap.
+ * Locks of the base runtime: mutexes in the caller's memory, read-write locks on the heap.
  *
  * Errors: a null lock logs "illegal argument!" at level 1 under the module "lock" and gives 22; a system call that
  * fails gives its errno, 16 (EBUSY) for a try that finds the lock taken. No lock is recursive.
- * Threads: every function may be called from any thread; a lock is given up by the thread that took it.
+ * Threads: every function may be called from any thread; the thread that locked a lock must unlock it.
  * This header is plain C11 and compiles as C++ too.
  */
 #ifndef ORVO_LOCK_H
@@ -17,43 +17,43 @@
 extern "C" {
 #endif
 
-/* A mutex: the caller's memory, from orvolock_init() to orvolock_destroy(). */
+/* A mutex in the caller's memory, valid from orvolock_init() to orvolock_destroy(). */
 typedef pthread_mutex_t orvolock_t;
 
-/* Makes the memory a free mutex. Result: the mutex; NULL, with a line in the log, for NULL or when the system refuses.
+/* Initialises an unlocked mutex. Result: the mutex; NULL, with a log line, for NULL or if the system refuses.
  */
 ORVO_API orvolock_t* orvolock_init(orvolock_t* mutex);
 
-/* Ends a free mutex; its memory stays the caller's. */
+/* Destroys an unlocked mutex. The caller keeps its memory. */
 ORVO_API int orvolock_destroy(orvolock_t* mutex);
 
-/* Takes the mutex, waiting for it without a limit. */
+/* Locks the mutex and waits without a limit. */
 ORVO_API int orvolock_lock(orvolock_t* mutex);
 
-/* Takes the mutex if it is free. */
+/* Locks the mutex if it is unlocked. */
 ORVO_API int orvolock_trylock(orvolock_t* mutex);
 
-/* Gives the mutex up. */
+/* Unlocks the mutex. */
 ORVO_API int orvolock_unlock(orvolock_t* mutex);
 
 /* A lock that several readers or one writer hold. */
 typedef struct orvorwlock orvorwlock_t;
 
-/* Result: a free read-write lock; NULL, with a line in the log, when there is none. Memory: orvorwlock_destroy(). */
+/* Creates an unlocked read-write lock. Result: NULL, with a log line, on failure. Memory: orvorwlock_destroy(). */
 ORVO_API orvorwlock_t* orvorwlock_alloc(void);
 
-/* Ends and frees a lock that nobody holds. When the system refuses, that is logged and the lock lives on. */
+/* Destroys and frees an unlocked lock. If the system refuses, a line is logged and the lock is kept. */
 ORVO_API int orvorwlock_destroy(orvorwlock_t* lock);
 
-/* Takes the lock for reading, waiting for it without a limit; or if no writer has it. */
+/* Locks for reading: waits without a limit, or only tries. */
 ORVO_API int orvorwlock_rdlock(orvorwlock_t* lock);
 ORVO_API int orvorwlock_tryrdlock(orvorwlock_t* lock);
 
-/* Takes the lock for writing, waiting for it without a limit; or if nobody has it. */
+/* Locks for writing: waits without a limit, or only tries. */
 ORVO_API int orvorwlock_wrlock(orvorwlock_t* lock);
 ORVO_API int orvorwlock_tryrwlock(orvorwlock_t* lock);
 
-/* Gives the lock up, whichever way it was taken. */
+/* Unlocks a lock that is held for reading or for writing. */
 ORVO_API int orvorwlock_unlock(orvorwlock_t* lock);
 
 #ifdef __cplusplus

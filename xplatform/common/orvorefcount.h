@@ -6,8 +6,8 @@
 
 #include "xplatform/common/orvobase.h"
 
-// An object that lives as long as somebody holds a reference to it. The creator holds the first one, so create it with
-// new and give that reference up with Release().
+// A reference-counted object. Create it with new; the creator holds the first reference and releases it with
+// Release().
 //
 // Threads: every operation may be called from any thread; the last Release destroys the object on its own thread.
 class ORVO_API CRefCount {
@@ -17,11 +17,11 @@ class ORVO_API CRefCount {
     CRefCount& operator=(const CRefCount&) = delete;
     virtual ~CRefCount();
 
-    // Takes one more reference.
+    // Adds a reference.
     virtual void AddRef();
-    // Gives one reference up. 1 when it was the last and the object is destroyed, else 0.
+    // Releases a reference. Returns 1 if it was the last one and the object was destroyed, else 0.
     virtual int Release();
-    // The object itself.
+    // Returns the object itself.
     virtual CRefCount* SafeInstance();
     // Whether calls may still be made on behalf of this object: true, unless a derived class says otherwise.
     virtual bool IsValid();

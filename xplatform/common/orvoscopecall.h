@@ -22,7 +22,7 @@ class CScopeHolder : public RefBase {
         if constexpr (Owns) delete instance_.load();
     }
 
-    // Takes the instance out: IsValid() is false from now on. Answers the instance, which is the caller's again.
+    // Removes the instance: IsValid() returns false afterwards. Returns the instance, which the caller owns again.
     T* Clear() { return instance_.exchange(nullptr); }
     // The instance; null once it was cleared.
     T* Instance() const { return instance_.load(); }
@@ -44,7 +44,7 @@ class CScopeCall {
     };
 
   public:
-    // What operator() answers without calling when the holder is not valid; a method does not return it for itself.
+    // What operator() returns without a call if the holder is not valid; a method must not return it.
     static constexpr unsigned int kTargetGone = 9;
 
     CScopeCall() = default;
@@ -79,7 +79,7 @@ class CScopeCall {
     }
     ~CScopeCall() { release(); }
 
-    // Makes the call. Answers its result, or 9 without calling when the target no longer lives.
+    // Makes the call. Returns its result, or 9 without a call if the target no longer exists.
     unsigned int operator()() const {
         if (holder_ == nullptr || !holder_->IsValid()) return kTargetGone;
         const unsigned int result = call_(*this);

@@ -2,7 +2,7 @@
 // The doubly linked list beside them is in orvolist.h, which this header includes.
 //
 // Threads: no container is locked; guard one that several threads use. Memory: a container owns its nodes; copies are
-// deep. Pointers, references and iterators to an element hold until that element is erased or the container cleared.
+// deep. Pointers, references and iterators to an element are valid until it is erased or the container cleared.
 #ifndef ORVO_STL_H
 #define ORVO_STL_H
 
@@ -165,7 +165,7 @@ class map {
         Node* node_;
     };
 
-    // What operator[] answers: assigning to it calls set, reading it gives the value.
+    // The result of operator[]: assigning to it calls set, reading it returns the value.
     class AccessClass {
       public:
         AccessClass(map& owner, const Key& key) : owner_(owner), key_(key) {}
@@ -248,7 +248,7 @@ class map {
         delete node;
         return node != nullptr;
     }
-    // Frees the node at the position and answers the position after it; the end gives the end.
+    // Frees the node at the position and returns the position after it; the end returns the end.
     iterator erase(iterator position) {
         Node* node = position.getNode();
         if (node == nullptr) return end();
@@ -258,7 +258,7 @@ class map {
         return position;
     }
 
-    // Takes the node of the key out of the map and gives it to the caller, who deletes it; null when there is none.
+    // Removes the node of the key from the map; the caller owns and deletes it. Returns null if there is none.
     [[nodiscard]] Node* delink(const Key& key) {
         Node* node = findnode(key);
         if (node != nullptr) unhook(node);

@@ -28,8 +28,8 @@ typedef uint_least16_t orvo_char16;
  *
  * source, length  the text and its length in units (bytes, or 16-bit units for UTF-16); a length of 0 converts to an
  *                 empty text.
- * result          receives the converted text, followed by a zero unit that its length does not count. The caller gives
- *                 it back with free().
+ * result          receives the converted text, followed by a zero unit that its length does not count. The caller frees
+ *                 it with free().
  * resultLength    receives its length in units; may be NULL.
  *
  * Result: false, with *result NULL and *resultLength 0, when source or result is NULL, or when the source is not valid,
@@ -65,7 +65,7 @@ class storage {
     storage(const storage&) = delete;
     storage& operator=(const storage&) = delete;
 
-    // The units, null when there is no buffer. Holds until the next change of the object.
+    // The units, null when there is no buffer. Valid until the next change of the object.
     const T* data() const { return data_; }
     T* data() { return data_; }
     // The same, but never null: an empty text when there is no buffer.
@@ -104,7 +104,7 @@ class storage {
     }
     // Replaces n units at a position by m others. False, and nothing changed, for a range beyond the end.
     bool replace(unsigned int position, unsigned int n, const T* units, unsigned int m);
-    // Gives the buffer to the caller, who frees it with free(); the object is empty then. Null when there is none.
+    // Releases the buffer to the caller, who frees it with free(); the object is empty then. Null if there is none.
     [[nodiscard]] T* detach();
 
   protected:
@@ -116,7 +116,7 @@ class storage {
         std::swap(length_, other.length_);
         std::swap(capacity_, other.capacity_);
     }
-    // Makes room for n units in all.
+    // Reserves room for n units in total.
     void ensure(std::size_t n) {
         if (capacity_ <= n) grow(n);
     }
@@ -258,7 +258,7 @@ class ORVO_API stream : public storage<unsigned char> {
 
     // Takes ownership of n bytes from malloc, which may move; 0 bytes free them at once.
     void attach(void* buffer, unsigned int n);
-    // detach() gives the bytes up again.
+    // detach() releases the bytes.
 
     // The n-th bit; false behind the end.
     bool bits(unsigned int n) const;

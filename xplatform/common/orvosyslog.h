@@ -42,13 +42,13 @@ enum {
 };
 
 /* Receives a text line. `text` is the whole line, terminated, without a line end of the core's own; `prefixLength` is
- * the offset in bytes of the caller's message in it. The text belongs to the core and lives until the hook returns. */
+ * the offset in bytes of the caller's message in it. The core owns the text; it is valid until the hook returns. */
 typedef void (*syslog_text_hook)(int level, const char* module, int line, const char* text, int prefixLength);
 
-/* Receives a binary record of `length` bytes. The record belongs to the core and lives until the hook returns. */
+/* Receives a binary record of `length` bytes. The core owns the record; it is valid until the hook returns. */
 typedef void (*syslog_binary_hook)(int level, const unsigned char* record, int length);
 
-/* Answers seconds since 1970, for instance of a server's clock. Called for every line, on the thread that logs. */
+/* Returns seconds since 1970, for example of a server's clock. Called for every line, on the thread that logs. */
 typedef unsigned int (*syslog_time_source)(void);
 
 /* Sets the level of orvo_syslog(). Result: always 0. */

@@ -1,4 +1,4 @@
-// Task threads: named workers that run calls one at a time, in order; now, after a delay, once or again and again.
+// Task threads: named workers that run calls one at a time, in order; at once, after a delay, or periodically.
 #ifndef ORVO_TASK_H
 #define ORVO_TASK_H
 
@@ -21,7 +21,7 @@ enum etask_mode : int { ETASK_MODE_ONCE = 0, ETASK_MODE_PERIODIC = 1 };
 enum task_type : int { TASK_TYPE_IMMEDIATE = 1, TASK_TYPE_DELAYED = 2 };
 enum task_state_type : int { TASK_STATE_QUEUED = 1, TASK_STATE_RUNNING = 2, TASK_STATE_FINISHED = 3 };
 
-// What an observer is called with. Times are milliseconds since 1970.
+// The arguments of an observer. Times are milliseconds since 1970.
 struct task_observer_info {
     uint32_t id;
     task_type type;
@@ -38,7 +38,7 @@ using task_observer = void (*)(CORVOTaskBase* task, task_observer_info* info);
 
 // The plain worker. Created, not started; then started, stopping, stopped, and so on again; the queues survive a stop.
 //
-// Memory: reference-counted; the maker holds the first reference and the last Release() joins the thread, so it must
+// Memory: reference-counted; the creator holds the first reference and the last Release() joins the thread, so it must
 // not happen on the worker. A class that derives from this one calls Join() in its destructor, because the worker
 // calls its virtual operations. Threads: every operation may be called from any thread, unless it says otherwise.
 class ORVO_API CORVOTaskBase : public CRefCountSafe {
@@ -59,9 +59,9 @@ class ORVO_API CORVOTaskBase : public CRefCountSafe {
     // What the worker runs from its start to its end.
     virtual void Runloop();
 
-    // Starts the worker. Result: whether it now runs because of this call; a started one is left alone, with false.
+    // Starts the worker. Result: true if this call started it; false if it was running already.
     bool Start();
-    // Asks the worker to end once the ready calls have run, and waits for its end; on the worker itself it only asks.
+    // Stops the worker after the ready calls and waits for its end; on the worker itself it does not wait.
     // Delayed calls stay queued for the next start. Result: false when there is no worker.
     bool Stop();
     // Whether a worker exists and was not asked to stop.
@@ -93,7 +93,7 @@ class ORVO_API CORVOTaskBase : public CRefCountSafe {
                          task_state_type state, uint64_t push, uint64_t start, uint64_t end);
 
   protected:
-    // Rests until something is queued, cancelled or due, or the worker is asked to end, however long the idle interval
+    // Sleeps until something is queued, cancelled or due, or the worker is asked to end, however long the idle interval
     // is: for an OnIdle without work of its own. It may return earlier. Worker only.
     void AwaitCall();
     // Waits up to `nanoseconds` (UINT64_MAX: without a limit) for the descriptor to become readable, or for what else
@@ -120,7 +120,7 @@ class ORVO_API CORVOTaskBase : public CRefCountSafe {
     const std::unique_ptr<local_context> context_;
 };
 
-// Makes a task that is not started. Intended: `priority` is its idle interval in milliseconds, and it runs at normal
+// Creates a task that is not started. Intended: `priority` is its idle interval in milliseconds, and it runs at normal
 // priority. Memory: the caller holds the only reference.
 extern "C" ORVO_API CORVOTaskBase* ORVOTaskCreate(const char* name, ethread_priority priority);
 

@@ -1,7 +1,7 @@
 /*
  * Threads of the base runtime: creation with a priority, joining, names, and values kept by thread.
  *
- * Errors: a function that answers an int gives 0 or a number in the style of errno: 22 invalid argument, 12 out of
+ * Errors: a function that returns an int returns 0 or an errno value: 22 invalid argument, 12 out of
  * slots, 34 out of range. Threads: every function may be called from any thread.
  * This header is plain C11 and compiles as C++ too.
  */
@@ -33,7 +33,7 @@ typedef void (*orvothread_function)(void* argument);
  * Memory: the handle lives until orvothread_terminate(), which has to be called for each thread. */
 ORVO_API orvothread* orvothread_create(orvothread_function function, void* argument, ethread_priority priority);
 
-/* Asks the thread to end by setting its signalled flag, waits for its end without a limit and frees the handle.
+/* Sets the thread's signalled flag, which tells it to end, waits without a limit and frees the handle.
  * `timeout` is not used. Result: 0; 22 for NULL; 35 or 11 (the system's EDEADLK), with the handle kept, when a thread
  * calls it for itself. */
 ORVO_API int orvothread_terminate(orvothread* thread, int timeout);
@@ -57,14 +57,14 @@ ORVO_API ethread_priority orvothread_priority(const orvothread* thread);
 ORVO_API int orvothread_selfid(void);
 
 /* Names the calling thread. The pointer is kept, not a copy: the text has to outlive the thread or its next name. The
- * system's own copy is cut to what the system takes (15 bytes on Linux). NULL takes the name away from the log lines.
+ * system's own copy is cut to what the system takes (15 bytes on Linux). NULL removes the name from the log lines.
  * Result: 0, 12 or the system's errno. */
 ORVO_API int orvothread_setname(const char* name);
 
 /* The pointer that the calling thread's orvothread_setname() stored; NULL without one. */
 ORVO_API const char* orvothread_getname(void);
 
-/* Keeps a value for the calling thread under a slot number from 0 to 0x7FFFFFFF. A process has 1024 distinct numbers,
+/* Stores a value of the calling thread under a slot number from 0 to 0x7FFFFFFF. A process has 1024 distinct numbers,
  * three of them reserved. Nothing is done with a value when its thread ends.
  * Result: 0; 34, also in errno, for a negative number; 12 for a number beyond the 1024. */
 ORVO_API int orvothread_setspecific(int slot, void* value);
@@ -73,7 +73,7 @@ ORVO_API int orvothread_setspecific(int slot, void* value);
  * the thread's name, 0x80000001 its handle, 0x80000002 its current task. */
 ORVO_API int orvothread_setspecific_private(unsigned int slot, void* value);
 
-/* The calling thread's value of a slot; NULL for a slot it has not set. */
+/* Returns the calling thread's value of a slot; NULL for a slot that it has not set. */
 ORVO_API void* orvothread_getspecific(unsigned int slot);
 
 #ifdef __cplusplus

@@ -16,7 +16,7 @@
 extern "C" {
 #endif
 
-/* Milliseconds since system start, from a monotonic clock. Both names give the same. */
+/* Returns the milliseconds since system start, from a monotonic clock. Both functions are equal. */
 ORVO_API uint64_t orvo_gettickcount(void);
 ORVO_API uint64_t orvo_gettickcount64(void);
 
@@ -37,15 +37,15 @@ ORVO_API uint64_t orvo_gettimeofday_microsecond(void);
 ORVO_API int orvo_rand(void);
 
 /* Four successive orvo_rand() values as four native 32-bit integers. Memory: a new block of 16 bytes that the caller
- * gives to free(); NULL when there is no memory. */
+ * frees with free(); NULL without memory. */
 ORVO_API void* orvo_rand16(void);
 
 /* Whether the text is made of '0' to '9' only; true for an empty text, false for NULL. */
 ORVO_API bool orvo_isalldigit(const char* text);
 
 /* The decimal digits of `value`. Result: false when an out pointer is null or there is no memory, else true with the
- * terminated digits in `*text` and their count in `*length`. Memory: a block of 21 bytes that the caller gives to
- * free(). */
+ * terminated digits in `*text` and their count in `*length`. Memory: a block of 21 bytes that the caller frees
+ * with free(). */
 ORVO_API bool orvo_uint642str(uint64_t value, char** text, unsigned int* length);
 
 /* Number parsers. The text is: blanks (spaces only), a sign ('+' or '-' for the signed forms, '+' for the unsigned
