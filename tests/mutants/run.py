@@ -19,7 +19,7 @@ LIMIT = 0.9
 # What is held against each layer's faults: its tests, those of them that are tried only on what the others let pass,
 # and the models.
 DESKTOP = ("desktop_tests", "*Fault*:*Race*", ["regions", "pictures"])
-RUNTIME = ("runtime_tests", "", ["strings", "streams", "numbers", "conversions", "log"])
+RUNTIME = ("runtime_tests", "", ["strings", "numbers", "conversions", "log"])
 
 W, C, A, T, S = (f"ScreenCapture/{folder}/" for folder in ("window", "capture", "api", "thumbnail", "platform/software"))
 MUTANTS = [

@@ -9,6 +9,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/full_disk.h"
@@ -99,7 +100,9 @@ TEST_F(Files, CreatesFoldersWithTheirParents) {
     EXPECT_TRUE(support::take_log().empty());
     std::ofstream(path("file")) << "x";
     EXPECT_FALSE(CDirectory::IsExisted(path("file").c_str()) || CDirectory::Create(static_cast<const char*>(nullptr)));
-    const std::string file = path("file"), endless = "/" + std::string(5000, 'x');
+    const std::string file = path("file");
+    std::string endless = path("y");
+    while (endless.size() < 5000) endless += "/y";
     const struct {
         std::string path, named;
         bool exists;
@@ -113,6 +116,14 @@ TEST_F(Files, CreatesFoldersWithTheirParents) {
     }
     for (const auto& line : support::take_log()) logged.emplace_back(line.line, line.message);
     EXPECT_EQ(logged, expected);
+    EXPECT_FALSE(CDirectory::IsExisted(path("y").c_str())) << "no way down through its parents";
+    std::vector<std::thread> makers;  // of the same folders at the same time
+    for (int i = 0; i < 3; ++i)
+        makers.emplace_back([this] {
+            for (int n = 0; n < 300; ++n)
+                EXPECT_TRUE(CDirectory::Create(path("x" + std::to_string(n) + "/a/b").c_str())) << n;
+        });
+    for (std::thread& maker : makers) maker.join();
 }
 
 TEST_F(Files, ListsFolders) {

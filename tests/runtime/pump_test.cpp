@@ -157,12 +157,13 @@ TEST_F(Pump, FollowsItsModel) {
 TEST_F(Pump, WaitsForTheEarliestDeadlineOrAMillisecond) {
     const auto begin = steady_clock::now();
     for (int i = 0; i < 5; ++i) EXPECT_EQ(orvofe_loop(pump_.get()), 0);
-    EXPECT_GE(steady_clock::now() - begin, milliseconds(5));
-    add_once(pairs_[0][0], 2, 30);
     add_once(pairs_[1][0], 2, 60000);
-    expected_ = {{pairs_[0][0], ORVOFE_TIMEOUT, serial_ - 1}};
-    EXPECT_EQ(orvofe_loop(pump_.get()), 1);
-    EXPECT_GE(steady_clock::now() - begin, milliseconds(30));
+    for (int i = 0; i < 10; ++i) {
+        add_once(pairs_[0][0], 2, 1);
+        expected_ = {{pairs_[0][0], ORVOFE_TIMEOUT, serial_}};
+        EXPECT_EQ(orvofe_loop(pump_.get()), 1) << "it has passed afterwards";
+    }
+    EXPECT_GE(steady_clock::now() - begin, milliseconds(15));
     EXPECT_EQ(watches_.size(), 1u);
 }
 
@@ -182,9 +183,10 @@ struct Handler : CRefCountSafe {
     Handler(int& events, int& deaths) : events_(events), deaths_(deaths) {}
     ~Handler() override { ++deaths_; }
     void on_event(long long fd, int events) {
-        events_ += events;
+        int &sum = events_, &deaths = deaths_;
+        sum += events;
         if (leave_) leave_->Unset(fd);
-        events_ += 100;  // the handler still lives
+        sum += deaths == 0 ? 100 : 0;  // the handler still lives
     }
     int &events_, &deaths_;
     CFEventPump* leave_ = nullptr;
@@ -207,6 +209,7 @@ TEST_F(Pump, RoutesToCountedHandlers) {
         handler->leave_ = &pump;
         EXPECT_EQ(pump.Set(a, 4) + deaths, 0);
         EXPECT_EQ(pump.Loop(), 1);
+        EXPECT_EQ(events, 309);
         EXPECT_EQ(deaths, 1) << "its only reference went inside its own callback";
 
         handler = new Handler(events, deaths);
