@@ -1,14 +1,17 @@
 // soak MINUTES CSV FOLDER: all features in turn, for as long as asked, on a private server, while a host's memory,
 // descriptors, threads, server objects and frames are written down. Exit code 1 when something grows.
+#include <xcb/res.h>
+
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <thread>
 #include <vector>
 
-#include "soak/samples.h"
 #include "support/x11/host_process.h"
 #include "support/x11/x_windows.h"
 
@@ -19,6 +22,51 @@ using Clock = std::chrono::steady_clock;
 
 constexpr double kSampleSeconds = 2;
 constexpr double kWarmUp = 0.25;  // of the time; caches fill in it
+
+// What is written down, and how much growth in an hour counts as noise: that of half an hour; a leak of one object a
+// round is a hundred times as much. Without a number it may grow.
+const struct {
+    const char* name;
+    double perHour = 0;
+} kColumns[] = {{"seconds"},    {"resident_kb", 4096},  {"proportional_kb", 4096}, {"files", 8},
+                {"threads", 4}, {"server_objects", 40}, {"server_clients", 4},     {"longest_gap_ms"},
+                {"frames"},     {"window_frames"}};
+using Sample = std::vector<double>;  // by column
+
+// The number behind a word such as "Pss:" in a file of such lines.
+double numberBehind(const std::string& path, const std::string& word) {
+    std::ifstream file(path);
+    for (std::string found; file >> found;)
+        if (double number = 0; found == word && file >> number) return number;
+    return 0;
+}
+
+double entriesOf(const std::string& folder) {
+    return static_cast<double>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+// The connections of a process to the server, and what the server keeps for them: pixmaps, pictures, regions.
+std::pair<double, double> heldByServer(xcb_connection_t* x, int pid) {
+    const auto owned = [](auto* reply) {
+        return std::unique_ptr<std::remove_pointer_t<decltype(reply)>, decltype(&std::free)>(reply, &std::free);
+    };
+    std::pair<double, double> held{0, 0};
+    const xcb_res_client_id_spec_t all{0, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    const auto clients = owned(xcb_res_query_client_ids_reply(x, xcb_res_query_client_ids(x, 1, &all), nullptr));
+    if (!clients) return held;
+    for (auto i = xcb_res_query_client_ids_ids_iterator(clients.get()); i.rem; xcb_res_client_id_value_next(&i)) {
+        if (xcb_res_client_id_value_value_length(i.data) == 0 ||
+            *xcb_res_client_id_value_value(i.data) != static_cast<uint32_t>(pid))
+            continue;
+        ++held.first;
+        const auto client = xcb_res_query_client_resources(x, i.data->spec.client);
+        const auto objects = owned(xcb_res_query_client_resources_reply(x, client, nullptr));
+        const xcb_res_type_t* types = objects ? xcb_res_query_client_resources_types(objects.get()) : nullptr;
+        for (int type = 0; types && type < xcb_res_query_client_resources_types_length(objects.get()); ++type)
+            held.second += types[type].count;
+    }
+    return held;
+}
 
 // One restless desktop and one host that shows all of it.
 class Soak {
@@ -67,14 +115,24 @@ class Soak {
     }
 
     Sample sample() {
-        Sample sample = sampleOf(host_.pid(), windows_.painter().raw());
+        const std::string folder = "/proc/" + std::to_string(host_.pid());
+        const auto [clients, objects] = heldByServer(windows_.painter().raw(), host_.pid());
         std::istringstream state(tell("state"));
-        long errors = 0, lastError = 0, running = 0, width = 0, height = 0;
-        state >> sample.frames >> errors >> lastError >> running >> width >> height >> sample.longestGap >>
-            sample.windowFrames;
-        return sample;
+        double frames = 0, errors = 0, lastError = 0, running = 0, width = 0, height = 0, gap = 0, windowFrames = 0;
+        state >> frames >> errors >> lastError >> running >> width >> height >> gap >> windowFrames;
+        return {seconds(),
+                numberBehind(folder + "/smaps_rollup", "Rss:"),
+                numberBehind(folder + "/smaps_rollup", "Pss:"),
+                entriesOf(folder + "/fd"),
+                entriesOf(folder + "/task"),
+                objects,
+                clients,
+                gap,
+                frames,
+                windowFrames};
     }
 
+    double seconds() const { return std::chrono::duration<double>(Clock::now() - begin_).count(); }
     bool finish() {
         tell("uninit");
         return host_.finish();
@@ -111,42 +169,34 @@ class Soak {
     std::string logFolder_;
     std::string display_;
     xcb_window_t steady_ = 0;
-};
-
-struct Limit {
-    const char* name;
-    double (*figure)(const Sample&);
-    double perHour;  // that counts as noise
-};
-
-// The noise of half an hour; a leak of one object a round is a hundred times as much.
-const Limit kLimits[] = {
-    {"resident memory, kB", [](const Sample& s) { return static_cast<double>(s.residentKilobytes); }, 4096},
-    {"proportional memory, kB", [](const Sample& s) { return static_cast<double>(s.proportionalKilobytes); }, 4096},
-    {"descriptors", [](const Sample& s) { return static_cast<double>(s.files); }, 8},
-    {"threads", [](const Sample& s) { return static_cast<double>(s.threads); }, 4},
-    {"server objects", [](const Sample& s) { return static_cast<double>(s.serverObjects); }, 40},
-    {"server connections", [](const Sample& s) { return static_cast<double>(s.serverClients); }, 4},
+    const Clock::time_point begin_ = Clock::now();
 };
 
 std::vector<Sample> run(Soak& soak, double seconds, std::ofstream& csv) {
+    for (const auto& column : kColumns) csv << (&column == kColumns ? "" : ",") << column.name;
     std::vector<Sample> samples;
-    const auto start = Clock::now();
-    const auto passed = [&] { return std::chrono::duration<double>(Clock::now() - start).count(); };
-    csv << "seconds,resident_kb,proportional_kb,files,threads,server_objects,server_clients,longest_gap_ms,frames\n";
     double next = 0;
-    for (unsigned int round = 0; passed() < seconds; ++round) {
+    for (unsigned int round = 0; soak.seconds() < seconds; ++round) {
         soak.turn(round);
-        if (passed() < next) continue;
-        next = passed() + kSampleSeconds;
-        Sample s = soak.sample();
-        s.seconds = passed();
-        csv << s.seconds << ',' << s.residentKilobytes << ',' << s.proportionalKilobytes << ',' << s.files << ','
-            << s.threads << ',' << s.serverObjects << ',' << s.serverClients << ',' << s.longestGap << ',' << s.frames
-            << std::endl;
-        samples.push_back(s);
+        if (soak.seconds() < next) continue;
+        const Sample sample = soak.sample();
+        next = sample[0] + kSampleSeconds;
+        for (const double& figure : sample) csv << (&figure == sample.data() ? '\n' : ',') << figure;
+        csv << std::flush;
+        samples.push_back(sample);
     }
     return samples;
+}
+
+// How much a figure grows in an hour, by the straight line that fits the samples best.
+double growthPerHour(const std::vector<Sample>& samples, size_t column) {
+    double n = 0, sumX = 0, sumY = 0, sumXX = 0, sumXY = 0;
+    for (const Sample& sample : samples) {
+        const double x = sample[0] / 3600, y = sample[column];
+        n += 1, sumX += x, sumY += y, sumXX += x * x, sumXY += x * y;
+    }
+    const double spread = n * sumXX - sumX * sumX;
+    return spread > 0 ? (n * sumXY - sumX * sumY) / spread : 0;
 }
 
 // Prints what each figure did after the warm-up; true when nothing grows beyond its limit.
@@ -158,16 +208,15 @@ bool judge(const std::vector<Sample>& samples) {
         return false;
     }
     bool good = true;
-    const double hours = (settled.back().seconds - settled.front().seconds) / 3600;
-    for (const Limit& limit : kLimits) {
-        const double growth = growthPerHour(settled, limit.figure);
+    const double hours = (settled.back()[0] - settled.front()[0]) / 3600;
+    for (size_t i = 1; i < std::size(kColumns); ++i) {
+        const double growth = growthPerHour(settled, i), perHour = kColumns[i].perHour;
         // Over a short time a little noise is a steep slope: what counts is at least the noise of half an hour.
-        const bool grows = growth * hours > limit.perHour * std::max(hours, 0.5);
-        std::printf("soak: %-24s first %9.0f  last %9.0f  slope %+9.1f an hour%s\n", limit.name,
-                    limit.figure(settled.front()), limit.figure(settled.back()), growth, grows ? "  GROWS" : "");
+        const bool grows = perHour > 0 && growth * hours > perHour * std::max(hours, 0.5);
+        std::printf("soak: %-16s first %9.0f  last %9.0f  slope %+9.1f an hour%s\n", kColumns[i].name,
+                    settled.front()[i], settled.back()[i], growth, grows ? "  GROWS" : "");
         good = good && !grows;
     }
-    std::printf("soak: frames %ld, of windows %ld\n", samples.back().frames, samples.back().windowFrames);
     return good;
 }
 
