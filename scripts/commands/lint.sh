@@ -1,5 +1,5 @@
 #!/bin/bash
-# Checks format, clang-tidy, shell scripts, the floors and words of the sources, and the exports; --quick leaves clang-tidy out.
+# Checks format, clang-tidy, shell scripts, the floors and words of the sources, the exports and the tests' share; --quick leaves clang-tidy out.
 set -uo pipefail
 quick=
 [ "${1-}" != --quick ] || quick=yes
@@ -21,5 +21,6 @@ check exports scripts/lint/exports.sh build/release
 check faults scripts/lint/reliability.sh build/release
 check notices scripts/notices.py --check build/release
 check docs scripts/lint/docs.sh
+check ratio scripts/lint/ratio.sh
 [ -n "$quick" ] || check tidy scripts/lint/tidy.sh build/release
 exit "$failed"
