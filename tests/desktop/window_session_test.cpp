@@ -124,20 +124,8 @@ TEST_F(WindowSession, TargetsAreCapturedInTheOrderAdded) {
         window 8, tick -> window frame 8 32x32 of 8
         minimize 8, tick
         restore 8, tick -> window frame 8 32x32 of 8
+        wait 100, window 8, steps, main, ticks -> window frame 8 32x32 of 8
     )");
-}
-
-// No two of the host's callbacks and questions see different desktops: a callback's own change shows at once.
-TEST_F(WindowSession, ACallbackSeesTheDesktopAsItIs) {
-    perform("start-on 7, tick");
-    host.during = [this](const std::string& event) {
-        if (event.rfind("window frame", 0) == 0) perform("move 7 1 2 30 40");
-        OrvoScreenCaptureRect rect{};
-        orvo_screencapture_get_window_rect(7, &rect);
-        EXPECT_EQ(rect.right, 31) << event;
-    };
-    follow("tick -> window frame 7 64x48 of 7");
-    host.during = nullptr;
 }
 
 TEST_F(WindowSession, StartsAndStopsKeepTheirOrderWhicheverQueueRunsFirst) {

@@ -1,0 +1,240 @@
+// Pixels on the CPU: crops, placements, scaling, pictures, frames with their pool, the pointer blended into them.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include "ScreenCapture/platform/software/imaging.h"
+#include "ScreenCapture/platform/software/pointer_blend.h"
+#include "support/desktop/pictures.h"
+
+namespace orvo::test {
+namespace {
+
+using namespace platform;
+using namespace platform::software;
+
+SoftwareImaging imaging;
+
+Pixel pixel(const Image& image, int x, int y) {
+    Pixel value;
+    std::memcpy(value.data(), image.bytes() + static_cast<size_t>(y) * image.bytesPerRow() + size_t(x) * 4, 4);
+    return value;
+}
+
+bool covers(const PixelRect& rect, int x, int y) {
+    return x >= rect.x && x < rect.x + rect.width && y >= rect.y && y < rect.y + rect.height;
+}
+
+TEST(Imaging, CropIsAViewOfWhatLiesInside) {
+    const Ref<Image> image = pattern(1, 100, 80);
+    const struct {
+        Rect area;
+        PixelRect expected;
+    } cases[] = {
+        {{10, 20, 30, 40}, {10, 20, 30, 40}},
+        {{-10, -5, 30, 40}, {0, 0, 20, 35}},
+        {{90, 70, 50, 50}, {90, 70, 10, 10}},
+        {{10.4, 20.6, 1, 1}, {10, 20, 2, 2}},
+        {{30, 20, -20, 10}, {10, 20, 20, 10}},
+        {{100, 0, 5, 5}, {}},
+        {{10, 10, 0, 5}, {}},
+        {{std::nan(""), 0, 5, 5}, {}},
+        {{-1e300, -1e300, 3e300, 3e300}, {0, 0, 100, 80}},
+    };
+    for (const auto& [area, expected] : cases) {
+        const Ref<Image> part = imaging.crop(image, area);
+        ASSERT_EQ(!part, expected.empty()) << area.x << ' ' << area.width;
+        if (!part) continue;
+        EXPECT_EQ(part->width(), expected.width);
+        EXPECT_EQ(part->height(), expected.height);
+        EXPECT_EQ(part->bytesPerRow(), image->bytesPerRow());
+        EXPECT_EQ(pixel(*part, 0, 0), patternPixel(1, expected.x, expected.y));
+        EXPECT_TRUE(part->bytes() >= image->bytes() && part->bytes() < image->bytes() + 80 * image->bytesPerRow());
+    }
+    EXPECT_EQ(imaging.crop(image, {0, 0, 100, 80}).get(), image.get());
+}
+
+TEST(Imaging, DrawKeepsRowBytesAndLeavesTheRestZero) {
+    constexpr Pixel colour{0x33, 0x22, 0x11, 0xFF};
+    const Ref<Image> image = filled(300, 200, colour);  // rows of 1216 bytes
+    const struct {
+        uint32_t width, height;
+        Rect placement;
+        PixelRect covered;
+    } cases[] = {
+        {200, 200, {0, 33.333, 200, 133.333}, {0, 33, 200, 134}},          // fit: rows of bars above and below
+        {200, 200, {-50, 0, 300, 200}, {0, 0, 200, 200}},                  // fill: both sides cut
+        {304, 100, {0, 0, 304, 100}, {0, 0, 304, 100}},                    // the widest that fits
+        {100, 100, {10, 0, 20, 30}, {10, 70, 20, 30}},                     // the placement's origin is bottom-left
+        {100, 100, {-3.015e11, -3.015e11, 9e11, 9e11}, {0, 0, 100, 100}},  // a pixel of the image is 3e9 wide
+        {100, 100, {0, 50.2, 100, 0.01}, {0, 49, 100, 1}},
+        {100, 100, {100, 0, 50, 50}, {}},
+        {100, 100, {0, 0, std::nan(""), 50}, {}},
+    };
+    for (const auto& c : cases) {
+        const Ref<Image> result = imaging.draw(image, c.width, c.height, c.placement);
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->bytesPerRow(), 1216U);
+        int wrong = 0;
+        for (int y = 0; y < result->height(); ++y)
+            for (int x = 0; x < 304; ++x) wrong += pixel(*result, x, y) != (covers(c.covered, x, y) ? colour : Pixel{});
+        EXPECT_EQ(wrong, 0) << c.placement.x << ' ' << c.placement.y;
+    }
+    EXPECT_FALSE(imaging.draw(image, 305, 100, {0, 0, 305, 100}));
+    EXPECT_FALSE(imaging.draw(image, 0, 100, {0, 0, 0, 100}));
+    EXPECT_FALSE(imaging.draw(image, 100, 0x80000000U, {0, 0, 100, 100}));
+    EXPECT_FALSE(imaging.draw(makeCounted<Bitmap>(300, 200, 24), 100, 100, {0, 0, 100, 100}));
+}
+
+TEST(Imaging, ReductionStaysCloseToAnAreaAverage) {
+    std::mt19937 random(7);
+    // Structure of the size of text on a soft ground.
+    const auto image = painted(1920, 1080, [&](int x, int y) {
+        const double ground = 120 + 80 * std::sin(x / 37.0) * std::cos(y / 23.0);
+        const double ink = (x / 3 + y / 5) % 7 == 0 ? 60 : 0;
+        const auto value = static_cast<uint8_t>(ground - ink + random() % 8);
+        return Pixel{value, value, value, 255};
+    });
+    const Ref<Image> result = imaging.draw(image, 384, 216, {0, 0, 384, 216});
+    double squares = 0;
+    for (int y = 0; y < 216; ++y)
+        for (int x = 0; x < 384; ++x) {
+            double sum = 0;
+            for (int i = 0; i < 25; ++i) sum += image->at(x * 5 + i % 5, y * 5 + i / 5)[0];
+            squares += std::pow(sum / 25 - pixel(*result, x, y)[0], 2);
+        }
+    EXPECT_GE(10 * std::log10(255.0 * 255.0 * 384 * 216 / squares), 33.0);
+}
+
+TEST(Imaging, WrappingAllocatesNothingAndViewsAreReadOnly) {
+    Ref<Image> image = pattern(1, 8, 8);
+    const uint8_t* bytes = image->bytes();
+    const Ref<PixelBuffer> buffer = imaging.wrap(image);
+    image = nullptr;
+    EXPECT_TRUE(buffer->unique());
+    EXPECT_EQ(buffer->baseAddress(), bytes);
+    EXPECT_EQ(imaging.crop(pattern(1, 8, 8), {2, 3, 4, 5})->paint({0, 0, 1, 1}), nullptr);
+}
+
+TEST(Imaging, PicturesComeFromTheSmallestBitmapThatIsLargeEnough) {
+    const auto solid = [](int size) { return filled(size, size, {static_cast<uint8_t>(size), 0, 0, 255}); };
+    Picture icon = imaging.picture(solid(16));
+    for (const int size : {64, 192}) icon.representations.push_back({{}, solid(size)});
+    const auto small = imaging.scaled(icon, {50.7, 20});
+    ASSERT_TRUE(small);
+    EXPECT_EQ(small->image->width(), 50);
+    EXPECT_EQ(small->image->bytesPerRow(), 200U);
+    EXPECT_EQ(small->size, (Size{50.7, 20}));
+    EXPECT_EQ(pixel(*imaging.flatten(*small), 49, 19)[0], 64);
+    EXPECT_EQ(pixel(*imaging.scaled(icon, {400, 400})->image, 0, 0)[0], 192);
+    EXPECT_FALSE(imaging.scaled(icon, {0.9, 20}));
+    EXPECT_FALSE(imaging.scaled({}, {10, 10}));
+
+    const Ref<PixelBuffer> buffer = imaging.wrap(painted(10, 10, [](int x, int) {
+        return x < 4 ? Pixel{1, 1, 1, 255} : Pixel{0x30, 0x20, 0x10, 255};
+    }));
+    const Ref<PixelBuffer> packed = imaging.scaledRGB(*buffer, {4, 2, 4, 4}, 3, 2);
+    ASSERT_TRUE(packed);
+    EXPECT_EQ(packed->bytesPerRow(), 9U);
+    const uint8_t red[] = {0x10, 0x20, 0x30, 0x10, 0x20, 0x30, 0x10, 0x20, 0x30};
+    EXPECT_EQ(std::memcmp(packed->baseAddress(), red, sizeof red), 0);
+    EXPECT_FALSE(imaging.scaledRGB(*buffer, {20, 2, 4, 4}, 3, 2));
+    EXPECT_EQ(pixel(*imaging.picture(*buffer).image, 9, 9), (Pixel{0x30, 0x20, 0x10, 255}));
+}
+
+// ---- Frames ----
+
+constexpr uint32_t kGround = 0xFF204060;
+
+// Its rows are longer than its pixels, which nothing may write.
+Ref<Frame> makeFrame(int width = 16, int height = 8) {
+    const size_t row = static_cast<size_t>(width) + 4;
+    auto* pixels = new uint32_t[row * static_cast<size_t>(height)];
+    std::fill_n(pixels, row * static_cast<size_t>(height), kGround);
+    const auto release = [](uint8_t* memory, size_t) { delete[] reinterpret_cast<uint32_t*>(memory); };
+    return makeCounted<Frame>(FrameMemory(reinterpret_cast<uint8_t*>(pixels), row * 4, release), width, height,
+                              row * 4);
+}
+uint32_t& at(Frame& frame, int x, int y) {
+    return reinterpret_cast<uint32_t*>(frame.data() + static_cast<size_t>(y) * frame.bytesPerRow())[x];
+}
+bool isGround(Frame& frame) {
+    const auto* first = &at(frame, 0, 0);
+    const auto size = static_cast<ptrdiff_t>(frame.bytesPerRow()) / 4 * frame.height();
+    return std::all_of(first, first + size, [](uint32_t each) { return each == kGround; });
+}
+
+// What is blended is rounded to the nearest, stays inside the frame, and is gone again after restore().
+TEST(Frame, SpritesAreBlendedOverTheGroundAndRestored) {
+    std::mt19937 random(3);
+    const auto number = [&](int from, int to) { return from + static_cast<int>(random() % unsigned(to - from + 1)); };
+    for (int round = 0; round < 300; ++round) {
+        const auto frame = makeFrame();
+        std::vector<uint32_t> expected(16 * 8, kGround);
+        for (int layer = number(1, 3); layer > 0; --layer) {
+            Sprite sprite{number(1, 6), number(1, 6), number(0, 5), number(0, 5), {}};
+            for (int i = sprite.width * sprite.height; i > 0; --i) {
+                const auto alpha = static_cast<uint32_t>(number(0, 2) == 0 ? number(0, 1) * 255 : number(0, 255));
+                sprite.pixels.push_back(alpha << 24 | alpha / 2 << 16 | alpha / 3 << 8 | alpha);
+            }
+            const int left = number(-3, 18), top = number(-3, 10);
+            blendSprite(*frame, sprite, left, top);
+            for (int y = 0; y < 8; ++y)
+                for (int x = 0; x < 16; ++x) {
+                    const int column = x - left + sprite.hotX, row = y - top + sprite.hotY;
+                    if (!covers({0, 0, sprite.width, sprite.height}, column, row)) continue;
+                    const uint32_t source = sprite.pixels[static_cast<size_t>(row * sprite.width + column)];
+                    uint32_t& target = expected[static_cast<size_t>(y * 16 + x)];
+                    uint32_t mixed = 0;
+                    for (int shift = 0; shift < 32; shift += 8) {
+                        const double rest = (target >> shift & 255) * (255 - (source >> 24)) / 255.0;
+                        mixed |= ((source >> shift & 255) + static_cast<uint32_t>(std::lround(rest))) << shift;
+                    }
+                    target = mixed;
+                }
+        }
+        for (int y = 0; y < 8; ++y)
+            for (int x = 0; x < 20; ++x)
+                ASSERT_EQ(at(*frame, x, y), x < 16 ? expected[static_cast<size_t>(y * 16 + x)] : kGround) << round;
+        frame->restore();
+        ASSERT_TRUE(isGround(*frame)) << round;
+    }
+}
+
+TEST(Frame, TheClickRingLeavesThePointerFreeAndTheFrameOpaque) {
+    const auto frame = makeFrame(64, 64);
+    blendSprite(*frame, makeClickRing(), 32, 32);
+    EXPECT_EQ(at(*frame, 32, 32), kGround);
+    EXPECT_EQ(at(*frame, 32 + 17, 32), 0xFF000000U);  // black outside
+    EXPECT_EQ(at(*frame, 32, 32 - 15), 0xFFFFFFFFU);  // white inside
+    for (int y = 0; y < 64; y++)
+        for (int x = 0; x < 64; x++) ASSERT_EQ(at(*frame, x, y) >> 24, 0xFFU);
+}
+
+TEST(Ring, GivesIdleFramesTheLatestFirstUpToItsSize) {
+    Ring<int> ring(2);
+    int made = 0;
+    const auto idle = [&] { return ring.idle([&] { return Ring<int>::Slot{makeFrame(), ++made}; }); };
+    auto* first = idle();
+    EXPECT_EQ(idle(), first);
+    auto held = first->frame;
+    auto* second = idle();
+    EXPECT_EQ(second->backing, 2);
+    auto alsoHeld = second->frame;
+    EXPECT_EQ(idle(), nullptr);
+    EXPECT_TRUE(ring.full());
+    alsoHeld = nullptr;
+    held->paint({0, 0, 1, 1});
+    at(*held, 0, 0) = 0;
+    EXPECT_EQ(idle(), second);
+    EXPECT_FALSE(isGround(*held));  // still somebody's
+    held = nullptr;
+    alsoHeld = second->frame;
+    EXPECT_EQ(idle(), first);
+    EXPECT_TRUE(isGround(*first->frame));
+}
+
+}  // namespace
+}  // namespace orvo::test
