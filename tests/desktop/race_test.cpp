@@ -11,43 +11,15 @@ namespace {
 
 const With inTheMiddle{2, 7, 8, [](bool good) { EXPECT_TRUE(good); }};
 
-// Counts calls, and those that come while it is closed.
-struct Witness {
-    std::atomic<bool> closed{false};
-    std::atomic<int> calls{0};
-    std::atomic<int> late{0};
-
-    static void seen(void* user) {
-        auto& self = *static_cast<Witness*>(user);
-        ++self.calls;
-        if (self.closed) ++self.late;
-    }
-    void listen() {
-        orvo_screencapture_reg_capture_error_notify([](int, void* user) { seen(user); }, this);
-        orvo_screencapture_reg_captured_frame_available_notify(
-            [](const char* data, unsigned int length, const OrvoScreenCaptureFrameFormat*, unsigned long long,
-               unsigned int, void* user) {
-                seen(user);
-                volatile char last = data[length - 1];
-                (void)last;
-            },
-            this);
-        orvo_screencapture_reg_mutiple_captured_frame_available_notify(
-            [](const char*, unsigned int, const OrvoScreenCaptureFrameFormat*, unsigned long long, unsigned int,
-               unsigned int, void* user) { seen(user); },
-            this);
-        orvo_screencapture_reg_captured_window_moved_notify(
-            [](unsigned int, int, int, int, int, void* user) { seen(user); }, this);
-        orvo_screencapture_reg_captured_window_status_change_notify(
-            [](int, unsigned int, OrvoScreenCaptureRect, void* user) { seen(user); }, this);
-    }
-};
-
 class Races : public DesktopTest {
   protected:
     void SetUp() override {
         DesktopTest::SetUp();
         desk.useQueues(queues, queues);
+        host.during = [this](const std::string&) {
+            ++calls;
+            if (closed) ++late;
+        };
         desk.addDisplay({.number = 2, .bounds = {1920, 0, 64, 48}});
         desk.addWindow({.number = 8, .pid = 200, .bounds = {30, 30, 20, 20}});
         desk.addWindow({.number = 7, .pid = 100, .bounds = {10, 10, 32, 24}});
@@ -73,7 +45,8 @@ class Races : public DesktopTest {
     }
 
     ThreadedQueues& queues = *new ThreadedQueues;  // its threads outlive the test
-    Witness witness;
+    std::atomic<bool> closed{false};
+    std::atomic<int> calls{0}, late{0};  // of the host; those that came while it was closed
 };
 
 TEST_F(Races, NothingReachesTheHostAfterUninitHasReturned) {
@@ -81,41 +54,40 @@ TEST_F(Races, NothingReachesTheHostAfterUninitHasReturned) {
     std::thread motion([&] { stir(done); });
     for (int round = 0; round < 60; ++round) {
         orvo_screencapture_init();
-        witness.closed = false;
-        witness.listen();
+        closed = false;
+        host.listen();
         orvo_screencapture_set_fps(30);
         round % 2 ? orvo_screencapture_set_target_window(7) : orvo_screencapture_set_target_screen(1 + round / 2 % 2);
         orvo_screencapture_start_capture();
         if (round % 3) queues.flush();
-        const int before = witness.calls;
+        const int before = calls;
         if (round % 3 == 2) {
-            while (witness.calls == before) std::this_thread::yield();  // frames flow
+            while (calls == before) std::this_thread::yield();  // frames flow
         }
         orvo_screencapture_uninit();
-        witness.closed = true;
+        closed = true;
     }
     done = true;
     motion.join();
     queues.flush();
     queues.flush();
-    EXPECT_EQ(witness.late, 0);
-    EXPECT_GT(witness.calls, 20);
+    EXPECT_EQ(late, 0);
+    EXPECT_GT(calls, 20);
     for (const auto& device : desk.devices) EXPECT_FALSE(device->running);
 }
 
 TEST_F(Races, AFrameCallbackMayUninitOnItsOwnThread) {
-    static std::atomic<int> ends{0};
+    std::atomic<int> ends{0};
     std::atomic<bool> done{false};
+    host.during = [&](const std::string& event) {
+        if (event.rfind("frame", 0) != 0) return;
+        orvo_screencapture_uninit();
+        ++ends;
+    };
     std::thread motion([&] { stir(done); });
     for (int round = 0; round < 20; ++round) {
         orvo_screencapture_init();
-        orvo_screencapture_reg_captured_frame_available_notify(
-            [](const char*, unsigned int, const OrvoScreenCaptureFrameFormat*, unsigned long long, unsigned int,
-               void*) {
-                orvo_screencapture_uninit();
-                ++ends;
-            },
-            nullptr);
+        host.listen();
         round % 2 ? orvo_screencapture_set_target_window(7) : orvo_screencapture_set_target_screen(1);
         orvo_screencapture_start_capture();
         while (ends <= round) std::this_thread::yield();
@@ -137,7 +109,7 @@ TEST_F(Races, EverythingMayBeCalledFromEveryThread) {
         hosts.emplace_back([&, stride] {
             for (size_t i = 0; i < 300; ++i) {
                 everyExport[i * stride % count].call(inTheMiddle);
-                if (i % 10 == 0) witness.listen();
+                if (i % 10 == 0) host.listen();
             }
         });
     }
@@ -145,10 +117,10 @@ TEST_F(Races, EverythingMayBeCalledFromEveryThread) {
     done = true;
     motion.join();
     orvo_screencapture_uninit();
-    witness.closed = true;
+    closed = true;
     queues.flush();
     queues.flush();
-    EXPECT_EQ(witness.late, 0);
+    EXPECT_EQ(late, 0);
 }
 
 }  // namespace

@@ -66,7 +66,6 @@ class Capture final : public OrvoWindowCaptureSessionDelegate {
     struct Result {
         std::vector<Frame> frames;
         std::string reason;  // of the last target that had none
-        bool operator==(const Result&) const = default;
     };
     // pump: runs the session's queue, where queues do not run by themselves.
     static std::shared_ptr<Capture> make(std::function<void()> pump) {
@@ -76,12 +75,15 @@ class Capture final : public OrvoWindowCaptureSessionDelegate {
         return capture;
     }
 
-    void apply(const Wishes& wishes) {
+    void configure(const Wishes& wishes) {
         session->setTargetWindowMode(wishes.mode);
         session->setTargetWindowResolutionMode(wishes.fit);
         session->setResolutionWidth(wishes.width, wishes.height);
         session->setTargetWindowRectLeft(wishes.crop.x, wishes.crop.y, wishes.crop.width, wishes.crop.height);
         session->setBVisible(wishes.cursor);
+    }
+    void apply(const Wishes& wishes) {
+        configure(wishes);
         exclude(wishes.excluded, true);
         aim(wishes.targets);
     }
@@ -204,13 +206,7 @@ class FreshEquality {
         const auto set = [this](auto change) {
             return [this, change](Dice& dice) {
                 change(dice);
-                const auto& w = wishes_;
-                auto& session = *capture_->session;
-                session.setTargetWindowMode(w.mode);
-                session.setTargetWindowResolutionMode(w.fit);
-                session.setResolutionWidth(w.width, w.height);
-                session.setTargetWindowRectLeft(w.crop.x, w.crop.y, w.crop.width, w.crop.height);
-                session.setBVisible(w.cursor);
+                capture_->configure(wishes_);
             };
         };
         return {
@@ -256,30 +252,22 @@ class FreshEquality {
     }
 
     static std::string difference(const Capture::Result& kept, const Capture::Result& fresh) {
+        // A host that holds every buffer has no frame, and a drop with that reason, until it gives one back.
+        if (kept.reason != fresh.reason && kept.reason == platform::describe(platform::NoImage::noBuffer)) return "";
         std::ostringstream text;
         if (kept.frames.size() != fresh.frames.size() || kept.reason != fresh.reason) {
             text << kept.frames.size() << " frames (" << kept.reason << ") instead of " << fresh.frames.size() << " ("
                  << fresh.reason << ")";
-            // A host that holds every buffer has no frame, and a drop with that reason, until it gives one back.
-            return kept.reason == platform::describe(platform::NoImage::noBuffer) ? "" : text.str();
+            return text.str();
         }
         for (size_t i = 0; i < kept.frames.size(); i++) {
-            const auto& a = kept.frames[i];
-            const auto& b = fresh.frames[i];
-            if (a == b) continue;
-            text << "target " << a.target << ": " << a.width << "x" << a.height << " instead of " << b.width << "x"
-                 << b.height;
-            if (a.pixels.size() != b.pixels.size()) return text.str();
-            size_t wrong = 0, first = 0;
-            for (size_t at = a.pixels.size(); at > 0; at -= 4)
-                if (std::memcmp(&a.pixels[at - 4], &b.pixels[at - 4], 4) != 0) first = at / 4 - 1, wrong++;
-            const auto pixel = [&](const Capture::Frame& f) {
-                uint32_t value = 0;
-                std::memcpy(&value, &f.pixels[first * 4], 4);
-                return value;
-            };
-            text << ", " << wrong << " pixels differ, the first at " << first % static_cast<size_t>(a.width) << ","
-                 << first / static_cast<size_t>(a.width) << std::hex << ": " << pixel(a) << " instead of " << pixel(b);
+            const auto& [target, width, height, pixels] = kept.frames[i];
+            if (kept.frames[i] == fresh.frames[i]) continue;
+            const auto& expected = fresh.frames[i].pixels;
+            const auto [wrong, right] = std::mismatch(pixels.begin(), pixels.end(), expected.begin(), expected.end());
+            const auto pixel = (wrong - pixels.begin()) / 4;
+            text << "target " << target << ": " << width << "x" << height << " instead of " << fresh.frames[i].width
+                 << "x" << fresh.frames[i].height << ", differs first at " << pixel % width << "," << pixel / width;
             return text.str();
         }
         return "";
