@@ -3,8 +3,6 @@
 #include <cstring>
 #include <sstream>
 
-#include "ScreenCapture/platform/software/bitmap.h"
-#include "ScreenCapture/platform/software/region.h"
 #include "ScreenCapture/platform/version.h"
 #include "support/desktop/desktop.h"
 
@@ -53,25 +51,26 @@ Shot shotOfDisplay(Desktop& desktop, uint32_t number) {
 
 // Windows front to back over a rectangle.
 Shot compose(Desktop& desktop, const Rect& area, const std::vector<uint32_t>& numbers) {
+    struct Layer {
+        int left, top;
+        Ref<Bitmap> picture;
+    };
     const double scale = scaleAt(desktop, area);
-    const PixelRect all{0, 0, pixels(area.width, scale), pixels(area.height, scale)};
-    const auto image =
-        platform::software::MemoryBitmap::make(all.width, all.height, static_cast<size_t>(std::max(all.width, 0)) * 4);
-    if (!image) return NoImage::notOnScreen;
-    image->clear(all);
-    for (auto number = numbers.rbegin(); number != numbers.rend(); ++number) {
-        const auto* window = desktop.window(*number);
+    std::vector<Layer> layers;
+    for (const uint32_t number : numbers) {
+        const auto* window = desktop.window(number);
         if (!window || !desktop.isOnScreen(*window)) continue;
-        const auto picture = pictureOfWindow(desktop, *window);
-        const int left = pixels(window->bounds.x - area.x, scale), top = pixels(window->bounds.y - area.y, scale);
-        const PixelRect seen = platform::software::intersection(all, {left, top, picture->width(), picture->height()});
-        for (int y = seen.y; !seen.empty() && y < seen.y + seen.height; ++y)
-            std::memcpy(
-                image->data() + static_cast<size_t>(y) * image->bytesPerRow() + size_t(seen.x) * 4,
-                picture->bytes() + static_cast<size_t>(y - top) * picture->bytesPerRow() + size_t(seen.x - left) * 4,
-                size_t(seen.width) * 4);
+        const Rect& b = window->bounds;
+        layers.push_back({pixels(b.x - area.x, scale), pixels(b.y - area.y, scale), pictureOfWindow(desktop, *window)});
     }
-    return Ref<platform::Image>(image);
+    if (pixels(area.width, scale) <= 0 || pixels(area.height, scale) <= 0) return NoImage::notOnScreen;
+    return Shot(painted(pixels(area.width, scale), pixels(area.height, scale), [&](int x, int y) {
+        for (const auto& [left, top, picture] : layers) {
+            const bool covers = x >= left && y >= top && x < left + picture->width() && y < top + picture->height();
+            if (covers) return picture->at(x - left, y - top);
+        }
+        return Pixel{};
+    }));
 }
 
 // Everything that questions about displays, applications and windows are answered from. Nothing where a test has put
