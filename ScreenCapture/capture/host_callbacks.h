@@ -1,7 +1,10 @@
 // The one way out to the host: kind to signature, no lock held, exceptions kept in.
 #pragma once
 
+#include <cassert>
+
 #include "ScreenCapture/capture/OrvoCaptureSettings.h"
+#include "ScreenCapture/platform/snapshot_scope.h"
 #include "orvo/screencapture.h"
 #include "xplatform/common/orvosyslog.h"
 
@@ -41,6 +44,7 @@ inline bool isRegistered(const OrvoCaptureSettings& settings, HostCallbackKind k
 // it was called.
 template <HostCallbackKind Kind, typename... Arguments>
 bool fire(OrvoCaptureSettings& settings, Arguments... arguments) {
+    assert(!platform::SnapshotScope::current());
     const auto [callback, userData] = settings.getCallback(Kind);
     if (!callback || !settings.beginCall()) return false;
     try {

@@ -53,23 +53,4 @@ class Platform {
 // Asks the system nothing by itself: services connect at their first question.
 Platform& platform();
 
-// While one lives, this thread's questions about displays, windows, applications and the cursor's picture may be
-// answered from one look at the desktop, taken at the first of them. For the questions of a tick: neither orders nor
-// the host's callbacks belong inside. An adapter that cannot use it leaves it alone.
-class OneLook {
-  public:
-    OneLook() { current_ = this; }
-    ~OneLook() { current_ = outer_; }
-    OneLook(const OneLook&) = delete;
-    OneLook& operator=(const OneLook&) = delete;
-
-    // The innermost of this thread, null when there is none.
-    static OneLook* current() { return current_; }
-    std::shared_ptr<const void> seen;  // the adapter's
-
-  private:
-    OneLook* const outer_ = current_;
-    static inline constinit thread_local OneLook* current_ = nullptr;
-};
-
 }  // namespace orvo::platform

@@ -3,6 +3,8 @@
 
 #include <optional>
 
+#include "ScreenCapture/platform/snapshot_scope.h"
+
 using namespace orvo::platform;
 
 namespace {
@@ -36,7 +38,7 @@ void OrvoWindowCaptureSession::tick() {
 }
 
 void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, const CaptureOptions& options) {
-    std::optional<OneLook> look(std::in_place);
+    std::optional<SnapshotScope> scope(std::in_place);
     const OrvoWindowRef record = m_windowManager->getItemWithTargetWindow(windowID);
     const OrvoWindow* item = record.get();
     if (!checkScreenIsValidWithOrvowindow(item)) return;
@@ -46,7 +48,7 @@ void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, co
     const Shot shot = frame ? getImageWithOrvowindow(*frame, *item, options) : whyUnknown();
     const bool withCursor = isGood(shot) && options.bVisible;
     const CursorMark cursor = withCursor ? windowCursor.appendMouseCursor(*shot.image, item) : CursorMark();
-    look.reset();  // from here on the host may be called
+    scope.reset();  // from here on the host may be called
     if (!checkImageIsValidWithCGImage(shot, windowID)) return;
     notifySuccessWithCGImage(frame->cropAndScale(shot.image, options, cursor), item->windowID);
 }

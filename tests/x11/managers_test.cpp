@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "ScreenCapture/platform/platform.h"
+#include "ScreenCapture/platform/snapshot_scope.h"
 #include "support/x11/elements.h"
 #include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
@@ -22,7 +23,6 @@ namespace {
 using platform::Activation;
 using platform::ElementRef;
 using platform::NoImage;
-using platform::OneLook;
 using platform::Point;
 using std::chrono::milliseconds;
 using Steady = std::chrono::steady_clock;
@@ -42,7 +42,7 @@ std::optional<platform::WindowInfo> infoOf(xcb_window_t window) {
 
 // All that is reported of a window, in one word when it is consistent.
 std::string stateOf(xcb_window_t window) {
-    const OneLook look;
+    const platform::SnapshotScope scope;
     const ElementRef element = elementOf(window);
     if (!element) return "gone";
     const bool isShown = infoOf(window).has_value();
@@ -155,7 +155,7 @@ TEST_P(EachManager, HidesApplicationsAndNeverCallsThatMinimised) {
     int wrong = 0;
     std::thread watcher([&] {
         while (!ends) {
-            const OneLook look;
+            const platform::SnapshotScope scope;
             wrong += minimized() > 0 && !mine->isHidden() ? 1 : 0;
         }
     });

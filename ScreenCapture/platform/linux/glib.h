@@ -4,7 +4,7 @@
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 #include <gio/gdesktopappinfo.h>
-#include <glib-unix.h>
+#include <glib.h>
 
 namespace orvo::platform::linux {
 
@@ -22,7 +22,8 @@ namespace orvo::platform::linux {
     CALL(g_source_new)                      \
     CALL(g_source_set_callback)             \
     CALL(g_source_set_name)                 \
-    CALL(g_source_unref) CALL(g_unix_fd_source_new)
+    CALL(g_source_set_ready_time)           \
+    CALL(g_source_unref)
 #define ORVO_GIO_CALLS(CALL)                      \
     CALL(g_app_info_get_all)                      \
     CALL(g_app_info_get_id)                       \

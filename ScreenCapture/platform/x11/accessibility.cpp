@@ -4,9 +4,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "ScreenCapture/platform/x11/accessibility_observer.h"
 #include "ScreenCapture/platform/x11/applications.h"
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/window_control.h"
 
 namespace orvo::platform::x11 {

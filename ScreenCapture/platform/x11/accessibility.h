@@ -27,4 +27,7 @@ class X11Accessibility final : public Accessibility {
     std::unique_ptr<ElementObserver> makeObserver(int32_t pid, ElementObserverCallback callback) override;
 };
 
+// Reports on the windows of a process from now on.
+std::unique_ptr<ElementObserver> makeElementObserver(int32_t pid, ElementObserverCallback callback);
+
 }  // namespace orvo::platform::x11

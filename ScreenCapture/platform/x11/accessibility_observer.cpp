@@ -1,5 +1,4 @@
-// Watches the windows of one process: compares what is there with what was there whenever the server tells of news.
-#include "ScreenCapture/platform/x11/accessibility_observer.h"
+// Watches the windows of one process: compares each snapshot of the desktop with the one before.
 
 #include <atomic>
 #include <cstring>
@@ -9,8 +8,7 @@
 #include "ScreenCapture/platform/linux/glib.h"
 #include "ScreenCapture/platform/x11/accessibility.h"
 #include "ScreenCapture/platform/x11/applications.h"
-#include "ScreenCapture/platform/x11/connection.h"
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -28,21 +26,16 @@ struct WindowState {
     bool minimized = false;
 };
 
-// Everything that a running delivery needs; it outlives the observer if that is released meanwhile.
-class Watch {
+// Everything that a running delivery needs; it outlives the observer if that is released meanwhile. What makes the
+// desktop's snapshot stale makes the source ready, on whatever thread it is read; its own thread compares.
+class Watch final : public DesktopObserver {
   public:
-    Watch(int32_t pid, ElementObserverCallback callback, std::unique_ptr<Connection> connection)
-        : pid_(pid), callback_(std::move(callback)), x_(std::move(connection)) {
-        const uint32_t events = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
-        xcb_change_window_attributes(x_->raw(), x_->root(), XCB_CW_EVENT_MASK, &events);
-        catchUp(false);
+    Watch(int32_t pid, ElementObserverCallback callback) : pid_(pid), callback_(std::move(callback)) {
+        addObserver(*this);
+        compare(false);
     }
-    ~Watch() {
-        const PipeGuard guard;
-        x_.reset();
-    }
+    ~Watch() { removeObserver(*this); }
 
-    int descriptor() const { return x_->descriptor(); }
     void add(Registration registration) {
         std::lock_guard lock(mutex_);
         registrations_.push_back(std::move(registration));
@@ -54,14 +47,20 @@ class Watch {
         });
     }
     void stop() { stopped_ = true; }
+    // Null: from here on none is made ready.
+    void setSource(GSource* source) {
+        std::lock_guard lock(sourceMutex_);
+        source_ = source;
+    }
+    void onStale() override {
+        std::lock_guard lock(sourceMutex_);
+        if (source_) glib().g_source_set_ready_time(source_, 0);
+    }
 
-    // False when there will be no more news.
+    // False when there will be no more notifications.
     bool deliver() {
-        const PipeGuard guard;
-        bool any = false;
-        while (x_->nextEvent()) any = true;
-        if (any) catchUp(true);
-        return !x_->lost() && !stopped_;
+        if (!stopped_) compare(true);
+        return !stopped_;
     }
 
   private:
@@ -70,33 +69,19 @@ class Watch {
         return a && b && mine(a).pid == mine(b).pid && mine(a).window == mine(b).window;
     }
 
-    // After an answer the model's connection has been told the same events. What happens to a window before it is
-    // followed nobody tells, so that it is looked at once more; not for ever where one opens after the other.
-    void catchUp(bool report) {
-        constexpr int kMostRounds = 8;
-        for (int round = 0; round < kMostRounds; ++round)
-            if (!x_->sync() || !compare(report)) return;
-    }
-
-    // True when there are windows that were not followed before.
-    bool compare(bool report) {
-        const auto desktop = currentDesktop();
-        if (!desktop) return false;
-        bool follows = false;
-        const auto list = windowsOfProcess(*desktop->windows, pid_);
+    // Without a server everything stays as it was seen last.
+    void compare(bool report) {
+        const auto desktop = latestDesktop();
+        if (!desktop) return;
         std::map<uint32_t, WindowState> now;
-        for (const DesktopWindow* window : list) {
+        for (const DesktopWindow* window : windowsOfProcess(*desktop->windows, pid_))
             now[window->number] = {window->bounds, window->minimized};
-            if (windows_.count(window->number)) continue;
-            follow(window->number);
-            follows = true;
-        }
         const auto before = std::exchange(windows_, now);
         const uint32_t active = now.count(desktop->windows->active) ? desktop->windows->active : 0;
         const uint32_t wasActive = std::exchange(active_, active);
         const bool hidden = desktop->windows->isHidden(pid_);
         const bool wasHidden = std::exchange(hidden_, hidden);
-        if (!report) return follows;
+        if (!report) return;
         for (const auto& [number, state] : now) {
             const auto old = before.find(number);
             if (old == before.end())
@@ -106,7 +91,6 @@ class Watch {
         }
         if (hidden != wasHidden) fire(hidden ? "AXApplicationHidden" : "AXApplicationShown", 0, false);
         if (active != 0 && active != wasActive) fire("AXFocusedWindowChanged", active, true);
-        return follows;
     }
 
     void reportChanges(uint32_t number, const WindowState& old, const WindowState& state) {
@@ -116,12 +100,6 @@ class Watch {
         if (from.width != to.width || from.height != to.height) fire("AXWindowResized", number, false);
         if (old.minimized != state.minimized)
             fire(state.minimized ? "AXWindowMiniaturized" : "AXWindowDeminiaturized", number, false);
-    }
-
-    // A client inside a frame tells of its own changes; frames are heard of through the root.
-    void follow(uint32_t window) {
-        const uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
-        xcb_change_window_attributes(x_->raw(), window, XCB_CW_EVENT_MASK, &events);
     }
 
     void fire(const char* notification, uint32_t window, bool toEverybody) {
@@ -141,9 +119,10 @@ class Watch {
 
     const int32_t pid_;
     const ElementObserverCallback callback_;
-    std::unique_ptr<Connection> x_;
     std::mutex mutex_;
     std::vector<Registration> registrations_;
+    std::mutex sourceMutex_;
+    GSource* source_ = nullptr;
     std::atomic<bool> stopped_{false};
     // The delivering thread's own.
     std::map<uint32_t, WindowState> windows_;
@@ -151,8 +130,14 @@ class Watch {
     bool hidden_ = false;
 };
 
-gboolean deliver(gint /*descriptor*/, GIOCondition /*condition*/, gpointer data) {
+gboolean deliver(gpointer data) {
     return (*static_cast<std::shared_ptr<Watch>*>(data))->deliver() ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+}
+
+// Not ready before the next change; what is stale by then is compared now.
+gboolean dispatch(GSource* source, GSourceFunc callback, gpointer data) {
+    glib().g_source_set_ready_time(source, -1);
+    return callback(data);
 }
 
 void forget(gpointer data) {
@@ -175,16 +160,18 @@ class X11Observer final : public ElementObserver {
     }
     void addToCurrentRunLoop() override {
         if (source_ || !glib().found) return;
-        const auto condition = static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR);
-        source_ = glib().g_unix_fd_source_new(watch_->descriptor(), condition);
-        glib().g_source_set_callback(source_, reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(deliver)),
-                                     new std::shared_ptr<Watch>(watch_), forget);
+        static GSourceFuncs functions = {nullptr, nullptr, dispatch, nullptr, nullptr, nullptr};
+        source_ = glib().g_source_new(&functions, sizeof(GSource));
+        glib().g_source_set_callback(source_, deliver, new std::shared_ptr<Watch>(watch_), forget);
+        glib().g_source_set_ready_time(source_, 0);  // for what has changed by now
+        watch_->setSource(source_);
         GMainContext* context = glib().g_main_context_ref_thread_default();
         glib().g_source_attach(source_, context);
         glib().g_main_context_unref(context);
     }
     void removeFromCurrentRunLoop() override {
         if (!source_) return;
+        watch_->setSource(nullptr);
         glib().g_source_destroy(source_);
         glib().g_source_unref(source_);
         source_ = nullptr;
@@ -198,10 +185,7 @@ class X11Observer final : public ElementObserver {
 }  // namespace
 
 std::unique_ptr<ElementObserver> makeElementObserver(int32_t pid, ElementObserverCallback callback) {
-    const PipeGuard guard;
-    auto connection = Connection::open();
-    if (!connection) return nullptr;
-    return std::make_unique<X11Observer>(std::make_shared<Watch>(pid, std::move(callback), std::move(connection)));
+    return std::make_unique<X11Observer>(std::make_shared<Watch>(pid, std::move(callback)));
 }
 
 }  // namespace orvo::platform::x11

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "ScreenCapture/platform/software/region.h"
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 
 namespace orvo::platform::x11 {
 

@@ -25,6 +25,7 @@
 #include <string_view>
 #include <utility>
 
+#include "ScreenCapture/platform/contained.h"
 #include "ScreenCapture/platform/software/threads.h"
 
 namespace orvo::platform::x11 {
@@ -32,96 +33,18 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
-// What is waited for a server that is known to hang.
-constexpr std::chrono::milliseconds kHangingLimit{50};
 // A server that has not been heard of for this long is asked whether it is there. A little longer than a resting
 // pointer is trusted, whose question does as well.
 constexpr std::chrono::milliseconds kQuietLimit{1100};
-// A server that has just begun to answer again is given this long to accept the connection that was left behind.
-constexpr std::chrono::milliseconds kReturnLimit{250};
 
-// Lets one thread at a time connect: what xcb uses to find the server's password is not safe for more. A thread that
-// was left behind keeps its turn until the server answers it.
-class ConnectTurn {
-  public:
-    // 0 when another thread is still at it by then: its server hangs.
-    uint64_t take(SteadyClock::time_point until) {
-        std::unique_lock lock(mutex_);
-        given_.wait_until(lock, until, [this] { return holder_ == 0 || hangs_; });
-        given_.wait_until(lock, std::min(until, SteadyClock::now() + kReturnLimit), [this] { return holder_ == 0; });
-        return holder_ == 0 ? holder_ = ++last_ : 0;
-    }
-    void give() {
-        std::lock_guard lock(mutex_);
-        holder_ = 0;
-        hangs_ = false;
-        given_.notify_one();
-    }
-    // Nobody waits for this turn's end any longer.
-    void leaveBehind(uint64_t turn) {
-        std::lock_guard lock(mutex_);
-        if (holder_ == turn) hangs_ = true;
-        given_.notify_all();
-    }
-    bool hangs() {
-        std::lock_guard lock(mutex_);
-        return hangs_;
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable given_;
-    uint64_t holder_ = 0;
-    uint64_t last_ = 0;
-    bool hangs_ = false;
-};
-
-ConnectTurn& connectTurn() {
-    static ConnectTurn& turn = *new ConnectTurn;
-    return turn;
-}
-
-// One call of xcb_connect, which waits for the server without a limit, on a thread that can be left behind.
-struct Attempt {
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool done = false;
-    bool abandoned = false;
-    xcb_connection_t* connection = nullptr;
-    int screen = 0;
-
-    // False when it was given up by then; the thread cleans up after itself.
-    bool finishes(SteadyClock::time_point until) {
-        std::unique_lock lock(mutex);
-        abandoned = !changed.wait_until(lock, until, [this] { return done; });
-        return !abandoned;
-    }
-};
-
-// The turn is given back when the call has ended, or when there is no thread for it.
-void connectOnThread(const std::shared_ptr<Attempt>& attempt, const std::string& display) try {
-    software::startThread("orvo x11 connect", [attempt, display] {
-        int screen = 0;
-        xcb_connection_t* connection = xcb_connect(display.c_str(), &screen);
-        connectTurn().give();
-        std::unique_lock lock(attempt->mutex);
-        if (attempt->abandoned) {
-            lock.unlock();
-            xcb_disconnect(connection);
-            return;
-        }
-        attempt->connection = connection;
-        attempt->screen = screen;
-        attempt->done = true;
-        attempt->changed.notify_all();
-    });
-} catch (...) {
-    connectTurn().give();
-    throw;
-}
-
+std::atomic<bool> hangs{false};
 // When any connection had an answer last. There is one server, and it serves all of them or none.
 std::atomic<SteadyClock::rep> lastAnswer{0};
+
+void noteAnswer() {
+    lastAnswer = SteadyClock::now().time_since_epoch().count();
+    hangs = false;
+}
 
 bool heardOfLately() {
     return SteadyClock::now().time_since_epoch().count() - lastAnswer < SteadyClock::duration(kQuietLimit).count();
@@ -138,15 +61,9 @@ xcb_screen_t* screenOf(xcb_connection_t* connection, int number) {
     return screens.rem > 0 ? screens.data : nullptr;
 }
 
-// Has a thread find out when the server answers again.
-void noteSilence() {
-    const char* name = getenv("DISPLAY");
-    const uint64_t turn = name ? connectTurn().take(SteadyClock::now()) : 0;
-    if (turn == 0) return;  // somebody is at it
-    const auto attempt = std::make_shared<Attempt>();
-    attempt->abandoned = true;
-    connectOnThread(attempt, name);
-    connectTurn().leaveBehind(turn);
+std::string displayName() {
+    const char* const name = getenv("DISPLAY");
+    return name ? name : "";
 }
 
 bool isLocal(int descriptor) {
@@ -158,7 +75,7 @@ bool isLocal(int descriptor) {
 }  // namespace
 
 bool serverHangs() {
-    return connectTurn().hangs();
+    return hangs;
 }
 
 // Of a server that can be asked its own word counts, not the environment's: a private one may run in any session.
@@ -186,22 +103,78 @@ PipeGuard::~PipeGuard() {
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
-std::unique_ptr<Connection> Connection::open() {
-    const char* name = getenv("DISPLAY");
-    if (!name || !*name) return nullptr;
-    const std::string display = name;
-    const auto until = SteadyClock::now() + kServerLimit;
-    const uint64_t turn = connectTurn().take(until);
-    if (turn == 0) return nullptr;
-    const PipeGuard guard;
-    const auto attempt = std::make_shared<Attempt>();
-    connectOnThread(attempt, display);
-    if (!attempt->finishes(until)) {
-        connectTurn().leaveBehind(turn);
-        return nullptr;
+struct Connecting::Attempt {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool done = false;
+    bool abandoned = false;
+    xcb_connection_t* connection = nullptr;
+    int screen = 0;
+
+    void run(const std::string& display) {
+        int number = 0;
+        xcb_connection_t* made = nullptr;
+        {
+            // What xcb uses to find the server's password is not safe for more than one thread.
+            static std::mutex& one = *new std::mutex;
+            std::lock_guard lock(one);
+            made = xcb_connect(display.c_str(), &number);
+        }
+        std::unique_lock lock(mutex);
+        if (abandoned) {
+            lock.unlock();
+            xcb_disconnect(made);
+            return;
+        }
+        connection = made;
+        screen = number;
+        done = true;
+        changed.notify_all();
     }
-    std::unique_ptr<Connection> connection(new Connection(attempt->connection, attempt->screen));
+};
+
+Connecting::Connecting() : display_(displayName()), attempt_(std::make_shared<Attempt>()) {
+    const bool runs = !display_.empty() && runJob([this] {
+        software::startThread("orvo x11 connect", [attempt = attempt_, display = display_] { attempt->run(display); });
+    });
+    if (!runs) attempt_->done = true;
+}
+
+Connecting::~Connecting() {
+    xcb_connection_t* unused = nullptr;
+    {
+        std::lock_guard lock(attempt_->mutex);
+        attempt_->abandoned = true;
+        std::swap(unused, attempt_->connection);
+    }
+    if (unused) xcb_disconnect(unused);
+}
+
+bool Connecting::isCurrent() const {
+    return display_ == displayName();
+}
+
+bool Connecting::waitUntil(SteadyClock::time_point until) {
+    std::unique_lock lock(attempt_->mutex);
+    const bool done = attempt_->changed.wait_until(lock, until, [this] { return attempt_->done; });
+    hangs = !done;
+    return done;
+}
+
+std::unique_ptr<Connection> Connecting::take() {
+    std::unique_lock lock(attempt_->mutex);
+    xcb_connection_t* const made = std::exchange(attempt_->connection, nullptr);
+    lock.unlock();
+    if (!made) return nullptr;
+    auto connection = std::make_unique<Connection>(made, attempt_->screen);
     return connection->lost() ? nullptr : std::move(connection);
+}
+
+std::unique_ptr<Connection> Connection::open() {
+    if (serverHangs()) return nullptr;
+    const PipeGuard guard;
+    Connecting connecting;
+    return connecting.waitUntil(SteadyClock::now() + kServerLimit) ? connecting.take() : nullptr;
 }
 
 Connection::Connection(xcb_connection_t* raw, int screenNumber) : raw_(raw) {
@@ -307,17 +280,17 @@ void* Connection::awaitReply(unsigned sequence) {
         if (!xcb_poll_for_reply(raw_, sequence, &reply, &error)) return false;
         std::free(error);
         lost_ = xcb_connection_has_error(raw_) != 0;
-        if (!lost_) lastAnswer = SteadyClock::now().time_since_epoch().count();
+        if (!lost_) noteAnswer();
         return true;
     };
     if (hasCome()) return reply;  // what is asked by now may travel later, with more
     flush();
-    const auto until = SteadyClock::now() + (serverHangs() ? kHangingLimit : kServerLimit);
+    const auto until = SteadyClock::now() + kServerLimit;
     while (!hasCome()) {
         if (!waitReadable(until)) {
             lost_ = true;
             owed_ = sequence;
-            noteSilence();
+            hangs = true;
             return nullptr;
         }
         // Asking for an event is what reads the socket.
@@ -331,6 +304,13 @@ bool Connection::answers() {
     return heardOfLately() || sync();
 }
 
+void Connection::askForSign() {
+    if (lost_) return;
+    owed_ = xcb_get_input_focus(raw_).sequence;
+    flush();
+    lost_ = true;
+}
+
 bool Connection::answersAgain() {
     if (owed_ == 0) return !lost_;
     if (xcb_generic_event_t* event = xcb_poll_for_event(raw_)) events_.emplace_back(event);
@@ -339,9 +319,14 @@ bool Connection::answersAgain() {
     if (!xcb_poll_for_reply(raw_, owed_, &reply, &error)) return false;
     std::free(reply);
     std::free(error);
-    owed_ = 0;
+    const unsigned owed = std::exchange(owed_, 0);
     lost_ = xcb_connection_has_error(raw_) != 0;
-    return !lost_;
+    if (lost_) return false;
+    noteAnswer();
+    // Answers to what was asked afterwards would lie here for ever.
+    const unsigned last = xcb_get_input_focus(raw_).sequence;
+    for (unsigned each = owed + 1; each != last + 1; ++each) xcb_discard_reply(raw_, each);
+    return true;
 }
 
 bool Connection::succeeded(xcb_void_cookie_t cookie) {

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <deque>
 #include <memory>
+#include <string>
 #include <unordered_map>
 
 #include "ScreenCapture/platform/image.h"
@@ -27,8 +28,9 @@ template <typename T>
 using Reply = std::unique_ptr<T, FreeMemory>;
 using Event = Reply<xcb_generic_event_t>;
 
-// True from the moment when the server was not waited for any longer until it accepts a connection again. Nobody else
-// waits for it meanwhile: what would be a question gives its answer for a lost server at once.
+// True from the moment when some answer of the server was not waited for any longer until one comes. Nobody else waits
+// for it meanwhile: what would be a question gives its answer for a lost server at once. The server is the same for all
+// connections, so one that gets an answer ends it for all.
 bool serverHangs();
 
 class Connection;
@@ -68,6 +70,8 @@ class Connection {
   public:
     // Connects to the server that DISPLAY names now; null when it cannot be reached within kServerLimit.
     static std::unique_ptr<Connection> open();
+    // What xcb_connect() has made, or has failed to make; greets the server.
+    Connection(xcb_connection_t* raw, int screenNumber);
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
@@ -88,8 +92,10 @@ class Connection {
     bool lost() const { return lost_; }
     // It is lost because the server did not answer in time, and nothing else is known of it since.
     bool silent() const { return owed_ != 0; }
+    // Makes it silent without waiting, as another connection's question was not answered in time.
+    void askForSign();
     // Asks after the answer that a silent server owes, without waiting. True when the connection can be used again:
-    // its events have been kept, of what was asked nothing may have been done.
+    // its events have been kept, of what was asked nothing may have been done, and no other answer comes.
     bool answersAgain();
 
     // The reply of a request; null on its error, or when the connection is lost.
@@ -116,8 +122,6 @@ class Connection {
     uint64_t eventCount() const { return eventCount_; }
 
   private:
-    Connection(xcb_connection_t* raw, int screenNumber);
-
     bool findExtensions();
     bool greetExtensions();
     void* awaitReply(unsigned sequence);
@@ -134,6 +138,29 @@ class Connection {
     uint64_t roundTrips_ = 0;
     unsigned owed_ = 0;  // the request whose answer was not waited for any longer
     bool lost_ = false;
+};
+
+// Connects without waiting: xcb_connect() itself waits for the server without a limit, and is left behind on its thread
+// when it does not come back.
+class Connecting {
+  public:
+    // To the server that DISPLAY names now.
+    Connecting();
+    ~Connecting();
+    Connecting(const Connecting&) = delete;
+    Connecting& operator=(const Connecting&) = delete;
+
+    // Whether DISPLAY still names that server.
+    bool isCurrent() const;
+    // False when the server has not been reached nor refused by then: it hangs.
+    bool waitUntil(std::chrono::steady_clock::time_point until);
+    // Once, afterwards; null when there is no server.
+    std::unique_ptr<Connection> take();
+
+  private:
+    struct Attempt;
+    const std::string display_;
+    std::shared_ptr<Attempt> attempt_;
 };
 
 }  // namespace orvo::platform::x11

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 
 namespace orvo::platform::x11 {
 namespace {

@@ -6,7 +6,7 @@
 #include <mutex>
 
 #include "ScreenCapture/platform/x11/applications.h"
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/window_control.h"
 
 namespace orvo::platform::x11 {
@@ -74,12 +74,9 @@ bool isInForce(const WindowList& windows, int32_t pid, Order& order) {
 
 // Runs before the manager gets any order: no snapshot may show the result without the reason for it.
 void remember(int32_t pid, Order::State state, const Numbers& windows) {
-    {
-        std::lock_guard lock(orders().mutex);
-        orders().byProcess[pid] = {state, windows, Clock::now() + kOrderLimit};
-        orders().isNew = true;
-    }
-    outdateDesktop();
+    std::lock_guard lock(orders().mutex);
+    orders().byProcess[pid] = {state, windows, Clock::now() + kOrderLimit};
+    orders().isNew = true;
 }
 
 Numbers hiddenWindows(int32_t pid) {
@@ -115,8 +112,9 @@ bool showApplication(int32_t pid) {
     return awaitWindows([&](const WindowList& windows) { return !anyMinimized(windows, numbers); });
 }
 
-std::vector<HiddenApplication> hiddenApplications(const WindowList& windows) {
-    std::vector<HiddenApplication> hidden;
+std::vector<int32_t> hiddenApplications(const WindowList& windows, Clock::time_point& until) {
+    std::vector<int32_t> hidden;
+    until = Clock::time_point::max();
     std::lock_guard lock(orders().mutex);
     auto& all = orders().byProcess;
     for (auto each = all.begin(); each != all.end();) {
@@ -125,8 +123,8 @@ std::vector<HiddenApplication> hiddenApplications(const WindowList& windows) {
             each = all.erase(each);
             continue;
         }
-        const bool isDone = order.state == Order::State::hidden;
-        hidden.push_back({pid, isDone ? Clock::time_point::max() : order.until});
+        hidden.push_back(pid);
+        if (order.state != Order::State::hidden) until = std::min(until, order.until);
         ++each;
     }
     return hidden;

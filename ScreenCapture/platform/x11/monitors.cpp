@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -35,19 +35,19 @@ bool isXwayland(Connection& x) {
     return name.starts_with(kXwayland);
 }
 
-class MonitorPart final : public ModelPart {
+class MonitorPart final : public DesktopPart {
   public:
-    uint32_t rootEvents() const override { return XCB_EVENT_MASK_STRUCTURE_NOTIFY; }
     void attach(Connection& x) override {
+        x.select(x.root(), XCB_EVENT_MASK_STRUCTURE_NOTIFY);
         selectMonitorEvents(x);
         isXwayland_.reset();
     }
-    bool handle(Connection& x, const xcb_generic_event_t& event) override { return tellsOfMonitors(x, event); }
+    bool handle(const Connection& x, const xcb_generic_event_t& event) override { return tellsOfMonitors(x, event); }
     void refresh(Connection& x, Desktop& next) override {
         if (!isXwayland_) isXwayland_ = isXwayland(x);
-        auto list = std::make_shared<MonitorList>(queryMonitors(x));
-        list->areShown = !*isXwayland_;
-        next.monitors = std::move(list);
+        MonitorList list = queryMonitors(x);
+        list.areShown = !*isXwayland_;
+        if (list != *next.monitors) next.monitors = std::make_shared<const MonitorList>(std::move(list));
     }
 
   private:
@@ -112,7 +112,7 @@ bool tellsOfMonitors(const Connection& x, const xcb_generic_event_t& event) {
     return x.extensions().randr && (type == first + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == first + XCB_RANDR_NOTIFY);
 }
 
-std::unique_ptr<ModelPart> makeMonitorPart() {
+std::unique_ptr<DesktopPart> makeMonitorPart() {
     return std::make_unique<MonitorPart>();
 }
 

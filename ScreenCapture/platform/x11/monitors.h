@@ -10,7 +10,7 @@
 
 namespace orvo::platform::x11 {
 
-class ModelPart;
+class DesktopPart;
 
 struct Monitor {
     uint32_t number = 0;  // its name's atom: stable while the server lives
@@ -22,6 +22,7 @@ struct Monitor {
 struct MonitorList {
     std::vector<Monitor> all;  // in the server's order
     bool areShown = true;      // false: the server is part of a Wayland session, and the root stays black
+    bool operator==(const MonitorList&) const = default;
 
     const Monitor* find(uint32_t number) const;
     // The primary monitor, else the one at the root's corner, else the first; null without any.
@@ -41,6 +42,6 @@ MonitorList queryMonitors(Connection& x);
 void selectMonitorEvents(Connection& x);
 bool tellsOfMonitors(const Connection& x, const xcb_generic_event_t& event);
 
-std::unique_ptr<ModelPart> makeMonitorPart();
+std::unique_ptr<DesktopPart> makeMonitorPart();
 
 }  // namespace orvo::platform::x11

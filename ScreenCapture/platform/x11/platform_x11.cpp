@@ -7,7 +7,7 @@
 #include "ScreenCapture/platform/software/imaging.h"
 #include "ScreenCapture/platform/x11/accessibility.h"
 #include "ScreenCapture/platform/x11/capture_run.h"
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/displays.h"
 #include "ScreenCapture/platform/x11/pointer.h"
 #include "ScreenCapture/platform/x11/window_server.h"

@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "ScreenCapture/platform/software/bitmap.h"
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/pointer_position.h"
 #include "ScreenCapture/platform/x11/server.h"
 
@@ -25,14 +25,13 @@ std::shared_ptr<const Cursor> readCursor(const xcb_xfixes_get_cursor_image_reply
     return std::make_shared<const Cursor>(Cursor{{size, bitmap, {{size, bitmap}}}, hotSpot});
 }
 
-class CursorPart final : public ModelPart {
+class CursorPart final : public DesktopPart {
   public:
-    uint32_t rootEvents() const override { return 0; }
     void attach(Connection& x) override {
         if (x.extensions().xfixes)
             xcb_xfixes_select_cursor_input(x.raw(), x.root(), XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
     }
-    bool handle(Connection& x, const xcb_generic_event_t& event) override {
+    bool handle(const Connection& x, const xcb_generic_event_t& event) override {
         return x.extensions().xfixes &&
                (event.response_type & 0x7F) == x.extensions().xfixesEvent + XCB_XFIXES_CURSOR_NOTIFY;
     }
@@ -75,9 +74,9 @@ std::shared_ptr<const Cursor> X11Pointer::currentCursor() {
 }
 
 Point X11Pointer::location() {
-    const auto desktop = currentDesktop();
+    Server::Use x = desktopServer().use();
+    const auto desktop = currentDesktop(x);
     const Monitor* main = desktop ? desktop->monitors->main() : nullptr;
-    const Server::Use x = desktopServer().use();
     if (!x || !main) return {};
     PointerPosition& pointer = SharedPosition::instance().on(x);
     pointer.locate();
@@ -87,7 +86,7 @@ Point X11Pointer::location() {
     return {global.x, main->area.height - global.y};
 }
 
-std::unique_ptr<ModelPart> makeCursorPart() {
+std::unique_ptr<DesktopPart> makeCursorPart() {
     return std::make_unique<CursorPart>();
 }
 

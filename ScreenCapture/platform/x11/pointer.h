@@ -7,7 +7,7 @@
 
 namespace orvo::platform::x11 {
 
-class ModelPart;
+class DesktopPart;
 
 // The cursor as XFixes has it: one representation of its own size, BGRA with colours multiplied by alpha.
 class X11Pointer final : public Pointer {
@@ -16,6 +16,6 @@ class X11Pointer final : public Pointer {
     Point location() override;
 };
 
-std::unique_ptr<ModelPart> makeCursorPart();
+std::unique_ptr<DesktopPart> makeCursorPart();
 
 }  // namespace orvo::platform::x11

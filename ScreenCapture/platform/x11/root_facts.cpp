@@ -73,7 +73,7 @@ bool RootFacts::read(Connection& x, const Atoms& atoms) {
     area = {0, 0, geometry->width, geometry->height};
     focus = holder->focus == XCB_INPUT_FOCUS_POINTER_ROOT ? XCB_NONE : holder->focus;
     supportsHidden_ = contains(supported, atoms.NET_WM_STATE_HIDDEN);
-    const auto now = std::chrono::steady_clock::now();
+    const auto now = readAt_ = std::chrono::steady_clock::now();
     if (showsDesktop && !showsDesktop_) showsDesktopSince_ = now;
     if (!showsDesktop && showsDesktop_) showedDesktopUntil_ = now;
     showsDesktop_ = showsDesktop;
@@ -100,9 +100,13 @@ void RootFacts::readCheck(Connection& x, const Atoms& atoms) {
 
 // metacity and icewm mark the windows as if they were minimised. Those that were marked long before are.
 bool RootFacts::isHiddenForDesktop(std::chrono::steady_clock::time_point hiddenSince) const {
-    const bool wasShown =
-        hiddenSince < showedDesktopUntil_ && std::chrono::steady_clock::now() < showedDesktopUntil_ + kShowDesktopTime;
+    const bool wasShown = hiddenSince < showedDesktopUntil_ && readAt_ < showedDesktopUntil_ + kShowDesktopTime;
     return keepsHints && (showsDesktop_ || wasShown) && hiddenSince + kShowDesktopTime > showsDesktopSince_;
+}
+
+std::chrono::steady_clock::time_point RootFacts::changesBy() const {
+    const auto end = showedDesktopUntil_ + kShowDesktopTime;
+    return readAt_ < end ? end : std::chrono::steady_clock::time_point::max();
 }
 
 }  // namespace orvo::platform::x11

@@ -40,6 +40,9 @@ class RootFacts {
     // Whether a window that is marked as hidden since then is out of the way only because the desktop is shown.
     bool isHiddenForDesktop(std::chrono::steady_clock::time_point hiddenSince) const;
 
+    // When that answer may become another although nothing happens; the distant future when it does not.
+    std::chrono::steady_clock::time_point changesBy() const;
+
   private:
     struct Sequences {
         unsigned tree, attributes, geometry, focus, stacking, clients, active, check, background, supported, showing;
@@ -49,6 +52,7 @@ class RootFacts {
     unsigned backgroundAttributes_ = 0;
     bool supportsHidden_ = false;
     bool showsDesktop_ = false;
+    std::chrono::steady_clock::time_point readAt_;
     std::chrono::steady_clock::time_point showsDesktopSince_;
     std::chrono::steady_clock::time_point showedDesktopUntil_;
 };

@@ -4,7 +4,10 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <thread>
 
+#include "ScreenCapture/platform/contained.h"
+#include "ScreenCapture/platform/software/threads.h"
 #include "ScreenCapture/platform/version.h"
 
 namespace orvo::platform::x11 {
@@ -21,12 +24,16 @@ constexpr std::chrono::milliseconds kReadInterval{4};
 }  // namespace
 
 Server::Use::Use(Server& server) : server_(server), lock_(server.mutex_, kLockLimit) {
-    if (!lock_ || !server_.connect()) return;
-    connection_ = server_.connection_;
+    if (lock_ && (server_.readEvents() || server_.connect())) connection_ = server_.connection_;
+}
+
+Server::State Server::Use::state() const {
+    if (*this) return State::up;
+    return !lock_ || serverHangs() ? State::hung : State::lost;
 }
 
 void Server::Use::readEvents() {
-    while (const Event event = connection_->nextEvent()) server_.dispatch(*connection_, *event);
+    server_.readEvents(*connection_);
 }
 
 bool Server::Use::waitForEvent(std::chrono::milliseconds limit) {
@@ -34,38 +41,74 @@ bool Server::Use::waitForEvent(std::chrono::milliseconds limit) {
     connection_->flush();
     const auto until = Clock::now() + limit;
     const uint64_t before = connection_->eventCount();
-    bool wasRead = false;
-    while (!wasRead && Clock::now() < until) {
-        const int descriptor = connection_->descriptor();
+    while (*this && connection_->eventCount() == before && Clock::now() < until) {
         lock_.unlock();
-        pollfd socket{descriptor, POLLIN, 0};
+        pollfd socket{connection_->descriptor(), POLLIN, 0};
         poll(&socket, 1, static_cast<int>(std::min(limit, kReadInterval).count()));
-        if (!lock_.try_lock_for(kLockLimit)) {
-            connection_ = nullptr;
-            return false;
-        }
-        readEvents();
-        wasRead = connection_->eventCount() != before;
+        if (!lock_.try_lock_for(kLockLimit)) connection_ = nullptr;
+        if (connection_) readEvents();
     }
     return static_cast<bool>(*this);
 }
 
+// The lock is held in what follows.
+
+void Server::readEvents(Connection& x) {
+    lastRead_ = Clock::now();
+    while (const Event event = x.nextEvent()) {
+        std::lock_guard lock(handlersMutex_);
+        for (EventHandler* const handler : handlers_) handler->onEvent(x, *event);
+    }
+}
+
 // Whether there is a connection that answers, with all its events handed out.
-bool Server::connect() {
-    if (serverHangs()) return false;
-    if (connection_ && connection_->silent() && !connection_->answersAgain()) return false;
-    while (const Event event = connection_ ? connection_->nextEvent() : nullptr) dispatch(*connection_, *event);
-    if (connection_ && !connection_->lost()) return true;
-    connection_ = Connection::open();
-    if (!connection_) return false;
-    atoms_ = Atoms::of(*connection_);
-    epoch_ = nextVersion();
+bool Server::readEvents() {
+    if (!connection_ || (connection_->silent() && !connection_->answersAgain())) return false;
+    readEvents(*connection_);
+    if (serverHangs()) connection_->askForSign();
     return !connection_->lost();
 }
 
-void Server::dispatch(const Connection& x, const xcb_generic_event_t& event) {
-    std::lock_guard lock(handlersMutex_);
-    for (EventHandler* const handler : handlers_) handler->onEvent(x, event);
+bool Server::connect() {
+    if (connection_ && connection_->silent()) return false;
+    connection_ = nullptr;
+    epoch_ = 0;
+    if (!connecting_ || !connecting_->isCurrent()) connecting_.emplace();
+    const auto now = Clock::now();
+    if (!connecting_->waitUntil(serverHangs() ? now : now + kServerLimit)) return false;
+    connection_ = connecting_->take();
+    connecting_.reset();
+    if (!connection_) return false;
+    atoms_ = Atoms::of(*connection_);
+    epoch_ = nextVersion();
+    lastRead_ = Clock::now();
+    startReader();
+    return !connection_->lost();
+}
+
+void Server::startReader() {
+    if (!readsWhileIdle_ || hasReader_) return;
+    hasReader_ = runJob([this] { software::startThread("orvo x11 events", [this] { readWhileIdle(); }); });
+}
+
+// While captures read the events this thread only looks after the time; while nothing happens it waits for the socket.
+void Server::readWhileIdle() {
+    std::unique_lock lock(mutex_);
+    const auto isDue = [this] { return connection_->silent() || Clock::now() >= lastRead_ + idleLimit_.load(); };
+    while (connection_ && (connection_->silent() || !connection_->lost())) {
+        const auto connection = connection_;
+        const bool waits = isDue();
+        const auto due = lastRead_ + idleLimit_.load();
+        lock.unlock();
+        pollfd socket{connection->descriptor(), POLLIN, 0};
+        if (waits)
+            poll(&socket, 1, -1);
+        else
+            std::this_thread::sleep_until(due);
+        lock.lock();
+        if (waits && connection_ && isDue()) readEvents();
+    }
+    hasReader_ = false;
 }
 
 void Server::add(EventHandler& handler) {
@@ -85,12 +128,12 @@ void Server::close() {
 }
 
 Server& desktopServer() {
-    static Server& server = *new Server;
+    static Server& server = *new Server(true);
     return server;
 }
 
 Server& pictureServer() {
-    static Server& server = *new Server;
+    static Server& server = *new Server(false);
     return server;
 }
 

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "ScreenCapture/platform/x11/atoms.h"
@@ -28,8 +29,18 @@ class EventHandler {
 };
 
 // Lives as long as the process; any thread. Connects at the first use, and again once the connection is lost.
+//
+//      lost ------ connected -----> up ------ an answer is late -----> hung
+//        ^                          | ^                                 |
+//        +---- connection closed ---+ +---- the late answer comes ------+
+//
+// A server that is hung is so for both connections, and nobody waits for it: each use looks whether it has answered.
 class Server {
   public:
+    enum class State { lost, up, hung };
+    // readsWhileIdle: events are read also while nobody uses the server, by a thread that wakes up for nothing else.
+    explicit Server(bool readsWhileIdle) : readsWhileIdle_(readsWhileIdle) {}
+
     // Holds the server while it lives: for one exchange. Waits for another thread's exchange, at most two seconds. On
     // entry it reads what events have arrived. One thread holds no two of them for one server.
     //     if (Server::Use x = desktopServer().use()) x->await<...>(...);
@@ -41,6 +52,8 @@ class Server {
 
         // False: nobody to ask, as there is no server or it does not answer. May become so at any wait.
         explicit operator bool() const { return connection_ && !connection_->lost(); }
+        // Hung also while another thread's exchange takes too long.
+        State state() const;
         Connection* operator->() const { return connection_.get(); }
         Connection& operator*() const { return *connection_; }
         // For objects on the server, which must not outlive their connection.
@@ -62,24 +75,34 @@ class Server {
 
     Use use() { return Use(*this); }
 
-    // Another number for each connection, 0 before the first: what was made on the server under an older number is
-    // gone.
+    // Another number for each connection, 0 without one: what was made on the server under an older number is gone.
     uint64_t epoch() const { return epoch_; }
 
     // A handler gets events from add() until remove() has returned. Both may be called while the server is in use.
     void add(EventHandler& handler);
     void remove(EventHandler& handler);
 
+    // How long events may lie unread while nobody uses the server.
+    void readWithin(std::chrono::milliseconds limit) { idleLimit_ = limit; }
+
     // Closes the connection until the next use, after what others are doing with it.
     void close();
 
   private:
+    void readEvents(Connection& x);
+    bool readEvents();
     bool connect();
-    void dispatch(const Connection& x, const xcb_generic_event_t& event);
+    void startReader();
+    void readWhileIdle();
 
+    const bool readsWhileIdle_;
     std::timed_mutex mutex_;
     std::shared_ptr<Connection> connection_;
+    std::optional<Connecting> connecting_;
     Atoms atoms_;
+    std::chrono::steady_clock::time_point lastRead_;
+    bool hasReader_ = false;
+    std::atomic<std::chrono::milliseconds> idleLimit_{std::chrono::milliseconds(500)};
     std::atomic<uint64_t> epoch_ = 0;
     std::mutex handlersMutex_;
     std::vector<EventHandler*> handlers_;

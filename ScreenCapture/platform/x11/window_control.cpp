@@ -9,7 +9,7 @@
 
 #include "ScreenCapture/platform/version.h"
 #include "ScreenCapture/platform/x11/applications.h"
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/server.h"
 
 namespace orvo::platform::x11 {

@@ -112,11 +112,7 @@ std::array<xcb_atom_t, WindowFacts::kProperties> WindowFacts::interesting(const 
 
 void WindowFacts::askProperties(Connection& x, const Atoms& atoms, xcb_window_t window) {
     if (propertiesKnown_ || awaitsProperties_) return;
-    if (!std::exchange(selected_, true)) {
-        const uint32_t events =
-            XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_FOCUS_CHANGE;
-        xcb_change_window_attributes(x.raw(), window, XCB_CW_EVENT_MASK, &events);
-    }
+    x.select(window, XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_FOCUS_CHANGE);
     const auto names = interesting(atoms);
     for (size_t i = 0; i < kProperties; ++i)
         properties_[i] =
@@ -159,6 +155,11 @@ bool WindowFacts::propertyChanged(const Atoms& atoms, xcb_atom_t atom) {
     if (atom == XCB_ATOM_NONE || std::find(names.begin(), names.end(), atom) == names.end()) return false;
     propertiesKnown_ = false;
     return true;
+}
+
+void WindowFacts::invalidate() {
+    propertiesKnown_ = shapeKnown_ = awaitsProperties_ = awaitsShape_ = pidAsked = false;
+    place_ = {};
 }
 
 void WindowFacts::askShape(Connection& x, xcb_window_t window) {

@@ -33,11 +33,14 @@ class WindowFacts {
     void readGeometry(Connection& x);
     const Geometry& geometry() const { return geometry_; }
 
-    // Properties are asked for again only after they have changed. Selects the events that tell.
+    // Properties are asked for again only after they have changed. Selects the window's events, so that what changes
+    // after any later question is reported.
     void askProperties(Connection& x, const Atoms& atoms, xcb_window_t window);
     void readProperties(Connection& x, const Atoms& atoms);
     // False for a property that nobody here is interested in.
     bool propertyChanged(const Atoms& atoms, xcb_atom_t atom);
+    // Nothing that was asked for has an answer.
+    void invalidate();
     bool hasState() const { return state_ > 0; }  // a client that its manager has taken on
 
     // The bounding shape, kept until it or the size changes.
@@ -63,7 +66,6 @@ class WindowFacts {
     bool isMinimized(const RootFacts& root) const;
     PixelRect boundsWhenShown(bool isShown);
 
-    bool selected_ = false;
     bool propertiesKnown_ = false;
     bool shapeKnown_ = false;
     bool awaitsProperties_ = false;

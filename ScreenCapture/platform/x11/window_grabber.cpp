@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/window_facts.h"
 
 namespace orvo::platform::x11 {

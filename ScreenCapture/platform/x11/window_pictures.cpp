@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/window_facts.h"
 
 namespace orvo::platform::x11 {

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "ScreenCapture/platform/x11/applications.h"
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/display_picture.h"
 #include "ScreenCapture/platform/x11/server.h"
 #include "ScreenCapture/platform/x11/window_grabber.h"

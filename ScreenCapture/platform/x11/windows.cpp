@@ -4,13 +4,14 @@
 #include <xcb/shape.h>
 
 #include <algorithm>
+#include <chrono>
 #include <iterator>
 #include <unordered_map>
 
 #include "ScreenCapture/platform/software/region.h"
 #include "ScreenCapture/platform/version.h"
 #include "ScreenCapture/platform/x11/atoms.h"
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/hidden_applications.h"
 #include "ScreenCapture/platform/x11/root_facts.h"
 #include "ScreenCapture/platform/x11/window_facts.h"
@@ -33,25 +34,29 @@ xcb_window_t ownerOf(Connection& x, xcb_window_t window) {
     return window & ~xcb_get_setup(x.raw())->resource_id_mask;
 }
 
-class WindowPart final : public ModelPart {
+class WindowPart final : public DesktopPart {
   public:
-    uint32_t rootEvents() const override { return XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE; }
     void attach(Connection& x) override {
+        x.select(x.root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE);
         atoms_ = Atoms::of(x);
         known_.clear();
         processes_.clear();
         root_ = {};
         mustAsk_ = true;
     }
-    // What an order has changed is in the next snapshot.
-    bool takeStale() override { return takeHidingOrders(); }
-    bool handle(Connection& x, const xcb_generic_event_t& event) override;
+    void invalidate() override {
+        for (auto& [window, facts] : known_) facts.invalidate();
+        mustAsk_ = true;
+    }
+    bool isOutdated() override;
+    bool handle(const Connection& x, const xcb_generic_event_t& event) override;
     void refresh(Connection& x, Desktop& next) override;
 
   private:
-    bool makesStale(Connection& x, const xcb_generic_event_t& event);
+    bool makesStale(const Connection& x, const xcb_generic_event_t& event);
     bool isMove(const xcb_configure_notify_event_t& notify) const;
     void applyMoves(Desktop& next);
+    void publish(std::shared_ptr<WindowList> list, Desktop& next);
     bool noteFocus(const xcb_focus_in_event_t& event);
     void askTopLevels(Connection& x);
     void readTopLevels(Connection& x);
@@ -76,13 +81,14 @@ class WindowPart final : public ModelPart {
     std::unordered_map<xcb_window_t, WindowFacts> known_;
     std::vector<Process> processes_;
     uint64_t mappings_ = 0;
-    bool mustAsk_ = true;                                                   // something other than a move has happened
+    std::chrono::steady_clock::time_point hiddenUntil_;  // when some application may count as hidden no longer
+    bool mustAsk_ = true;                                // something other than a move has happened
     std::unordered_map<xcb_window_t, xcb_configure_notify_event_t> moves_;  // of top-level windows since the last list
     std::vector<TopLevel> tops_;  // back to front, of the refresh that runs, or the last one
 };
 
 // A top-level window that only goes elsewhere, as when it is dragged, takes the server no question.
-bool WindowPart::handle(Connection& x, const xcb_generic_event_t& event) {
+bool WindowPart::handle(const Connection& x, const xcb_generic_event_t& event) {
     if ((event.response_type & 0x7F) == XCB_CONFIGURE_NOTIFY) {
         // What a manager sends beside the server's own word says nothing new.
         if ((event.response_type & 0x80) != 0) return false;
@@ -125,8 +131,20 @@ void WindowPart::applyMoves(Desktop& next) {
         known_[window.number].move(dx, dy);
     }
     moves_.clear();
-    list->hidden = hiddenApplications(*list);
-    next.windows = std::move(list);
+    publish(std::move(list), next);
+}
+
+// The one place where the snapshot gets a list.
+void WindowPart::publish(std::shared_ptr<WindowList> list, Desktop& next) {
+    list->hidden = hiddenApplications(*list, hiddenUntil_);
+    if (*list != *next.windows) next.windows = std::move(list);
+}
+
+// An order is in the next snapshot. What holds for some time only ends with a snapshot of its own.
+bool WindowPart::isOutdated() {
+    const auto now = std::chrono::steady_clock::now();
+    if (root_.changesBy() <= now) mustAsk_ = true;
+    return takeHidingOrders() || hiddenUntil_ <= now || mustAsk_;
 }
 
 // The keys of a client go to the client, to a window inside it, or have gone there without regard to the pointer. What
@@ -139,7 +157,7 @@ bool WindowPart::noteFocus(const xcb_focus_in_event_t& event) {
     return true;
 }
 
-bool WindowPart::makesStale(Connection& x, const xcb_generic_event_t& event) {
+bool WindowPart::makesStale(const Connection& x, const xcb_generic_event_t& event) {
     const uint8_t type = event.response_type & 0x7F;
     const auto known = [&](xcb_window_t window) {
         const auto found = known_.find(window);
@@ -194,8 +212,8 @@ void WindowPart::askTopLevels(Connection& x) {
     }
     root_.askCheck(x, atoms_);
     for (const xcb_window_t client : root_.clients) {
-        known_[client].askGeometry(x, client);
         known_[client].askProperties(x, atoms_, client);
+        known_[client].askGeometry(x, client);
     }
 }
 
@@ -263,8 +281,8 @@ void WindowPart::findClients(Connection& x) {
         if (!mayFrame(top)) continue;
         known_[top.window].askProperties(x, atoms_, top.window);
         for (const xcb_window_t child : top.children) {
-            known_[child].askGeometry(x, child);
             known_[child].askProperties(x, atoms_, child);
+            known_[child].askGeometry(x, child);
         }
     }
     for (TopLevel& top : tops_) {
@@ -397,10 +415,9 @@ void WindowPart::refresh(Connection& x, Desktop& next) {
     readDetails(x, *list);
     noteActive(x, *list);
     noteProcesses(*list);
-    list->hidden = hiddenApplications(*list);
     list->mappings = mappings_;
     std::erase_if(known_, [](const auto& each) { return !each.second.geometry().exists; });
-    if (!x.lost()) next.windows = std::move(list);
+    if (!x.lost()) publish(std::move(list), next);
 }
 
 }  // namespace
@@ -421,8 +438,7 @@ int32_t WindowList::activeProcess() const {
 }
 
 bool WindowList::isHidden(int32_t pid) const {
-    const auto now = std::chrono::steady_clock::now();
-    return std::any_of(hidden.begin(), hidden.end(), [=](auto& each) { return each.pid == pid && now < each.until; });
+    return contains(hidden, pid);
 }
 
 xcb_window_t WindowList::frameOf(xcb_window_t client) const {
@@ -454,7 +470,7 @@ int32_t layerOf(WindowType type, bool keptAbove) {
     }
 }
 
-std::unique_ptr<ModelPart> makeWindowPart() {
+std::unique_ptr<DesktopPart> makeWindowPart() {
     return std::make_unique<WindowPart>();
 }
 

@@ -3,7 +3,6 @@
 
 #include <xcb/xcb.h>
 
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -14,7 +13,7 @@
 
 namespace orvo::platform::x11 {
 
-class ModelPart;
+class DesktopPart;
 
 // By purpose; menu: menus, tooltips, notifications and what else floats above everything for a moment.
 enum class WindowType { none, normal, dialog, desktop, dock, menu, other };
@@ -48,6 +47,7 @@ struct DesktopWindow {
     std::string instance;   // WM_CLASS
     std::string className;  // WM_CLASS
     std::string machine;    // WM_CLIENT_MACHINE
+    bool operator==(const DesktopWindow&) const = default;
 };
 
 // Whoever owns a window that is listed.
@@ -56,24 +56,20 @@ struct Process {
     // Instance and class of its windows, the first window by number first. Kept while none of its windows tells them.
     std::vector<std::pair<std::string, std::string>> classes;
     std::string name;  // what the system calls it, or its machine; empty when that is unknown
-};
-
-// An application that is hidden as a whole, at most until the time.
-struct HiddenApplication {
-    int32_t pid = 0;
-    std::chrono::steady_clock::time_point until;
+    bool operator==(const Process&) const = default;
 };
 
 struct WindowList {
     std::vector<DesktopWindow> all;  // front to back, those that are not on screen at their place in the stack
     std::vector<Process> processes;  // in the order in which they appeared
-    std::vector<HiddenApplication> hidden;
-    xcb_window_t active = 0;      // the client that has the focus; 0 without one
-    xcb_pixmap_t background = 0;  // what the root shows; 0 when nobody says, or it is no pixmap of the root's depth
-    PixelRect root;               // the root window, at the origin
-    uint64_t mappings = 0;        // the last number of a mapped frame
-    bool hasManager = false;      // a window manager runs
-    bool keepsHints = false;      // and it keeps the common hints
+    std::vector<int32_t> hidden;     // processes whose application is hidden as a whole
+    xcb_window_t active = 0;         // the client that has the focus; 0 without one
+    xcb_pixmap_t background = 0;     // what the root shows; 0 when nobody says, or it is no pixmap of the root's depth
+    PixelRect root;                  // the root window, at the origin
+    uint64_t mappings = 0;           // the last number of a mapped frame
+    bool hasManager = false;         // a window manager runs
+    bool keepsHints = false;         // and it keeps the common hints
+    bool operator==(const WindowList&) const = default;
 
     const DesktopWindow* find(xcb_window_t number) const;
     const Process* process(int32_t pid) const;
@@ -87,6 +83,6 @@ struct WindowList {
 // How far in front a window is kept.
 int32_t layerOf(WindowType type, bool keptAbove);
 
-std::unique_ptr<ModelPart> makeWindowPart();
+std::unique_ptr<DesktopPart> makeWindowPart();
 
 }  // namespace orvo::platform::x11

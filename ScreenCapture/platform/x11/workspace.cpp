@@ -11,7 +11,7 @@
 #include "ScreenCapture/platform/linux/icon_files.h"
 #include "ScreenCapture/platform/software/bitmap.h"
 #include "ScreenCapture/platform/x11/applications.h"
-#include "ScreenCapture/platform/x11/desktop_model.h"
+#include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/hidden_applications.h"
 #include "ScreenCapture/platform/x11/properties.h"
 #include "ScreenCapture/platform/x11/server.h"

@@ -97,7 +97,7 @@ void Host::listenTo(OrvoCaptureSettings& settings) {
 }
 
 void Host::note(const std::string& event) {
-    EXPECT_EQ(platform::OneLook::current(), nullptr);  // the host sees the desktop as it is
+    EXPECT_EQ(platform::SnapshotScope::current(), nullptr);  // the host sees the desktop as it is
     desktop().gate.record(kHost, event);
     if (during) during(event);
 }
