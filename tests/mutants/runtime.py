@@ -18,7 +18,6 @@ MUTANTS = [
     (X + "orvofe.cpp", "    to.handler->AddRef();\n    to.target(to.handler, fd, events);\n    to.handler->Release();",
      "    to.target(to.handler, fd, events);"),
     (X + "orvofe.cpp", "if (result != 0) CFECallbackWraper::FERelease(nullptr, 0, to);", ""),
-    (X + "orvofe.cpp", "nanoseconds = std::min({nanoseconds, left * 1000, kMaxDeadlineWait});", "nanoseconds = std::min(nanoseconds, kMaxDeadlineWait);"),
     (X + "orvofe.cpp", "if (item.release == CFECallbackWraper::FERelease) item", "if (item.release) item"),
     (X + "orvoio.cpp", "if (to != nullptr && same_file(from, to)) return false;", ""),
     (X + "orvoio.cpp", "        if (std::ferror(from_file.get()) != 0) return false;\n", ""),

@@ -332,7 +332,7 @@ TEST_F(LogThread, TheLatestLinesWaitForItsStart) {
     init(5242880);
     for (int n = 0; n < 3000; ++n) syslog_ex(1, 3, "SC", 1, "%0900d %d", 0, n);
     task_.Start();
-    flush_log();
+    end();
     const std::string file = plain(0);
     int dropped = -1;
     ASSERT_EQ(sscanf(file.c_str(), "*** lines dropped, because too many waited: %d\n", &dropped), 1);
