@@ -94,19 +94,27 @@ Attribute applicationAttribute(const WindowList& windows, int32_t pid, std::stri
     return failure(kAttributeUnsupported);
 }
 
-bool setMinimized(xcb_window_t window, bool minimized) {
-    const bool sent = minimized ? minimizeWindow(window) : restoreWindow(window);
-    return sent && awaitWindows([=](const WindowList& windows) {
-               const DesktopWindow* now = windows.find(window);
-               return now && now->minimized == minimized;
-           });
+// Sends an order, then waits until the window is as it was wanted.
+template <typename Send, typename Test>
+bool order(xcb_window_t number, Send send, Test isDone) {
+    if (const Server::Use x = desktopServer().use(); !x || !send(x)) return false;
+    return awaitWindows([=](const WindowList& windows) {
+        const DesktopWindow* window = windows.find(number);
+        return window && isDone(*window);
+    });
 }
 
-bool makeFullScreen(xcb_window_t window, bool fullScreen) {
-    return setFullScreen(window, fullScreen) && awaitWindows([=](const WindowList& windows) {
-               const DesktopWindow* now = windows.find(window);
-               return now && now->fullScreen == fullScreen;
-           });
+bool setMinimized(const WindowList& windows, xcb_window_t number, bool minimized) {
+    if (minimized && !windows.hasManager) return false;
+    return order(
+        number, [=](const Server::Use& x) { return minimized ? minimizeWindow(x, number) : restoreWindow(x, number); },
+        [=](const DesktopWindow& window) { return window.minimized == minimized; });
+}
+
+bool makeFullScreen(xcb_window_t number, bool fullScreen) {
+    return order(
+        number, [=](const Server::Use& x) { return setFullScreen(x, number, fullScreen); },
+        [=](const DesktopWindow& window) { return window.fullScreen == fullScreen; });
 }
 
 }  // namespace
@@ -153,7 +161,8 @@ int32_t X11Accessibility::setAttribute(const ElementRef& element, const char* na
     const std::string_view attribute = name;
     if (attribute == "AXMain")
         return !*wanted ? kIllegalArgument : activateWindow(asked.window) ? 0 : kErrorCannotComplete;
-    if (attribute == "AXMinimized") return setMinimized(asked.window, *wanted) ? 0 : kErrorCannotComplete;
+    if (attribute == "AXMinimized")
+        return setMinimized(*desktop->windows, asked.window, *wanted) ? 0 : kErrorCannotComplete;
     if (attribute == "AXFullScreen") return makeFullScreen(asked.window, *wanted) ? 0 : kErrorCannotComplete;
     return kAttributeUnsupported;
 }

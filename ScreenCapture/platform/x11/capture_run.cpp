@@ -5,6 +5,7 @@
 
 #include "ScreenCapture/platform/software/region.h"
 #include "ScreenCapture/platform/x11/desktop.h"
+#include "ScreenCapture/platform/x11/server.h"
 
 namespace orvo::platform::x11 {
 
@@ -85,6 +86,8 @@ software::FrameResult CaptureRun::lost() const {
 }
 
 std::unique_ptr<software::DisplaySource> openDisplaySource(NoImage& why) {
+    constexpr std::chrono::milliseconds kPatience{250};
+    desktopServer().use(kPatience);
     auto connection = Connection::open();
     if (!connection) {
         why = whyUnreachable();

@@ -11,7 +11,7 @@
 #include "ScreenCapture/platform/software/region.h"
 #include "ScreenCapture/platform/x11/frame_pool.h"
 #include "ScreenCapture/platform/x11/redirected_window.h"
-#include "ScreenCapture/platform/x11/windows.h"
+#include "ScreenCapture/platform/x11/window_list.h"
 
 namespace orvo::platform::x11 {
 

@@ -3,19 +3,7 @@
 
 #include <poll.h>
 #include <pthread.h>
-#include <sys/socket.h>
-#include <xcb/bigreq.h>
-#include <xcb/composite.h>
-#include <xcb/damage.h>
-#include <xcb/randr.h>
-#include <xcb/render.h>
-#include <xcb/res.h>
-#include <xcb/shape.h>
-#include <xcb/shm.h>
-#include <xcb/sync.h>
 #include <xcb/xcbext.h>
-#include <xcb/xfixes.h>
-#include <xcb/xinput.h>
 
 #include <atomic>
 #include <cerrno>
@@ -64,12 +52,6 @@ xcb_screen_t* screenOf(xcb_connection_t* connection, int number) {
 std::string displayName() {
     const char* const name = getenv("DISPLAY");
     return name ? name : "";
-}
-
-bool isLocal(int descriptor) {
-    sockaddr_storage address{};
-    socklen_t length = sizeof(address);
-    return getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) == 0 && address.ss_family == AF_UNIX;
 }
 
 }  // namespace
@@ -181,7 +163,11 @@ Connection::Connection(xcb_connection_t* raw, int screenNumber) : raw_(raw) {
     lost_ = xcb_connection_has_error(raw_) != 0;
     if (lost_) return;
     screen_ = screenOf(raw_, screenNumber);
-    lost_ = !screen_ || !findExtensions() || !greetExtensions();
+    lost_ = !screen_ || !queryExtensions(*this, extensions_, formats_);
+    if (lost_) return;
+    constexpr std::string_view kRepaintRequest = "_ORVO_REPAINT_REQUEST";
+    const auto atom = xcb_intern_atom(raw_, 0, kRepaintRequest.size(), kRepaintRequest.data());
+    if (const auto answer = await<xcb_intern_atom_reply_t>(atom.sequence)) repaintRequest_ = answer->atom;
 }
 
 Connection::~Connection() {
@@ -192,72 +178,6 @@ Connection::~Connection() {
 
 int Connection::descriptor() const {
     return xcb_get_file_descriptor(raw_);
-}
-
-// Asked for all at once, and known before any extension is used: xcb itself would ask and wait without a limit.
-bool Connection::findExtensions() {
-    struct Wanted {
-        xcb_extension_t* id;
-        uint8_t* opcode;
-        uint8_t* firstEvent;
-    };
-    uint8_t unused = 0;
-    auto& found = extensions_;
-    const Wanted wanted[] = {{&xcb_shm_id, &found.shm, &unused},
-                             {&xcb_xfixes_id, &found.xfixes, &found.xfixesEvent},
-                             {&xcb_damage_id, &found.damage, &found.damageEvent},
-                             {&xcb_render_id, &found.render, &unused},
-                             {&xcb_composite_id, &found.composite, &unused},
-                             {&xcb_randr_id, &found.randr, &found.randrEvent},
-                             {&xcb_shape_id, &found.shape, &found.shapeEvent},
-                             {&xcb_input_id, &found.input, &unused},
-                             {&xcb_res_id, &found.res, &unused},
-                             {&xcb_sync_id, &found.sync, &found.syncEvent}};
-    for (const auto& extension : wanted) xcb_prefetch_extension_data(raw_, extension.id);
-    xcb_prefetch_extension_data(raw_, &xcb_big_requests_id);
-    if (!sync()) return false;
-    for (const auto& extension : wanted) {
-        const auto* data = xcb_get_extension_data(raw_, extension.id);
-        if (!data || !data->present) continue;
-        *extension.opcode = data->major_opcode;
-        *extension.firstEvent = data->first_event;
-    }
-    return true;
-}
-
-// Several extensions have to be told a version before anything else. One wait for all answers.
-bool Connection::greetExtensions() {
-    auto& found = extensions_;
-    xcb_prefetch_maximum_request_length(raw_);
-    if (found.xfixes) xcb_discard_reply(raw_, xcb_xfixes_query_version(raw_, 5, 0).sequence);
-    if (found.damage) xcb_discard_reply(raw_, xcb_damage_query_version(raw_, 1, 1).sequence);
-    if (found.render) xcb_discard_reply(raw_, xcb_render_query_version(raw_, 0, 11).sequence);
-    if (found.composite) xcb_discard_reply(raw_, xcb_composite_query_version(raw_, 0, 4).sequence);
-    if (found.input) xcb_discard_reply(raw_, xcb_input_xi_query_version(raw_, 2, 2).sequence);
-    if (found.sync) xcb_discard_reply(raw_, xcb_sync_initialize(raw_, 3, 1).sequence);
-    const unsigned randr = found.randr ? xcb_randr_query_version(raw_, 1, 5).sequence : 0;
-    const unsigned shm = found.shm ? xcb_shm_query_version(raw_).sequence : 0;
-    constexpr std::string_view kRepaintRequest = "_ORVO_REPAINT_REQUEST";
-    const unsigned atom = xcb_intern_atom(raw_, 0, kRepaintRequest.size(), kRepaintRequest.data()).sequence;
-    const unsigned formats = found.render ? xcb_render_query_pict_formats(raw_).sequence : 0;
-    if (!sync()) return false;
-    if (found.randr) {
-        const auto version = await<xcb_randr_query_version_reply_t>(randr);
-        if (!version || (version->major_version == 1 && version->minor_version < 5)) found.randr = 0;
-    }
-    if (found.shm) {
-        const auto version = await<xcb_shm_query_version_reply_t>(shm);
-        const bool byDescriptor = version && (version->major_version > 1 || version->minor_version >= 2);
-        found.sharedMemory = byDescriptor && isLocal(descriptor());
-        found.sharedPixmaps = found.sharedMemory && version->shared_pixmaps;
-    }
-    if (found.render) {
-        const auto answer = await<xcb_render_query_pict_formats_reply_t>(formats);
-        if (answer && xcb_get_setup(raw_)->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST)
-            formats_ = formatsIn(*answer, screen_->root_visual);
-    }
-    if (const auto answer = await<xcb_intern_atom_reply_t>(atom)) repaintRequest_ = answer->atom;
-    return !lost_;
 }
 
 bool Connection::waitReadable(SteadyClock::time_point until) {

@@ -13,7 +13,7 @@
 #include <unordered_map>
 
 #include "ScreenCapture/platform/image.h"
-#include "ScreenCapture/platform/x11/picture_formats.h"
+#include "ScreenCapture/platform/x11/extensions.h"
 
 namespace orvo::platform::x11 {
 
@@ -51,15 +51,6 @@ class PipeGuard {
     bool blocks_ = false;
     sigset_t before_{};
     sigset_t blocked_{};  // those that were not blocked before
-};
-
-// What the server offers beside the core protocol, each 0 when it does not.
-struct Extensions {
-    uint8_t shm = 0, xfixes = 0, damage = 0, render = 0, composite = 0, randr = 0, shape = 0, input = 0, res = 0,
-            sync = 0;
-    uint8_t xfixesEvent = 0, damageEvent = 0, randrEvent = 0, shapeEvent = 0, syncEvent = 0;  // first event of each
-    bool sharedPixmaps = false;  // memory given by descriptor can back pixmaps
-    bool sharedMemory = false;   // memory can be given by descriptor
 };
 
 // For one thread at a time. Requests go through raw(); what needs an answer is awaited by its sequence number:
@@ -122,8 +113,6 @@ class Connection {
     uint64_t eventCount() const { return eventCount_; }
 
   private:
-    bool findExtensions();
-    bool greetExtensions();
     void* awaitReply(unsigned sequence);
     bool waitReadable(std::chrono::steady_clock::time_point until);
 

@@ -19,7 +19,7 @@ constexpr std::chrono::milliseconds kObservedLimit{10};  // while somebody obser
 
 using Parts = std::array<std::unique_ptr<DesktopPart>, 3>;
 Parts makeParts() {
-    return {makeMonitorPart(), makeWindowPart(), makeCursorPart()};
+    return {makeMonitorPart(), makeWindowListPart(), makeCursorPart()};
 }
 
 class Facts final : public EventHandler {

@@ -13,7 +13,7 @@
 #include "ScreenCapture/platform/pointer.h"
 #include "ScreenCapture/platform/x11/monitors.h"
 #include "ScreenCapture/platform/x11/server.h"
-#include "ScreenCapture/platform/x11/windows.h"
+#include "ScreenCapture/platform/x11/window_list.h"
 
 namespace orvo::platform::x11 {
 

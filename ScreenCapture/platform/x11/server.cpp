@@ -23,8 +23,17 @@ constexpr std::chrono::milliseconds kReadInterval{4};
 
 }  // namespace
 
-Server::Use::Use(Server& server) : server_(server), lock_(server.mutex_, kLockLimit) {
-    if (lock_ && (server_.readEvents() || server_.connect())) connection_ = server_.connection_;
+Server::Use::Use(Server& server, std::chrono::milliseconds patience)
+    : server_(server), lock_(server.mutex_, kLockLimit) {
+    const auto until = Clock::now() + patience;
+    while (lock_ && !connection_) {
+        if (server_.readEvents() || server_.connect()) connection_ = server_.connection_;
+        const bool mayAnswer = !connection_ && server_.connection_ && server_.connection_->silent();
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
+        if (!mayAnswer || left <= 0) break;
+        pollfd socket{server_.connection_->descriptor(), POLLIN, 0};
+        poll(&socket, 1, static_cast<int>(left));
+    }
 }
 
 Server::State Server::Use::state() const {

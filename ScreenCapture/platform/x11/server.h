@@ -46,7 +46,7 @@ class Server {
     //     if (Server::Use x = desktopServer().use()) x->await<...>(...);
     class Use {
       public:
-        explicit Use(Server& server);
+        explicit Use(Server& server, std::chrono::milliseconds patience);
         Use(const Use&) = delete;
         Use& operator=(const Use&) = delete;
 
@@ -73,7 +73,8 @@ class Server {
         std::shared_ptr<Connection> connection_;
     };
 
-    Use use() { return Use(*this); }
+    // patience: how long a server that hangs is given to answer again; for what is not tried once more by itself.
+    Use use(std::chrono::milliseconds patience = {}) { return Use(*this, patience); }
 
     // Another number for each connection, 0 without one: what was made on the server under an older number is gone.
     uint64_t epoch() const { return epoch_; }

@@ -5,7 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <mutex>
-#include <thread>
 
 #include "ScreenCapture/platform/version.h"
 #include "ScreenCapture/platform/x11/applications.h"
@@ -20,12 +19,17 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kManagerLimit{200};
 constexpr std::chrono::milliseconds kLateManagerLimit{20};
 constexpr std::chrono::milliseconds kLateTime{400};  // for that long a manager counts as late
-constexpr std::chrono::milliseconds kLookAgain{4};
-constexpr int kMaxDialogs = 8;      // above each other
-constexpr uint32_t kFromPager = 2;  // the source of an order that the user gave
+constexpr int kMaxDialogs = 8;                       // above each other
+constexpr uint32_t kFromPager = 2;                   // the source of an order that the user gave
+
+bool isSent(const Server::Use& x) {
+    if (x) x->flush();
+    return static_cast<bool>(x);
+}
 
 bool send(const Server::Use& x, xcb_window_t receiver, xcb_window_t window, uint32_t mask, xcb_atom_t type,
           const std::array<uint32_t, 5>& data) {
+    if (!x) return false;
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
@@ -33,18 +37,12 @@ bool send(const Server::Use& x, xcb_window_t receiver, xcb_window_t window, uint
     message.type = type;
     for (size_t i = 0; i < data.size(); ++i) message.data.data32[i] = data[i];
     xcb_send_event(x->raw(), 0, receiver, mask, reinterpret_cast<const char*>(&message));
-    x->flush();
-    return !x->lost();
+    return isSent(x);
 }
 
-bool tellManager(const Server::Use& x, xcb_window_t window, xcb_atom_t type, const std::array<uint32_t, 5>& data) {
-    return send(x, x->root(), window, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY, type,
-                data);
-}
-
-bool hasManager() {
-    const auto desktop = latestDesktop();
-    return desktop && desktop->windows->hasManager;
+bool sendToManager(const Server::Use& x, xcb_window_t window, xcb_atom_t type, const std::array<uint32_t, 5>& data) {
+    return x && send(x, x->root(), window, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                     type, data);
 }
 
 // The window that was last activated. It counts as the last active one of its process from the order on:
@@ -97,16 +95,9 @@ bool hasFocus(const WindowList& windows, xcb_window_t number) {
     return holder && pid == wanted->pid;
 }
 
-void raise(const Server::Use& x, xcb_window_t window) {
-    const uint32_t above = XCB_STACK_MODE_ABOVE;
-    xcb_configure_window(x->raw(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
-}
-
-bool raiseAndFocus(xcb_window_t window) {
-    const Server::Use x = desktopServer().use();
-    if (!x) return false;
-    raise(x, window);
-    return x->succeeded(xcb_set_input_focus_checked(x->raw(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME));
+bool raiseAndFocus(Server::Use& x, xcb_window_t window) {
+    return raiseWindow(x, window) &&
+           x->succeeded(xcb_set_input_focus_checked(x->raw(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME));
 }
 
 }  // namespace
@@ -115,26 +106,30 @@ bool awaitWindows(const std::function<bool(const WindowList&)>& condition) {
     static std::atomic<Clock::time_point> lateSince{Clock::time_point{}};
     const auto start = Clock::now();
     const auto until = start + (start - lateSince.load() < kLateTime ? kLateManagerLimit : kManagerLimit);
+    Server::Use x = desktopServer().use();
     while (true) {
-        const auto desktop = latestDesktop();
-        if (!desktop) return false;
+        const auto desktop = latestDesktop(x);
+        if (!x || !desktop) return false;
         if (condition(*desktop->windows)) return true;
-        if (Clock::now() >= until) break;
-        std::this_thread::sleep_for(kLookAgain);
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now());
+        if (left.count() <= 0) break;
+        x.waitForEvent(left);
     }
     lateSince = Clock::now();
     return false;
 }
 
 bool activateWindow(xcb_window_t window) {
-    const auto desktop = latestDesktop();
-    if (!desktop) return false;
-    noteActivation(window);
-    if (!desktop->windows->keepsHints) return raiseAndFocus(window);
-    const xcb_window_t active = desktop->windows->active;
-    if (const Server::Use x = desktopServer().use();
-        !x || !tellManager(x, window, x.atoms().NET_ACTIVE_WINDOW, {kFromPager, XCB_CURRENT_TIME, active}))
-        return false;
+    {
+        Server::Use x = desktopServer().use();
+        const auto desktop = latestDesktop(x);
+        if (!x || !desktop) return false;
+        noteActivation(window);
+        if (!desktop->windows->keepsHints) return raiseAndFocus(x, window);
+        if (!sendToManager(x, window, x.atoms().NET_ACTIVE_WINDOW,
+                           {kFromPager, XCB_CURRENT_TIME, desktop->windows->active}))
+            return false;
+    }
     return awaitWindows([=](const WindowList& windows) { return hasFocus(windows, window); });
 }
 
@@ -146,38 +141,29 @@ bool activateProcess(int32_t pid) {
     return window && activateWindow(window->number);
 }
 
-bool raiseWindow(xcb_window_t window) {
-    const Server::Use x = desktopServer().use();
-    if (!x) return false;
-    raise(x, window);
-    x->flush();
-    return !x->lost();
+bool raiseWindow(const Server::Use& x, xcb_window_t window) {
+    const uint32_t above = XCB_STACK_MODE_ABOVE;
+    if (x) xcb_configure_window(x->raw(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    return isSent(x);
 }
 
-bool minimizeWindow(xcb_window_t window) {
+bool minimizeWindow(const Server::Use& x, xcb_window_t window) {
     constexpr uint32_t kIconicState = 3;
-    if (!hasManager()) return false;
-    const Server::Use x = desktopServer().use();
-    return x && tellManager(x, window, x.atoms().WM_CHANGE_STATE, {kIconicState});
+    return sendToManager(x, window, x.atoms().WM_CHANGE_STATE, {kIconicState});
 }
 
-bool restoreWindow(xcb_window_t window) {
-    const Server::Use x = desktopServer().use();
-    if (!x) return false;
-    xcb_map_window(x->raw(), window);
-    x->flush();
-    return !x->lost();
+bool restoreWindow(const Server::Use& x, xcb_window_t window) {
+    if (x) xcb_map_window(x->raw(), window);
+    return isSent(x);
 }
 
-bool setFullScreen(xcb_window_t window, bool fullScreen) {
-    const Server::Use x = desktopServer().use();
-    return x && tellManager(x, window, x.atoms().NET_WM_STATE,
-                            {fullScreen ? 1U : 0U, x.atoms().NET_WM_STATE_FULLSCREEN, 0, kFromPager});
+bool setFullScreen(const Server::Use& x, xcb_window_t window, bool fullScreen) {
+    return sendToManager(x, window, x.atoms().NET_WM_STATE,
+                         {fullScreen ? 1U : 0U, x.atoms().NET_WM_STATE_FULLSCREEN, 0, kFromPager});
 }
 
-bool askToClose(xcb_window_t window) {
-    const Server::Use x = desktopServer().use();
-    return x && send(x, window, window, XCB_EVENT_MASK_NO_EVENT, x.atoms().WM_PROTOCOLS, {x.atoms().WM_DELETE_WINDOW});
+bool requestClose(const Server::Use& x, xcb_window_t window) {
+    return send(x, window, window, XCB_EVENT_MASK_NO_EVENT, x.atoms().WM_PROTOCOLS, {x.atoms().WM_DELETE_WINDOW});
 }
 
 }  // namespace orvo::platform::x11

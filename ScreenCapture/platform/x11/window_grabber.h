@@ -6,7 +6,7 @@
 #include "ScreenCapture/platform/window_server.h"
 #include "ScreenCapture/platform/x11/compositor.h"
 #include "ScreenCapture/platform/x11/connection.h"
-#include "ScreenCapture/platform/x11/windows.h"
+#include "ScreenCapture/platform/x11/window_list.h"
 
 namespace orvo::platform::x11 {
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "ScreenCapture/platform/x11/desktop.h"
-#include "ScreenCapture/platform/x11/window_facts.h"
+#include "ScreenCapture/platform/x11/window_properties.h"
 
 namespace orvo::platform::x11 {
 namespace {

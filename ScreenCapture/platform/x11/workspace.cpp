@@ -12,7 +12,6 @@
 #include "ScreenCapture/platform/software/bitmap.h"
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/desktop.h"
-#include "ScreenCapture/platform/x11/hidden_applications.h"
 #include "ScreenCapture/platform/x11/properties.h"
 #include "ScreenCapture/platform/x11/server.h"
 #include "ScreenCapture/platform/x11/window_control.h"
@@ -51,7 +50,7 @@ std::optional<Picture> iconOfWindow(xcb_window_t window) {
     return software::pictureOf(bitmaps);
 }
 
-// Asks anew each time; remembers its process only.
+// Asks again each time; remembers its process only.
 class Application final : public RunningApplication {
   public:
     explicit Application(int32_t pid) : pid_(pid) {}
@@ -100,8 +99,9 @@ class Application final : public RunningApplication {
     bool activate(Activation how) override {
         const Windows windows(pid_);
         if (how == Activation::allWindows)
-            for (auto window = windows.list.rbegin(); window != windows.list.rend(); ++window)
-                if (!(*window)->minimized) raiseWindow((*window)->number);
+            windows.order([](const Server::Use& x, const DesktopWindow& window) {
+                return window.minimized || raiseWindow(x, window.number);
+            });
         return activateProcess(pid_);
     }
     bool hide() override { return hideApplication(pid_); }
@@ -109,9 +109,8 @@ class Application final : public RunningApplication {
 
     bool terminate() override {
         const Windows windows(pid_);
-        bool asked = !windows.list.empty();
-        for (const DesktopWindow* window : windows.list) asked &= askToClose(window->number);
-        return asked;
+        return windows.order(
+            [](const Server::Use& x, const DesktopWindow& window) { return requestClose(x, window.number); });
     }
     // Only a process that the server itself knows: a client may claim to be any.
     bool forceTerminate() override {
@@ -126,6 +125,14 @@ class Application final : public RunningApplication {
     struct Windows {
         explicit Windows(int32_t pid) : desktop(currentDesktop()) {
             if (desktop) list = windowsOfProcess(*desktop->windows, pid);
+        }
+        // Back to front. False when there is none, or one of them could not be sent its order.
+        template <typename Order>
+        bool order(Order send) const {
+            const Server::Use x = desktopServer().use();
+            bool isSent = !list.empty();
+            for (auto window = list.rbegin(); window != list.rend(); ++window) isSent &= send(x, **window);
+            return isSent;
         }
         std::shared_ptr<const Desktop> desktop;
         std::vector<const DesktopWindow*> list;

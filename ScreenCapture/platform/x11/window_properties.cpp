@@ -1,5 +1,5 @@
-// What is known of one window, and the requests that find it out.
-#include "ScreenCapture/platform/x11/window_facts.h"
+// Properties of windows and of the root window, and the requests that find them out.
+#include "ScreenCapture/platform/x11/window_properties.h"
 
 #include <unistd.h>
 #include <xcb/res.h>
@@ -13,9 +13,12 @@
 namespace orvo::platform::x11 {
 namespace {
 
-constexpr uint32_t kLongestProperty = 1024;  // in units of 4 bytes
-constexpr int kLargestShape = 4096;          // rectangles; more count as unshaped
-constexpr uint32_t kIconicState = 3;         // of WM_STATE
+constexpr uint32_t kMaxProperty = 1024;  // in units of 4 bytes
+constexpr int kMaxShape = 4096;          // rectangles; more count as unshaped
+constexpr uint32_t kIconicState = 3;     // of WM_STATE
+constexpr uint32_t kMaxNumbers = 4096;   // in a list of windows or atoms
+// Managers announce that the desktop is shown a little before or after they hide the windows, and its end likewise.
+constexpr std::chrono::milliseconds kShowDesktopTime{500};
 
 WindowType typeOf(const Atoms& atoms, const std::vector<uint32_t>& types) {
     const std::pair<xcb_atom_t, WindowType> known[] = {{atoms.NET_WM_WINDOW_TYPE_NORMAL, WindowType::normal},
@@ -38,7 +41,7 @@ WindowType typeOf(const Atoms& atoms, const std::vector<uint32_t>& types) {
 
 // Icons are large; that there is one is enough here.
 uint32_t longest(const Atoms& atoms, xcb_atom_t name) {
-    return name == atoms.NET_WM_ICON ? 0 : kLongestProperty;
+    return name == atoms.NET_WM_ICON ? 0 : kMaxProperty;
 }
 
 bool contains(const std::vector<uint32_t>& numbers, xcb_atom_t atom) {
@@ -50,7 +53,7 @@ bool contains(const std::vector<uint32_t>& numbers, xcb_atom_t atom) {
 std::vector<PixelRect> shapeOf(const xcb_shape_get_rectangles_reply_t* reply, const PixelRect& outer, int border) {
     std::vector<PixelRect> shape;
     const int count = reply ? xcb_shape_get_rectangles_rectangles_length(reply) : -1;
-    if (count < 0 || count > kLargestShape || std::max(outer.width, outer.height) > INT16_MAX) return shape;
+    if (count < 0 || count > kMaxShape || std::max(outer.width, outer.height) > INT16_MAX) return shape;
     const xcb_rectangle_t* rects = xcb_shape_get_rectangles_rectangles(reply);
     for (int i = 0; i < count; ++i)
         shape.push_back({rects[i].x + border, rects[i].y + border, rects[i].width, rects[i].height});
@@ -69,6 +72,103 @@ const std::string& hostName() {
 
 }  // namespace
 
+bool RootProperties::isInteresting(const Atoms& atoms, xcb_atom_t property) {
+    const xcb_atom_t all[] = {atoms.NET_CLIENT_LIST_STACKING,
+                              atoms.NET_CLIENT_LIST,
+                              atoms.NET_ACTIVE_WINDOW,
+                              atoms.NET_SUPPORTING_WM_CHECK,
+                              atoms.NET_SUPPORTED,
+                              atoms.NET_SHOWING_DESKTOP,
+                              atoms.XROOTPMAP_ID};
+    return property != XCB_ATOM_NONE && std::find(std::begin(all), std::end(all), property) != std::end(all);
+}
+
+void RootProperties::request(Connection& x, const Atoms& atoms) {
+    const auto property = [&](xcb_atom_t atom, uint32_t longs) {
+        return xcb_get_property(x.raw(), 0, x.root(), atom, XCB_ATOM_ANY, 0, longs).sequence;
+    };
+    sequences_ = {.tree = xcb_query_tree(x.raw(), x.root()).sequence,
+                  .attributes = xcb_get_window_attributes(x.raw(), x.root()).sequence,
+                  .geometry = xcb_get_geometry(x.raw(), x.root()).sequence,
+                  .focus = xcb_get_input_focus(x.raw()).sequence,
+                  .stacking = property(atoms.NET_CLIENT_LIST_STACKING, kMaxNumbers),
+                  .clients = property(atoms.NET_CLIENT_LIST, kMaxNumbers),
+                  .active = property(atoms.NET_ACTIVE_WINDOW, 1),
+                  .check = property(atoms.NET_SUPPORTING_WM_CHECK, 1),
+                  .background = property(atoms.XROOTPMAP_ID, 1),
+                  .supported = property(atoms.NET_SUPPORTED, kMaxNumbers),
+                  .showing = property(atoms.NET_SHOWING_DESKTOP, 1)};
+}
+
+bool RootProperties::receive(Connection& x, const Atoms& atoms) {
+    const auto numbers = [&](unsigned sequence, bool& exists) {
+        const auto reply = x.await<xcb_get_property_reply_t>(sequence);
+        exists |= reply && reply->type != XCB_ATOM_NONE;
+        return decodeNumbers(atoms.property(reply.get()));
+    };
+    bool any = false;
+    const auto first = [&](unsigned sequence, bool& exists) {
+        const std::vector<uint32_t> all = numbers(sequence, exists);
+        return all.empty() ? 0 : all.front();
+    };
+    const auto tree = x.await<xcb_query_tree_reply_t>(sequences_.tree);
+    const auto attributes = x.await<xcb_get_window_attributes_reply_t>(sequences_.attributes);
+    const auto geometry = x.await<xcb_get_geometry_reply_t>(sequences_.geometry);
+    const auto holder = x.await<xcb_get_input_focus_reply_t>(sequences_.focus);
+    listsClients = reportsActive = false;
+    clients = numbers(sequences_.stacking, listsClients);
+    inOrder = numbers(sequences_.clients, listsClients);
+    if (clients.empty()) clients = inOrder;
+    active = first(sequences_.active, reportsActive);
+    checkWindow = first(sequences_.check, any);
+    background = first(sequences_.background, any);
+    const std::vector<uint32_t> supported = numbers(sequences_.supported, any);
+    const bool showsDesktop = first(sequences_.showing, any) != 0;
+    if (!tree || !attributes || !geometry || !holder) return false;
+
+    const xcb_window_t* windows = xcb_query_tree_children(tree.get());
+    children.assign(windows, windows + xcb_query_tree_children_length(tree.get()));
+    // There is one redirecting client at most, and that is what makes it the manager.
+    hasManager = (attributes->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT) != 0;
+    area = {0, 0, geometry->width, geometry->height};
+    focus = holder->focus == XCB_INPUT_FOCUS_POINTER_ROOT ? XCB_NONE : holder->focus;
+    supportsHidden_ = contains(supported, atoms.NET_WM_STATE_HIDDEN);
+    const auto now = readAt_ = std::chrono::steady_clock::now();
+    if (showsDesktop && !showsDesktop_) showsDesktopSince_ = now;
+    if (!showsDesktop && showsDesktop_) showedDesktopUntil_ = now;
+    showsDesktop_ = showsDesktop;
+    return true;
+}
+
+void RootProperties::requestCheck(Connection& x, const Atoms& atoms) {
+    backgroundSize_ = xcb_get_geometry(x.raw(), background).sequence;
+    backgroundAttributes_ = xcb_get_window_attributes(x.raw(), background).sequence;
+    check_ = xcb_get_property(x.raw(), 0, checkWindow, atoms.NET_SUPPORTING_WM_CHECK, XCB_ATOM_ANY, 0, 1).sequence;
+}
+
+void RootProperties::receiveCheck(Connection& x, const Atoms& atoms) {
+    // The property outlives the pixmap, and may name anything; of a window its picture would show what is on screen.
+    const auto size = x.await<xcb_get_geometry_reply_t>(backgroundSize_);
+    const auto window = x.await<xcb_get_window_attributes_reply_t>(backgroundAttributes_);
+    if (!size || size->depth != x.screen()->root_depth || window) background = 0;
+    const auto check = x.await<xcb_get_property_reply_t>(check_);
+    keepsHints = checkWindow != 0 && decodeNumber(atoms.property(check.get()), 0) == checkWindow;
+    listsClients &= keepsHints;
+    reportsActive &= keepsHints;
+    reportsHidden = keepsHints && supportsHidden_;
+}
+
+// metacity and icewm mark the windows as if they were minimised. Those that were marked long before are.
+bool RootProperties::isHiddenForDesktop(std::chrono::steady_clock::time_point hiddenSince) const {
+    const bool wasShown = hiddenSince < showedDesktopUntil_ && readAt_ < showedDesktopUntil_ + kShowDesktopTime;
+    return keepsHints && (showsDesktop_ || wasShown) && hiddenSince + kShowDesktopTime > showsDesktopSince_;
+}
+
+std::chrono::steady_clock::time_point RootProperties::changesBy() const {
+    const auto end = showedDesktopUntil_ + kShowDesktopTime;
+    return readAt_ < end ? end : std::chrono::steady_clock::time_point::max();
+}
+
 std::string processName(int32_t pid) {
     if (pid <= 0) return {};
     std::ifstream file("/proc/" + std::to_string(pid) + "/comm");
@@ -77,14 +177,14 @@ std::string processName(int32_t pid) {
     return name;
 }
 
-void WindowFacts::askGeometry(Connection& x, xcb_window_t window) {
+void WindowProperties::requestGeometry(Connection& x, xcb_window_t window) {
     if (place_[0] != 0) return;  // is being asked for
     place_ = {xcb_get_window_attributes(x.raw(), window).sequence, xcb_get_geometry(x.raw(), window).sequence,
               xcb_translate_coordinates(x.raw(), window, x.root(), 0, 0).sequence};
 }
 
 // A window may be named twice, as a child of the root and in the manager's list.
-void WindowFacts::readGeometry(Connection& x) {
+void WindowProperties::receiveGeometry(Connection& x) {
     if (place_[0] == 0) return;
     const auto attributes = x.await<xcb_get_window_attributes_reply_t>(place_[0]);
     const auto size = x.await<xcb_get_geometry_reply_t>(place_[1]);
@@ -102,15 +202,15 @@ void WindowFacts::readGeometry(Connection& x) {
                        size->height + 2 * border};
 }
 
-// In the order in which readProperties() takes them.
-std::array<xcb_atom_t, WindowFacts::kProperties> WindowFacts::interesting(const Atoms& atoms) {
+// In the order in which receiveProperties() takes them.
+std::array<xcb_atom_t, WindowProperties::kProperties> WindowProperties::interesting(const Atoms& atoms) {
     return {atoms.NET_WM_NAME,           XCB_ATOM_WM_NAME,   XCB_ATOM_WM_CLASS,
             atoms.NET_WM_WINDOW_TYPE,    atoms.NET_WM_STATE, atoms.WM_STATE,
             atoms.NET_WM_WINDOW_OPACITY, atoms.NET_WM_PID,   atoms.WM_WINDOW_ROLE,
             XCB_ATOM_WM_TRANSIENT_FOR,   atoms.NET_WM_ICON,  XCB_ATOM_WM_CLIENT_MACHINE};
 }
 
-void WindowFacts::askProperties(Connection& x, const Atoms& atoms, xcb_window_t window) {
+void WindowProperties::requestProperties(Connection& x, const Atoms& atoms, xcb_window_t window) {
     if (propertiesKnown_ || awaitsProperties_) return;
     x.select(window, XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_FOCUS_CHANGE);
     const auto names = interesting(atoms);
@@ -120,7 +220,7 @@ void WindowFacts::askProperties(Connection& x, const Atoms& atoms, xcb_window_t 
     awaitsProperties_ = true;
 }
 
-void WindowFacts::readProperties(Connection& x, const Atoms& atoms) {
+void WindowProperties::receiveProperties(Connection& x, const Atoms& atoms) {
     if (!std::exchange(awaitsProperties_, false)) return;
     std::array<Reply<xcb_get_property_reply_t>, kProperties> replies;
     std::array<Property, kProperties> read;
@@ -150,19 +250,19 @@ void WindowFacts::readProperties(Connection& x, const Atoms& atoms) {
     machine_ = decodeText(read[11]);
 }
 
-bool WindowFacts::propertyChanged(const Atoms& atoms, xcb_atom_t atom) {
+bool WindowProperties::propertyChanged(const Atoms& atoms, xcb_atom_t atom) {
     const auto names = interesting(atoms);
     if (atom == XCB_ATOM_NONE || std::find(names.begin(), names.end(), atom) == names.end()) return false;
     propertiesKnown_ = false;
     return true;
 }
 
-void WindowFacts::invalidate() {
-    propertiesKnown_ = shapeKnown_ = awaitsProperties_ = awaitsShape_ = pidAsked = false;
+void WindowProperties::invalidate() {
+    propertiesKnown_ = shapeKnown_ = awaitsProperties_ = awaitsShape_ = pidRequested = false;
     place_ = {};
 }
 
-void WindowFacts::askShape(Connection& x, xcb_window_t window) {
+void WindowProperties::requestShape(Connection& x, xcb_window_t window) {
     if (!x.extensions().shape || awaitsShape_ ||
         (shapeKnown_ && shapedOuter_.width == geometry_.outer.width && shapedOuter_.height == geometry_.outer.height))
         return;
@@ -171,7 +271,7 @@ void WindowFacts::askShape(Connection& x, xcb_window_t window) {
     awaitsShape_ = true;
 }
 
-void WindowFacts::readShape(Connection& x) {
+void WindowProperties::receiveShape(Connection& x) {
     if (!std::exchange(awaitsShape_, false)) return;
     const auto reply = x.await<xcb_shape_get_rectangles_reply_t>(rectangles_);
     shape_ = shapeOf(reply.get(), geometry_.outer, geometry_.bounds.x - geometry_.outer.x);
@@ -194,7 +294,7 @@ std::vector<PixelRect> ShapeRequest::read(Connection& x) const {
     return shapeOf(rectangles.get(), {0, 0, geometry->width + 2 * border, geometry->height + 2 * border}, border);
 }
 
-bool WindowFacts::isMinimized(const RootFacts& root) const {
+bool WindowProperties::isMinimized(const RootProperties& root) const {
     if (geometry_.overrideRedirect) return false;
     // For many managers a window on another workspace, or a shaded one, is iconic too.
     if (!root.reportsHidden) return state_ == static_cast<int32_t>(kIconicState);
@@ -202,19 +302,19 @@ bool WindowFacts::isMinimized(const RootFacts& root) const {
 }
 
 // Where a manager puts a window that nobody sees, or moves it on the way, is not where the window is.
-PixelRect WindowFacts::boundsWhenShown(bool isShown) {
+PixelRect WindowProperties::boundsWhenShown(bool isShown) {
     if (isShown || shownBounds_.empty() || geometry_.overrideRedirect) shownBounds_ = geometry_.bounds;
     return shownBounds_;
 }
 
-void WindowFacts::move(int dx, int dy) {
+void WindowProperties::move(int dx, int dy) {
     for (PixelRect* bounds : {&geometry_.bounds, &geometry_.outer, &shownBounds_}) {
         bounds->x += dx;
         bounds->y += dy;
     }
 }
 
-void WindowFacts::fill(DesktopWindow& window, const WindowFacts& frame, const RootFacts& root) {
+void WindowProperties::fill(DesktopWindow& window, const WindowProperties& frame, const RootProperties& root) {
     window.title = title_;
     window.role = role_;
     window.instance = instance_;
@@ -232,6 +332,7 @@ void WindowFacts::fill(DesktopWindow& window, const WindowFacts& frame, const Ro
     window.frameOnScreen = frame.geometry_.viewable;
     window.mapped = frame.mapped;
     window.shape = frame.shape_;
+    window.clientShape = shape_;
     window.fullScreen = fullScreen_;
     window.transientFor = transientFor_;
     window.modal = modal_;
@@ -246,18 +347,18 @@ void WindowFacts::fill(DesktopWindow& window, const WindowFacts& frame, const Ro
         window.pid = claimedPid_;
 }
 
-void PidRequest::add(xcb_window_t window, WindowFacts& facts) {
-    if (!std::exchange(facts.pidAsked, true)) windows_.emplace_back(window, &facts);
+void PidRequest::add(xcb_window_t window, WindowProperties& facts) {
+    if (!std::exchange(facts.pidRequested, true)) windows_.emplace_back(window, &facts);
 }
 
-void PidRequest::ask(Connection& x) {
+void PidRequest::request(Connection& x) {
     if (!x.extensions().res || windows_.empty()) return;
     std::vector<xcb_res_client_id_spec_t> specs;
     for (const auto& [window, facts] : windows_) specs.push_back({window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID});
     sequence_ = xcb_res_query_client_ids(x.raw(), static_cast<uint32_t>(specs.size()), specs.data()).sequence;
 }
 
-void PidRequest::read(Connection& x) {
+void PidRequest::receive(Connection& x) {
     if (sequence_ == 0) return;
     const auto reply = x.await<xcb_res_query_client_ids_reply_t>(sequence_);
     if (!reply) return;

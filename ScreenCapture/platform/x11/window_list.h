@@ -19,18 +19,19 @@ class DesktopPart;
 enum class WindowType { none, normal, dialog, desktop, dock, menu, other };
 
 struct DesktopWindow {
-    xcb_window_t number = 0;       // the client's own window
-    xcb_window_t frame = 0;        // the child of the root that holds it; the same without a frame
-    PixelRect bounds;              // what the client draws, root coordinates
-    int border = 0;                // of the client itself, around the bounds
-    PixelRect frameBounds;         // the frame with its border, root coordinates
-    std::vector<PixelRect> shape;  // of the frame, relative to frameBounds; empty: all of it
-    bool managed = false;          // the client of a window manager, or such a window while no manager runs
-    bool helper = false;           // the manager's own, or out of sight: not for users to choose
-    bool frameOnScreen = false;    // the frame is mapped; of a shaded window that is its title
-    bool onScreen = false;         // mapped with everything that holds it, neither minimised nor shaded
-    bool minimized = false;        // a window on another workspace, or shaded, or behind the shown desktop is not
-    bool modal = false;            // a dialog that keeps the focus from transientFor
+    xcb_window_t number = 0;             // the client's own window
+    xcb_window_t frame = 0;              // the child of the root that holds it; the same without a frame
+    PixelRect bounds;                    // what the client draws, root coordinates
+    int border = 0;                      // of the client itself, around the bounds
+    PixelRect frameBounds;               // the frame with its border, root coordinates
+    std::vector<PixelRect> shape;        // of the frame, relative to frameBounds; empty: all of it
+    std::vector<PixelRect> clientShape;  // of the client, relative to its border's corner
+    bool managed = false;                // the client of a window manager, or such a window while no manager runs
+    bool helper = false;                 // the manager's own, or out of sight: not for users to choose
+    bool frameOnScreen = false;          // the frame is mapped; of a shaded window that is its title
+    bool onScreen = false;               // mapped with everything that holds it, neither minimised nor shaded
+    bool minimized = false;              // a window on another workspace, or shaded, or behind the shown desktop is not
+    bool modal = false;                  // a dialog that keeps the focus from transientFor
     bool fullScreen = false;
     bool hasIcon = false;           // of its own, _NET_WM_ICON
     xcb_window_t transientFor = 0;  // 0: none; the root window: its whole group
@@ -83,6 +84,6 @@ struct WindowList {
 // How far in front a window is kept.
 int32_t layerOf(WindowType type, bool keptAbove);
 
-std::unique_ptr<DesktopPart> makeWindowPart();
+std::unique_ptr<DesktopPart> makeWindowListPart();
 
 }  // namespace orvo::platform::x11

@@ -1,5 +1,5 @@
 // The windows of the desktop: asked for in three batches, kept until an event says otherwise.
-#include "ScreenCapture/platform/x11/windows.h"
+#include "ScreenCapture/platform/x11/window_list.h"
 
 #include <xcb/shape.h>
 
@@ -10,16 +10,15 @@
 
 #include "ScreenCapture/platform/software/region.h"
 #include "ScreenCapture/platform/version.h"
+#include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/atoms.h"
 #include "ScreenCapture/platform/x11/desktop.h"
-#include "ScreenCapture/platform/x11/hidden_applications.h"
-#include "ScreenCapture/platform/x11/root_facts.h"
-#include "ScreenCapture/platform/x11/window_facts.h"
+#include "ScreenCapture/platform/x11/window_properties.h"
 
 namespace orvo::platform::x11 {
 namespace {
 
-constexpr int kDeepestFrame = 8;  // windows between a client and the root that are looked through
+constexpr int kMaxFrameDepth = 8;  // windows between a client and the root that are looked through
 
 // A child of the root, as this refresh found it.
 struct TopLevel {
@@ -34,7 +33,7 @@ xcb_window_t ownerOf(Connection& x, xcb_window_t window) {
     return window & ~xcb_get_setup(x.raw())->resource_id_mask;
 }
 
-class WindowPart final : public DesktopPart {
+class WindowListPart final : public DesktopPart {
   public:
     void attach(Connection& x) override {
         x.select(x.root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE);
@@ -58,27 +57,27 @@ class WindowPart final : public DesktopPart {
     void applyMoves(Desktop& next);
     void publish(std::shared_ptr<WindowList> list, Desktop& next);
     bool noteFocus(const xcb_focus_in_event_t& event);
-    void askTopLevels(Connection& x);
-    void readTopLevels(Connection& x);
+    void requestTopLevels(Connection& x);
+    void receiveTopLevels(Connection& x);
     void takeListedClients(Connection& x);
     void takeOverrideWindows();
     void findClients(Connection& x);
     xcb_window_t topLevelOf(Connection& x, xcb_window_t client) const;
     // Mapped, or kept from the screen by a manager. A dead manager's word is not believed.
-    bool isShown(const WindowFacts& facts) const {
+    bool isShown(const WindowProperties& facts) const {
         return facts.geometry().viewable || (root_.hasManager && facts.hasState());
     }
     xcb_window_t clientInside(const TopLevel& top) const;
-    void askDetails(Connection& x, PidRequest& pids);
-    void readDetails(Connection& x, WindowList& list);
+    void requestDetails(Connection& x, PidRequest& pids);
+    void receiveDetails(Connection& x, WindowList& list);
     DesktopWindow describe(Connection& x, const TopLevel& top, xcb_window_t client);
     bool isHelper(Connection& x, const DesktopWindow& window) const;
     void noteActive(Connection& x, WindowList& list);
     void noteProcesses(WindowList& list);
 
     Atoms atoms_;
-    RootFacts root_;
-    std::unordered_map<xcb_window_t, WindowFacts> known_;
+    RootProperties root_;
+    std::unordered_map<xcb_window_t, WindowProperties> known_;
     std::vector<Process> processes_;
     uint64_t mappings_ = 0;
     std::chrono::steady_clock::time_point hiddenUntil_;  // when some application may count as hidden no longer
@@ -88,7 +87,7 @@ class WindowPart final : public DesktopPart {
 };
 
 // A top-level window that only goes elsewhere, as when it is dragged, takes the server no question.
-bool WindowPart::handle(const Connection& x, const xcb_generic_event_t& event) {
+bool WindowListPart::handle(const Connection& x, const xcb_generic_event_t& event) {
     if ((event.response_type & 0x7F) == XCB_CONFIGURE_NOTIFY) {
         // What a manager sends beside the server's own word says nothing new.
         if ((event.response_type & 0x80) != 0) return false;
@@ -104,7 +103,7 @@ bool WindowPart::handle(const Connection& x, const xcb_generic_event_t& event) {
 }
 
 // Whether a top-level window has kept its size and its place in the stack.
-bool WindowPart::isMove(const xcb_configure_notify_event_t& notify) const {
+bool WindowListPart::isMove(const xcb_configure_notify_event_t& notify) const {
     const auto top =
         std::find_if(tops_.begin(), tops_.end(), [&](const TopLevel& each) { return each.window == notify.window; });
     const auto facts = known_.find(notify.window);
@@ -116,7 +115,7 @@ bool WindowPart::isMove(const xcb_configure_notify_event_t& notify) const {
            geometry.bounds.height == notify.height && geometry.outer.width == notify.width + 2 * notify.border_width;
 }
 
-void WindowPart::applyMoves(Desktop& next) {
+void WindowListPart::applyMoves(Desktop& next) {
     auto list = std::make_shared<WindowList>(*next.windows);
     for (DesktopWindow& window : list->all) {
         const auto move = moves_.find(window.frame);
@@ -135,13 +134,13 @@ void WindowPart::applyMoves(Desktop& next) {
 }
 
 // The one place where the snapshot gets a list.
-void WindowPart::publish(std::shared_ptr<WindowList> list, Desktop& next) {
+void WindowListPart::publish(std::shared_ptr<WindowList> list, Desktop& next) {
     list->hidden = hiddenApplications(*list, hiddenUntil_);
     if (*list != *next.windows) next.windows = std::move(list);
 }
 
 // An order is in the next snapshot. What holds for some time only ends with a snapshot of its own.
-bool WindowPart::isOutdated() {
+bool WindowListPart::isOutdated() {
     const auto now = std::chrono::steady_clock::now();
     if (root_.changesBy() <= now) mustAsk_ = true;
     return takeHidingOrders() || hiddenUntil_ <= now || mustAsk_;
@@ -149,7 +148,7 @@ bool WindowPart::isOutdated() {
 
 // The keys of a client go to the client, to a window inside it, or have gone there without regard to the pointer. What
 // a grab does for a moment is nothing to remember.
-bool WindowPart::noteFocus(const xcb_focus_in_event_t& event) {
+bool WindowListPart::noteFocus(const xcb_focus_in_event_t& event) {
     const bool isGrab = event.mode == XCB_NOTIFY_MODE_GRAB || event.mode == XCB_NOTIFY_MODE_UNGRAB;
     const auto facts = known_.find(event.event);
     if (isGrab || event.detail >= XCB_NOTIFY_DETAIL_POINTER || facts == known_.end()) return false;
@@ -157,7 +156,7 @@ bool WindowPart::noteFocus(const xcb_focus_in_event_t& event) {
     return true;
 }
 
-bool WindowPart::makesStale(const Connection& x, const xcb_generic_event_t& event) {
+bool WindowListPart::makesStale(const Connection& x, const xcb_generic_event_t& event) {
     const uint8_t type = event.response_type & 0x7F;
     const auto known = [&](xcb_window_t window) {
         const auto found = known_.find(window);
@@ -166,8 +165,8 @@ bool WindowPart::makesStale(const Connection& x, const xcb_generic_event_t& even
     switch (type) {
         case XCB_PROPERTY_NOTIFY: {
             const auto& notify = reinterpret_cast<const xcb_property_notify_event_t&>(event);
-            if (notify.window == x.root()) return RootFacts::isInteresting(atoms_, notify.atom);
-            WindowFacts* facts = known(notify.window);
+            if (notify.window == x.root()) return RootProperties::isInteresting(atoms_, notify.atom);
+            WindowProperties* facts = known(notify.window);
             return facts && facts->propertyChanged(atoms_, notify.atom);
         }
         case XCB_DESTROY_NOTIFY:
@@ -193,14 +192,14 @@ bool WindowPart::makesStale(const Connection& x, const xcb_generic_event_t& even
     }
     if (!x.extensions().shape || type != x.extensions().shapeEvent) return false;
     const auto& notify = reinterpret_cast<const xcb_shape_notify_event_t&>(event);
-    WindowFacts* facts = known(notify.affected_window);
+    WindowProperties* facts = known(notify.affected_window);
     if (!facts || notify.shape_kind != XCB_SHAPE_SK_BOUNDING) return false;
     facts->shapeChanged();
     return true;
 }
 
 // The second batch, after what the root tells: the top-level windows, and all that the manager's list names.
-void WindowPart::askTopLevels(Connection& x) {
+void WindowListPart::requestTopLevels(Connection& x) {
     tops_.clear();
     for (const xcb_window_t window : root_.children) {
         // The compositor's overlay belongs to the server itself and is no window of anybody.
@@ -208,34 +207,34 @@ void WindowPart::askTopLevels(Connection& x) {
         TopLevel& top = tops_.emplace_back();
         top.window = window;
         top.tree = xcb_query_tree(x.raw(), window).sequence;
-        known_[window].askGeometry(x, window);
+        known_[window].requestGeometry(x, window);
     }
-    root_.askCheck(x, atoms_);
+    root_.requestCheck(x, atoms_);
     for (const xcb_window_t client : root_.clients) {
-        known_[client].askProperties(x, atoms_, client);
-        known_[client].askGeometry(x, client);
+        known_[client].requestProperties(x, atoms_, client);
+        known_[client].requestGeometry(x, client);
     }
 }
 
-void WindowPart::readTopLevels(Connection& x) {
+void WindowListPart::receiveTopLevels(Connection& x) {
     for (TopLevel& top : tops_) {
-        known_[top.window].readGeometry(x);
+        known_[top.window].receiveGeometry(x);
         if (const auto tree = x.await<xcb_query_tree_reply_t>(top.tree)) {
             const xcb_window_t* children = xcb_query_tree_children(tree.get());
             top.children.assign(children, children + xcb_query_tree_children_length(tree.get()));
         }
     }
-    root_.readCheck(x, atoms_);
+    root_.receiveCheck(x, atoms_);
     for (const xcb_window_t client : root_.clients) {
-        known_[client].readGeometry(x);
-        known_[client].readProperties(x, atoms_);
+        known_[client].receiveGeometry(x);
+        known_[client].receiveProperties(x, atoms_);
     }
 }
 
 // Managers whose frames are deeper than one window cost a wait for each level.
-xcb_window_t WindowPart::topLevelOf(Connection& x, xcb_window_t client) const {
+xcb_window_t WindowListPart::topLevelOf(Connection& x, xcb_window_t client) const {
     xcb_window_t window = client;
-    for (int depth = 0; depth < kDeepestFrame; ++depth) {
+    for (int depth = 0; depth < kMaxFrameDepth; ++depth) {
         const auto tree = x.await<xcb_query_tree_reply_t>(xcb_query_tree(x.raw(), window).sequence);
         if (!tree || tree->parent == 0) return 0;
         if (tree->parent == x.root()) return window;
@@ -244,7 +243,7 @@ xcb_window_t WindowPart::topLevelOf(Connection& x, xcb_window_t client) const {
     return 0;
 }
 
-void WindowPart::takeListedClients(Connection& x) {
+void WindowListPart::takeListedClients(Connection& x) {
     for (const xcb_window_t client : root_.clients) {
         const auto holds = [&](const TopLevel& top) { return top.window == client || contains(top.children, client); };
         auto top = std::find_if(tops_.begin(), tops_.end(), holds);
@@ -256,7 +255,7 @@ void WindowPart::takeListedClients(Connection& x) {
     }
 }
 
-void WindowPart::takeOverrideWindows() {
+void WindowListPart::takeOverrideWindows() {
     for (TopLevel& top : tops_) {
         if (top.window == root_.checkWindow) continue;  // the manager's own, for nobody to see
         const Geometry& geometry = known_[top.window].geometry();
@@ -265,32 +264,32 @@ void WindowPart::takeOverrideWindows() {
 }
 
 // Without a manager's list: the window that carries a client's state, the top-level window or one inside it.
-xcb_window_t WindowPart::clientInside(const TopLevel& top) const {
+xcb_window_t WindowListPart::clientInside(const TopLevel& top) const {
     const auto carries = [&](xcb_window_t window) { return known_.at(window).hasState(); };
     if (carries(top.window)) return top.window;
     const auto child = std::find_if(top.children.begin(), top.children.end(), carries);
     return child == top.children.end() ? top.window : *child;
 }
 
-void WindowPart::findClients(Connection& x) {
+void WindowListPart::findClients(Connection& x) {
     const auto mayFrame = [&](const TopLevel& top) {
         const Geometry& geometry = known_[top.window].geometry();
         return geometry.exists && !geometry.inputOnly && !geometry.overrideRedirect;
     };
     for (TopLevel& top : tops_) {
         if (!mayFrame(top)) continue;
-        known_[top.window].askProperties(x, atoms_, top.window);
+        known_[top.window].requestProperties(x, atoms_, top.window);
         for (const xcb_window_t child : top.children) {
-            known_[child].askProperties(x, atoms_, child);
-            known_[child].askGeometry(x, child);
+            known_[child].requestProperties(x, atoms_, child);
+            known_[child].requestGeometry(x, child);
         }
     }
     for (TopLevel& top : tops_) {
         if (!mayFrame(top)) continue;
-        known_[top.window].readProperties(x, atoms_);
+        known_[top.window].receiveProperties(x, atoms_);
         for (const xcb_window_t child : top.children) {
-            known_[child].readGeometry(x);
-            known_[child].readProperties(x, atoms_);
+            known_[child].receiveGeometry(x);
+            known_[child].receiveProperties(x, atoms_);
         }
         const xcb_window_t client = clientInside(top);
         if (isShown(known_[client])) top.clients = {client};
@@ -298,25 +297,27 @@ void WindowPart::findClients(Connection& x) {
 }
 
 // The third batch: what the manager's list does not name, shapes, and the processes of new windows.
-void WindowPart::askDetails(Connection& x, PidRequest& pids) {
+void WindowListPart::requestDetails(Connection& x, PidRequest& pids) {
     for (const TopLevel& top : tops_) {
         if (top.clients.empty()) continue;
-        known_[top.window].askShape(x, top.window);
+        known_[top.window].requestShape(x, top.window);
         for (const xcb_window_t client : top.clients) {
-            known_[client].askProperties(x, atoms_, client);
+            known_[client].requestProperties(x, atoms_, client);
+            known_[client].requestShape(x, client);
             pids.add(client, known_[client]);
         }
     }
-    pids.ask(x);
+    pids.request(x);
 }
 
-void WindowPart::readDetails(Connection& x, WindowList& list) {
+void WindowListPart::receiveDetails(Connection& x, WindowList& list) {
     for (auto top = tops_.rbegin(); top != tops_.rend(); ++top) {
         if (top->clients.empty()) continue;
-        known_[top->window].readShape(x);
+        known_[top->window].receiveShape(x);
         for (auto client = top->clients.rbegin(); client != top->clients.rend(); ++client) {
-            WindowFacts& facts = known_[*client];
-            facts.readProperties(x, atoms_);
+            WindowProperties& facts = known_[*client];
+            facts.receiveProperties(x, atoms_);
+            facts.receiveShape(x);
             const Geometry& geometry = facts.geometry();
             if (geometry.exists && !geometry.inputOnly && isShown(facts))
                 list.all.push_back(describe(x, *top, *client));
@@ -324,7 +325,7 @@ void WindowPart::readDetails(Connection& x, WindowList& list) {
     }
 }
 
-DesktopWindow WindowPart::describe(Connection& x, const TopLevel& top, xcb_window_t client) {
+DesktopWindow WindowListPart::describe(Connection& x, const TopLevel& top, xcb_window_t client) {
     DesktopWindow window;
     window.number = client;
     window.frame = top.window;
@@ -335,19 +336,19 @@ DesktopWindow WindowPart::describe(Connection& x, const TopLevel& top, xcb_windo
 }
 
 // Managers keep windows of a pixel somewhere beside the screen, and put menus and switchers of their own over it.
-bool WindowPart::isHelper(Connection& x, const DesktopWindow& window) const {
+bool WindowListPart::isHelper(Connection& x, const DesktopWindow& window) const {
     if (window.managed) return false;
     const bool isManagers = root_.keepsHints && ownerOf(x, window.number) == ownerOf(x, root_.checkWindow);
     return isManagers || software::intersection(window.frameBounds, root_.area).empty();
 }
 
 // What the manager says, else whoever gets the keys.
-void WindowPart::noteActive(Connection& x, WindowList& list) {
+void WindowListPart::noteActive(Connection& x, WindowList& list) {
     list.active = root_.reportsActive ? root_.active : root_.focus;
     const auto found = [&] {
         return std::find_if(list.all.begin(), list.all.end(), [&](auto& each) { return each.number == list.active; });
     };
-    for (int depth = 0; depth < kDeepestFrame && list.active != 0 && found() == list.all.end(); ++depth) {
+    for (int depth = 0; depth < kMaxFrameDepth && list.active != 0 && found() == list.all.end(); ++depth) {
         const auto tree = x.await<xcb_query_tree_reply_t>(xcb_query_tree(x.raw(), list.active).sequence);
         list.active = tree ? tree->parent : 0;
     }
@@ -358,7 +359,7 @@ void WindowPart::noteActive(Connection& x, WindowList& list) {
         window->focused = known_[window->number].focused = nextVersion();
 }
 
-void WindowPart::noteProcesses(WindowList& list) {
+void WindowListPart::noteProcesses(WindowList& list) {
     std::vector<const DesktopWindow*> byAge;
     for (const DesktopWindow& window : list.all)
         if (!window.helper) byAge.push_back(&window);
@@ -393,15 +394,15 @@ void WindowPart::noteProcesses(WindowList& list) {
     list.processes = processes_;
 }
 
-void WindowPart::refresh(Connection& x, Desktop& next) {
+void WindowListPart::refresh(Connection& x, Desktop& next) {
     if (!mustAsk_) return applyMoves(next);
     moves_.clear();
     auto list = std::make_shared<WindowList>();
-    root_.ask(x, atoms_);
-    mustAsk_ = !root_.read(x, atoms_);
+    root_.request(x, atoms_);
+    mustAsk_ = !root_.receive(x, atoms_);
     if (mustAsk_) return;
-    askTopLevels(x);
-    readTopLevels(x);
+    requestTopLevels(x);
+    receiveTopLevels(x);
     list->root = root_.area;
     list->background = root_.background;
     list->hasManager = root_.hasManager;
@@ -410,9 +411,9 @@ void WindowPart::refresh(Connection& x, Desktop& next) {
     takeOverrideWindows();
     if (!root_.listsClients) findClients(x);
     PidRequest pids;
-    askDetails(x, pids);
-    pids.read(x);
-    readDetails(x, *list);
+    requestDetails(x, pids);
+    pids.receive(x);
+    receiveDetails(x, *list);
     noteActive(x, *list);
     noteProcesses(*list);
     list->mappings = mappings_;
@@ -470,8 +471,8 @@ int32_t layerOf(WindowType type, bool keptAbove) {
     }
 }
 
-std::unique_ptr<DesktopPart> makeWindowPart() {
-    return std::make_unique<WindowPart>();
+std::unique_ptr<DesktopPart> makeWindowListPart() {
+    return std::make_unique<WindowListPart>();
 }
 
 }  // namespace orvo::platform::x11

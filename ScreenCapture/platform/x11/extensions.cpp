@@ -1,0 +1,132 @@
+// What the server offers: extensions, their versions, Render's formats.
+#include "ScreenCapture/platform/x11/extensions.h"
+
+#include <sys/socket.h>
+#include <xcb/bigreq.h>
+#include <xcb/composite.h>
+#include <xcb/damage.h>
+#include <xcb/randr.h>
+#include <xcb/res.h>
+#include <xcb/shape.h>
+#include <xcb/shm.h>
+#include <xcb/sync.h>
+#include <xcb/xfixes.h>
+#include <xcb/xinput.h>
+
+#include "ScreenCapture/platform/x11/connection.h"
+
+namespace orvo::platform::x11 {
+namespace {
+
+bool isLocal(int descriptor) {
+    sockaddr_storage address{};
+    socklen_t length = sizeof(address);
+    return getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) == 0 && address.ss_family == AF_UNIX;
+}
+
+bool isBgr(const xcb_render_pictforminfo_t& format) {
+    const auto& direct = format.direct;
+    return format.type == XCB_RENDER_PICT_TYPE_DIRECT && direct.red_mask == 0xFF && direct.red_shift == 16 &&
+           direct.green_mask == 0xFF && direct.green_shift == 8 && direct.blue_mask == 0xFF && direct.blue_shift == 0;
+}
+
+void take(const xcb_render_pictforminfo_t& format, PictureFormats& found) {
+    const auto& direct = format.direct;
+    if (!isBgr(format)) return;
+    if (format.depth == 32 && direct.alpha_mask == 0xFF && direct.alpha_shift == 24) found.argb32 = format.id;
+    if (format.depth == 32 && direct.alpha_mask == 0) found.opaque32 = format.id;
+    if (format.depth == 24 && direct.alpha_mask == 0) found.opaque24 = format.id;
+}
+
+// 0 when it has none.
+xcb_render_pictformat_t formatOfVisual(const xcb_render_query_pict_formats_reply_t& formats, xcb_visualid_t visual) {
+    for (auto screen = xcb_render_query_pict_formats_screens_iterator(&formats); screen.rem;
+         xcb_render_pictscreen_next(&screen))
+        for (auto depth = xcb_render_pictscreen_depths_iterator(screen.data); depth.rem;
+             xcb_render_pictdepth_next(&depth))
+            for (auto one = xcb_render_pictdepth_visuals_iterator(depth.data); one.rem;
+                 xcb_render_pictvisual_next(&one))
+                if (one.data->visual == visual) return one.data->format;
+    return 0;
+}
+
+// Those of a server whose lowest byte comes first, from its answer.
+PictureFormats formatsIn(const xcb_render_query_pict_formats_reply_t& answer, xcb_visualid_t rootVisual) {
+    PictureFormats found;
+    for (auto format = xcb_render_query_pict_formats_formats_iterator(&answer); format.rem;
+         xcb_render_pictforminfo_next(&format))
+        take(*format.data, found);
+    found.root = formatOfVisual(answer, rootVisual);
+    return found;
+}
+
+// Asked for all at once, and known before any extension is used: xcb itself would ask and wait without a limit.
+bool findExtensions(Connection& x, Extensions& found) {
+    struct Wanted {
+        xcb_extension_t* id;
+        uint8_t* opcode;
+        uint8_t* firstEvent;
+    };
+    xcb_connection_t* const raw = x.raw();
+    uint8_t unused = 0;
+    const Wanted wanted[] = {{&xcb_shm_id, &found.shm, &unused},
+                             {&xcb_xfixes_id, &found.xfixes, &found.xfixesEvent},
+                             {&xcb_damage_id, &found.damage, &found.damageEvent},
+                             {&xcb_render_id, &found.render, &unused},
+                             {&xcb_composite_id, &found.composite, &unused},
+                             {&xcb_randr_id, &found.randr, &found.randrEvent},
+                             {&xcb_shape_id, &found.shape, &found.shapeEvent},
+                             {&xcb_input_id, &found.input, &unused},
+                             {&xcb_res_id, &found.res, &unused},
+                             {&xcb_sync_id, &found.sync, &found.syncEvent}};
+    for (const auto& extension : wanted) xcb_prefetch_extension_data(raw, extension.id);
+    xcb_prefetch_extension_data(raw, &xcb_big_requests_id);
+    if (!x.sync()) return false;
+    for (const auto& extension : wanted) {
+        const auto* data = xcb_get_extension_data(raw, extension.id);
+        if (!data || !data->present) continue;
+        *extension.opcode = data->major_opcode;
+        *extension.firstEvent = data->first_event;
+    }
+    return true;
+}
+
+// Several extensions have to be told a version before anything else. One wait for all answers.
+bool greetExtensions(Connection& x, Extensions& found, PictureFormats& pictureFormats) {
+    xcb_connection_t* const raw = x.raw();
+    xcb_prefetch_maximum_request_length(raw);
+    if (found.xfixes) xcb_discard_reply(raw, xcb_xfixes_query_version(raw, 5, 0).sequence);
+    if (found.damage) xcb_discard_reply(raw, xcb_damage_query_version(raw, 1, 1).sequence);
+    if (found.render) xcb_discard_reply(raw, xcb_render_query_version(raw, 0, 11).sequence);
+    if (found.composite) xcb_discard_reply(raw, xcb_composite_query_version(raw, 0, 4).sequence);
+    if (found.input) xcb_discard_reply(raw, xcb_input_xi_query_version(raw, 2, 2).sequence);
+    if (found.sync) xcb_discard_reply(raw, xcb_sync_initialize(raw, 3, 1).sequence);
+    const unsigned randr = found.randr ? xcb_randr_query_version(raw, 1, 5).sequence : 0;
+    const unsigned shm = found.shm ? xcb_shm_query_version(raw).sequence : 0;
+    const unsigned formats = found.render ? xcb_render_query_pict_formats(raw).sequence : 0;
+    if (!x.sync()) return false;
+    if (found.randr) {
+        const auto version = x.await<xcb_randr_query_version_reply_t>(randr);
+        if (!version || (version->major_version == 1 && version->minor_version < 5)) found.randr = 0;
+    }
+    if (found.shm) {
+        const auto version = x.await<xcb_shm_query_version_reply_t>(shm);
+        const bool byDescriptor = version && (version->major_version > 1 || version->minor_version >= 2);
+        found.sharedMemory = byDescriptor && isLocal(x.descriptor());
+        found.sharedPixmaps = found.sharedMemory && version->shared_pixmaps;
+    }
+    if (found.render) {
+        const auto answer = x.await<xcb_render_query_pict_formats_reply_t>(formats);
+        if (answer && xcb_get_setup(raw)->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST)
+            pictureFormats = formatsIn(*answer, x.screen()->root_visual);
+    }
+    return !x.lost();
+}
+
+}  // namespace
+
+bool queryExtensions(Connection& x, Extensions& extensions, PictureFormats& formats) {
+    return findExtensions(x, extensions) && greetExtensions(x, extensions, formats);
+}
+
+}  // namespace orvo::platform::x11
