@@ -27,7 +27,8 @@ enum Way { kOurs, kBox, kBilinear, kCopy };
 void scale(Way way, const Pixels& from, const Pixels& to) {
     if (way == kOurs) {
         const Rect whole = {0, 0, static_cast<double>(to.width), static_cast<double>(to.height)};
-        software::drawScaled(from, to, whole);
+        const software::Scaling scaling(from.width, from.height, to.width, to.height, whole);
+        scaling.draw(from, to, scaling.covered());
     } else if (way == kCopy) {
         memcpy(to.bytes, from.bytes, from.bytesPerRow * static_cast<size_t>(from.height));
     } else {

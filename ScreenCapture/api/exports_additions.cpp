@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "ScreenCapture/api/facade_call.h"
+#include "ScreenCapture/capture/changed_rects.h"
 #include "ScreenCapture/log/orvo_log.h"
 #include "ScreenCapture/thumbnail/window_info.h"
 #include "orvo/screencapture_additions.h"
@@ -83,6 +84,17 @@ bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics) 
                      sizeof(statistics->lastErrorReason) - 1);
         return true;
     });
+}
+
+int orvo_screencapture_get_changed_rects(OrvoScreenCaptureRect* rects, int capacity) {
+    const orvo::platform::Changes* const inCallback = orvo::capture::ChangesInCallback::current();
+    if (!inCallback || !*inCallback) return -1;
+    orvo::platform::Changes changes = *inCallback;
+    if (!rects || capacity < 1) return static_cast<int>(changes->size());
+    if (changes->size() > static_cast<size_t>(capacity)) changes->assign(1, orvo::platform::boundsOf(*changes));
+    for (const orvo::platform::PixelRect& rect : *changes)
+        *rects++ = {rect.x, rect.y, rect.x + rect.width, rect.y + rect.height};
+    return static_cast<int>(changes->size());
 }
 
 void orvo_screencapture_change_log_level(int level) {

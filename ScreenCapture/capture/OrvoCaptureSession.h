@@ -48,11 +48,13 @@ class OrvoCaptureSession : public orvo::platform::DisplayCaptureDelegate,
     std::shared_ptr<OrvoWindowCaptureSession> m_windowCaptureSession() const;
 
     // Window path, on the capture queue.
-    void onCapturedWindowImage(orvo::platform::PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime) override;
+    bool onCapturedWindowImage(orvo::platform::PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime,
+                               const orvo::platform::Changes& changes) override;
     void captureSessionRuntimeErrorOccur() override;
 
     // Device path, on the main queue.
-    void onSample(orvo::platform::PixelBuffer& buffer, const orvo::platform::MediaTime& presentationTime) override;
+    bool onSample(orvo::platform::PixelBuffer& buffer, const orvo::platform::MediaTime& presentationTime,
+                  const orvo::platform::Changes& changes) override;
     void onDropped(orvo::platform::NoImage why) override;
     void onRuntimeError(const orvo::platform::CaptureFailure& failure) override;
     void onInterruption(const orvo::platform::CaptureFailure& failure) override;
@@ -110,7 +112,7 @@ class OrvoCaptureSession : public orvo::platform::DisplayCaptureDelegate,
     bool dropOfOtherPath(uint32_t target);
     void noteOtherPath(const Parts& parts);
     void dropWithoutCallback(uint32_t target);
-    void notifyImageRef(orvo::platform::PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime);
+    bool notifyImageRef(orvo::platform::PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime);
     OrvoScreenCaptureFrameFormat describeFrame(int32_t width, int32_t height, size_t bytesPerRow) const;
     const char* frameData(const orvo::platform::PixelBuffer& buffer, const void* pixels) const;
 

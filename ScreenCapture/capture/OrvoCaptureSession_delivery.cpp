@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "ScreenCapture/capture/changed_rects.h"
 #include "ScreenCapture/capture/host_callbacks.h"
 #include "ScreenCapture/log/component_log.h"
 
@@ -56,30 +57,35 @@ const char* OrvoCaptureSession::frameData(const PixelBuffer& buffer, const void*
     return static_cast<const char*>(m_format == ORVO_PIXEL_FORMAT_BUFFER ? buffer.hostHandle() : pixels);
 }
 
-void OrvoCaptureSession::onSample(PixelBuffer& buffer, const MediaTime& presentationTime) {
+bool OrvoCaptureSession::onSample(PixelBuffer& buffer, const MediaTime& presentationTime, const Changes& changes) {
     if (!isOnDevicePath()) {
         dropOfOtherPath(0);
-        return;
+        return false;
     }
     const Size size = buffer.displaySize();
     const size_t bytesPerRow = buffer.bytesPerRow();
     const auto format = describeFrame(truncated<int32_t>(size.width), truncated<int32_t>(size.height), bytesPerRow);
     const auto time = static_cast<unsigned long long>(milliseconds(presentationTime));
     const LockedPixels pixels(buffer);
-    if (fire<orvo::capture::kFrame>(*m_settings, frameData(buffer, pixels.address()),
-                                    truncated<uint32_t>(static_cast<double>(bytesPerRow) * size.height), &format, time,
-                                    kMillisecondScale))
+    const orvo::capture::ChangesInCallback scope(changes);
+    const bool delivered = fire<orvo::capture::kFrame>(
+        *m_settings, frameData(buffer, pixels.address()),
+        truncated<uint32_t>(static_cast<double>(bytesPerRow) * size.height), &format, time, kMillisecondScale);
+    if (delivered)
         m_settings->statistics().delivered(0, time);
     else
         dropWithoutCallback(0);
+    return delivered;
 }
 
-void OrvoCaptureSession::onCapturedWindowImage(PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime) {
+bool OrvoCaptureSession::onCapturedWindowImage(PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime,
+                                               const Changes& changes) {
     if (captureSource != kWindow) {
         if (dropOfOtherPath(windowID)) COMPONENT_LOG("CS", "CaptureSession is not window !!!!!");
-        return;
+        return false;
     }
-    notifyImageRef(buffer, windowID, recordTime);
+    const orvo::capture::ChangesInCallback scope(changes);
+    return notifyImageRef(buffer, windowID, recordTime);
 }
 
 // A frame of the path that the target has left. A start that is queued already ends that path, so the reason is noted
@@ -113,7 +119,7 @@ void OrvoCaptureSession::dropWithoutCallback(uint32_t target) {
                                : "no frame callback is registered");
 }
 
-void OrvoCaptureSession::notifyImageRef(PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime) {
+bool OrvoCaptureSession::notifyImageRef(PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime) {
     const size_t bytesPerRow = buffer.bytesPerRow();
     const auto format =
         describeFrame(static_cast<int32_t>(buffer.width()), static_cast<int32_t>(buffer.height()), bytesPerRow);
@@ -129,6 +135,7 @@ void OrvoCaptureSession::notifyImageRef(PixelBuffer& buffer, uint32_t windowID, 
         m_settings->statistics().delivered(windowID, time);
     else
         dropWithoutCallback(windowID);
+    return delivered || deliveredWindow;
 }
 
 // Conversions of a pixel buffer; neither capture path uses them.

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "ScreenCapture/platform/changes.h"
 #include "ScreenCapture/platform/image.h"
 #include "ScreenCapture/platform/values.h"
 
@@ -27,8 +28,10 @@ struct CaptureFailure {
 class DisplayCaptureDelegate {
   public:
     virtual ~DisplayCaptureDelegate() = default;
-    virtual void onSample(PixelBuffer& buffer, const MediaTime& presentationTime) = 0;  // buffer: during the call only
-    virtual void onDropped(NoImage why) = 0;                                            // a tick without a sample
+    // buffer: during the call only. changes: since the last sample of this run for which the answer was true, that it
+    // was delivered.
+    virtual bool onSample(PixelBuffer& buffer, const MediaTime& presentationTime, const Changes& changes) = 0;
+    virtual void onDropped(NoImage why) = 0;  // a tick without a sample
     virtual void onRuntimeError(const CaptureFailure& failure) = 0;
     virtual void onInterruption(const CaptureFailure& failure) = 0;
 };

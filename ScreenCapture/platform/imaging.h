@@ -2,12 +2,24 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 
+#include "ScreenCapture/platform/changes.h"
 #include "ScreenCapture/platform/image.h"
 #include "ScreenCapture/platform/values.h"
 
 namespace orvo::platform {
+
+// Draws one target's pictures scaled, again and again. For one thread.
+class ScaledOutput {
+  public:
+    virtual ~ScaledOutput() = default;
+    // As Imaging::draw(). changes: what of the image differs from the image of the call before; afterwards what of the
+    // result differs from the result before. A result does not change while anybody holds it.
+    virtual Shot draw(const Ref<Image>& image, uint32_t width, uint32_t height, const Rect& placement,
+                      Changes& changes) = 0;
+};
 
 class Imaging {
   public:
@@ -21,6 +33,8 @@ class Imaging {
     // `placement` (pixels, origin bottom-left of the new image), what lies outside cut off, the rest four zero bytes.
     // Null when the size is empty or its rows do not fit in the source's bytes per row.
     virtual Ref<Image> draw(const Ref<Image>& image, uint32_t width, uint32_t height, const Rect& placement) = 0;
+
+    virtual std::unique_ptr<ScaledOutput> scaledOutput();
 
     // The image's bytes as they are as a 32-bit BGRA pixel buffer.
     virtual Ref<PixelBuffer> wrap(const Ref<Image>& image) = 0;
@@ -40,5 +54,23 @@ class Imaging {
     // 24-bit RGB; null when it cannot be made.
     virtual Ref<PixelBuffer> scaledRGB(PixelBuffer& buffer, const Rect& area, uint32_t width, uint32_t height) = 0;
 };
+
+// For systems that draw a picture whole.
+class WholeOutput final : public ScaledOutput {
+  public:
+    explicit WholeOutput(Imaging& imaging) : imaging_(imaging) {}
+    Shot draw(const Ref<Image>& image, uint32_t width, uint32_t height, const Rect& placement,
+              Changes& changes) override {
+        changes.reset();
+        return imaging_.draw(image, width, height, placement);
+    }
+
+  private:
+    Imaging& imaging_;
+};
+
+inline std::unique_ptr<ScaledOutput> Imaging::scaledOutput() {
+    return std::make_unique<WholeOutput>(*this);
+}
 
 }  // namespace orvo::platform

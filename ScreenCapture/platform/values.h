@@ -61,6 +61,31 @@ constexpr int32_t wrappingSum(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
 }
 
+// The whole pixels that a rectangle touches, as far as they lie inside a size; empty when there are none.
+inline PixelRect touchedPixels(const Rect& area, int width, int height) {
+    const auto span = [](double origin, double length, int limit, int& from, int& count) {
+        const double low = std::min(origin, origin + length);
+        const double high = std::max(origin, origin + length);
+        from = std::clamp(truncated<int>(std::floor(low)), 0, limit);
+        count = high > low ? std::clamp(truncated<int>(std::ceil(high)), from, limit) - from : 0;
+    };
+    PixelRect touched;
+    span(area.x, area.width, width, touched.x, touched.width);
+    span(area.y, area.height, height, touched.y, touched.height);
+    return touched;
+}
+
+// The part that two rectangles share; empty() when they share none.
+inline PixelRect intersection(const PixelRect& a, const PixelRect& b) {
+    const int x = std::max(a.x, b.x);
+    const int y = std::max(a.y, b.y);
+    return {x, y, std::min(a.x + a.width, b.x + b.width) - x, std::min(a.y + a.height, b.y + b.height) - y};
+}
+
+inline PixelRect moved(const PixelRect& area, int dx, int dy) {
+    return {area.x + dx, area.y + dy, area.width, area.height};
+}
+
 template <typename Number>
 bool contains(const std::vector<Number>& numbers, std::type_identity_t<Number> number) {
     return std::find(numbers.begin(), numbers.end(), number) != numbers.end();

@@ -23,8 +23,10 @@ class OrvoWindowCaptureSessionDelegate {
   public:
     virtual ~OrvoWindowCaptureSessionDelegate() = default;
     // One frame, on the capture queue; the buffer is valid during the call only. recordTime: milliseconds since 1970
-    // plus the timestamp offset.
-    virtual void onCapturedWindowImage(orvo::platform::PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime) = 0;
+    // plus the timestamp offset. changes: since the last frame of this window for which the answer was true, that the
+    // host got it.
+    virtual bool onCapturedWindowImage(orvo::platform::PixelBuffer& buffer, uint32_t windowID, uint64_t recordTime,
+                                       const orvo::platform::Changes& changes) = 0;
     // No usable picture for more than three seconds; on the capture queue.
     virtual void captureSessionRuntimeErrorOccur() = 0;
 };
@@ -97,7 +99,8 @@ class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowC
     orvo::platform::Shot getExcludeWindowsImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
                                                               const CaptureOptions& options);
     bool checkImageIsValidWithCGImage(const orvo::platform::Shot& shot, uint32_t windowID);
-    void notifySuccessWithCGImage(const ImageRef& image, uint32_t windowID);
+    bool notifySuccessWithCGImage(const orvo::platform::Shot& shot, uint32_t windowID,
+                                  const orvo::platform::Changes& changes);
     TargetFrame& frameOf(uint32_t windowID, const OrvoWindow& item);
 
     const std::shared_ptr<orvo::platform::SerialQueue> captureQueue;

@@ -50,7 +50,8 @@ void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, co
     const CursorMark cursor = withCursor ? windowCursor.appendMouseCursor(*shot.image, item) : CursorMark();
     scope.reset();  // from here on the host may be called
     if (!checkImageIsValidWithCGImage(shot, windowID)) return;
-    notifySuccessWithCGImage(frame->cropAndScale(shot.image, options, cursor), item->windowID);
+    const Shot result = frame->cropAndScale(shot.image, options, cursor);
+    if (notifySuccessWithCGImage(result, item->windowID, frame->changes())) frame->delivered();
 }
 
 // Asks after the target and tells the host what changed. A display that is gone ends the capture; a window that is not
@@ -116,15 +117,19 @@ bool OrvoWindowCaptureSession::checkImageIsValidWithCGImage(const Shot& shot, ui
     return false;
 }
 
-void OrvoWindowCaptureSession::notifySuccessWithCGImage(const ImageRef& image, uint32_t windowID) {
-    const Ref<PixelBuffer> buffer = image ? platform().imaging().wrap(image) : nullptr;
+// Answers whether the host got the frame.
+bool OrvoWindowCaptureSession::notifySuccessWithCGImage(const Shot& shot, uint32_t windowID, const Changes& changes) {
+    const Ref<PixelBuffer> buffer = shot.image ? platform().imaging().wrap(shot.image) : nullptr;
     lastImage = nullptr;
-    if (!buffer) m_settings->statistics().dropped(windowID, "the picture does not fit the crop or the output size");
+    if (!buffer)
+        m_settings->statistics().dropped(windowID, shot.why == NoImage::noBuffer
+                                                       ? describe(shot.why)
+                                                       : "the picture does not fit the crop or the output size");
     const uint64_t recordTime =
         uOffset + truncated<uint64_t>(platform().clock().secondsSince1970() * kMillisecondsPerSecond);
     const auto delegate = m_delegate.load();
-    if (const auto receiver = delegate ? delegate->lock() : nullptr; receiver && buffer)
-        receiver->onCapturedWindowImage(*buffer, windowID, recordTime);
+    const auto receiver = delegate ? delegate->lock() : nullptr;
+    return receiver && buffer && receiver->onCapturedWindowImage(*buffer, windowID, recordTime, changes);
 }
 
 TargetFrame& OrvoWindowCaptureSession::frameOf(uint32_t windowID, const OrvoWindow& item) {

@@ -22,19 +22,36 @@ Rect placementOf(uint32_t resolutionMode, Size output, Size source) {
 }  // namespace
 
 TargetFrame::TargetFrame(uint32_t number, bool isScreen)
-    : number_(number), isScreen_(isScreen), grabber_(platform().windowServer().grabber(number, isScreen)) {}
+    : number_(number),
+      isScreen_(isScreen),
+      grabber_(platform().windowServer().grabber(number, isScreen)),
+      scaled_(platform().imaging().scaledOutput()) {}
 
-Ref<Image> TargetFrame::cropAndScale(const Ref<Image>& image, const CaptureOptions& options, const CursorMark& cursor) {
+// What of a picture, with what was painted on it, differs from the one of the tick before.
+Changes TargetFrame::changesOf(const Image& image, const Key& key) {
+    Changes changes = pictures_.next(image);
+    if (key.options != key_.options) return std::nullopt;
+    if (key.cursor == key_.cursor) return changes;
+    for (const CursorMark& mark : {key_.cursor, key.cursor})
+        if (mark) addChange(changes, {mark.x, image.height() - mark.y - mark.h, mark.w, mark.h});
+    return changes;
+}
+
+Shot TargetFrame::cropAndScale(const Ref<Image>& image, const CaptureOptions& options, const CursorMark& cursor) {
     const Key key{image->version(), cursor, options.sequence};
     if (result_ && key == key_) return result_;
     result_ = nullptr;
-    Ref<Image> result = getResoulutionImage(getCropWithCGImage(image, options), options);
+    Changes changes = changesOf(*image, key);
+    // Until all is done nobody knows what the next picture has to be compared with.
+    const ChangeFollower pictures = std::exchange(pictures_, {});
+    const Ref<Image> cropped = getCropWithCGImage(image, options, changes);
+    const Shot result = getResoulutionImage(cropped, options, *scaled_, changes);
+    pictures_ = pictures;
+    key_ = key;
+    addChanges(undelivered_, changes);
     // Of a picture without a version nobody knows whether the next is the same. An untouched picture is not kept: as
     // long as somebody holds it, the grabber cannot write its memory again.
-    if (key.picture != 0 && result.get() != image.get()) {
-        key_ = key;
-        result_ = result;
-    }
+    if (key.picture != 0 && result.image.get() != image.get()) result_ = result.image;
     return result;
 }
 
@@ -45,14 +62,22 @@ const std::vector<uint32_t>& TargetFrame::applicationWindows(OrvoWindowManager& 
     return applicationWindows_;
 }
 
-Ref<Image> getCropWithCGImage(const Ref<Image>& image, const CaptureOptions& options) {
-    return options.cropRect == Rect() ? image : platform().imaging().crop(image, options.cropRect);
+Ref<Image> getCropWithCGImage(const Ref<Image>& image, const CaptureOptions& options, Changes& changes) {
+    if (options.cropRect == Rect()) return image;
+    const PixelRect kept = touchedPixels(options.cropRect, image->width(), image->height());
+    if (changes) {
+        std::vector<PixelRect> whole;
+        whole.swap(*changes);
+        for (const PixelRect& rect : whole) addChange(changes, moved(intersection(rect, kept), -kept.x, -kept.y));
+    }
+    return platform().imaging().crop(image, options.cropRect);
 }
 
-Ref<Image> getResoulutionImage(const Ref<Image>& image, const CaptureOptions& options) {
-    const Size output = options.resolutionSize;
-    if (!image || output.width == 0 || output.height == 0) return image;
+Shot getResoulutionImage(const Ref<Image>& image, const CaptureOptions& options, ScaledOutput& output,
+                         Changes& changes) {
+    const Size size = options.resolutionSize;
+    if (!image || size.width == 0 || size.height == 0) return image;
     const Size source{static_cast<double>(image->width()), static_cast<double>(image->height())};
-    return platform().imaging().draw(image, truncated<uint32_t>(output.width), truncated<uint32_t>(output.height),
-                                     placementOf(options.resolutionMode, output, source));
+    return output.draw(image, truncated<uint32_t>(size.width), truncated<uint32_t>(size.height),
+                       placementOf(options.resolutionMode, size, source), changes);
 }

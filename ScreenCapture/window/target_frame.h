@@ -20,8 +20,12 @@ class TargetFrame {
 
     // Crops and scales a picture as the options say; the result of the tick before serves again when neither the
     // picture nor the options have changed. cursor: what was painted into the picture, which its version does not tell.
-    orvo::platform::Ref<orvo::platform::Image> cropAndScale(const orvo::platform::Ref<orvo::platform::Image>& image,
-                                                            const CaptureOptions& options, const CursorMark& cursor);
+    orvo::platform::Shot cropAndScale(const orvo::platform::Ref<orvo::platform::Image>& image,
+                                      const CaptureOptions& options, const CursorMark& cursor);
+
+    // What of the last result differs from the one that was last delivered.
+    const orvo::platform::Changes& changes() const { return undelivered_; }
+    void delivered() { undelivered_.emplace(); }
 
     // The windows of the target's application; asked for again when anything on the desktop has changed.
     const std::vector<uint32_t>& applicationWindows(OrvoWindowManager& manager);
@@ -35,17 +39,24 @@ class TargetFrame {
         bool operator==(const Key&) const = default;
     };
 
+    orvo::platform::Changes changesOf(const orvo::platform::Image& image, const Key& key);
+
     uint32_t number_;
     bool isScreen_;
     std::unique_ptr<orvo::platform::Grabber> grabber_;
-    Key key_;
-    orvo::platform::Ref<orvo::platform::Image> result_;  // of the key; null: none is kept
+    std::unique_ptr<orvo::platform::ScaledOutput> scaled_;
+    Key key_;                                            // of the last result
+    orvo::platform::ChangeFollower pictures_;            // up to that
+    orvo::platform::Ref<orvo::platform::Image> result_;  // null: it is not kept
+    orvo::platform::Changes undelivered_;
     uint64_t askedAt_ = 0;  // the desktop's version when the application's windows were asked for; 0: never, or unknown
     std::vector<uint32_t> applicationWindows_;
 };
 
-// The two steps by themselves; null when nothing is left.
+// The two steps by themselves; no picture when nothing is left. changes: of the picture, before and afterwards.
 orvo::platform::Ref<orvo::platform::Image> getCropWithCGImage(const orvo::platform::Ref<orvo::platform::Image>& image,
-                                                              const CaptureOptions& options);
-orvo::platform::Ref<orvo::platform::Image> getResoulutionImage(const orvo::platform::Ref<orvo::platform::Image>& image,
-                                                               const CaptureOptions& options);
+                                                              const CaptureOptions& options,
+                                                              orvo::platform::Changes& changes);
+orvo::platform::Shot getResoulutionImage(const orvo::platform::Ref<orvo::platform::Image>& image,
+                                         const CaptureOptions& options, orvo::platform::ScaledOutput& output,
+                                         orvo::platform::Changes& changes);

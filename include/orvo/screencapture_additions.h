@@ -105,6 +105,21 @@ typedef struct OrvoScreenCaptureStatistics {
 ORVO_API bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics);
 
 /**
+ * Returns which parts of the frame differ from the frame that was delivered before for the same target. For use inside
+ * a frame callback, on its thread.
+ * @param rects receives at most `capacity` rectangles: edges in pixels of the frame, origin top-left, right and bottom
+ *        exclusive; everything outside them is as it was. NULL only counts them
+ * @param capacity rectangles that fit; when there are more, one that encloses all of them is stored
+ * @return how many rectangles were stored; 0: the frame is equal to the one before; -1: any part may differ. That is so
+ *         for the first frame of a target and after each setting that changes the picture, where the system does not
+ *         report changes, and outside of frame callbacks
+ * @threads that of the frame callback
+ * @memory none
+ * @errors -1
+ */
+ORVO_API int orvo_screencapture_get_changed_rects(OrvoScreenCaptureRect* rects, int capacity);
+
+/**
  * Sets the level of the log and keeps its files. Works before orvo_screencapture_init.
  * @param level 0 import, 1 error, 2 warn, 3 notice, 4 debug (the default); lines above it are dropped
  * @threads any

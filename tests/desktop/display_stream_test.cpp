@@ -35,7 +35,10 @@ class Trial : public DisplayCaptureDelegate {
         SCOPED_TRACE(what);
         switch (what) {
             case 0:
-                if (!stream_->isRunning()) runFrames_ = runDelivered_ = runReplaced_ = 0;
+                if (!stream_->isRunning()) {
+                    runFrames_ = runDelivered_ = runReplaced_ = 0;
+                    undelivered_.reset();
+                }
                 return stream_->startRunning();
             case 1:
                 stream_->stopRunning();
@@ -96,10 +99,14 @@ class Trial : public DisplayCaptureDelegate {
         EXPECT_TRUE(!running || waiting == 0 || waiting == 1) << waiting;
     }
 
-    void onSample(PixelBuffer& buffer, const MediaTime&) override {
+    bool onSample(PixelBuffer& buffer, const MediaTime&, const Changes& changes) override {
         EXPECT_TRUE(stream_->isRunning());
         EXPECT_EQ(dynamic_cast<Frame&>(buffer).version(), frames_) << "not the newest";
+        EXPECT_EQ(changes, undelivered_);
         runDelivered_++;
+        const bool taken = frames_ % 4 != 0;
+        if (taken) undelivered_.emplace();
+        return taken;
     }
     void onDropped(NoImage why) override {
         if (why == NoImage::hostBusy)
@@ -155,7 +162,9 @@ class Trial : public DisplayCaptureDelegate {
             frame->setVersion(++frames_);
             runFrames_++;
         }
-        return {Outcome::frame, frame};
+        const Changes changes(std::in_place, {PixelRect{static_cast<int>(frames_ % 9), 0, 1, 1}});
+        if (counts) addChanges(undelivered_, changes);
+        return {Outcome::frame, frame, NoImage::none, changes};
     }
 
     Desktop& desk_ = desktop();
@@ -166,6 +175,7 @@ class Trial : public DisplayCaptureDelegate {
     int alive_ = 0;  // sources
     uint64_t frames_ = 0;
     int runFrames_ = 0, runDelivered_ = 0, runReplaced_ = 0;  // of the current run
+    Changes undelivered_;                                     // of the current run
     std::map<std::string, int> notices_, expectedNotices_;
     DisplaySettings wanted_;
     std::optional<DisplaySettings> committed_;

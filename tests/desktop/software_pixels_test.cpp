@@ -1,7 +1,9 @@
 // Pixels on the CPU: crops, placements, scaling, pictures, frames, the pointer blended into them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <random>
 
@@ -87,6 +89,59 @@ TEST(Imaging, DrawKeepsRowBytesAndLeavesTheRestZero) {
     EXPECT_FALSE(imaging.draw(image, 0, 100, {0, 0, 0, 100}));
     EXPECT_FALSE(imaging.draw(image, 100, 0x80000000U, {0, 0, 100, 100}));
     EXPECT_FALSE(imaging.draw(makeCounted<Bitmap>(300, 200, 24), 100, 100, {0, 0, 100, 100}));
+}
+
+// Whatever was drawn when, however long results are held: a scaled output shows what drawing all of it would show.
+TEST(Imaging, ScalingWhatHasChangedIsScalingAll) {
+    const bool full = std::getenv("ORVO_TEST_FULL");
+    for (uint32_t seed = 1; seed <= (full ? 2000U : 60U); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        std::mt19937 random(seed);
+        const auto number = [&](int from, int to) {
+            return from + static_cast<int>(random() % unsigned(to - from + 1));
+        };
+        const int width = number(1, 220), height = number(1, 160);
+        const Ref<MemoryBitmap> image = MemoryBitmap::make(width, height, static_cast<size_t>(width) * 4 + 1024);
+        std::generate_n(image->data(), image->bytesPerRow() * size_t(height), [&] { return uint8_t(random()); });
+        // Often a half, a quarter or the same size, where exact steps are taken.
+        const int divisor = number(0, 1) ? number(1, 4) : 0;
+        const auto outWidth = uint32_t(divisor ? std::max(width / divisor, 1) : number(1, 250));
+        const auto outHeight = uint32_t(divisor ? std::max(height / divisor, 1) : number(1, 180));
+        Rect placement{0, 0, double(outWidth), double(outHeight)};
+        if (number(0, 2) == 0) placement = {number(-90, 20) / 3.0, number(-90, 20) / 3.0, number(1, 900) / 3.0, 99.5};
+        SoftwareScaledOutput output;
+        Changes changes;
+        std::vector<std::pair<Ref<Image>, Ref<Image>>> held;
+        Ref<Image> last;
+        for (int step = 0; step < 8; ++step) {
+            const Shot shot = output.draw(image, outWidth, outHeight, placement, changes);
+            const Ref<Image> whole = imaging.draw(image, outWidth, outHeight, placement);
+            ASSERT_TRUE(shot.image && whole);
+            const auto isIn = [&](int x, int y) {
+                return !changes || std::any_of(changes->begin(), changes->end(),
+                                               [&](const PixelRect& rect) { return covers(rect, x, y); });
+            };
+            for (int y = 0; y < whole->height(); ++y)
+                for (int x = 0; x < whole->width(); ++x) {
+                    ASSERT_EQ(pixel(*shot.image, x, y), pixel(*whole, x, y)) << "step " << step << " " << x << "," << y;
+                    ASSERT_TRUE(isIn(x, y) || pixel(*last, x, y) == pixel(*whole, x, y)) << x << "," << y;
+                }
+            last = whole;
+            if (number(0, 1) && held.size() < 5) held.emplace_back(shot.image, whole);
+            if (number(0, 4) == 0) held.clear();
+            for (const auto& [kept, then] : held) ASSERT_EQ(pixel(*kept, 0, 0), pixel(*then, 0, 0));
+            changes.emplace();
+            for (int i = number(0, 3); i > 0; --i) {
+                const int x = number(0, width - 1), y = number(0, height - 1);
+                const PixelRect rect{x, y, number(1, width - x), number(1, std::min(height - y, 9))};
+                for (int at = 0; at < rect.width * rect.height; ++at)
+                    *reinterpret_cast<uint32_t*>(image->data() +
+                                                 size_t(rect.y + at / rect.width) * image->bytesPerRow() +
+                                                 size_t(rect.x + at % rect.width) * 4) = random();
+                addChange(changes, rect);
+            }
+        }
+    }
 }
 
 TEST(Imaging, ReductionStaysCloseToAnAreaAverage) {

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <functional>
 #include <future>
+#include <map>
 #include <memory>
 #include <numeric>
 #include <random>
@@ -109,10 +110,15 @@ class Capture final : public OrvoWindowCaptureSessionDelegate {
         return std::move(result_);
     }
 
-    void onCapturedWindowImage(platform::PixelBuffer& buffer, uint32_t target, uint64_t) override {
+    bool onCapturedWindowImage(platform::PixelBuffer& buffer, uint32_t target, uint64_t,
+                               const platform::Changes& changes) override {
         result_.frames.push_back({target, buffer.width(), buffer.height(), pixelsOf(buffer)});
+        Frame& before = last_[target];
+        if (!isReported(changes, before, result_.frames.back())) result_.reason = "an unreported change";
+        before = result_.frames.back();
         if (holds > 0) held.emplace_back(platform::Ref<platform::PixelBuffer>::retain(&buffer), pixelsOf(buffer));
         if (holds > 0) --holds;
+        return true;
     }
     void captureSessionRuntimeErrorOccur() override {}
 
@@ -133,8 +139,25 @@ class Capture final : public OrvoWindowCaptureSessionDelegate {
     std::vector<std::pair<platform::Ref<platform::PixelBuffer>, std::vector<uint8_t>>> held;
 
   private:
+    // Whether two frames are equal outside of what is said to have changed.
+    static bool isReported(const platform::Changes& changes, const Frame& before, const Frame& after) {
+        if (!changes) return true;
+        if (before.width != after.width || before.height != after.height) return false;
+        for (int y = 0; y < after.height; y++)
+            for (int x = 0; x < after.width; x++) {
+                const size_t at =
+                    (static_cast<size_t>(y) * static_cast<size_t>(after.width) + static_cast<size_t>(x)) * 4;
+                const bool isIn = std::any_of(changes->begin(), changes->end(), [&](const platform::PixelRect& rect) {
+                    return x >= rect.x && x < rect.x + rect.width && y >= rect.y && y < rect.y + rect.height;
+                });
+                if (!isIn && std::memcmp(&before.pixels[at], &after.pixels[at], 4) != 0) return false;
+            }
+        return true;
+    }
+
     std::function<void()> pump_;
     Result result_;
+    std::map<uint32_t, Frame> last_;
 };
 
 struct Move {
@@ -188,8 +211,11 @@ class FreshEquality {
         Dice dice(step.seed);
         moves_[step.move].act(dice);
         // A target's record keeps its display's place until it is chosen again; only a bare display does without it.
-        if (moves_[step.move].movesDisplays && (!wishes_.excluded.empty() || wishes_.mode == 5 || wishes_.cursor))
+        displaysMoved_ |= moves_[step.move].movesDisplays;
+        if (displaysMoved_ && (!wishes_.excluded.empty() || wishes_.mode == 5 || wishes_.cursor)) {
             capture_->aim(wishes_.targets);
+            displaysMoved_ = false;
+        }
         scene_.settle();
         for (const auto& [buffer, pixels] : capture_->held)
             if (Capture::pixelsOf(*buffer) != pixels) return "a frame was written while it was held";
@@ -277,6 +303,7 @@ class FreshEquality {
     Wishes wishes_;
     std::shared_ptr<Capture> capture_;
     std::vector<Move> moves_;
+    bool displaysMoved_ = false;  // since the targets were chosen
 };
 
 // Tries sequences of steps on scenes made by makeScene(). One that fails is shrunk: steps are left out for as long as

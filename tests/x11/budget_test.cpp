@@ -61,7 +61,7 @@ struct Scene {
         item.windowBounds = {40, 30, 320, 240};
         const CursorMark mark = cursor ? OrvoWindowCursor().appendMouseCursor(*shot.image, &item) : CursorMark();
         EXPECT_EQ(static_cast<bool>(mark), cursor);
-        return f.cropAndScale(shot.image, scaled ? half : CaptureOptions(), mark).get();
+        return f.cropAndScale(shot.image, scaled ? half : CaptureOptions(), mark).image.get();
     }
     const Image* composed() {
         platform::platform().windowServer().onScreenNumbers(list);

@@ -59,6 +59,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
         queue_->async([self = shared_from_this(), run = run_ + 1] { self->begin(run); });
         run_++;
         running_ = true;
+        undelivered_.reset();
     }
     void stop() {
         Ref<Frame> undelivered;
@@ -126,7 +127,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
         if (result.outcome == Outcome::sourceLost || result.outcome == Outcome::displayGone)
             return fail(run, result.outcome, result.why);
         if (result.outcome == Outcome::dropped) return reportDrop(result.why);
-        if (replacesWaiting(run, std::move(result.frame), time)) reportDrop(NoImage::hostBusy);
+        if (replacesWaiting(run, std::move(result), time)) reportDrop(NoImage::hostBusy);
     }
 
     // Ends the run and reports why, unless it was stopped meanwhile.
@@ -163,12 +164,14 @@ class Engine : public std::enable_shared_from_this<Engine> {
     // Leaves the frame for the job on the main queue, which is posted when none is on its way. Result: whether the
     // frame takes the place of one that the job had not fetched. The job holds a plain pointer, which std::function
     // keeps in itself, so that a frame allocates nothing; posted_ keeps the engine alive for it.
-    bool replacesWaiting(uint64_t run, Ref<Frame> frame, const MediaTime& time) {
+    bool replacesWaiting(uint64_t run, FrameResult result, const MediaTime& time) {
+        Ref<Frame>& frame = result.frame;
         {
             std::lock_guard lock(mutex_);
             if (!isCurrent(run) || !hasOutput_) return false;
             std::swap(waiting_, frame);
             time_ = time;
+            addChanges(undelivered_, result.changes);
             if (posted_) return static_cast<bool>(frame);
             posted_ = shared_from_this();
         }
@@ -187,14 +190,20 @@ class Engine : public std::enable_shared_from_this<Engine> {
         Ref<Frame> frame;
         std::shared_ptr<DisplayCaptureDelegate> delegate;
         MediaTime time;
+        Changes changes;
+        uint64_t run = 0;
         {
             std::lock_guard lock(mutex_);
             self = std::move(posted_);
             frame = std::move(waiting_);
             delegate = output_.lock();
             time = time_;
+            run = run_;
+            changes = std::exchange(undelivered_, Changes(std::in_place));
         }
-        if (frame && delegate) delegate->onSample(*frame, time);
+        if (frame && delegate && delegate->onSample(*frame, time, changes)) return;
+        std::lock_guard lock(mutex_);
+        if (run == run_) addChanges(undelivered_, changes);
     }
 
     const OpenDisplaySource open_;
@@ -211,6 +220,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
     bool hasOutput_ = false;
     Ref<Frame> waiting_;
     MediaTime time_;                  // of the waiting frame
+    Changes undelivered_;             // up to that, since the last one of this run that was delivered
     std::shared_ptr<Engine> posted_;  // this engine, while a job on the main queue is on its way
 
     // The queue's own.

@@ -29,6 +29,7 @@ struct FrameResult {
     Outcome outcome = Outcome::dropped;
     Ref<Frame> frame;             // not null for Outcome::frame; stays as it is while anybody holds it
     NoImage why = NoImage::none;  // for Outcome::dropped and Outcome::sourceLost
+    Changes changes{};            // of the frame, since the one before of the same source
 };
 
 // Where the frames of one run come from. Made, asked and destroyed on the stream's queue; a run is from start to stop.

@@ -55,6 +55,8 @@ class Frame final : public Bitmap {
     const std::vector<PixelRect>* changed() const override { return changedSince_ != 0 ? &changed_ : nullptr; }
     uint64_t changedSince() const override { return changedSince_; }
 
+    const std::vector<PixelRect>& painted() const { return painted_; }
+
     // The maker's: puts back what was painted over.
     void restore();
     uint8_t* data() { return pixels(); }

@@ -10,34 +10,39 @@
 #include <limits>
 
 #include "ScreenCapture/platform/software/bitmap.h"
-#include "ScreenCapture/platform/software/scale.h"
 
 namespace orvo::platform::software {
 namespace {
 
-constexpr uint32_t kLargestSide = std::numeric_limits<int>::max();
+constexpr uint32_t kMaxSide = std::numeric_limits<int>::max();
 
 bool readable(const Ref<Image>& image) {
     return image && image->bytes() && image->bitsPerPixel() == 32 && image->width() > 0 && image->height() > 0;
 }
 
-// drawScaled only reads its source.
+// A scaling only reads its source.
 Pixels pixelsOf(const Ref<Image>& image) {
     return {const_cast<uint8_t*>(image->bytes()), image->width(), image->height(), image->bytesPerRow()};
 }
 
-// The whole pixels that a rectangle touches, as far as they lie inside the size; empty when there are none.
-PixelRect touchedPixels(const Rect& area, int width, int height) {
-    const auto span = [](double origin, double length, int limit, int& from, int& count) {
-        const double low = std::min(origin, origin + length);
-        const double high = std::max(origin, origin + length);
-        from = std::clamp(truncated<int>(std::floor(low)), 0, limit);
-        count = high > low ? std::clamp(truncated<int>(std::ceil(high)), from, limit) - from : 0;
-    };
-    PixelRect touched;
-    span(area.x, area.width, width, touched.x, touched.width);
-    span(area.y, area.height, height, touched.y, touched.height);
-    return touched;
+// Whether a picture can be drawn into one of that size.
+bool canDraw(const Ref<Image>& image, uint32_t width, uint32_t height) {
+    return readable(image) && width != 0 && height != 0 && height <= kMaxSide &&
+           uint64_t{width} * 4 <= image->bytesPerRow();
+}
+
+Rect fromTop(const Rect& placement, uint32_t height) {
+    return {placement.x, height - placement.y - placement.height, placement.width, placement.height};
+}
+
+Pixels pixelsOf(MemoryBitmap& bitmap) {
+    return {bitmap.data(), bitmap.width(), bitmap.height(), bitmap.bytesPerRow()};
+}
+
+bool drawWhole(const Pixels& source, const Pixels& target) {
+    const Scaling scaling(source.width, source.height, target.width, target.height,
+                          {0, 0, static_cast<double>(target.width), static_cast<double>(target.height)});
+    return scaling.draw(source, target, scaling.covered());
 }
 
 const Ref<Image>& bestImage(const Picture& picture, int width, int height) {
@@ -57,6 +62,53 @@ const Ref<Image>& bestImage(const Picture& picture, int width, int height) {
 
 }  // namespace
 
+Shot SoftwareScaledOutput::draw(const Ref<Image>& image, uint32_t width, uint32_t height, const Rect& placement,
+                                Changes& changes) {
+    if (!canDraw(image, width, height)) {
+        scaling_.reset();
+        return NoImage::failed;
+    }
+    const Key key{image->width(), image->height(), image->bytesPerRow(), width, height, placement};
+    if (!scaling_ || key != key_) {
+        outputs_.clear();
+        scaling_.emplace(key.sourceWidth, key.sourceHeight, static_cast<int>(width), static_cast<int>(height),
+                         fromTop(placement, height));
+        key_ = key;
+        changes.reset();
+    }
+    if (changes) {
+        std::vector<PixelRect> affected;
+        affected.swap(*changes);
+        for (const PixelRect& rect : affected) addChange(changes, scaling_->affectedBy(rect));
+    }
+    for (Output& output : outputs_)
+        for (const PixelRect& rect : changes ? *changes : std::vector{scaling_->covered()}) output.behind.unite(rect);
+
+    Output* const output = freeOutput();
+    if (!output) return outputs_.size() == kMaxOutputs ? NoImage::noBuffer : NoImage::failed;
+    for (const PixelRect& rect : output->behind.rects())
+        if (!scaling_->draw(pixelsOf(image), pixelsOf(*output->bitmap), rect)) return NoImage::failed;
+    output->behind.clear();
+    return Ref<Image>(output->bitmap);
+}
+
+// One that nobody holds, the last one first: it is the least behind.
+SoftwareScaledOutput::Output* SoftwareScaledOutput::freeOutput() {
+    const auto free =
+        std::find_if(outputs_.begin(), outputs_.end(), [](const Output& output) { return output.bitmap->unique(); });
+    if (free != outputs_.end()) {
+        std::rotate(outputs_.begin(), free, free + 1);
+    } else {
+        if (outputs_.size() == kMaxOutputs) return nullptr;
+        Output made{MemoryBitmap::make(static_cast<int>(key_.width), static_cast<int>(key_.height), key_.bytesPerRow),
+                    Region(scaling_->covered())};
+        if (!made.bitmap) return nullptr;
+        clearOutside(pixelsOf(*made.bitmap), scaling_->covered());
+        outputs_.insert(outputs_.begin(), std::move(made));
+    }
+    return &outputs_.front();
+}
+
 Ref<Image> SoftwareImaging::crop(const Ref<Image>& image, const Rect& area) {
     if (!readable(image)) return nullptr;
     const PixelRect part = touchedPixels(area, image->width(), image->height());
@@ -66,15 +118,12 @@ Ref<Image> SoftwareImaging::crop(const Ref<Image>& image, const Rect& area) {
 }
 
 Ref<Image> SoftwareImaging::draw(const Ref<Image>& image, uint32_t width, uint32_t height, const Rect& placement) {
-    if (!readable(image) || width == 0 || height == 0 || height > kLargestSide) return nullptr;
-    if (uint64_t{width} * 4 > image->bytesPerRow()) return nullptr;
-    const Ref<MemoryBitmap> result =
-        MemoryBitmap::make(static_cast<int>(width), static_cast<int>(height), image->bytesPerRow());
-    if (!result) return nullptr;
-    const Pixels target{result->data(), result->width(), result->height(), result->bytesPerRow()};
-    const Rect fromTop{placement.x, height - placement.y - placement.height, placement.width, placement.height};
-    clearOutside(target, drawScaled(pixelsOf(image), target, fromTop));
-    return result;
+    Changes changes;
+    return SoftwareScaledOutput().draw(image, width, height, placement, changes).image;
+}
+
+std::unique_ptr<ScaledOutput> SoftwareImaging::scaledOutput() {
+    return std::make_unique<SoftwareScaledOutput>();
 }
 
 Ref<PixelBuffer> SoftwareImaging::wrap(const Ref<Image>& image) {
@@ -96,8 +145,7 @@ std::optional<Picture> SoftwareImaging::scaled(const Picture& picture, const Siz
     if (!readable(source) || width <= 0 || height <= 0) return std::nullopt;
     const Ref<MemoryBitmap> result = MemoryBitmap::make(width, height, static_cast<size_t>(width) * 4);
     if (!result) return std::nullopt;
-    drawScaled(pixelsOf(source), {result->data(), width, height, result->bytesPerRow()},
-               {0, 0, static_cast<double>(width), static_cast<double>(height)});
+    if (!drawWhole(pixelsOf(source), pixelsOf(*result))) return std::nullopt;
     return Picture{size, result, {{size, result}}};
 }
 
@@ -118,7 +166,7 @@ Picture SoftwareImaging::picture(PixelBuffer& buffer) {
 }
 
 Ref<PixelBuffer> SoftwareImaging::scaledRGB(PixelBuffer& buffer, const Rect& area, uint32_t width, uint32_t height) {
-    if (width == 0 || height == 0 || width > kLargestSide / 4 || height > kLargestSide) return nullptr;
+    if (width == 0 || height == 0 || width > kMaxSide / 4 || height > kMaxSide) return nullptr;
     const int columns = static_cast<int>(width);
     const int rows = static_cast<int>(height);
     const PixelRect part = touchedPixels(area, buffer.width(), buffer.height());
@@ -128,14 +176,11 @@ Ref<PixelBuffer> SoftwareImaging::scaledRGB(PixelBuffer& buffer, const Rect& are
 
     buffer.lock();
     auto* bytes = static_cast<uint8_t*>(const_cast<void*>(buffer.baseAddress()));
-    if (bytes) {
-        const Pixels source{bytes, buffer.width(), buffer.height(), buffer.bytesPerRow()};
-        drawScaled(source.part(part), {middle->data(), columns, rows, middle->bytesPerRow()},
-                   {0, 0, static_cast<double>(width), static_cast<double>(height)});
-        libyuv::ARGBToRAW(middle->data(), columns * 4, result->data(), columns * 3, columns, rows);
-    }
+    const Pixels source{bytes, buffer.width(), buffer.height(), buffer.bytesPerRow()};
+    const bool drawn = bytes && drawWhole(source.part(part), pixelsOf(*middle));
+    if (drawn) libyuv::ARGBToRAW(middle->data(), columns * 4, result->data(), columns * 3, columns, rows);
     buffer.unlock();
-    return bytes ? Ref<PixelBuffer>(std::move(result)) : nullptr;
+    return drawn ? Ref<PixelBuffer>(std::move(result)) : nullptr;
 }
 
 }  // namespace orvo::platform::software

@@ -1,23 +1,14 @@
 // Sets of pixels as lists of rectangles that do not overlap.
 #pragma once
 
-#include <algorithm>
 #include <vector>
 
 #include "ScreenCapture/platform/values.h"
 
 namespace orvo::platform::software {
 
-// The part that two rectangles share; empty() when they share none.
-inline PixelRect intersection(const PixelRect& a, const PixelRect& b) {
-    const int x = std::max(a.x, b.x);
-    const int y = std::max(a.y, b.y);
-    return {x, y, std::min(a.x + a.width, b.x + b.width) - x, std::min(a.y + a.height, b.y + b.height) - y};
-}
-
-inline PixelRect moved(const PixelRect& rect, int dx, int dy) {
-    return {rect.x + dx, rect.y + dy, rect.width, rect.height};
-}
+using platform::intersection;
+using platform::moved;
 
 class Region {
   public:

@@ -9,8 +9,6 @@
 #include <cstring>
 #include <vector>
 
-#include "ScreenCapture/platform/software/bitmap.h"
-
 namespace orvo::platform::software {
 namespace {
 
@@ -61,24 +59,6 @@ void halve(const Pixels& source, const Pixels& target, int step) {
                       libyuv::kFilterBox);
 }
 
-// The source made smaller by exact steps. At most three columns or rows at the far edges are left out by a step. Null
-// when there is nothing to do or no memory.
-Ref<MemoryBitmap> reduced(Pixels source, int targetWidth, int targetHeight) {
-    Ref<MemoryBitmap> result;
-    for (;;) {
-        // The library's exact kernels divide both axes alike.
-        const int step = std::min(boxStep(source.width, targetWidth), boxStep(source.height, targetHeight));
-        if (step == 1) return result;
-        const int width = source.width / step;
-        const int height = source.height / step;
-        Ref<MemoryBitmap> next = MemoryBitmap::make(width, height, static_cast<size_t>(width) * 4);
-        if (!next) return result;
-        halve(source, {next->data(), width, height, next->bytesPerRow()}, step);
-        source = {next->data(), width, height, next->bytesPerRow()};
-        result = std::move(next);
-    }
-}
-
 // Where the pixels of one axis come from: neighbours in the source with weights that sum to 256.
 struct Taps {
     struct Span {
@@ -112,15 +92,16 @@ Taps makeTaps(int sourceLength, int targetLength, int from, int count) {
     return taps;
 }
 
-// One row of the target, before its columns are drawn together: the weighted average of source rows.
-void blendRows(const Pixels& source, const Taps& rows, const Taps::Span& span, uint8_t* out) {
-    const uint8_t* sum = source.row(span.first);
+// One row of the target, before its columns are drawn together: the weighted average of source rows. top: the row of
+// the source that the given pixels begin with.
+void blendRows(const Pixels& source, int top, const Taps& rows, const Taps::Span& span, uint8_t* out) {
+    const uint8_t* sum = source.row(span.first - top);
     uint32_t total = rows.weights[span.weights];
     for (int i = 1; i < span.count; ++i) {
         const uint32_t weight = rows.weights[span.weights + static_cast<size_t>(i)];
         if (weight == 0) continue;
         total += weight;
-        libyuv::ARGBInterpolate(sum, 0, source.row(span.first + i), 0, out, 0, source.width, 1,
+        libyuv::ARGBInterpolate(sum, 0, source.row(span.first + i - top), 0, out, 0, source.width, 1,
                                 std::min(static_cast<int>(weight * 256 / total), 255));
         sum = out;
     }
@@ -140,7 +121,8 @@ struct ColumnTaps {
     std::vector<Lanes> weights;  // of all pixels' pairs, one after the other
 };
 
-ColumnTaps paired(const Taps& taps) {
+// left: the column of the source that the row begins with.
+ColumnTaps paired(const Taps& taps, int left) {
     ColumnTaps result;
     for (const Taps::Span& span : taps.spans) result.pairs = std::max(result.pairs, (span.count + 1) / 2);
     for (const Taps::Span& span : taps.spans) {
@@ -152,7 +134,7 @@ ColumnTaps paired(const Taps& taps) {
             const uint16_t a = weight(i), b = weight(i + 1);
             result.weights.push_back(Lanes{a, a, a, a, b, b, b, b});
         }
-        result.first.push_back(span.first * 4);
+        result.first.push_back((span.first - left) * 4);
     }
     return result;
 }
@@ -201,52 +183,136 @@ void blendColumns(const uint8_t* row, const ColumnTaps& columns, uint8_t* out) {
     }
 }
 
-// The target: a part of a whole of width x height pixels, at the offset (skipX, skipY) inside it.
-void resample(const Pixels& source, const Pixels& target, int width, int height, int skipX, int skipY) {
-    const ColumnTaps columns = paired(makeTaps(source.width, width, skipX, target.width));
-    const Taps rows = makeTaps(source.height, height, skipY, target.height);
-    const auto blend = columns.pairs == 1 ? blendColumns<1> : columns.pairs == 2 ? blendColumns<2> : blendColumns<0>;
-    std::vector<uint8_t> row(static_cast<size_t>(source.width + 2 * columns.pairs) * 4);
-    for (int y = 0; y < target.height; ++y) {
-        blendRows(source, rows, rows.spans[static_cast<size_t>(y)], row.data());
-        blend(row.data(), columns, target.row(y));
-    }
+// From the first to the last pixel that taps read.
+void readBy(const Taps& taps, int& first, int& count) {
+    first = taps.spans.front().first;
+    count = taps.spans.back().first + taps.spans.back().count - first;
+}
+
+// Which of `length` pixels, made from sourceLength ones, are made from some of those between two edges; one more on
+// either side makes up for rounding.
+void affectedPixels(int sourceLength, int length, int& from, int& to) {
+    const double ratio = static_cast<double>(length) / sourceLength;
+    const int first = truncated<int>(std::floor((from - 1) * ratio)) - 1;
+    const int end = truncated<int>(std::ceil((to + 1) * ratio)) + 1;
+    from = std::clamp(first, 0, length);
+    to = std::clamp(end, from, length);
+}
+
+PixelRect between(int left, int top, int right, int bottom) {
+    return {left, top, right - left, bottom - top};
+}
+
+PixelRect times(const PixelRect& rect, int factor) {
+    return {rect.x * factor, rect.y * factor, rect.width * factor, rect.height * factor};
 }
 
 }  // namespace
 
-PixelRect drawScaled(const Pixels& source, const Pixels& target, const Rect& placement) {
-    const Axis x = mapAxis(source.width, target.width, placement.x, placement.width);
-    const Axis y = mapAxis(source.height, target.height, placement.y, placement.height);
-    if (x.empty() || y.empty()) return {};
-
-    Pixels seen = source.part({x.sourceFrom, y.sourceFrom, x.sourceTo - x.sourceFrom, y.sourceTo - y.sourceFrom});
-    const int width = x.targetTo - x.targetFrom;
-    const int height = y.targetTo - y.targetFrom;
-    PixelRect covered{std::max(x.targetFrom, 0), std::max(y.targetFrom, 0), 0, 0};
-    covered.width = std::min(x.targetTo, target.width) - covered.x;
-    covered.height = std::min(y.targetTo, target.height) - covered.y;
-    const Pixels into = target.part(covered);
-    const bool whole = covered.width == width && covered.height == height;
-    // An exact half or quarter goes straight into the target.
-    for (const int step : {2, 4})
-        if (whole && seen.width == step * width && seen.height == step * height) {
-            halve(seen, into, step);
-            return covered;
-        }
-
-    const Ref<MemoryBitmap> smaller = reduced(seen, width, height);
-    if (smaller) seen = {smaller->data(), smaller->width(), smaller->height(), smaller->bytesPerRow()};
-    const int skipX = covered.x - x.targetFrom;
-    const int skipY = covered.y - y.targetFrom;
-    if (seen.width == width && seen.height == height) {
-        const Pixels same = seen.part({skipX, skipY, covered.width, covered.height});
-        libyuv::ARGBCopy(same.bytes, static_cast<int>(same.bytesPerRow), into.bytes, static_cast<int>(into.bytesPerRow),
-                         covered.width, covered.height);
-    } else {
-        resample(seen, into, width, height, skipX, skipY);
+Scaling::Scaling(int sourceWidth, int sourceHeight, int targetWidth, int targetHeight, const Rect& placement) {
+    const Axis x = mapAxis(sourceWidth, targetWidth, placement.x, placement.width);
+    const Axis y = mapAxis(sourceHeight, targetHeight, placement.y, placement.height);
+    if (x.empty() || y.empty()) return;
+    seen_ = between(x.sourceFrom, y.sourceFrom, x.sourceTo, y.sourceTo);
+    width_ = x.targetTo - x.targetFrom;
+    height_ = y.targetTo - y.targetFrom;
+    covered_ = between(std::max(x.targetFrom, 0), std::max(y.targetFrom, 0), std::min(x.targetTo, targetWidth),
+                       std::min(y.targetTo, targetHeight));
+    skipX_ = covered_.x - x.targetFrom;
+    skipY_ = covered_.y - y.targetFrom;
+    for (Level level{1, seen_.width, seen_.height};; level.width /= level.step, level.height /= level.step) {
+        if (!levels_.empty() && level.step == 1) break;
+        levels_.push_back(level);
+        // The library's exact kernels divide both axes alike. A step leaves out at most three columns or rows at the
+        // far edges.
+        level.step = std::min(boxStep(level.width, width_), boxStep(level.height, height_));
     }
-    return covered;
+}
+
+PixelRect Scaling::affectedBy(const PixelRect& part) const {
+    const PixelRect inside = intersection(part, seen_);
+    if (inside.empty()) return {};
+    int left = inside.x - seen_.x, right = left + inside.width;
+    int top = inside.y - seen_.y, bottom = top + inside.height;
+    int step = 1;
+    for (const Level& level : levels_) step *= level.step;
+    const Level& last = levels_.back();
+    left = left / step, right = std::min((right + step - 1) / step, last.width);
+    top = top / step, bottom = std::min((bottom + step - 1) / step, last.height);
+    affectedPixels(last.width, width_, left, right);
+    affectedPixels(last.height, height_, top, bottom);
+    return intersection(moved(between(left, top, right, bottom), covered_.x - skipX_, covered_.y - skipY_), covered_);
+}
+
+bool Scaling::draw(const Pixels& source, const Pixels& target, PixelRect part) const {
+    part = intersection(part, covered_);
+    if (part.empty()) return true;
+    const Pixels seen = source.part(seen_);
+    const PixelRect place = moved(part, skipX_ - covered_.x, skipY_ - covered_.y);  // in the whole
+    if (!isExact()) return resample(seen, target.part(part), place);
+    if (levels_.size() > 1) {
+        const PixelRect wide = intersection(aligned(place, width_), {skipX_, skipY_, covered_.width, covered_.height});
+        const Pixels into = target.part(moved(wide, covered_.x - skipX_, covered_.y - skipY_));
+        return reduce(seen, levels_.size() - 1, wide, into);
+    }
+    const Pixels from = seen.part(place);
+    const Pixels into = target.part(part);
+    libyuv::ARGBCopy(from.bytes, static_cast<int>(from.bytesPerRow), into.bytes, static_cast<int>(into.bytesPerRow),
+                     part.width, part.height);
+    return true;
+}
+
+// The library's kernels take four pixels at a time and round what is left over at the end of a row in another way. A
+// part gives the same pixels as the whole when it begins and ends where the whole has its groups of four.
+PixelRect Scaling::aligned(const PixelRect& part, int width) {
+    const int left = part.x & ~3;
+    const int right = std::min((part.x + part.width + 3) & ~3, width);
+    return between(left, part.y, right, part.y + part.height);
+}
+
+// Draws a part of a level that was aligned.
+bool Scaling::reduce(const Pixels& seen, size_t level, const PixelRect& part, const Pixels& into) const {
+    const PixelRect below = times(part, levels_[level].step);
+    Piece source;
+    if (!piece(seen, level - 1, below, source)) return false;
+    halve(source.part(below), into, levels_[level].step);
+    return true;
+}
+
+bool Scaling::piece(const Pixels& seen, size_t level, const PixelRect& part, Piece& result) const {
+    if (level == 0) {
+        result = {nullptr, seen, 0, 0};
+        return true;
+    }
+    const PixelRect wide = aligned(part, levels_[level].width);
+    result.memory = MemoryBitmap::make(wide.width, wide.height, static_cast<size_t>(wide.width) * 4);
+    if (!result.memory) return false;
+    result.pixels = {result.memory->data(), wide.width, wide.height, result.memory->bytesPerRow()};
+    result.x = wide.x;
+    result.y = wide.y;
+    return reduce(seen, level, wide, result.pixels);
+}
+
+// The target: the pixels of the part, which is one of the whole of width_ x height_ pixels.
+bool Scaling::resample(const Pixels& seen, const Pixels& target, const PixelRect& part) const {
+    const Level& last = levels_.back();
+    const Taps columnTaps = makeTaps(last.width, width_, part.x, part.width);
+    const Taps rows = makeTaps(last.height, height_, part.y, part.height);
+    PixelRect read;
+    readBy(columnTaps, read.x, read.width);
+    readBy(rows, read.y, read.height);
+    Piece middle;
+    if (!piece(seen, levels_.size() - 1, read, middle)) return false;
+    const Pixels source = middle.part(read);
+
+    const ColumnTaps columns = paired(columnTaps, read.x);
+    const auto blend = columns.pairs == 1 ? blendColumns<1> : columns.pairs == 2 ? blendColumns<2> : blendColumns<0>;
+    std::vector<uint8_t> row(static_cast<size_t>(source.width + 2 * columns.pairs) * 4);
+    for (int y = 0; y < target.height; ++y) {
+        blendRows(source, read.y, rows, rows.spans[static_cast<size_t>(y)], row.data());
+        blend(row.data(), columns, target.row(y));
+    }
+    return true;
 }
 
 void clearOutside(const Pixels& target, const PixelRect& kept) {

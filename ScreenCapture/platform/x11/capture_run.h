@@ -38,7 +38,9 @@ class CaptureRun final : public software::DisplaySource {
     Monitor monitor_;
     bool monitorIsStale_ = true;
     Ref<software::Frame> frame_;
-    PointerLook look_;  // what is painted on the frame
+    PointerLook look_;                // what is painted on the frame
+    std::vector<PixelRect> painted_;  // where that is
+    ChangeFollower follower_;         // of the frames
     NoImage why_ = NoImage::none;
 };
 

@@ -98,16 +98,16 @@ Ref<Bitmap> copyOf(const platform::Image& image) {
     });
 }
 
-// The rows in which two pictures of one size differ.
-PixelRect rowsThatDiffer(const Bitmap& a, const Bitmap& b) {
-    const auto differ = [&](int y) {
-        const size_t row = static_cast<size_t>(y) * a.bytesPerRow();
-        return std::memcmp(a.bytes() + row, b.bytes() + row, a.bytesPerRow()) != 0;
-    };
-    int top = 0, bottom = a.height();
-    while (top < bottom && !differ(top)) ++top;
-    while (bottom > top && !differ(bottom - 1)) --bottom;
-    return {0, top, a.width(), bottom - top};
+// The columns that differ, a rectangle for each row.
+std::vector<PixelRect> differingRows(const Bitmap& a, const Bitmap& b) {
+    std::vector<PixelRect> rows;
+    for (int y = 0; y < a.height(); y++) {
+        int left = 0, right = a.width();
+        while (left < right && a.at(left, y) == b.at(left, y)) left++;
+        while (right > left && a.at(right - 1, y) == b.at(right - 1, y)) right--;
+        if (left < right) rows.push_back({left, y, right - left, 1});
+    }
+    return rows;
 }
 
 class ScriptedGrabber final : public platform::Grabber {
@@ -160,10 +160,9 @@ class ScriptedGrabber final : public platform::Grabber {
         const auto own = copyOf(*image);
         own->versionNumber = last_ ? last_->versionNumber : 0;
         const bool sameSize = last_ && last_->width() == own->width() && last_->height() == own->height();
-        const PixelRect differs = sameSize ? rowsThatDiffer(*last_, *own) : PixelRect{0, 0, 1, 1};
-        if (!differs.empty()) {
+        if (sameSize) own->changes = differingRows(*last_, *own);
+        if (!sameSize || !own->changes.empty()) {
             own->since = sameSize ? last_->versionNumber : 0;
-            own->changes = {differs};
             own->versionNumber = platform::nextVersion();
             last_ = copyOf(*own);
             last_->versionNumber = own->versionNumber;

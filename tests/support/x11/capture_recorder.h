@@ -28,7 +28,7 @@ inline bool runUntil(const std::function<bool()>& condition) {
 
 class CaptureRecorder final : public platform::DisplayCaptureDelegate {
   public:
-    void onSample(platform::PixelBuffer& buffer, const platform::MediaTime& time) override {
+    bool onSample(platform::PixelBuffer& buffer, const platform::MediaTime& time, const platform::Changes&) override {
         samples++;
         times.push_back(time.value * 1000000 / time.timescale);
         width = buffer.width();
@@ -37,6 +37,7 @@ class CaptureRecorder final : public platform::DisplayCaptureDelegate {
         const auto* bytes = static_cast<const uint8_t*>(buffer.baseAddress());
         pixels.assign(bytes, bytes + bytesPerRow * static_cast<size_t>(height));
         if (keep) kept.push_back(platform::Ref<platform::PixelBuffer>::retain(&buffer));
+        return true;
     }
     void onDropped(platform::NoImage) override { drops++; }
     void onRuntimeError(const platform::CaptureFailure& failure) override {
