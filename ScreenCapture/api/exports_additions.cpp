@@ -88,13 +88,16 @@ bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics) 
 
 int orvo_screencapture_get_changed_rects(OrvoScreenCaptureRect* rects, int capacity) {
     const orvo::platform::Changes* const inCallback = orvo::capture::ChangesInCallback::current();
-    if (!inCallback || !*inCallback) return -1;
+    if (!inCallback || !inCallback->isKnown()) return -1;
     orvo::platform::Changes changes = *inCallback;
-    if (!rects || capacity < 1) return static_cast<int>(changes->size());
-    if (changes->size() > static_cast<size_t>(capacity)) changes->assign(1, orvo::platform::boundsOf(*changes));
-    for (const orvo::platform::PixelRect& rect : *changes)
+    if (!rects || capacity < 1) return static_cast<int>(changes.size());
+    if (changes.size() > static_cast<size_t>(capacity)) {
+        changes = orvo::platform::Changes::nothing();
+        changes.add(inCallback->bounds());
+    }
+    for (const orvo::platform::PixelRect& rect : changes)
         *rects++ = {rect.x, rect.y, rect.x + rect.width, rect.y + rect.height};
-    return static_cast<int>(changes->size());
+    return static_cast<int>(changes.size());
 }
 
 void orvo_screencapture_change_log_level(int level) {

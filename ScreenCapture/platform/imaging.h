@@ -61,7 +61,7 @@ class WholeOutput final : public ScaledOutput {
     explicit WholeOutput(Imaging& imaging) : imaging_(imaging) {}
     Shot draw(const Ref<Image>& image, uint32_t width, uint32_t height, const Rect& placement,
               Changes& changes) override {
-        changes.reset();
+        changes = {};
         return imaging_.draw(image, width, height, placement);
     }
 

@@ -30,10 +30,10 @@ TargetFrame::TargetFrame(uint32_t number, bool isScreen)
 // What of a picture, with what was painted on it, differs from the one of the tick before.
 Changes TargetFrame::changesOf(const Image& image, const Key& key) {
     Changes changes = pictures_.next(image);
-    if (key.options != key_.options) return std::nullopt;
+    if (key.options != key_.options) return {};
     if (key.cursor == key_.cursor) return changes;
     for (const CursorMark& mark : {key_.cursor, key.cursor})
-        if (mark) addChange(changes, {mark.x, image.height() - mark.y - mark.h, mark.w, mark.h});
+        if (mark) changes.add({mark.x, image.height() - mark.y - mark.h, mark.w, mark.h});
     return changes;
 }
 
@@ -48,7 +48,7 @@ Shot TargetFrame::cropAndScale(const Ref<Image>& image, const CaptureOptions& op
     const Shot result = getResoulutionImage(cropped, options, *scaled_, changes);
     pictures_ = pictures;
     key_ = key;
-    addChanges(undelivered_, changes);
+    undelivered_.add(changes);
     // Of a picture without a version nobody knows whether the next is the same. An untouched picture is not kept: as
     // long as somebody holds it, the grabber cannot write its memory again.
     if (key.picture != 0 && result.image.get() != image.get()) result_ = result.image;
@@ -65,10 +65,9 @@ const std::vector<uint32_t>& TargetFrame::applicationWindows(OrvoWindowManager& 
 Ref<Image> getCropWithCGImage(const Ref<Image>& image, const CaptureOptions& options, Changes& changes) {
     if (options.cropRect == Rect()) return image;
     const PixelRect kept = touchedPixels(options.cropRect, image->width(), image->height());
-    if (changes) {
-        std::vector<PixelRect> whole;
-        whole.swap(*changes);
-        for (const PixelRect& rect : whole) addChange(changes, moved(intersection(rect, kept), -kept.x, -kept.y));
+    if (changes.isKnown()) {
+        const Changes whole = std::exchange(changes, Changes::nothing());
+        for (const PixelRect& rect : whole) changes.add(moved(intersection(rect, kept), -kept.x, -kept.y));
     }
     return platform().imaging().crop(image, options.cropRect);
 }

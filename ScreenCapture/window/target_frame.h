@@ -25,7 +25,7 @@ class TargetFrame {
 
     // What of the last result differs from the one that was last delivered.
     const orvo::platform::Changes& changes() const { return undelivered_; }
-    void delivered() { undelivered_.emplace(); }
+    void delivered() { undelivered_ = orvo::platform::Changes::nothing(); }
 
     // The windows of the target's application; asked for again when anything on the desktop has changed.
     const std::vector<uint32_t>& applicationWindows(OrvoWindowManager& manager);

@@ -37,7 +37,7 @@ class Trial : public DisplayCaptureDelegate {
             case 0:
                 if (!stream_->isRunning()) {
                     runFrames_ = runDelivered_ = runReplaced_ = 0;
-                    undelivered_.reset();
+                    undelivered_ = {};
                 }
                 return stream_->startRunning();
             case 1:
@@ -105,7 +105,7 @@ class Trial : public DisplayCaptureDelegate {
         EXPECT_EQ(changes, undelivered_);
         runDelivered_++;
         const bool taken = frames_ % 4 != 0;
-        if (taken) undelivered_.emplace();
+        if (taken) undelivered_ = Changes::nothing();
         return taken;
     }
     void onDropped(NoImage why) override {
@@ -162,8 +162,9 @@ class Trial : public DisplayCaptureDelegate {
             frame->setVersion(++frames_);
             runFrames_++;
         }
-        const Changes changes(std::in_place, {PixelRect{static_cast<int>(frames_ % 9), 0, 1, 1}});
-        if (counts) addChanges(undelivered_, changes);
+        Changes changes = Changes::nothing();
+        changes.add({static_cast<int>(frames_ % 9), 0, 1, 1});
+        if (counts) undelivered_.add(changes);
         return {Outcome::frame, frame, NoImage::none, changes};
     }
 

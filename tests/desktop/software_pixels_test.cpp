@@ -118,8 +118,8 @@ TEST(Imaging, ScalingWhatHasChangedIsScalingAll) {
             const Ref<Image> whole = imaging.draw(image, outWidth, outHeight, placement);
             ASSERT_TRUE(shot.image && whole);
             const auto isIn = [&](int x, int y) {
-                return !changes || std::any_of(changes->begin(), changes->end(),
-                                               [&](const PixelRect& rect) { return covers(rect, x, y); });
+                return !changes.isKnown() || std::any_of(changes.begin(), changes.end(),
+                                                         [&](const PixelRect& rect) { return covers(rect, x, y); });
             };
             for (int y = 0; y < whole->height(); ++y)
                 for (int x = 0; x < whole->width(); ++x) {
@@ -130,7 +130,7 @@ TEST(Imaging, ScalingWhatHasChangedIsScalingAll) {
             if (number(0, 1) && held.size() < 5) held.emplace_back(shot.image, whole);
             if (number(0, 4) == 0) held.clear();
             for (const auto& [kept, then] : held) ASSERT_EQ(pixel(*kept, 0, 0), pixel(*then, 0, 0));
-            changes.emplace();
+            changes = Changes::nothing();
             for (int i = number(0, 3); i > 0; --i) {
                 const int x = number(0, width - 1), y = number(0, height - 1);
                 const PixelRect rect{x, y, number(1, width - x), number(1, std::min(height - y, 9))};
@@ -138,7 +138,7 @@ TEST(Imaging, ScalingWhatHasChangedIsScalingAll) {
                     *reinterpret_cast<uint32_t*>(image->data() +
                                                  size_t(rect.y + at / rect.width) * image->bytesPerRow() +
                                                  size_t(rect.x + at % rect.width) * 4) = random();
-                addChange(changes, rect);
+                changes.add(rect);
             }
         }
     }

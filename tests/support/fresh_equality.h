@@ -141,13 +141,13 @@ class Capture final : public OrvoWindowCaptureSessionDelegate {
   private:
     // Whether two frames are equal outside of what is said to have changed.
     static bool isReported(const platform::Changes& changes, const Frame& before, const Frame& after) {
-        if (!changes) return true;
+        if (!changes.isKnown()) return true;
         if (before.width != after.width || before.height != after.height) return false;
         for (int y = 0; y < after.height; y++)
             for (int x = 0; x < after.width; x++) {
                 const size_t at =
                     (static_cast<size_t>(y) * static_cast<size_t>(after.width) + static_cast<size_t>(x)) * 4;
-                const bool isIn = std::any_of(changes->begin(), changes->end(), [&](const platform::PixelRect& rect) {
+                const bool isIn = std::any_of(changes.begin(), changes.end(), [&](const platform::PixelRect& rect) {
                     return x >= rect.x && x < rect.x + rect.width && y >= rect.y && y < rect.y + rect.height;
                 });
                 if (!isIn && std::memcmp(&before.pixels[at], &after.pixels[at], 4) != 0) return false;

@@ -49,7 +49,7 @@ using orvo::platform::DisplayCaptureDelegate;
     auto image = macos::CFRef<CVPixelBufferRef>::retain(CMSampleBufferGetImageBuffer(sample));
     if (!image) return;
     const auto buffer = makeCounted<macos::MacPixelBuffer>(std::move(image));
-    delegate->onSample(*buffer, {time.value, time.timescale}, std::nullopt);
+    delegate->onSample(*buffer, {time.value, time.timescale}, Changes());
 }
 
 // Late samples are discarded by the output: the main queue was busy.

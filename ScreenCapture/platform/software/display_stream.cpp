@@ -59,7 +59,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
         queue_->async([self = shared_from_this(), run = run_ + 1] { self->begin(run); });
         run_++;
         running_ = true;
-        undelivered_.reset();
+        undelivered_ = {};
     }
     void stop() {
         Ref<Frame> undelivered;
@@ -171,7 +171,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
             if (!isCurrent(run) || !hasOutput_) return false;
             std::swap(waiting_, frame);
             time_ = time;
-            addChanges(undelivered_, result.changes);
+            undelivered_.add(result.changes);
             if (posted_) return static_cast<bool>(frame);
             posted_ = shared_from_this();
         }
@@ -199,11 +199,11 @@ class Engine : public std::enable_shared_from_this<Engine> {
             delegate = output_.lock();
             time = time_;
             run = run_;
-            changes = std::exchange(undelivered_, Changes(std::in_place));
+            changes = std::exchange(undelivered_, Changes::nothing());
         }
         if (frame && delegate && delegate->onSample(*frame, time, changes)) return;
         std::lock_guard lock(mutex_);
-        if (run == run_) addChanges(undelivered_, changes);
+        if (run == run_) undelivered_.add(changes);
     }
 
     const OpenDisplaySource open_;

@@ -74,15 +74,14 @@ Shot SoftwareScaledOutput::draw(const Ref<Image>& image, uint32_t width, uint32_
         scaling_.emplace(key.sourceWidth, key.sourceHeight, static_cast<int>(width), static_cast<int>(height),
                          fromTop(placement, height));
         key_ = key;
-        changes.reset();
+        changes = {};
     }
-    if (changes) {
-        std::vector<PixelRect> affected;
-        affected.swap(*changes);
-        for (const PixelRect& rect : affected) addChange(changes, scaling_->affectedBy(rect));
-    }
+    Changes affected = Changes::nothing();
+    if (!changes.isKnown()) affected.add(scaling_->covered());
+    for (const PixelRect& rect : changes) affected.add(scaling_->affectedBy(rect));
     for (Output& output : outputs_)
-        for (const PixelRect& rect : changes ? *changes : std::vector{scaling_->covered()}) output.behind.unite(rect);
+        for (const PixelRect& rect : affected) output.behind.unite(rect);
+    if (changes.isKnown()) changes = affected;
 
     Output* const output = freeOutput();
     if (!output) return outputs_.size() == kMaxOutputs ? NoImage::noBuffer : NoImage::failed;

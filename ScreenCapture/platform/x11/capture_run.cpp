@@ -73,17 +73,17 @@ software::FrameResult CaptureRun::next(const software::DisplaySettings& settings
     }
     const PointerLook look = pointer_.look();
     if (x_->lost()) return lost();
-    if (!draws && look == look_) return {Outcome::frame, frame_, NoImage::none, Changes(std::in_place)};
+    if (!draws && look == look_) return {Outcome::frame, frame_, NoImage::none, Changes::nothing()};
     if (!draws) takeFrame();
     if (!frame_) return x_->lost() ? lost() : software::FrameResult{Outcome::dropped, nullptr, why_};
     pointer_.draw(look, *frame_, area.x, area.y);
     Changes changes = follower_.next(*frame_);
     if (std::exchange(look_, look) != look) {
-        for (const PixelRect& rect : painted_) addChange(changes, rect);
-        for (const PixelRect& rect : frame_->painted()) addChange(changes, rect);
+        for (const PixelRect& rect : painted_) changes.add(rect);
+        for (const PixelRect& rect : frame_->painted()) changes.add(rect);
     }
     painted_ = frame_->painted();
-    return {Outcome::frame, frame_, NoImage::none, std::move(changes)};
+    return {Outcome::frame, frame_, NoImage::none, changes};
 }
 
 software::FrameResult CaptureRun::lost() const {

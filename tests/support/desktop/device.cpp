@@ -126,7 +126,7 @@ void Device::deliver() {
         time = waitingTime_;
         delegate = output.lock();
     }
-    if (frame && delegate) delegate->onSample(*frame, time, std::nullopt);
+    if (frame && delegate) delegate->onSample(*frame, time, platform::Changes());
 }
 
 void Device::stop() {
