@@ -6,6 +6,7 @@ import weakref
 from types import TracebackType
 from typing import Any
 
+from . import _records as records
 from ._library import library
 from .errors import FrameExpired
 
@@ -26,6 +27,13 @@ def _view_of(handle: int, size: int) -> memoryview:
     return memoryview(pixels).cast("B").toreadonly()
 
 
+def _changed() -> list[tuple[int, int, int, int]] | None:
+    """What of the frame of this callback has changed."""
+    rects = (records.OrvoScreenCaptureRect * 16)()
+    count = library().orvo_screencapture_get_changed_rects(rects, len(rects))
+    return None if count < 0 else [(rect.left, rect.top, rect.right, rect.bottom) for rect in rects[:count]]
+
+
 class Frame:
     """One picture: 32-bit pixels, their bytes blue, green, red and 255, the top row first.
 
@@ -36,20 +44,28 @@ class Frame:
     """
 
     def __init__(
-        self, pixels: memoryview, size: tuple[int, int], stride: int, milliseconds: int, window_id: int | None
+        self,
+        pixels: memoryview,
+        size: tuple[int, int],
+        stride: int,
+        milliseconds: int,
+        window_id: int | None,
+        changed: list[tuple[int, int, int, int]] | None = None,
     ) -> None:
         self._pixels: memoryview | None = pixels
         self.width, self.height = size  #: pixels
         self.stride = stride  #: bytes from one row to the next
         #: the time at which it was taken: of the monotonic clock for screens, since 1970 for windows
         self.milliseconds = milliseconds
+        #: left, top, right and bottom of what differs from the frame before of the same target; None: all may differ
+        self.changed = changed
         self.window_id = window_id  #: the window, or screen without some windows, that it shows; None for a screen
 
     @classmethod
     def _of_buffer(cls, handle: int, format: Any, milliseconds: int, window_id: int | None) -> Frame:
         stride = format.strides[0]
         size = stride * (format.height - 1) + format.width * BYTES_PER_PIXEL
-        return cls(_view_of(handle, size), (format.width, format.height), stride, milliseconds, window_id)
+        return cls(_view_of(handle, size), (format.width, format.height), stride, milliseconds, window_id, _changed())
 
     @property
     def pixels(self) -> memoryview:
@@ -116,4 +132,4 @@ class Frame:
         return f"<Frame {self.width}x{self.height} at {self.milliseconds} ms{', expired' if self.expired else ''}>"
 
     def _with(self, pixels: memoryview, stride: int) -> Frame:
-        return Frame(pixels, (self.width, self.height), stride, self.milliseconds, self.window_id)
+        return Frame(pixels, (self.width, self.height), stride, self.milliseconds, self.window_id, self.changed)

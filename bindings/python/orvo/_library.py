@@ -56,6 +56,7 @@ _FUNCTIONS: dict[str, tuple[Any, ...]] = {
     "orvo_windowthumbnail_find_windows": (records.WINDOW_INFO, POINTER(c_int)),
     "orvo_windowthumbnail_free_windows": (None, records.WINDOW_INFO, c_int),
     "orvo_windowthumbnail_show_source_window": (c_int, c_uint, c_int),
+    "orvo_screencapture_get_changed_rects": (c_int, POINTER(records.OrvoScreenCaptureRect), c_int),
     "orvo_screencapture_version": (c_char_p,),
     "orvo_screencapture_get_permission": (c_int, c_int),
     "orvo_screencapture_request_permission": (c_int, c_int),
