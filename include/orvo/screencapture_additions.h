@@ -105,17 +105,15 @@ typedef struct OrvoScreenCaptureStatistics {
 ORVO_API bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics);
 
 /**
- * Returns which parts of the frame differ from the frame that was delivered before for the same target. For use inside
- * a frame callback, on its thread.
+ * Returns which parts of a frame differ from the previous frame of the same target. Call it inside a frame callback.
  * @param rects receives at most `capacity` rectangles: edges in pixels of the frame, origin top-left, right and bottom
- *        exclusive; everything outside them is as it was. NULL only counts them
- * @param capacity rectangles that fit; when there are more, one that encloses all of them is stored
- * @return how many rectangles were stored; 0: the frame is equal to the one before; -1: any part may differ. That is so
- *         for the first frame of a target and after each setting that changes the picture, where the system does not
- *         report changes, and outside of frame callbacks
- * @threads that of the frame callback
+ *        exclusive; everything outside them is unchanged. NULL only counts them
+ * @param capacity rectangles that fit; if there are more, one rectangle that encloses all of them is stored
+ * @return the number of rectangles; 0: the frame equals the previous one; -1: any part may differ, as in the first
+ * frame of a target, after a setting that changes the picture, and where the system does not report changes
+ * @errors -1 outside of frame callbacks
  * @memory none
- * @errors -1
+ * @threads the thread of the frame callback
  */
 ORVO_API int orvo_screencapture_get_changed_rects(OrvoScreenCaptureRect* rects, int capacity);
 
