@@ -13,9 +13,6 @@ using orvo::platform::platform;
 
 namespace {
 
-constexpr int kLowestFps = 5;
-constexpr int kHighestFps = 30;
-
 bool isDisplay(unsigned int screenID) {
     const auto screens = platform().displays().screens();
     return std::any_of(screens.begin(), screens.end(),
@@ -104,7 +101,7 @@ bool OrvoScreenCaptureImpl::IsCapture() const {
 
 void OrvoScreenCaptureImpl::SetFPS(int fps) {
     COMPONENT_LOG("Impl", "%s fps: %d", "SetFPS", fps);
-    if (fps < kLowestFps || fps > kHighestFps) {
+    if (fps < kMinFps || fps > kMaxFps) {
         COMPONENT_LOG("Impl", "Fps out of range");
         return;
     }

@@ -12,7 +12,6 @@ using orvo::capture::fire;
 
 namespace {
 
-constexpr int kDefaultFps = 15;
 constexpr uint64_t kMainQueuePatience = 3'000'000'000;  // nanoseconds
 constexpr const char* kMainQueueIsSilent = "the main queue is not run";
 

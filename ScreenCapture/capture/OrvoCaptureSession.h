@@ -100,13 +100,12 @@ class OrvoCaptureSession : public orvo::platform::DisplayCaptureDelegate,
     void captureSessionRuntimeErrorDidOccur(const orvo::platform::CaptureFailure& failure);
 
     // _targets
-    bool enqueueWindowStep(std::function<void(OrvoWindowCaptureSession&)> setting);
-    void screenStep(const PartsRef& parts, uint32_t screenID, uint64_t stopsSeen);
+    using Setting = std::function<bool(OrvoCaptureSession&, const PartsRef&, const std::function<void()>& stop)>;
+    bool enqueueRetarget(CaptureSource source, Setting setting);
+    bool enqueueWindowSetting(std::function<void(OrvoWindowCaptureSession&)> setting);
     void replaceInput(const Parts& parts, uint32_t screenID);
     void noteExclusions(const Parts& parts);
-    void refuseRect(const Parts& parts, const char* reason);
-    void rectStep(const PartsRef& parts, uint32_t screenID, int left, int top, int width, int height,
-                  uint64_t stopsSeen);
+    bool refuseRect(const Parts& parts, const char* reason);
 
     // _delivery
     bool dropOfOtherPath(uint32_t target);

@@ -10,10 +10,6 @@ using namespace orvo::platform;
 
 namespace {
 
-constexpr int kLowestFps = 5;
-constexpr int kHighestFps = 30;
-constexpr int kDefaultFps = 15;
-
 // A number may be chosen before its window is there.
 void logUnknown(uint32_t number) {
     syslog_ex(1, ESYSLOG_DEBUG, "unnamed", __LINE__, "no window on screen has the number %u", number);
@@ -50,7 +46,7 @@ void OrvoWindowCaptureSession::startOnMainQueue(uint64_t stopsSeen) {
     stopTimer();
     COMPONENT_LOG("unnamed", "CaptureSession startCapture");
     captureQueue->async([self = shared_from_this()] { self->lastImage = nullptr; });
-    if (m_fps < kLowestFps || m_fps > kHighestFps) m_fps = kDefaultFps;
+    if (m_fps < kMinFps || m_fps > kMaxFps) m_fps = kDefaultFps;
     const auto interval = truncated<uint64_t>(1.0 / m_fps * 1'000'000'000.0);
     std::lock_guard lock(m_timerMutex);
     if (m_stops != stopsSeen) return;  // a stop on another thread has just found no timer

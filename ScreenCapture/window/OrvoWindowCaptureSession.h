@@ -87,17 +87,10 @@ class OrvoWindowCaptureSession : public std::enable_shared_from_this<OrvoWindowC
     void logUnknownOf(Numbers numbers);
 
     // _tick
+    struct TargetTick;
     void tick();
     void createShotImageWithWindowID(uint32_t windowID, const CaptureOptions& options);
     bool checkScreenIsValidWithOrvowindow(const OrvoWindow* item);
-    orvo::platform::Shot getImageWithOrvowindow(TargetFrame& frame, const OrvoWindow& item,
-                                                const CaptureOptions& options);
-    orvo::platform::Shot getWindowImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
-                                                      const CaptureOptions& options);
-    orvo::platform::Shot getDeskImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
-                                                    const CaptureOptions& options);
-    orvo::platform::Shot getExcludeWindowsImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
-                                                              const CaptureOptions& options);
     bool checkImageIsValidWithCGImage(const orvo::platform::Shot& shot, uint32_t windowID);
     bool notifySuccessWithCGImage(const orvo::platform::Shot& shot, uint32_t windowID,
                                   const orvo::platform::Changes& changes);

@@ -28,6 +28,21 @@ bool isGood(const Shot& shot) {
 
 }  // namespace
 
+// One tick's question for the picture of one target.
+struct OrvoWindowCaptureSession::TargetTick {
+    OrvoWindowCaptureSession& session;
+    TargetFrame& frame;
+    const OrvoWindow& item;
+    const CaptureOptions& options;
+
+    Shot getImageWithOrvowindow() const;
+
+  private:
+    Shot getWindowImageWithOrvoWindow() const;
+    Shot getDeskImageWithOrvoWindow() const;
+    Shot getExcludeWindowsImageWithOrvoWindow() const;
+};
+
 void OrvoWindowCaptureSession::tick() {
     const auto options = m_options.load();  // what one tick reads does not change under it
     for (const uint32_t windowID : options->targetWindows) {
@@ -45,7 +60,7 @@ void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, co
 
     // What cannot be found has no picture; its frame begins when it is first seen.
     TargetFrame* const frame = item ? &frameOf(windowID, *item) : nullptr;
-    const Shot shot = frame ? getImageWithOrvowindow(*frame, *item, options) : whyUnknown();
+    const Shot shot = frame ? TargetTick{*this, *frame, *item, options}.getImageWithOrvowindow() : whyUnknown();
     const bool withCursor = isGood(shot) && options.bVisible;
     const CursorMark cursor = withCursor ? windowCursor.appendMouseCursor(*shot.image, item) : CursorMark();
     scope.reset();  // from here on the host may be called
@@ -63,18 +78,15 @@ bool OrvoWindowCaptureSession::checkScreenIsValidWithOrvowindow(const OrvoWindow
     return false;
 }
 
-Shot OrvoWindowCaptureSession::getImageWithOrvowindow(TargetFrame& frame, const OrvoWindow& item,
-                                                      const CaptureOptions& options) {
-    if ((item.isWindowMinimized || item.isWindowMoving) && lastImage) return lastImage;
-    return item.isScreen ? getDeskImageWithOrvoWindow(frame, item, options)
-                         : getWindowImageWithOrvoWindow(frame, item, options);
+Shot OrvoWindowCaptureSession::TargetTick::getImageWithOrvowindow() const {
+    if ((item.isWindowMinimized || item.isWindowMoving) && session.lastImage) return session.lastImage;
+    return item.isScreen ? getDeskImageWithOrvoWindow() : getWindowImageWithOrvoWindow();
 }
 
-Shot OrvoWindowCaptureSession::getWindowImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
-                                                            const CaptureOptions& options) {
+Shot OrvoWindowCaptureSession::TargetTick::getWindowImageWithOrvoWindow() const {
     switch (options.mode) {
         case kModeApplication:
-            return getExcludeWindowsImageWithOrvoWindow(frame, item, options);
+            return getExcludeWindowsImageWithOrvoWindow();
         case kModeArea:
             return frame.grabber().area(item.windowBounds);
         default:
@@ -82,23 +94,21 @@ Shot OrvoWindowCaptureSession::getWindowImageWithOrvoWindow(TargetFrame& frame, 
     }
 }
 
-Shot OrvoWindowCaptureSession::getDeskImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
-                                                          const CaptureOptions& options) {
-    return options.excludeWindows.empty() ? frame.grabber().display()
-                                          : getExcludeWindowsImageWithOrvoWindow(frame, item, options);
+Shot OrvoWindowCaptureSession::TargetTick::getDeskImageWithOrvoWindow() const {
+    return options.excludeWindows.empty() ? frame.grabber().display() : getExcludeWindowsImageWithOrvoWindow();
 }
 
 // Without windows of the application nothing is filtered but the excluded ones; that is intended.
-Shot OrvoWindowCaptureSession::getExcludeWindowsImageWithOrvoWindow(TargetFrame& frame, const OrvoWindow& item,
-                                                                    const CaptureOptions& options) {
+Shot OrvoWindowCaptureSession::TargetTick::getExcludeWindowsImageWithOrvoWindow() const {
     static const Numbers none;
     const bool isFiltered = options.mode == kModeApplication;
-    const Numbers& appWindows = isFiltered ? frame.applicationWindows(*m_windowManager) : none;
-    platform().windowServer().onScreenNumbers(m_shownWindows);
-    std::erase_if(m_shownWindows, [&](uint32_t number) {
+    const Numbers& appWindows = isFiltered ? frame.applicationWindows(*session.m_windowManager) : none;
+    Numbers& shown = session.m_shownWindows;
+    platform().windowServer().onScreenNumbers(shown);
+    std::erase_if(shown, [&](uint32_t number) {
         return contains(options.excludeWindows, number) || (!appWindows.empty() && !contains(appWindows, number));
     });
-    return frame.grabber().composed(item.deskBounds(), m_shownWindows);
+    return frame.grabber().composed(item.deskBounds(), shown);
 }
 
 // The time of the last good picture is left alone by a bad one: once the patience is over every bad picture is told of,

@@ -6,6 +6,11 @@
 
 #include "ScreenCapture/platform/values.h"
 
+// Frames a second; a value outside the limits means the default.
+constexpr int kMinFps = 5;
+constexpr int kMaxFps = 30;
+constexpr int kDefaultFps = 15;
+
 struct CaptureOptions {
     uint64_t sequence = 0;                 // of nextVersion(): equal ones are equal options
     std::vector<uint32_t> targetWindows;   // windows and displays, captured in this order on each tick
