@@ -1,5 +1,5 @@
 // The limits that capturers are measured against: capture_bare full|damage FPS [WINDOW], and capture_bare timer FPS,
-// which captures nothing and tells how late it woke.
+// which captures nothing and prints how late it woke.
 #include <libyuv/scale_argb.h>
 #include <unistd.h>
 #include <xcb/composite.h>

@@ -1,4 +1,4 @@
-// GStreamer's X11 source for comparison: capture_gst DAMAGE(0|1) FPS, until it is told to end.
+// GStreamer's X11 source for comparison: capture_gst DAMAGE(0|1) FPS, until it is stopped.
 #include <gst/gst.h>
 #include <unistd.h>
 

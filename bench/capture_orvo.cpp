@@ -1,4 +1,4 @@
-// The library at work, for measuring: capture_orvo OPTIONS, until it is told to end. Prints what came as JSON.
+// The library at work, for measuring: capture_orvo OPTIONS, until it is stopped. Prints what came as JSON.
 #include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-// WebRTC's capturers for comparison: capture_webrtc DAMAGE(0|1) FPS [WINDOW], until it is told to end.
+// WebRTC's capturers for comparison: capture_webrtc DAMAGE(0|1) FPS [WINDOW], until it is stopped.
 #include <malloc.h>
 #include <modules/desktop_capture/desktop_capture_options.h>
 #include <modules/desktop_capture/desktop_capturer.h>

@@ -1,4 +1,4 @@
-// What every capturing program does beside capturing: reads the stamps of its frames, and tells all of it at the end.
+// What every capturing program does beside capturing: reads the stamps of its frames, and prints all of it at the end.
 #include "frame_log.h"
 
 #include <signal.h>

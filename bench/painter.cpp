@@ -1,4 +1,4 @@
-// Paints a scene until it is told to end: painter SCENE [COUNT] [--rest]. Tells its windows and stamps in a first line
+// Paints a scene until it is stopped: painter SCENE [COUNT] [--rest]. Prints its windows and stamps in a first line
 // of JSON, the times of its steps in a last one. With --rest it pauses after every eighth step.
 #include <cstdio>
 #include <cstdlib>
@@ -14,7 +14,7 @@ namespace {
 // once.
 constexpr double kInterval = 1e6 / 29.2;
 
-void tell(const bench::SceneFacts& facts) {
+void print(const bench::SceneFacts& facts) {
     printf("{\"windows\": [");
     for (size_t i = 0; i < facts.windows.size(); ++i) printf("%s%u", i ? ", " : "", facts.windows[i]);
     printf("], \"stamps\": [");
@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     bench::endOnSignals();
-    tell(scene->facts);
+    print(scene->facts);
 
     std::vector<uint64_t> steps;
     steps.reserve(1 << 16);

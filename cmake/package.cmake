@@ -5,7 +5,7 @@ set(CPACK_PACKAGE_VENDOR "Orvo")
 set(CPACK_PACKAGE_CONTACT "Orvo Screen Capture maintainers <maintainers@localhost>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "screen and window capture for real-time video")
 set(CPACK_PACKAGE_DESCRIPTION "A library that captures screens, rectangles of them and windows into raw frames at a
-chosen rate, and tells of everything that happens to a captured window.
+chosen rate, and reports everything that happens to a captured window.
 Holds the library, its headers for C and C++, and the command-line tool orvocap.")
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/package)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)

@@ -3,7 +3,7 @@
 set -euo pipefail
 preset=$1
 shift
-# Configuring tells little that is new; it is shown only when it fails.
+# Configuring prints little that is new; it is shown only when it fails.
 mkdir -p "build/$preset"
 if ! cmake --preset "$preset" >"build/$preset/configure.log" 2>&1; then
     cat "build/$preset/configure.log" >&2

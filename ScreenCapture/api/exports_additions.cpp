@@ -102,5 +102,5 @@ int orvo_screencapture_get_changed_rects(OrvoScreenCaptureRect* rects, int capac
 
 void orvo_screencapture_change_log_level(int level) {
     COMPONENT_LOG("SC", "%s log level:%d", __func__, level);
-    orvo::api::tell([=](OrvoScreenCaptureImpl&) { ORVO::ScreenCapture::set_log_level(level); });
+    orvo::api::call([=](OrvoScreenCaptureImpl&) { ORVO::ScreenCapture::set_log_level(level); });
 }

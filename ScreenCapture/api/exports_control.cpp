@@ -6,32 +6,32 @@
 #define SC_LOG(...) COMPONENT_LOG("SC", __VA_ARGS__)
 
 using orvo::api::ask;
-using orvo::api::tell;
+using orvo::api::call;
 using Facade = OrvoScreenCaptureImpl;
 
 void orvo_screencapture_init(void) {
     SC_LOG("%s", __func__);
-    tell([](Facade& facade) { facade.Init(); });
+    call([](Facade& facade) { facade.Init(); });
 }
 
 void orvo_screencapture_uninit(void) {
     SC_LOG("%s", __func__);
-    tell([](Facade& facade) { facade.UnInit(); });
+    call([](Facade& facade) { facade.UnInit(); });
 }
 
 void orvo_screencapture_set_log_level(int level, const char* logFolder) {
     SC_LOG("%s log level:%d log folder:%s", __func__, level, logFolder ? logFolder : "(null)");
-    tell([=](Facade& facade) { facade.SetLogLevel(level, logFolder); });
+    call([=](Facade& facade) { facade.SetLogLevel(level, logFolder); });
 }
 
 void orvo_screencapture_start_capture(void) {
     SC_LOG("%s", __func__);
-    tell([](Facade& facade) { facade.StartCapture(); });
+    call([](Facade& facade) { facade.StartCapture(); });
 }
 
 void orvo_screencapture_stop_capture(void) {
     SC_LOG("%s", __func__);
-    tell([](Facade& facade) { facade.StopCapture(); });
+    call([](Facade& facade) { facade.StopCapture(); });
 }
 
 bool orvo_screencapture_is_capturing(void) {
@@ -41,28 +41,28 @@ bool orvo_screencapture_is_capturing(void) {
 
 void orvo_screencapture_set_fps(int fps) {
     SC_LOG("%s, fps: %d", __func__, fps);
-    tell([=](Facade& facade) { facade.SetFPS(fps); });
+    call([=](Facade& facade) { facade.SetFPS(fps); });
 }
 
 void orvo_screencapture_set_excluded_windows(unsigned int* windows, int count, bool add) {
     SC_LOG("%s", __func__);
-    tell([=](Facade& facade) { facade.SetExcludeWindows(windows, count, add); });
+    call([=](Facade& facade) { facade.SetExcludeWindows(windows, count, add); });
 }
 
 void orvo_screencapture_set_timestamp_offset(unsigned long long offset) {
     SC_LOG("%s, %llu", __func__, offset);
-    tell([=](Facade& facade) { facade.SetTimeStampOffset(offset); });
+    call([=](Facade& facade) { facade.SetTimeStampOffset(offset); });
 }
 
 void orvo_screencapture_set_resolution(int width, int height) {
     SC_LOG("%s,width %d , height%d", __func__, width, height);
-    tell([=](Facade& facade) { facade.SetResolution(width, height); });
+    call([=](Facade& facade) { facade.SetResolution(width, height); });
 }
 
 void orvo_screencapture_set_resolution_mode(OrvoScreenCaptureResolutionMode mode) {
     // The one placeholder shows the name's address, not the mode; that is intended.
     SC_LOG("orvo_screencapture_set_resolution_mode %d", static_cast<int>(reinterpret_cast<intptr_t>(__func__)), mode);
-    tell([=](Facade& facade) { facade.SetTargetWindowResolutionMode(mode); });
+    call([=](Facade& facade) { facade.SetTargetWindowResolutionMode(mode); });
 }
 
 bool orvo_screencapture_set_target_window(unsigned int windowID) {
@@ -94,23 +94,23 @@ bool orvo_screencapture_set_target_rect(unsigned int screenID, int left, int top
 
 bool orvo_screencapture_set_target_screen(unsigned int screenID) {
     SC_LOG("%s, %u", __func__, screenID);
-    tell([=](Facade& facade) { facade.SetTargetScreen(screenID); });
+    call([=](Facade& facade) { facade.SetTargetScreen(screenID); });
     return false;  // also on success; hosts rely on nothing else
 }
 
 void orvo_screencapture_set_cursor_visible(int visible) {
     SC_LOG("%s, %d", __func__, visible);
-    tell([=](Facade& facade) { facade.SetCursorVisible(visible != 0); });
+    call([=](Facade& facade) { facade.SetCursorVisible(visible != 0); });
 }
 
 void orvo_screencapture_enable_click_animation(int enable) {
     SC_LOG("%s, %d", __func__, enable);
-    tell([=](Facade& facade) { facade.EnableMouseClickAnimation(enable != 0); });
+    call([=](Facade& facade) { facade.EnableMouseClickAnimation(enable != 0); });
 }
 
 void orvo_screencapture_set_capture_video_pixel_format(OrvoScreenCaptureVideoPixelFormat format) {
     SC_LOG("%s  %d", __func__, format);
-    tell([=](Facade& facade) { facade.SetCatureVideoPixelFormat(format); });
+    call([=](Facade& facade) { facade.SetCatureVideoPixelFormat(format); });
 }
 
 void orvo_screencapture_activate_window_when_capturing(int activate) {

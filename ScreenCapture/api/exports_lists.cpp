@@ -8,7 +8,7 @@
 #include "ScreenCapture/thumbnail/window_info.h"
 
 using orvo::api::ask;
-using orvo::api::tell;
+using orvo::api::call;
 using Facade = OrvoScreenCaptureImpl;
 
 static_assert(offsetof(OrvoScreenCaptureScreenItem, isPrimary) == 4 && sizeof(OrvoScreenCaptureScreenItem) == 8);
@@ -54,7 +54,7 @@ OrvoScreenCaptureScreenItem* orvo_screencapture_enum_screen_list(unsigned int* c
 
 void orvo_screencapture_free_screen_list(OrvoScreenCaptureScreenItem* list) {
     COMPONENT_LOG("SC", "%s", __func__);
-    tell([=](Facade& facade) { facade.FreeScreenList(list); });
+    call([=](Facade& facade) { facade.FreeScreenList(list); });
 }
 
 OrvoScreenCaptureWindowItem* orvo_screencapture_enum_window_list(int isIncludeIconic, unsigned int* count) {
@@ -85,7 +85,7 @@ OrvoThumbnailWindowInfo* orvo_screencapture_enum_window_list(int isIncludeIconic
 // Frees the pictures of the first item only; that is intended.
 void orvo_screencapture_free_window_list(OrvoThumbnailWindowInfo* list) {
     COMPONENT_LOG("SC", "%s", __func__);
-    tell([=](Facade& facade) { facade.FreeWindowList(list, 1); });
+    call([=](Facade& facade) { facade.FreeWindowList(list, 1); });
 }
 
 void orvo_screencapture_get_virtual_desktop_rect(void) {
@@ -94,7 +94,7 @@ void orvo_screencapture_get_virtual_desktop_rect(void) {
 
 bool orvo_screencapture_get_window_rect(unsigned int windowID, OrvoScreenCaptureRect* rect) {
     COMPONENT_LOG("SC", "%s", __func__);
-    tell([=](Facade& facade) { facade.GetWindowRect(windowID, rect); });
+    call([=](Facade& facade) { facade.GetWindowRect(windowID, rect); });
     return true;
 }
 
@@ -109,7 +109,7 @@ OrvoThumbnailWindowInfo* orvo_windowthumbnail_find_windows(int* count) {
 
 void orvo_windowthumbnail_free_windows(OrvoThumbnailWindowInfo* list, int count) {
     COMPONENT_LOG("Thumbnail", "%s", __func__);
-    tell([=](Facade& facade) { facade.FreeWindowList(list, count); });
+    call([=](Facade& facade) { facade.FreeWindowList(list, count); });
 }
 
 int orvo_windowthumbnail_register(unsigned int windowID) {

@@ -8,7 +8,7 @@ namespace {
 
 template <HostCallbackKind Kind>
 void store(typename HostCallback<Kind>::Function callback, void* userData) {
-    orvo::api::tell([=](OrvoScreenCaptureImpl& facade) {
+    orvo::api::call([=](OrvoScreenCaptureImpl& facade) {
         facade.registerCallback(Kind, reinterpret_cast<void*>(callback), userData);
     });
 }

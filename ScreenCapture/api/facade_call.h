@@ -25,10 +25,10 @@ Answer ask(Answer neutral, Call&& call) noexcept {
     return neutral;
 }
 
-template <typename Call>
-void tell(Call&& call) noexcept {
+template <typename Work>
+void call(Work&& work) noexcept {
     ask(false, [&](OrvoScreenCaptureImpl& facade) {
-        call(facade);
+        work(facade);
         return true;
     });
 }

@@ -49,11 +49,12 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
     void setTargetWindow(uint32_t windowId);
     void removeTargerWindow(uint32_t windowId);
 
-    // Whether a target can be captured now. isNotify: compare with the registered record and tell the host.
+    // Whether a target can be captured now. isNotify: compare with the registered record and notify the host.
     bool checkTargetWindowStatusIsNormal(uint32_t windowId, bool isNotify);
     bool checkScreenIsValid(uint32_t displayId);
     bool checkWindowStatusIsNormal(OrvoWindow& window, bool isNotify);
-    // Looks for the slide show that a presentation program shows instead of the window. True when the host was told.
+    // Looks for the slide show that a presentation program shows instead of the window. True when the host was
+    // notified.
     bool checkProcessWindowStatus(const OrvoAppProxy& app, const OrvoWindow& window);
     bool checkIsNewFullScreenPPT(const OrvoWindowProxy& proxy, const OrvoWindow& window);
     bool checkNewProcessIsNormal(const OrvoWindowProxy& proxy);  // it is on screen
@@ -85,8 +86,8 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
     static orvo::platform::Ref<orvo::platform::Image> convertNSImageToCGImageref(const orvo::platform::Picture& image);
 
   private:
-    bool tellUnchanged(OrvoWindow& record);
-    // The steps of the check of a window; each tells the host what differs from the record and updates it.
+    bool reportUnchanged(OrvoWindow& record);
+    // The steps of the check of a window; each notifies the host of what differs from the record, and updates it.
     void compareActivity(OrvoWindow& window, bool isActive);
     void compareHidden(OrvoWindow& window, bool isHidden);
     void compareBounds(OrvoWindow& window, const orvo::platform::Rect& frame);

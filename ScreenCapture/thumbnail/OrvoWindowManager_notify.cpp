@@ -1,5 +1,5 @@
-// Word to the host, always by way of the main queue. Nothing is posted when nobody is registered, so that a host that
-// never drains its main queue does not grow.
+// Notifications to the host, always through the main queue. Nothing is posted when nobody is registered, so that a host
+// that never drains its main queue does not grow.
 #include <utility>
 
 #include "ScreenCapture/capture/host_callbacks.h"
@@ -14,9 +14,9 @@ using orvo::thumbnail::WindowInfoPtr;
 
 namespace {
 
-// A target must have been missing for longer than this before the host hears of it, and again.
+// A target must have been missing for longer than this before it is reported, and before it is reported again.
 constexpr double kMissingSeconds = 3.0;
-// The only change of the captured process that is told.
+// The only change of the captured process that is reported.
 constexpr int kProcessWindowChange = 4;
 
 uint32_t numberOf(const OrvoWindow* item) {

@@ -12,7 +12,7 @@ bool OrvoWindowManager::checkTargetWindowStatusIsNormal(uint32_t windowId, bool 
     const OrvoWindowRef record = isNotify ? getItemWithTargetWindow(windowId) : getOrvoWindowWithWindowId(windowId);
     if (!record) return false;
     const uint64_t version = platform().windowServer().desktopVersion();
-    if (isNotify && version != 0 && record->unchangedAt == version) return tellUnchanged(*record);
+    if (isNotify && version != 0 && record->unchangedAt == version) return reportUnchanged(*record);
     record->unchangedAt = 0;
     if (!record->isScreen) return checkWindowStatusIsNormal(*record, isNotify);
     record->isWindowMinimized = false;
@@ -22,7 +22,7 @@ bool OrvoWindowManager::checkTargetWindowStatusIsNormal(uint32_t windowId, bool 
 }
 
 // What a check does that finds everything as the last one left it.
-bool OrvoWindowManager::tellUnchanged(OrvoWindow& record) {
+bool OrvoWindowManager::reportUnchanged(OrvoWindow& record) {
     if (record.isScreen) return true;
     record.isWindowMoving = false;
     lastErrorTime = platform().clock().absoluteSeconds();
@@ -98,7 +98,7 @@ bool OrvoWindowManager::checkFoundWindow(OrvoWindow& window, const OrvoAppProxy&
     return true;
 }
 
-// Told again at every check; that is intended. The host sees no bounds while the window is minimised.
+// Reported again at every check; that is intended. The host sees no bounds while the window is minimised.
 void OrvoWindowManager::notifyMinimized(OrvoWindow& window) {
     OrvoWindow minimized;
     minimized.windowID = window.windowID;

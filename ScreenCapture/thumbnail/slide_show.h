@@ -1,4 +1,4 @@
-// How a presentation program's slide show is told from its other windows.
+// How a presentation program's slide show is recognised among its windows.
 #pragma once
 
 #include <cstdint>

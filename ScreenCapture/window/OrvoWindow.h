@@ -21,7 +21,7 @@ class OrvoWindow {
     int32_t ownerPID = 0;            // windows only
     std::string windowName;          // title, UTF-8; for a screen the name that the enumeration gives it
     std::string appName;             // the owning application's name, UTF-8
-    uint64_t unchangedAt = 0;        // the desktop's version at the last check that found nothing to tell; 0: none
+    uint64_t unchangedAt = 0;        // the desktop's version at the last check that found nothing to report; 0: none
     double backingScaleFactor = 0;   // pixels per point; screens only
     // Points. A window: global, origin at the main display's top-left corner. A screen: its frame, origin at the main
     // display's bottom-left corner, y upwards.

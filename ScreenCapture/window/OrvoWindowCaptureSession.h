@@ -18,7 +18,7 @@
 #include "ScreenCapture/window/target_frame.h"
 #include "common/utils/orvo_snapshot.h"
 
-// Whom the session tells of its frames and of its failures.
+// Receives the frames of the session and its failures.
 class OrvoWindowCaptureSessionDelegate {
   public:
     virtual ~OrvoWindowCaptureSessionDelegate() = default;

@@ -13,7 +13,7 @@ constexpr uint32_t kModeArea = 3;
 constexpr uint32_t kModeApplication = 5;
 constexpr int kNarrowestImage = 2;  // pixels
 constexpr const char* kTooNarrow = "the picture is narrower than two pixels";
-constexpr double kPatience = 3.0;  // seconds without a good picture before the delegate hears of it
+constexpr double kPatience = 3.0;  // seconds without a good picture before it is reported to the delegate
 constexpr double kMillisecondsPerSecond = 1000.0;
 
 // Why there is no record of a target.
@@ -69,8 +69,8 @@ void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, co
     if (notifySuccessWithCGImage(result, item->windowID, frame->changes())) frame->delivered();
 }
 
-// Asks after the target and tells the host what changed. A display that is gone ends the capture; a window that is not
-// normal is captured all the same, and its picture normally fails.
+// Checks the target and notifies the host of what changed. A display that is gone ends the capture; a window that is
+// not normal is captured all the same, and its picture normally fails.
 bool OrvoWindowCaptureSession::checkScreenIsValidWithOrvowindow(const OrvoWindow* item) {
     // What was not found is not looked for again in the same tick.
     if (!item || m_windowManager->checkTargetWindowStatusIsNormal(item->windowID, true) || !item->isScreen) return true;
@@ -111,8 +111,8 @@ Shot OrvoWindowCaptureSession::TargetTick::getExcludeWindowsImageWithOrvoWindow(
     return frame.grabber().composed(item.deskBounds(), shown);
 }
 
-// The time of the last good picture is left alone by a bad one: once the patience is over every bad picture is told of,
-// and the first one at once when none was ever good.
+// The time of the last good picture is left alone by a bad one: once the patience is over every bad picture is
+// reported, and the first one at once when none was ever good.
 bool OrvoWindowCaptureSession::checkImageIsValidWithCGImage(const Shot& shot, uint32_t windowID) {
     const double now = platform().clock().absoluteSeconds();
     if (isGood(shot)) {

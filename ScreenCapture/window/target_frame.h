@@ -19,7 +19,8 @@ class TargetFrame {
     orvo::platform::Grabber& grabber() { return *grabber_; }
 
     // Crops and scales a picture as the options say; the result of the tick before serves again when neither the
-    // picture nor the options have changed. cursor: what was painted into the picture, which its version does not tell.
+    // picture nor the options have changed. cursor: what was painted into the picture, which its version does not
+    // cover.
     orvo::platform::Shot cropAndScale(const orvo::platform::Ref<orvo::platform::Image>& image,
                                       const CaptureOptions& options, const CursorMark& cursor);
 

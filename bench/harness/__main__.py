@@ -34,12 +34,12 @@ def machine() -> dict[str, Any]:
 
 
 class Clock:
-    """Tells how far a run is."""
+    """Prints how far a run is."""
 
     def __init__(self) -> None:
         self.start = time.monotonic()
 
-    def tell(self, text: str) -> None:
+    def report(self, text: str) -> None:
         print(f"bench: {time.monotonic() - self.start:5.0f} s  {text}", flush=True)
 
 
@@ -54,24 +54,24 @@ def measure(quick: bool, rounds: int, clock: Clock) -> dict[str, Any]:
     with Server() as server:
         for number in range(rounds):
             for scene in scenes:
-                clock.tell(f"round {number + 1}: {scene.title}")
+                clock.report(f"round {number + 1}: {scene.title}")
                 data["runs"] += [run | {"round": number} for run in run_scene(server, scene, seconds)]
-        clock.tell("equality with full grabs")
+        clock.report("equality with full grabs")
         data["equality"] = equality(server, scenes, 1.5 if quick else 2)
-        clock.tell("pacing and idling")
+        clock.report("pacing and idling")
         data["waiting"] = costs.pacing_and_idling(server, 5 if quick else 60)
-        clock.tell("memory, loading, lists")
+        clock.report("memory, loading, lists")
         data["memory"] = costs.memory(server)
         data["load"] = costs.load_time(5 if quick else 25)
         data["lists"] = costs.lists(server, 5 if quick else 21)
         if not quick:
-            clock.tell("growth")
+            clock.report("growth")
             data["growth"] = costs.growth(server, 2, 1.25)
-    clock.tell("small benchmarks")
+    clock.report("small benchmarks")
     time_limit = "--benchmark_min_time=0.02" if quick else "--benchmark_min_time=0.1"
     data["pictures"] = costs.small_benchmarks("picture_bench", time_limit)
     data["log"] = costs.small_benchmarks("runtime_bench", "--benchmark_filter=^line/|^spdlog/")
-    clock.tell("done")
+    clock.report("done")
     return data
 
 

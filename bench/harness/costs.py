@@ -124,10 +124,10 @@ def lists(server: Server, rounds: int) -> dict[str, Any]:
         time.sleep(0.5)
         with Process([str(PROGRAMS / "list_times"), str(rounds), "400", *map(str, painter.windows)],
                      server.display) as process:
-            told: dict[str, Any] = process.line()
+            started: dict[str, Any] = process.line()
             process.child.wait(timeout=10)
         painter.steps()
-    return told
+    return started
 
 
 def small_benchmarks(program_name: str, *options: str) -> dict[str, float]:

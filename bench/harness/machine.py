@@ -67,7 +67,7 @@ class Process:
         assert self.child.stdout
         text = self.child.stdout.readline()
         if not text:
-            raise Failure(f"{' '.join(self.command)} told nothing: {self._errors()}")
+            raise Failure(f"{' '.join(self.command)} printed nothing: {self._errors()}")
         return json.loads(text)
 
     def end(self, number: signal.Signals = signal.SIGTERM) -> str:
@@ -118,7 +118,7 @@ class Server(Process):
 
 
 class Painter(Process):
-    """A scene that is being painted; what it tells of itself at its start, and its steps after its end."""
+    """A scene that is being painted; what it prints at its start, and its steps after its end."""
 
     def __init__(self, server: Server, scene: str, count: int = 0, rests: bool = False):
         super().__init__([str(PROGRAMS / "painter"), scene, str(count)] + (["--rest"] if rests else []), server.display)

@@ -1,4 +1,4 @@
-"""Runs works on a scene, interleaved, and turns what they tell into figures."""
+"""Runs works on a scene, interleaved, and turns what they print into figures."""
 from __future__ import annotations
 
 import json
@@ -62,14 +62,14 @@ def run_work(server: Server, painter: Painter, work: Work, seconds: float, alone
     if work.program == "ffmpeg":
         frames: float = ffmpeg_frames(output, span)
     else:
-        told = json.loads(output)
-        counted = [frame for frame in told["frames"] if span.start <= frame[0] < span.end]
+        printed = json.loads(output)
+        counted = [frame for frame in printed["frames"] if span.start <= frame[0] < span.end]
         frames = len(counted)
-        result |= {"shown": [frame for frame in told["frames"] if frame[0] >= span.start], "span": (span.start, span.end)}
+        result |= {"shown": [frame for frame in printed["frames"] if frame[0] >= span.start], "span": (span.start, span.end)}
         if frames > 2:
             result["counts"] = [(counted[-1][i] - counted[0][i]) / (frames - 1) for i in (3, 4, 5)]
-        if told.get("errors") or told.get("dropped"):
-            result["faults"] = {"errors": told["errors"], "dropped": told["dropped"]}
+        if printed.get("errors") or printed.get("dropped"):
+            result["faults"] = {"errors": printed["errors"], "dropped": printed["dropped"]}
     if frames < 1:
         raise Failure(f"{work.name} gave no frames")
     return result | {"frames": frames, "rate": frames / span.seconds, "ms": (own + served) / frames,
@@ -133,7 +133,7 @@ def check_equality(server: Server, scene: Scene, work: Work, seconds: float) -> 
     with Painter(server, scene.name, scene.count, rests=True) as painter:
         with Process(work.command(server, painter) + ["--check"], server.display) as capturer:
             time.sleep(seconds)
-            told = json.loads(capturer.end())
+            printed = json.loads(capturer.end())
         painter.steps()
-    return {"scene": scene.name, "work": work.name, "compared": told["compared"], "wrong": told["wrong"],
-            "first": told["first"]}
+    return {"scene": scene.name, "work": work.name, "compared": printed["compared"], "wrong": printed["wrong"],
+            "first": printed["first"]}

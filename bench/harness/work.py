@@ -12,7 +12,7 @@ Command = Callable[[Server, Painter], list[str]]
 
 @dataclass(frozen=True)
 class Work:
-    """One capturer with its settings. place and scale tell where a root's pixel is in its frames."""
+    """One capturer with its settings. place and scale say where a root's pixel is in its frames."""
     name: str
     command: Command
     program: str

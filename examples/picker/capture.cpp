@@ -180,7 +180,7 @@ OrvoScreenCaptureStatistics Capture::statistics() const {
     return figures;
 }
 
-// On a thread of the library: keeps the buffer instead of copying it, and tells the widgets.
+// On a thread of the library: keeps the buffer instead of copying it, and notifies the widgets.
 void Capture::keep(const char* data) {
     auto* buffer = orvo_pixelbuffer_retain(reinterpret_cast<OrvoPixelBufferRef>(const_cast<char*>(data)));
     const QImage image(
@@ -215,7 +215,7 @@ void Capture::tellError(int code) {
     emit stateChanged(text);
 }
 
-// Most states are told with every tick; only changes are news.
+// Most states are reported with every tick; only changes are shown.
 void Capture::tellStatus(int status, const OrvoScreenCaptureRect& rect) {
     if (!target_) return;
     if (status == ORVO_WINDOW_STATUS_MOVED) {

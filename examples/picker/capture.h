@@ -36,7 +36,7 @@ class Capture : public QObject {
     OrvoScreenCaptureStatistics statistics() const;
 
   signals:
-    void frameArrived();  // of many frames in one turn of the event loop only the last is told
+    void frameArrived();  // of many frames in one turn of the event loop only the last is signalled
     void happened(const QString& what);
     void stateChanged(const QString& trouble);  // empty: the picture is live
     void pictureArrived(quint32 window, const QImage& picture);

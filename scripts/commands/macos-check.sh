@@ -11,7 +11,7 @@ adapter=ScreenCapture/platform/macos
 # cannot be named any more.
 targets=(x86_64-apple-macosx10.13 arm64-apple-macosx15.0)
 
-# Where this machine's C and C++ headers are, and what they want to be told to be read for another system.
+# Where this machine's C and C++ headers are, and what they need to be read for another system.
 : "${ORVO_MACOS_CHECK_HEADERS:=$("$clang" -E -x c++ -v /dev/null 2>&1 >/dev/null |
     sed -n '/^#include <...>/,/^End of search/s/^ //p')}"
 export ORVO_MACOS_CHECK_HEADERS

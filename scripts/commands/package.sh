@@ -26,7 +26,7 @@ version=$(dpkg-deb -f "$package" Version)
 echo "package: $package ($(($(stat -c %s "$package") / 1024)) KiB)"
 echo "package: needs $(dpkg-deb -f "$package" Depends)"
 dpkg-deb --ctrl-tarfile "$package" | tar -xO ./triggers | grep -q '^activate-noawait ldconfig$' ||
-    { echo 'package: ldconfig is not told of the library' >&2; exit 1; }
+    { echo 'package: ldconfig is not triggered by the library' >&2; exit 1; }
 
 if [ -z "$in_system" ]; then
     dpkg-deb -x "$package" "$work"

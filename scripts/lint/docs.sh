@@ -1,5 +1,5 @@
 #!/bin/bash
-# The public headers make pages without a warning, and every function in them tells its threads, memory and errors.
+# The public headers make pages without a warning, and every function in them states its threads, memory and errors.
 set -euo pipefail
 mkdir -p build
 rm -rf build/docs

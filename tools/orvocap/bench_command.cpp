@@ -70,7 +70,7 @@ struct Costs {
     [[nodiscard]] double rate() const { return seconds > 0 ? frames / seconds : 0; }
 };
 
-// What the frames tell; filled by the library's thread, read by another.
+// What the frames show; filled by the library's thread, read by another.
 class Meter {
   public:
     void take(const FrameView& view) {

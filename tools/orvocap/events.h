@@ -1,4 +1,4 @@
-// What the library tells of captured windows, as values and as lines of text.
+// What the library reports of captured windows, as values and as lines of text.
 #pragma once
 
 #include <cstdint>

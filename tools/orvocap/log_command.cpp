@@ -25,7 +25,7 @@ namespace orvocap {
 
 namespace {
 
-constexpr size_t fewestFields = 5;  // a line may tell a second time behind the first
+constexpr size_t fewestFields = 5;  // a line may have a second time after the first
 
 // Takes the fields from the front of the line.
 std::vector<std::string> takeFields(std::string_view& line) {
@@ -73,7 +73,7 @@ class Source {
     Source& operator=(const Source&) = delete;
     ~Source() { close(); }
 
-    // Prints what there is to read. Result: false, with the reason told once, when it cannot be read.
+    // Prints what there is to read. Result: false, with the reason printed once, when it cannot be read.
     bool drain() {
         if (descriptor_ < 0 && !open()) return false;
         char chunk[kChunk];

@@ -1,4 +1,4 @@
-// What each operating system does in its own way: the main queue, and what its window server tells of itself.
+// What each operating system does in its own way: the main queue, and what its window server reports about itself.
 #pragma once
 
 #include <cstdint>
@@ -51,7 +51,7 @@ struct Finding {
 
 using Findings = std::vector<Finding>;
 
-// Adds what the system's window server tells about itself. It is known to answer.
+// Adds what the system's window server reports about itself. It is known to answer.
 void examineServer(Findings& findings);
 
 }  // namespace orvocap

@@ -29,7 +29,7 @@ struct WatchOptions {
     bool asJson = false;
 };
 
-// A capture whose frames only tell that it goes well, and whose news is collected.
+// A capture whose frames only show that it works, and whose events are collected.
 class Watch {
   public:
     Watch()

@@ -37,7 +37,7 @@ struct feitem {
     void* user = nullptr;
     orvofe_release release = nullptr;
     std::uint64_t deadline = kNoDeadline;  // wall clock, microseconds
-    std::uint64_t uid = 0;                 // tells an item from a later one of the same descriptor
+    std::uint64_t uid = 0;                 // differs from that of a later item of the same descriptor
 
     constexpr long long key() const { return fd; }
 };

@@ -102,7 +102,7 @@ void strutf8::trim(bool right, bool left) {
 namespace {
 
 // A byte with the high bit leads a sequence: of three bytes when its 0x20 bit is set, else of two. A sequence of four
-// bytes is not told apart (intended). A zero byte ends a sequence that is cut short.
+// bytes is treated like one of three (intended). A zero byte ends a sequence that is cut short.
 void map_letters(char* text, unsigned int length, const letter_table& letters) {
     for (unsigned int i = 0; i < length; ++i) {
         const auto byte = static_cast<unsigned char>(text[i]);

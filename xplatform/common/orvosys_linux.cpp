@@ -19,7 +19,7 @@ namespace orvo::sys {
 
 bool executable_path(char* path, std::size_t size) {
     const ssize_t length = readlink("/proc/self/exe", path, size);
-    if (length <= 0 || static_cast<std::size_t>(length) >= size) return false;  // not told apart from cut off
+    if (length <= 0 || static_cast<std::size_t>(length) >= size) return false;  // it may have been cut off
     path[length] = '\0';
     return true;
 }

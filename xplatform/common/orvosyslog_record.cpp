@@ -134,7 +134,7 @@ void syslogv_s(int kind, int level, uint16_t moduleId, int count, va_list argume
         if (second) second(level, record.data(), record.length());
         if (first) first(level, record.data(), record.length());
     } catch (const std::bad_alloc&) {
-        // No memory for a record: there is nobody to tell.
+        // No memory for a record: the line is lost.
     }
 }
 

@@ -330,7 +330,7 @@ class Capture:
             while not self._failures and not self._waiting and (left := end - time.monotonic()) > 0:
                 self._arrived.wait(left)
 
-    # ---- What the library tells, on its threads
+    # ---- What the library reports, on its threads
 
     def _told(self, kind: str, *arguments: Any) -> None:
         handler = self._handlers.get(kind)

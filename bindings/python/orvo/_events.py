@@ -84,13 +84,13 @@ _KINDS = {
 
 
 def register(kind: str) -> None:
-    """Has the library tell of a kind of event, from now until the capture is closed."""
+    """Has the library report a kind of event, from now until the capture is closed."""
     name, callback = _KINDS[kind]
     getattr(library(), name)(callback, None)
 
 
 def register_frames(of_windows: bool) -> None:
-    """Has frames of windows told with their window, those of screens without."""
+    """Has frames of windows reported with their window, those of screens without."""
     loaded = library()
     frame, window_frame = (_NO_FRAME, _WINDOW_FRAME) if of_windows else (_FRAME, _NO_WINDOW_FRAME)
     loaded.orvo_screencapture_reg_captured_frame_available_notify(frame, None)

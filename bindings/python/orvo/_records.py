@@ -33,9 +33,9 @@ class ErrorCode(IntEnum):
 class WindowStatus(IntEnum):
     """The state of a captured window."""
 
-    NORMAL = 0  #: found, not minimised, in its place; told on every tick
+    NORMAL = 0  #: found, not minimised, in its place; reported on every tick
     MISSING = 1  #: the window or its application is gone; at most once in three seconds
-    MINIMIZED = 3  #: minimised; told on every tick
+    MINIMIZED = 3  #: minimised; reported on every tick
     ACTIVE = 4  #: its application became active
     INACTIVE = 5  #: its application became inactive
     SHOWN = 6  #: its application was shown again
