@@ -40,7 +40,7 @@ TEST(Events, AreOneLineEach) {
     }
 }
 
-TEST(News, LeavesOutWhatAWindowHasSaidLast) {
+TEST(EventFilter, LeavesOutWhatAWindowHasSaidLast) {
     struct Case {
         const char* name;
         Event event;
@@ -58,8 +58,8 @@ TEST(News, LeavesOutWhatAWindowHasSaidLast) {
         {"back again", {.kind = Kind::status, .window = 1, .code = 0, .rect = here}, true},
         {"the other window has not moved", {.kind = Kind::status, .window = 2, .code = 0, .rect = here}, false},
     };
-    News news;
-    for (const Case& told : cases) EXPECT_EQ(news.isNew(told.event), told.isNew) << told.name;
+    EventFilter filter;
+    for (const Case& each : cases) EXPECT_EQ(filter.isNew(each.event), each.isNew) << each.name;
 }
 
 }  // namespace

@@ -106,7 +106,7 @@ std::string eventJson(const Event& event) {
     return jsonLine(json);
 }
 
-bool News::isNew(const Event& event) {
+bool EventFilter::isNew(const Event& event) {
     const auto [last, isFirst] = last_.try_emplace({event.kind, event.window}, event);
     if (!isFirst && last->second.tellsTheSameAs(event)) return false;
     last->second = event;

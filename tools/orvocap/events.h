@@ -31,8 +31,8 @@ std::string eventLine(const Event& event);
 // The same as one JSON object and the end of its line.
 std::string eventJson(const Event& event);
 
-// Some events come again with every tick: tells which of them bring news of their window.
-class News {
+// Some events come again with every tick: finds those that change what is known of their window.
+class EventFilter {
   public:
     bool isNew(const Event& event);
 

@@ -104,9 +104,9 @@ void Watch::listen() {
 }
 
 // Prints what has come, at once also into a pipe.
-void printNews(const std::vector<Event>& events, const WatchOptions& options, News& news) {
+void printNew(const std::vector<Event>& events, const WatchOptions& options, EventFilter& filter) {
     for (const Event& event : events) {
-        if (!options.all && !news.isNew(event)) continue;
+        if (!options.all && !filter.isNew(event)) continue;
         print(options.asJson ? eventJson(event) : eventLine(event) + "\n");
     }
     flushOutput();
@@ -117,11 +117,11 @@ ExitCode watch(WatchOptions& options) {
     options.windows.resolve();
     listenForStop();
     Watch watched;
-    News news;
+    EventFilter filter;
     watched.start(options.windows);
     while (!stopRequested() && (options.seconds <= 0 || watched.seconds() < options.seconds)) {
         runMainQueue(mainQueueSlice);
-        printNews(watched.take(), options, news);
+        printNew(watched.take(), options, filter);
         if (watched.error() == ORVO_CAPTURE_ERROR_INTERRUPTED) break;
     }
     if (const int code = watched.error())
