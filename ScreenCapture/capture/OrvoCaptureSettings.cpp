@@ -6,7 +6,7 @@
 namespace {
 
 // How long the host waits for its own callback when it shuts the registry.
-constexpr std::chrono::seconds kLongestWait{1};
+constexpr std::chrono::seconds kMaxWait{1};
 
 // Calls, of any registry, that this thread is inside of.
 constinit thread_local int tCallDepth = 0;
@@ -49,5 +49,5 @@ void OrvoCaptureSettings::shut() {
     m_isShut = true;
     // The callback that this thread is inside of may be what the others wait for.
     if (tCallDepth > 0) return;
-    m_callEnded.wait_for(lock, kLongestWait, [this] { return m_callsUnderWay == 0; });
+    m_callEnded.wait_for(lock, kMaxWait, [this] { return m_callsUnderWay == 0; });
 }

@@ -15,7 +15,7 @@ using orvo::platform::RunningApplication;
 
 namespace {
 
-constexpr size_t kMostWindows = 100;
+constexpr size_t kMaxWindows = 100;
 
 template <typename Accept>
 std::vector<OrvoWindowProxyRef> filtered(std::vector<OrvoWindowProxyRef> proxies, Accept accept) {
@@ -96,7 +96,7 @@ OrvoWindowProxyRef OrvoAppProxy::mainWindow() const {
 
 std::vector<OrvoWindowProxyRef> OrvoAppProxy::windows() const {
     std::vector<OrvoWindowProxyRef> proxies;
-    const auto elements = valuesForAttribute("AXWindows", 0, kMostWindows);
+    const auto elements = valuesForAttribute("AXWindows", 0, kMaxWindows);
     if (!elements) return proxies;
     for (const ElementRef& element : *elements) {
         if (auto proxy = OrvoWindowProxy::initWithElement(element)) proxies.push_back(std::move(proxy));
@@ -118,7 +118,7 @@ OrvoAppProxy::WindowAnswer OrvoAppProxy::findWindow(uint32_t windowId) const {
     if (!app_) return {};
     auto& accessibility = platform().accessibility();
     std::vector<ElementRef> elements;
-    const int32_t error = accessibility.copyElements(app_, "AXWindows", 0, kMostWindows, elements);
+    const int32_t error = accessibility.copyElements(app_, "AXWindows", 0, kMaxWindows, elements);
     // An application that has ended does not answer either.
     if (error == orvo::platform::kErrorCannotComplete || error == orvo::platform::kErrorDisabled)
         return {nullptr, !runningApplication_ || isTerminated()};

@@ -18,10 +18,10 @@ constexpr int kPictureWidth = 400;  // pixels
 constexpr double kIconWidth = 100;  // pixels
 // A window of a few pixels' width and a screen's height would become a picture of hundreds of megabytes: it is made
 // smaller, in proportion.
-constexpr double kLargestArea = 16.0 * 1024 * 1024;  // pixels
+constexpr double kMaxArea = 16.0 * 1024 * 1024;  // pixels
 
 BitmapItemPtr scaledItem(const Picture& picture, Size size) {
-    const double excess = std::sqrt(size.width * size.height / kLargestArea);
+    const double excess = std::sqrt(size.width * size.height / kMaxArea);
     if (!std::isfinite(excess)) return nullptr;  // of a picture without width or height
     if (excess > 1) size = {size.width / excess, size.height / excess};
     const auto scaled = OrvoWindowManager::imageByScalingProportionallyToSize(size, picture);

@@ -11,7 +11,7 @@ namespace {
 
 constexpr uint32_t kModeArea = 3;
 constexpr uint32_t kModeApplication = 5;
-constexpr int kNarrowestImage = 2;  // pixels
+constexpr int kMinImageWidth = 2;  // pixels
 constexpr const char* kTooNarrow = "the picture is narrower than two pixels";
 constexpr double kPatience = 3.0;  // seconds without a good picture before it is reported to the delegate
 constexpr double kMillisecondsPerSecond = 1000.0;
@@ -23,7 +23,7 @@ NoImage whyUnknown() {
 }
 
 bool isGood(const Shot& shot) {
-    return shot.image && shot.image->width() >= kNarrowestImage;
+    return shot.image && shot.image->width() >= kMinImageWidth;
 }
 
 }  // namespace

@@ -18,7 +18,7 @@
 namespace {
 
 constexpr int kSideBySide = 820;  // pixels; a narrower window has the preview above the sources
-constexpr int kMostEvents = 200;
+constexpr int kMaxEvents = 200;
 constexpr int kTitlesRefresh = 5000;  // milliseconds: titles change without an event of the desktop
 
 void every(int milliseconds, QObject* owner, std::function<void()> work) {
@@ -198,7 +198,7 @@ void MainWindow::note(const QString& text) {
     const QScrollBar* const bar = events_->verticalScrollBar();
     const bool isAtEnd = bar->value() == bar->maximum();  // who has scrolled back reads there
     events_->addItem(QTime::currentTime().toString(QStringLiteral("HH:mm:ss  ")) + text);
-    while (events_->count() > kMostEvents) delete events_->takeItem(0);
+    while (events_->count() > kMaxEvents) delete events_->takeItem(0);
     if (isAtEnd) events_->scrollToBottom();
 }
 

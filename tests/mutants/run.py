@@ -24,7 +24,7 @@ RUNTIME = ("runtime_tests", "", ["strings", "numbers", "conversions", "log"])
 W, C, A, T, S = (f"ScreenCapture/{folder}/" for folder in ("window", "capture", "api", "thumbnail", "platform/software"))
 MUTANTS = [
     # file, text, replacement
-    (W + "OrvoWindowCaptureSession_tick.cpp", "shot.image->width() >= kNarrowestImage", "shot.image->width() > kNarrowestImage"),
+    (W + "OrvoWindowCaptureSession_tick.cpp", "shot.image->width() >= kMinImageWidth", "shot.image->width() > kMinImageWidth"),
     (W + "OrvoWindowCaptureSession_tick.cpp", "now - lastErrorTime > kPatience", "now - lastErrorTime > kPatience / 2"),
     (W + "OrvoWindowCaptureSession_tick.cpp", "        lastErrorTime = now;\n", ""),
     (W + "OrvoWindowCaptureSession_tick.cpp", "    stopCapture();\n    return false;", "    return false;"),
@@ -110,7 +110,7 @@ MUTANTS = [
     (T + "window_info.cpp", "truncated<int32_t>(rect.x + rect.width)", "truncated<int32_t>(rect.x) + truncated<int32_t>(rect.width)"),
     ("common/utils/orvo_pixel_memory.cpp", "aged.size <= kMaxOldBytes - oldBytes_", "true"),
     (T + "bitmap_item.cpp", "std::min<size_t>(item->length, image.bytesPerRow() * item->height)", "item->length / 2"),
-    (T + "OrvoAppProxy.cpp", "kMostWindows = 100", "kMostWindows = 101"),
+    (T + "OrvoAppProxy.cpp", "kMaxWindows = 100", "kMaxWindows = 101"),
     (T + "OrvoAppProxy.cpp", "Activation::ignoringOthers", "Activation::allWindows"),
     (T + "OrvoAppProxy.cpp", "force ? runningApplication_", "!force ? runningApplication_"),
     (T + "OrvoAppProxy.cpp", "!isHidden() && !proxy.isWindowMinimized()", "!proxy.isWindowMinimized()"),

@@ -25,7 +25,7 @@ namespace orvocap {
 
 namespace {
 
-constexpr size_t fewestFields = 5;  // a line may have a second time after the first
+constexpr size_t minFields = 5;  // a line may have a second time after the first
 
 // Takes the fields from the front of the line.
 std::vector<std::string> takeFields(std::string_view& line) {
@@ -40,7 +40,7 @@ std::vector<std::string> takeFields(std::string_view& line) {
 std::string lineJson(const std::string& line) {
     std::string_view rest = line;
     const auto fields = takeFields(rest);
-    if (fields.size() < fewestFields || rest.substr(0, 2) != ": ") return jsonLine({{"text", line}});
+    if (fields.size() < minFields || rest.substr(0, 2) != ": ") return jsonLine({{"text", line}});
     const size_t last = fields.size() - 1;
     std::string level = fields[last - 2];
     level.erase(level.find_last_not_of(' ') + 1);

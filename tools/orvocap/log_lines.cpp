@@ -12,7 +12,7 @@ namespace orvocap {
 namespace {
 
 constexpr size_t kKeyLength = 3;
-constexpr size_t kLongestPiece = 1 << 20;  // a file without line feeds is no log; it is passed on in pieces
+constexpr size_t kMaxPiece = 1 << 20;  // a file without line feeds is no log; it is passed on in pieces
 constexpr char kStamp[] = "[0000-00-00 00:00:00]";
 constexpr char kNotice[] = "*** ";
 constexpr size_t kStampLength = sizeof(kStamp) - 1;
@@ -76,7 +76,7 @@ void LogLines::feed(const char* bytes, size_t length) {
         decode(pending_.substr(begin, end - begin), true);
     }
     pending_.erase(0, begin);
-    if (pending_.size() < kLongestPiece) return;
+    if (pending_.size() < kMaxPiece) return;
     decode(pending_, false);
     pending_.clear();
 }

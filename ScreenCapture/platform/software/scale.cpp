@@ -13,10 +13,10 @@ namespace orvo::platform::software {
 namespace {
 
 // A placement's edges count as this far away when they are farther: lengths and four times them still fit.
-constexpr double kFarthest = 1 << 27;  // pixels
+constexpr double kMaxDistance = 1 << 27;  // pixels
 
 int nearestPixel(double place) {
-    return truncated<int>(std::clamp(std::floor(place + 0.5), -kFarthest, kFarthest));
+    return truncated<int>(std::clamp(std::floor(place + 0.5), -kMaxDistance, kMaxDistance));
 }
 
 // One axis of a placement: which source pixels are seen at all, and which target pixels all of those would cover.
