@@ -1,4 +1,4 @@
-// Scaling in memory, beside libyuv's own time and a copy of the source. Looks inside the library.
+// Scaling in memory, beside libyuv's own time and a copy of the source. Uses internals of the library.
 #include <benchmark/benchmark.h>
 #include <libyuv/scale_argb.h>
 

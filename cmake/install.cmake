@@ -55,7 +55,7 @@ if(TARGET orvocap)
         RENAME _orvocap)
 endif()
 
-# Where Debian's Python looks below /usr, of whatever version it is.
+# Where Debian's Python searches below /usr, of whatever version it is.
 install(DIRECTORY bindings/python/orvo DESTINATION lib/python3/dist-packages PATTERN __pycache__ EXCLUDE)
 
 set(ORVO_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/orvo-screencapture)

@@ -45,7 +45,7 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
 
     bool registTargetWindow(uint32_t windowId);  // asks for a picture through the thumbnail callback; registers nothing
     bool unRegistTargetWindowId(uint32_t windowId);
-    // Registers a fresh record; one that is not there yet when it is first looked for and found.
+    // Registers a fresh record; one that is not there yet when a search first finds it.
     void setTargetWindow(uint32_t windowId);
     void removeTargerWindow(uint32_t windowId);
 
@@ -53,7 +53,7 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
     bool checkTargetWindowStatusIsNormal(uint32_t windowId, bool isNotify);
     bool checkScreenIsValid(uint32_t displayId);
     bool checkWindowStatusIsNormal(OrvoWindow& window, bool isNotify);
-    // Looks for the slide show that a presentation program shows instead of the window. True when the host was
+    // Searches for the slide show that a presentation program shows instead of the window. True when the host was
     // notified.
     bool checkProcessWindowStatus(const OrvoAppProxy& app, const OrvoWindow& window);
     bool checkIsNewFullScreenPPT(const OrvoWindowProxy& proxy, const OrvoWindow& window);

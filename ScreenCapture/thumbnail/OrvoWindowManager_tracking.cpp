@@ -1,4 +1,4 @@
-// What has become of a target since the last look.
+// What has become of a target since the last check.
 #include "ScreenCapture/thumbnail/OrvoWindowManager.h"
 #include "ScreenCapture/thumbnail/slide_show.h"
 #include "ScreenCapture/thumbnail/window_info.h"
@@ -90,7 +90,7 @@ bool OrvoWindowManager::checkFoundWindow(OrvoWindow& window, const OrvoAppProxy&
         return false;
     }
     if (isNotify) compareBounds(window, frame);
-    // A slide show is looked for each time.
+    // A slide show is searched for each time.
     if (orvo::thumbnail::slideShowProgram(app.name()) != SlideShowProgram::none)
         checkProcessWindowStatus(app, window);
     else if (isNotify)

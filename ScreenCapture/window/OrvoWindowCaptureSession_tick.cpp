@@ -72,7 +72,7 @@ void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, co
 // Checks the target and notifies the host of what changed. A display that is gone ends the capture; a window that is
 // not normal is captured all the same, and its picture normally fails.
 bool OrvoWindowCaptureSession::checkScreenIsValidWithOrvowindow(const OrvoWindow* item) {
-    // What was not found is not looked for again in the same tick.
+    // What was not found is not searched for again in the same tick.
     if (!item || m_windowManager->checkTargetWindowStatusIsNormal(item->windowID, true) || !item->isScreen) return true;
     stopCapture();
     return false;

@@ -58,7 +58,7 @@ class Capture : public QObject {
     Fit fit_ = Fit::source;
     int lastStatus_ = ORVO_WINDOW_STATUS_NORMAL;
     int lastError_ = 0;  // since the last frame: it is reported again and again
-    QTimer stopping_;    // looks whether the capture before has ended
+    QTimer stopping_;    // checks whether the capture before has ended
 
     mutable QMutex mutex_;  // frames of windows come on a thread of the library
     bool accepts_ = false;  // until a capture has ended it may still bring a frame of the target before

@@ -24,7 +24,7 @@ class Sources : public QAbstractListModel {
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
 
-    // Looks what is there now. Rows that stay keep their place in the views, and their pictures.
+    // Reads the lists again. Rows that stay keep their place in the views, and their pictures.
     // own: windows that are not offered.
     void refresh(const QList<quint32>& own);
     // Asks for the picture of the next source in turn; it comes with Capture::pictureArrived.

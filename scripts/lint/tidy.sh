@@ -1,6 +1,6 @@
 #!/bin/bash
 # Runs clang-tidy over the sources of the product that the given build knows, as many at a time as there are cores.
-# A source that passed is not looked at again until it, a header or the settings change.
+# A source that passed is not checked again until it, a header or the settings change.
 set -euo pipefail
 build=$1
 stamps=$build/tidy

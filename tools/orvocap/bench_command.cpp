@@ -60,10 +60,10 @@ struct Costs {
     int width = 0, height = 0;
     unsigned int frames = 0;
     double seconds = 0;
-    unsigned int longestGap = 0;           // milliseconds
-    unsigned int looked = 0, changed = 0;  // frames that were compared with the one before, and that differed
-    double processPerFrame = 0;            // milliseconds of processor time
-    std::optional<double> serverPerFrame;  // the same of the window server, less what it uses without a capture
+    unsigned int longestGap = 0;             // milliseconds
+    unsigned int compared = 0, changed = 0;  // frames that were compared with the one before, and that differed
+    double processPerFrame = 0;              // milliseconds of processor time
+    std::optional<double> serverPerFrame;    // the same of the window server, less what it uses without a capture
     std::string whyNoServer;
     double copyPerFrame = 0;  // milliseconds
 
@@ -103,10 +103,10 @@ class Meter {
         try {
             copyFrame(view, now_);
         } catch (const std::bad_alloc&) {
-            return;  // nothing may leave a callback; the frame is not looked at
+            return;  // nothing may leave a callback; the frame is not compared
         }
         if (!before_.pixels.empty()) {
-            ++costs_.looked;
+            ++costs_.compared;
             costs_.changed += now_.pixels != before_.pixels;
         }
         std::swap(now_, before_);
@@ -184,7 +184,7 @@ Costs bench(BenchOptions& options) {
 
 void printCosts(const Costs& costs, const BenchOptions& options) {
     std::printf("picture         %dx%d, %s: %u of %u frames that were compared differed\n", costs.width, costs.height,
-                costs.changed ? "changing" : "still", costs.changed, costs.looked);
+                costs.changed ? "changing" : "still", costs.changed, costs.compared);
     std::printf("frames          %u in %.1f s, %.1f a second of %d asked for, longest gap %u ms\n", costs.frames,
                 costs.seconds, costs.rate(), options.framesPerSecond, costs.longestGap);
     std::printf("this process    %.3f ms of processor time a frame\n", costs.processPerFrame);
@@ -200,7 +200,7 @@ void printCostsAsJson(const Costs& costs, const BenchOptions& options) {
     Json json = {{"width", costs.width},
                  {"height", costs.height},
                  {"scene", costs.changed ? "changing" : "still"},
-                 {"framesCompared", costs.looked},
+                 {"framesCompared", costs.compared},
                  {"framesThatDiffered", costs.changed},
                  {"frames", costs.frames},
                  {"seconds", costs.seconds},

@@ -82,7 +82,7 @@ namespace {
 constexpr auto longestWait = std::chrono::seconds(5);
 constexpr int frameRate = 15;
 
-// The newest frame that nobody has looked at yet.
+// The newest frame that was not taken yet.
 class Latest {
   public:
     void put(const FrameView& view) {

@@ -1,4 +1,4 @@
-// Looks for ffmpeg and GStreamer, starts one, and hears what it says at its end.
+// Searches for ffmpeg and GStreamer, starts one, and reads what it prints at its end.
 #include "encoder.h"
 
 #include <fcntl.h>

@@ -16,7 +16,7 @@ std::string extensionOf(const std::string& file);
 // Whether files of that extension are made by an encoder.
 bool isEncoded(const std::string& extension);
 
-// What to run for that file, which gets Y4M on its standard input. folders: those to look for programs in, as PATH
+// What to run for that file, which gets Y4M on its standard input. folders: those to search for programs, as PATH
 // lists them. Empty when there is none of the programs.
 std::vector<std::string> encoderCommand(const std::string& file, const std::string& folders);
 

@@ -11,7 +11,7 @@ namespace orvocap {
 // Runs the main queue on the calling thread for that long.
 void runMainQueue(int milliseconds);
 
-// So long at a time, in milliseconds, by a command that looks in between whether it is to end.
+// So long at a time, in milliseconds, by a command that checks in between whether it is to end.
 constexpr int mainQueueSlice = 20;
 
 // The name of a screen's output; empty when it has none.

@@ -18,7 +18,7 @@ namespace orvocap {
 
 namespace {
 
-constexpr int framesPerSecond = 5;  // the slowest: every tick looks after the windows once
+constexpr int framesPerSecond = 5;  // the slowest: every tick checks the windows once
 
 using Clock = std::chrono::steady_clock;
 

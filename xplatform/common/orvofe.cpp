@@ -52,7 +52,7 @@ struct orvofe {
 
 namespace {
 
-// What one pass looks at: the items as they were when it began, and what happened to each.
+// What one pass works on: the items as they were when it began, and what happened to each.
 struct pass {
     pollfd polled[ORVOFE_MAX_FDS];
     std::uint64_t uids[ORVOFE_MAX_FDS];

@@ -7,8 +7,8 @@
         for frame in capture.frames(seconds=2):
             print(frame.width, frame.height, frame.pixel(0, 0))
 
-The library itself, libOrvoScreenCaptureOSX, is looked for where ORVO_LIBRARY names it, in the prefix that this module
-is installed in, and where the system's loader looks.
+The library itself, libOrvoScreenCaptureOSX, is searched for where ORVO_LIBRARY names it, in the prefix that this module
+is installed in, and where the system's loader searches.
 """
 from ._capture import Capture, Statistics
 from ._frames import Frame
