@@ -1,5 +1,5 @@
 #!/bin/bash
-# Makes the pictures of docs/pictures anew, with the product itself on a private X server: scripts/pictures.sh
+# Makes the pictures of docs/pictures again, with the product itself on a private X server: scripts/pictures.sh
 set -euo pipefail
 if [ "${1-}" != inside ]; then
     cd "$(dirname "$0")/.."

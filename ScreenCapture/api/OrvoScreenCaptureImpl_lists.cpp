@@ -12,7 +12,7 @@ using orvo::platform::platform;
 
 namespace {
 
-// "%ull" prints the low half of an address with two letters behind it; that is intended.
+// "%ull" prints the low half of an address with two letters after it; that is intended.
 unsigned int lowHalf(const void* address) {
     return static_cast<unsigned int>(reinterpret_cast<uintptr_t>(address));
 }

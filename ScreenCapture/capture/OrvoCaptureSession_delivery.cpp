@@ -89,7 +89,7 @@ bool OrvoCaptureSession::onCapturedWindowImage(PixelBuffer& buffer, uint32_t win
 }
 
 // A frame of the path that the target has left. A start that is queued already ends that path, so the reason is noted
-// behind it, on the queue. Answers, once a second, that a line may be logged.
+// after it, on the queue. Answers, once a second, that a line may be logged.
 bool OrvoCaptureSession::dropOfOtherPath(uint32_t target) {
     m_settings->statistics().dropped(target);
     const double now = platform().clock().absoluteSeconds();

@@ -67,7 +67,7 @@ bool OrvoCaptureSession::setExtraWindows(const unsigned int* ids, int count, boo
 //
 // The source is set in the step once more, because another change may have been made between the call and the step: the
 // order of the steps decides which one the restart begins with. A stop by the host counts m_stops up. The restart is a
-// step of its own behind those that are queued by then, and does nothing when the count is another than in the call:
+// step of its own after those that are queued by then, and does nothing when the count is another than in the call:
 // whether the host stopped before this step, between it and the restart, or on another thread meanwhile, its stop wins.
 bool OrvoCaptureSession::enqueueRetarget(CaptureSource source, Setting setting) {
     if (!inited()) return false;

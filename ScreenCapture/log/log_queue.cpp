@@ -60,7 +60,7 @@ CORVOTaskBase* LogQueue::running_task() {
     return task_ && task_->IsStarted() ? task_ : nullptr;
 }
 
-// Jobs stay: the first line behind the one that opens the files says how many lines are missing.
+// Jobs stay: the first line after the one that opens the files says how many lines are missing.
 std::string LogQueue::drop_oldest() {
     const auto oldest =
         std::find_if(entries_.begin(), entries_.end(), [](const Entry& entry) { return entry.count > 0; });

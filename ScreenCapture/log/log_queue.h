@@ -25,7 +25,7 @@ class LogQueue {
 
     // See run_log_on().
     void run_on(BASE::COrvoQueueRunner* runner, CORVOTaskBase* task);
-    // Runs the job behind the lines so far. Without a runner it is dropped.
+    // Runs the job after the lines so far. Without a runner it is dropped.
     void post(std::function<void()>&& job);
     // Copies the line. Throws std::bad_alloc.
     void add(const char* text, size_t length);

@@ -149,7 +149,7 @@ void LogFiles::put_scrambled(std::string text) {
     flush();
 }
 
-// A line begins behind a line feed, which counts when it has to be added.
+// A line begins after a line feed, which counts when it has to be added.
 void LogFiles::put_line(std::string_view line) {
     const auto put = [this](std::string_view text) {
         while (!text.empty()) {

@@ -16,8 +16,8 @@ class LogFiles {
     static constexpr size_t kMaxPath = 511;  // bytes; a longer path is not opened
 
     // Which file to continue: the first that can be opened and is smaller than `limit`; it is made when missing.
-    // Without one the full files are deleted, and the first that can be opened begins anew. Nothing when none can be
-    // opened. May be called from any thread.
+    // Without one the full files are deleted, and the first that can be opened is started again. Nothing when none can
+    // be opened. May be called from any thread.
     static std::optional<size_t> choose(const Paths& paths, uint64_t limit);
 
     LogFiles() = default;

@@ -12,7 +12,7 @@
 
 class OrvoAppProxy;
 
-// Asks anew at every call; what is unknown answers "", false or zero. Callable from any thread.
+// Asks again at every call; what is unknown answers "", false or zero. Callable from any thread.
 class OrvoWindowProxy {
   public:
     // Null for a null element.

@@ -156,7 +156,7 @@ void OrvoWindowCaptureSession::logUnknownOf(Numbers numbers) {
 }
 
 // Prepares new targets before their first tick and lets go of old ones, also while nothing runs. A target that is
-// chosen anew is asked for anew, whatever became of it before.
+// chosen again is searched for again, whatever became of it before.
 void OrvoWindowCaptureSession::retarget(Numbers added) {
     captureQueue->async([weak = weak_from_this(), added = std::move(added)] {
         const auto self = weak.lock();

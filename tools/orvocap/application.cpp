@@ -77,7 +77,7 @@ std::string mistake(const CLI::App* app, const CLI::Error& error) {
     if (chosen.empty() && !rest.empty() && rest.front()[0] != '-')
         text = "there is no command " + rest.front() + "; there is: " + knownCommands(*app) +
                didYouMean(rest.front(), commandNames(*app));
-    // Words that nobody wants are found by the command that they stand behind.
+    // Words that no option takes are found by the command that they follow.
     const auto left = chosen.empty() ? rest : chosen.front()->remaining();
     if (!left.empty() && left.front()[0] == '-')
         text = "there is no option " + left.front() +

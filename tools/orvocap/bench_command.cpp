@@ -86,7 +86,7 @@ class Meter {
         if (compares_) compare(view);
     }
 
-    // Starts counting anew. compares: whether frames are compared, which costs time itself.
+    // Starts counting again. compares: whether frames are compared, which costs time itself.
     void begin(bool compares) {
         const std::lock_guard lock(mutex_);
         compares_ = compares;

@@ -9,7 +9,7 @@ namespace orvocap {
 
 // Each line of the log is scrambled from its own start, so the decoder has to know where lines start: after a line
 // feed as a rule, but a logged line may hold line feeds of its own, and a write that broke off leaves a piece of a line
-// behind. A line is known by its time stamp or by "*** ".
+// after it. A line is known by its time stamp or by "*** ".
 class LogLines {
   public:
     using Output = std::function<void(const std::string&)>;

@@ -93,7 +93,7 @@ void LogLines::decode(const std::string& piece, bool ends_line) {
     if (isLineStart(readings.as_line_from(0))) place = 0;
     std::string plain;
     size_t begin = 0;
-    // A line that was written behind a piece of another one is out of step with it.
+    // A line that was written after a piece of another one is out of step with it.
     for (size_t i = 1; i + kStampLength <= piece.size(); ++i) {
         if ((place + i) % kKeyLength == 0 || !isLineStart(readings.as_line_from(i))) continue;
         plain.append(readings.at[place % kKeyLength], begin, i - begin).append(1, '\n');

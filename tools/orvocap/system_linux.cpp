@@ -139,7 +139,7 @@ std::vector<std::vector<std::string>> windowClasses(const std::vector<uint32_t>&
     for (size_t i = 0; i < asked.size(); ++i) {
         const auto reply = owned(xcb_get_property_reply(server.x.get(), asked[i], nullptr));
         if (!reply) continue;
-        // The instance, then the class, each with a zero behind it.
+        // The instance, then the class, each followed by a zero.
         std::istringstream names(std::string(static_cast<const char*>(xcb_get_property_value(reply.get())),
                                              static_cast<size_t>(xcb_get_property_value_length(reply.get()))));
         for (std::string name; std::getline(names, name, '\0');) classes[i].push_back(name);

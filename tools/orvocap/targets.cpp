@@ -253,7 +253,7 @@ void TargetOptions::choose() const {
     }
     chooseTarget();
     if (onWindowPath()) choosePicture();
-    // After the target: a screen chosen anew starts with the cursor shown.
+    // After the target: a screen that is chosen again starts with the cursor shown.
     orvo_screencapture_set_cursor_visible(cursor_);
 }
 

@@ -116,10 +116,10 @@ bool storage<T>::replace(unsigned int position, unsigned int n, const T* units, 
         const storage copy(units, m);
         return replace(position, n, copy.data_, m);
     }
-    const std::size_t behind = length_ - position - n, total = position + m + behind;
+    const std::size_t tail = length_ - position - n, total = position + m + tail;
     ensure(total);
     T* const place = data_ + position;
-    std::memmove(place + m, place + n, behind * sizeof(T));
+    std::memmove(place + m, place + n, tail * sizeof(T));
     if (m != 0) std::memcpy(place, units, m * sizeof(T));
     set_length(total);
     return true;
@@ -184,7 +184,7 @@ void stream::attach(void* buffer, unsigned int n) {
     data_ = static_cast<unsigned char*>(buffer);
     length_ = capacity_ = 0;
     if (data_ == nullptr || n == 0) return clear();
-    grow(n);  // the room for the zero behind the bytes
+    grow(n);  // the room for the zero after the bytes
     set_length(n);
 }
 

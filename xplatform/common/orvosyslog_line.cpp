@@ -10,7 +10,7 @@ namespace {
 
 constinit std::atomic<time_t> g_zone_looked_up{0};
 
-// Intended: the mark of a cut line goes behind the terminator that the cut has set, so nobody sees it. It would move
+// Intended: the mark of a cut line goes after the terminator that the cut has set, so nobody sees it. It would move
 // forward for a UTF-8 sequence in the last bytes, but the last of them is that terminator.
 void mark_cut(char* buffer) {
     size_t at = kLineSize;

@@ -9,11 +9,11 @@
 
 namespace orvo::log {
 
-// A line is this long with its terminator; the slack takes the mark that is written behind a cut line.
+// A line is this long with its terminator; the slack takes the mark that is written after a cut line.
 constexpr size_t kLineSize = 10240;
 constexpr size_t kLineSlack = 7;
 
-// Prints the caller's message behind the first `prefix` bytes of a buffer of kLineSize + kLineSlack bytes, cut to
+// Prints the caller's message after the first `prefix` bytes of a buffer of kLineSize + kLineSlack bytes, cut to
 // kLineSize with its terminator.
 void print_message(char* buffer, size_t prefix, const char* format, va_list arguments);
 

@@ -46,7 +46,7 @@ int place_of(unsigned int slot, bool add) {
     return add && keys.insert({slot, place}) ? place : -1;
 }
 
-// A thread's values by place, `size` of them behind this head; freed with the thread.
+// A thread's values by place, `size` of them after this head; freed with the thread.
 struct alignas(void*) Table {
     int size;
 

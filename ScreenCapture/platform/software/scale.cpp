@@ -318,12 +318,12 @@ bool Scaling::resample(const Pixels& seen, const Pixels& target, const PixelRect
 void clearOutside(const Pixels& target, const PixelRect& kept) {
     const PixelRect inner = kept.empty() ? PixelRect{0, target.height, 0, 0} : kept;
     const size_t before = static_cast<size_t>(inner.x) * 4;
-    const size_t behind = static_cast<size_t>(inner.x + inner.width) * 4;
+    const size_t end = static_cast<size_t>(inner.x + inner.width) * 4;
     std::memset(target.bytes, 0, static_cast<size_t>(inner.y) * target.bytesPerRow);
     for (int row = inner.y; row < inner.y + inner.height; ++row) {
         uint8_t* line = target.bytes + static_cast<size_t>(row) * target.bytesPerRow;
         std::memset(line, 0, before);
-        std::memset(line + behind, 0, static_cast<size_t>(target.width) * 4 - behind);
+        std::memset(line + end, 0, static_cast<size_t>(target.width) * 4 - end);
     }
     const int below = inner.y + inner.height;
     std::memset(target.bytes + static_cast<size_t>(below) * target.bytesPerRow, 0,
