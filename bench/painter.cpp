@@ -27,7 +27,7 @@ void print(const bench::SceneFacts& facts) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const bool rests = argc > 2 && strcmp(argv[argc - 1], "--rest") == 0;
+    const bool pauses = argc > 2 && strcmp(argv[argc - 1], "--rest") == 0;
     bench::Client client;
     const auto scene = argc > 1 ? bench::makeScene(client, argv[1], argc > 2 ? atoi(argv[2]) : 0) : nullptr;
     if (!scene) {
@@ -42,7 +42,7 @@ int main(int argc, char** argv) {
     const uint64_t start = bench::now();
     for (int point = 1; !bench::stopping; ++point) {
         bench::sleepUntil(start + static_cast<uint64_t>(point * kInterval));
-        if (bench::stopping || scene->isStill() || (rests && point % 16 > 8)) continue;
+        if (bench::stopping || scene->isStill() || (pauses && point % 16 > 8)) continue;
         steps.push_back(bench::now());
         scene->step(point, steps.back());
     }

@@ -82,7 +82,7 @@ windows_act() {
 }
 
 # What somebody does to the watched window.
-disturb() {
+drive() {
     sleep 1
     xdotool windowmove "$1" 640 120
     sleep 1
@@ -104,7 +104,7 @@ events_act() {
     local window
     window=$(xdotool search --onlyvisible --pid "$clock" 2>/dev/null | tail -n 1 || true)
     [ -n "$window" ] || window=$(window_of xclock)
-    disturb "$window" "$clock" &
+    drive "$window" "$clock" &
     programs+=($!)
     act 'What happens to a window while it is moved, resized, minimised, restored and closed' \
         "$orvocap" watch --window "$window" --seconds 10 | tee "$output/events.txt" || status=$?

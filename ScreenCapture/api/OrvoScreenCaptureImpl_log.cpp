@@ -34,7 +34,7 @@ std::string folderOf(const char* logFolder) {
     return folder;
 }
 
-// While there is nothing to write it rests until there is, instead of making a hundred passes a second.
+// While there is nothing to write it sleeps until there is, instead of making a hundred passes a second.
 class LogWriterTask final : public CORVOTaskIO {
   public:
     using CORVOTaskIO::CORVOTaskIO;

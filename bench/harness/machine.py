@@ -120,8 +120,8 @@ class Server(Process):
 class Painter(Process):
     """A scene that is being painted; what it prints at its start, and its steps after its end."""
 
-    def __init__(self, server: Server, scene: str, count: int = 0, rests: bool = False):
-        super().__init__([str(PROGRAMS / "painter"), scene, str(count)] + (["--rest"] if rests else []), server.display)
+    def __init__(self, server: Server, scene: str, count: int = 0, pauses: bool = False):
+        super().__init__([str(PROGRAMS / "painter"), scene, str(count)] + (["--rest"] if pauses else []), server.display)
         facts = self.line()
         self.windows: list[int] = facts["windows"]
         self.stamps: list[list[int]] = facts["stamps"]

@@ -129,8 +129,8 @@ def run_scene(server: Server, scene: Scene, seconds: float, works: list[Work] | 
 
 
 def check_equality(server: Server, scene: Scene, work: Work, seconds: float) -> dict[str, Any]:
-    """Compares the library's frames with full grabs while the scene is painted and rests by turns."""
-    with Painter(server, scene.name, scene.count, rests=True) as painter:
+    """Compares the library's frames with full grabs while the scene is painted and pauses by turns."""
+    with Painter(server, scene.name, scene.count, pauses=True) as painter:
         with Process(work.command(server, painter) + ["--check"], server.display) as capturer:
             time.sleep(seconds)
             printed = json.loads(capturer.end())

@@ -155,8 +155,8 @@ void CORVOTaskBase::AwaitCall() {
 }
 
 // The worker's one way to wait. Whoever queues a call sets a mark, which is cleared before a pass looks at the queues:
-// what comes after that look keeps the worker from resting. The waker costs its system call only while the worker does
-// rest.
+// what comes after that look keeps the worker from sleeping. The waker costs its system call only while the worker does
+// sleep.
 void CORVOTaskBase::Rest(uint64_t nanoseconds) {
     local_context& context = *context_;
     if (!context.waker.is_open()) nanoseconds = std::min(nanoseconds, idle_interval_);

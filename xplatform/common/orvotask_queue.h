@@ -48,7 +48,7 @@ struct local_context {
     item take_ready();
     item take_due(uint64_t now);
 
-    // Ends the worker's rest, or keeps it from resting before its next pass: something was queued or cancelled, or the
+    // Wakes the worker, or keeps it from sleeping before its next pass: something was queued or cancelled, or the
     // worker is to end.
     void wake();
 

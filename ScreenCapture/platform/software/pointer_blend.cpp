@@ -13,10 +13,10 @@ constexpr int kRingStroke = 4;   // half of it black, outside, the other white
 
 // source over an opaque target, one pixel; the products are rounded to the nearest.
 uint32_t over(uint32_t source, uint32_t target) {
-    const uint32_t rest = 255 - (source >> 24);
+    const uint32_t share = 255 - (source >> 24);
     uint32_t result = 0;
     for (int shift = 0; shift < 32; shift += 8) {
-        const uint32_t product = ((target >> shift) & 0xFF) * rest + 127;
+        const uint32_t product = ((target >> shift) & 0xFF) * share + 127;
         const uint32_t sum = ((source >> shift) & 0xFF) + product / 255;
         result |= (sum > 255 ? 255 : sum) << shift;
     }
