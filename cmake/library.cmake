@@ -19,7 +19,7 @@ function(orvo_room name)
     else()
         list(FILTER sources EXCLUDE REGEX "_linux\\.cpp$")
     endif()
-    if(NOT sources)  # a room that nobody has moved into yet
+    if(NOT sources)  # a room without sources yet
         set(sources ${PROJECT_BINARY_DIR}/generated/empty.cpp)
         file(CONFIGURE OUTPUT ${sources} CONTENT "// Nothing here yet.\n")
     endif()

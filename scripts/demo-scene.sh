@@ -81,7 +81,7 @@ windows_act() {
         "$orvocap" record --screen main --exclude "$xlogo" --fps 10 --seconds 1 --png "$output/screen-without-xlogo"
 }
 
-# What somebody does to the watched window.
+# What a user does to the watched window.
 drive() {
     sleep 1
     xdotool windowmove "$1" 640 120
@@ -112,7 +112,7 @@ events_act() {
 }
 
 open_programs
-# A display that somebody works on keeps its pointer and its background.
+# A display that a user works on keeps its pointer and its background.
 if [ "${1-}" = private ]; then
     xsetroot -solid '#35506b'
     xdotool mousemove 560 250

@@ -110,7 +110,7 @@ void OrvoCaptureSession::noteOtherPath(const Parts& parts) {
     m_settings->statistics().note(parts.refusal ? parts.refusal : other);
 }
 
-// Nobody was called with a frame. One whose callback was taken away this moment is no case.
+// No callback took a frame. One whose callback was taken away this moment is no case.
 void OrvoCaptureSession::dropWithoutCallback(uint32_t target) {
     const bool hasWindowFrame = isRegistered(*m_settings, orvo::capture::kWindowFrame);
     if (isRegistered(*m_settings, orvo::capture::kFrame) || (target != 0 && hasWindowFrame)) return;

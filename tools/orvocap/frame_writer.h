@@ -23,7 +23,7 @@ class FrameSink {
     virtual void finish() = 0;                              // all frames are written; reports what is still unsaid
     [[nodiscard]] virtual std::string summary() const = 0;  // what was written, for the user
 
-    // From any thread: how much was written, and whether nobody reads on, so that more frames would be lost.
+    // From any thread: how much was written, and whether the reader has ended, so that more frames would be lost.
     [[nodiscard]] virtual uint64_t bytes() const = 0;
     [[nodiscard]] virtual bool isClosed() const { return false; }
 };

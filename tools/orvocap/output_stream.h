@@ -20,7 +20,7 @@ class OutputStream {
     void finish();   // everything was put; nothing can be put any more
     void discard();  // instead of finish: a file that was made is taken away
 
-    // Whether whoever reads the pipe has ended; what is put from then on is dropped. From any thread.
+    // Whether the reader of the pipe has ended; what is put from then on is dropped. From any thread.
     [[nodiscard]] bool isClosed() const { return closed_; }
     [[nodiscard]] uint64_t bytes() const { return encoder_ ? encoder_->bytes() : bytes_.load(); }  // from any thread
     [[nodiscard]] const std::string& name() const { return name_; }

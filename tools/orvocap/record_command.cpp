@@ -157,7 +157,7 @@ bool complete(const Outputs& outputs) {
     return std::all_of(outputs.begin(), outputs.end(), [](const auto& output) { return output->recording.complete(); });
 }
 
-// Whether somebody who reads a pipe has ended.
+// Whether the reader of a pipe has ended.
 bool closed(const Outputs& outputs) {
     return std::any_of(outputs.begin(), outputs.end(), [](const auto& output) { return output->sink->isClosed(); });
 }
@@ -185,7 +185,7 @@ void showProgress(const Outputs& outputs, double wanted, bool isPaused, Progress
         progress.update(wanted > 0 ? elapsed / wanted : -1, (isPaused ? "paused " : "") + text + " - Ctrl-C ends");
 }
 
-// Captures until the recording is complete or somebody stops it; throws when it cannot go on.
+// Captures until the recording is complete or it is stopped; throws when it cannot go on.
 void capture(const RecordOptions& options, const Outputs& outputs, Progress& progress) {
     Reception reception(options.target, outputs);
     WindowStates states(outputs, progress);

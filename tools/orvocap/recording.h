@@ -26,13 +26,13 @@ struct RecordingFigures {
     // The last frame's share included.
     [[nodiscard]] double seconds() const { return rate() > 0 ? frames / rate() : 0; }
     [[nodiscard]] std::string text() const;  // all of them
-    // The same in short, for one line of a terminal. wanted: how many seconds there will be; 0: nobody knows.
+    // The same in short, for one line of a terminal. wanted: how many seconds there will be; 0: unknown.
     [[nodiscard]] std::string progressText(double wanted, uint64_t bytes) const;
 };
 
 class Recording {
   public:
-    // seconds: of frame time from the first frame on, without pauses; 0 records until somebody stops it.
+    // seconds: of frame time from the first frame on, without pauses; 0 records until it is stopped.
     Recording(FrameWriter& writer, double seconds, int framesPerSecond);
 
     void take(const FrameView& frame);  // from the library's threads; does not wait
@@ -73,7 +73,7 @@ struct OutputOptions {
     std::string y4mFile;
     std::string rawFile;
     int framesPerSecond = 15;
-    double seconds = 0;  // 0 records until somebody stops it
+    double seconds = 0;  // 0 records until it is stopped
     bool force = false;  // writes over what is there
 
     [[nodiscard]] bool onStandardOutput() const { return file == "-" || y4mFile == "-" || rawFile == "-"; }

@@ -28,7 +28,7 @@ void flushOutput();  // sends on what was printed, by whatever means
 void keepStandardStreams();
 
 // One line of a terminal: a bar before the text, cut at the width. share: what is done, from 0 to 1; below 0 when
-// nobody knows, which leaves the bar out. text: ASCII.
+// unknown, which leaves the bar out. text: ASCII.
 std::string progressLine(double share, const std::string& text, size_t width);
 
 // Seconds as a clock shows them: "0:07", "1:02:03".

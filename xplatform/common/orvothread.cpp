@@ -62,7 +62,7 @@ void release(orvothread* thread) {
     if (thread->users.fetch_sub(1) == 1) delete thread;
 }
 
-// Whoever comes second waits as well. Result: 0, or why the thread could not be waited for.
+// A second caller waits as well. Result: 0, or why the thread could not be waited for.
 int join(orvothread* thread) {
     if (orvothread_getspecific(orvo::kThreadHandleSlot) == thread) return EDEADLK;
     std::lock_guard guard(thread->join_lock);

@@ -106,7 +106,7 @@ int orvo_rand(void) {
         tms unused{};
         return static_cast<uint32_t>(times(&unused)) + 100u * static_cast<uint32_t>(orvothread_selfid());
     }();
-    // Intended: two threads may draw the same number; nobody waits for anybody.
+    // Intended: two threads may draw the same number, so that no lock is needed.
     uint32_t next = state.load(std::memory_order_relaxed) * 214013u + 2531011u;
     state.store(next, std::memory_order_relaxed);
     return static_cast<int>(next >> 16 & 0x7FFF);

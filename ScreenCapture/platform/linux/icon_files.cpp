@@ -36,7 +36,7 @@ Ref<Image> bitmapOf(const GdkPixbuf* pixels) {
     return bitmap;
 }
 
-// Whether opening it cannot wait for somebody, as for a pipe.
+// Whether opening it cannot block, as it does for a pipe.
 bool isFile(const std::string& path) {
     struct stat status {};
     return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);

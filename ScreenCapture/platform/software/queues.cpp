@@ -30,7 +30,7 @@ struct GridTimer {
     std::atomic<bool> cancelled{false};
 };
 
-// What the thread and the handles share; whoever is last frees it.
+// What the thread and the handles share; the last owner frees it.
 class QueueState {
   public:
     void post(Job job) {

@@ -10,7 +10,7 @@
 
 namespace orvo::platform::software {
 
-// 32-bit pixels that somebody else owns, row 0 on top.
+// 32-bit pixels, not owned, row 0 on top.
 struct Pixels {
     uint8_t* bytes = nullptr;
     int width = 0;

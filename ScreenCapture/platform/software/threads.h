@@ -6,7 +6,7 @@
 
 namespace orvo::platform::software {
 
-// Runs the body on a thread of its own that nobody waits for. The thread is named after the last characters of the
+// Runs the body on a detached thread of its own. The thread is named after the last characters of the
 // label and starts under a SignalBlock, so that the host's handlers stay on the host's threads. Throws when the system
 // has no thread to give. What the body throws ends in the log.
 void startThread(std::string_view label, std::function<void()> body);
