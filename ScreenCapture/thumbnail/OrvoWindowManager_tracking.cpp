@@ -8,6 +8,14 @@ using orvo::platform::Rect;
 using orvo::platform::truncated;
 using orvo::thumbnail::SlideShowProgram;
 
+// The check runs on every tick. What it compares with the record (activity, hidden state, bounds, whether the window is
+// there) are facts of the desktop, so it can find nothing new while the desktop's version is the one of the last check
+// that found everything normal: unchangedAt holds that version. Then the check asks the system nothing and reports what
+// an unchanged window reports.
+//
+// Checks that end otherwise never set unchangedAt: a hidden window and one that is gone are not normal, a minimised one
+// is reported again on every tick, and so is the slide show of a presentation program while there is one. Only checks
+// with isNotify use it, for only they compare with the registered record.
 bool OrvoWindowManager::checkTargetWindowStatusIsNormal(uint32_t windowId, bool isNotify) {
     const OrvoWindowRef record = isNotify ? getItemWithTargetWindow(windowId) : getOrvoWindowWithWindowId(windowId);
     if (!record) return false;

@@ -37,20 +37,26 @@ Changes TargetFrame::changesOf(const Image& image, const Key& key) {
     return changes;
 }
 
+// The result of the tick before serves again when it would come out the same. That is known from three numbers, the
+// whole of what a result is made from: the picture's version (equal versions are equal pixels, whichever grabber made
+// them; 0 means that the adapter does not know), the cursor's picture and place, which are painted into the picture
+// after its version was given, and the sequence of the options. No flag says that a result is out of date: whatever
+// changes any input changes its number.
+//
+// Only a picture of its own is kept. Without crop and scale the result is the grabber's own frame, and holding that
+// would keep the grabber from writing its memory again.
 Shot TargetFrame::cropAndScale(const Ref<Image>& image, const CaptureOptions& options, const CursorMark& cursor) {
     const Key key{image->version(), cursor, options.sequence};
     if (result_ && key == key_) return result_;
     result_ = nullptr;
     Changes changes = changesOf(*image, key);
-    // Until all is done nobody knows what the next picture has to be compared with.
+    // Until all is done it is unknown what the next picture has to be compared with.
     const ChangeFollower pictures = std::exchange(pictures_, {});
     const Ref<Image> cropped = getCropWithCGImage(image, options, changes);
     const Shot result = getResoulutionImage(cropped, options, *scaled_, changes);
     pictures_ = pictures;
     key_ = key;
     undelivered_.add(changes);
-    // Of a picture without a version nobody knows whether the next is the same. An untouched picture is not kept: as
-    // long as somebody holds it, the grabber cannot write its memory again.
     if (key.picture != 0 && result.image.get() != image.get()) result_ = result.image;
     return result;
 }
