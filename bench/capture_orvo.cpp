@@ -144,7 +144,7 @@ long residentKilobytes() {
 }
 
 std::string members(const Receiver& receiver, long idle, long busy) {
-    OrvoScreenCaptureStatistics statistics{};
+    OrvoScreenCaptureStatistics statistics = ORVO_SCREENCAPTURE_STATISTICS_INIT;
     orvo_screencapture_get_statistics(&statistics);
     char text[512];
     int used =

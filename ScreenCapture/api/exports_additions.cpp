@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "ScreenCapture/api/facade_call.h"
+#include "ScreenCapture/api/sized_record.h"
 #include "ScreenCapture/capture/changed_rects.h"
 #include "ScreenCapture/log/orvo_log.h"
 #include "ScreenCapture/thumbnail/window_info.h"
@@ -30,6 +31,10 @@ int32_t published(PermissionState state) {
     return ORVO_PERMISSION_DENIED;
 }
 
+// Sizes of the first versions of the records; they never change.
+constexpr uint32_t kFirstWindowOwner = 264;
+constexpr uint32_t kFirstStatistics = 160;
+
 OrvoScreenCapturePermissionState askSystem(OrvoScreenCapturePermission permission,
                                            PermissionState (System::*question)(Permission)) {
     return ask<int32_t>(ORVO_PERMISSION_DENIED, [=](OrvoScreenCaptureImpl&) -> int32_t {
@@ -56,34 +61,37 @@ OrvoScreenCapturePermissionState orvo_screencapture_request_permission(OrvoScree
 
 bool orvo_screencapture_get_window_owner(unsigned int windowID, OrvoScreenCaptureWindowOwner* owner) {
     COMPONENT_LOG("SC", "%s", __func__);
-    if (!owner) return false;
-    *owner = {};
-    return ask(false, [=](OrvoScreenCaptureImpl&) {
+    if (!orvo::api::hasSize(owner, kFirstWindowOwner)) return false;
+    OrvoScreenCaptureWindowOwner answer = ORVO_SCREENCAPTURE_WINDOW_OWNER_INIT;
+    const bool found = ask(false, [&](OrvoScreenCaptureImpl&) {
         for (const auto& window : platform().windowServer().onScreenWindows()) {
             if (window.number != windowID) continue;
-            owner->processID = window.ownerPID;
-            orvo::thumbnail::copyTitle(owner->name, window.ownerName);
+            answer.processID = window.ownerPID;
+            orvo::thumbnail::copyTitle(answer.name, window.ownerName);
             return true;
         }
         return false;
     });
+    orvo::api::fill(owner, answer);
+    return found;
 }
 
 bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics) {
-    if (!statistics) return false;
-    *statistics = {};
-    return ask(false, [=](OrvoScreenCaptureImpl& facade) {
+    if (!orvo::api::hasSize(statistics, kFirstStatistics)) return false;
+    OrvoScreenCaptureStatistics answer = ORVO_SCREENCAPTURE_STATISTICS_INIT;
+    const bool found = ask(false, [&](OrvoScreenCaptureImpl& facade) {
         CaptureStatistics::Figures figures;
         if (!facade.GetStatistics(figures)) return false;
-        statistics->framesDelivered = figures.framesDelivered;
-        statistics->ticksMerged = figures.ticksMerged;
-        statistics->framesDropped = figures.framesDropped;
-        statistics->longestGapMilliseconds = static_cast<uint32_t>(std::min<uint64_t>(figures.longestGap, UINT32_MAX));
-        statistics->lastErrorCode = figures.lastErrorCode;
-        std::strncpy(statistics->lastErrorReason, figures.lastErrorReason.c_str(),
-                     sizeof(statistics->lastErrorReason) - 1);
+        answer.framesDelivered = figures.framesDelivered;
+        answer.ticksMerged = figures.ticksMerged;
+        answer.framesDropped = figures.framesDropped;
+        answer.longestGapMilliseconds = static_cast<uint32_t>(std::min<uint64_t>(figures.longestGap, UINT32_MAX));
+        answer.lastErrorCode = figures.lastErrorCode;
+        std::strncpy(answer.lastErrorReason, figures.lastErrorReason.c_str(), sizeof(answer.lastErrorReason) - 1);
         return true;
     });
+    orvo::api::fill(statistics, answer);
+    return found;
 }
 
 int orvo_screencapture_get_changed_rects(OrvoScreenCaptureRect* rects, int capacity) {

@@ -175,7 +175,7 @@ QImage Capture::frame() const {
 }
 
 OrvoScreenCaptureStatistics Capture::statistics() const {
-    OrvoScreenCaptureStatistics figures = {};
+    OrvoScreenCaptureStatistics figures = ORVO_SCREENCAPTURE_STATISTICS_INIT;
     orvo_screencapture_get_statistics(&figures);
     return figures;
 }

@@ -7,7 +7,7 @@
 namespace {
 
 QString ownerOf(quint32 window) {
-    OrvoScreenCaptureWindowOwner owner = {};
+    OrvoScreenCaptureWindowOwner owner = ORVO_SCREENCAPTURE_WINDOW_OWNER_INIT;
     orvo_screencapture_get_window_owner(window, &owner);
     return QString::fromUtf8(owner.name);
 }

@@ -139,7 +139,7 @@ static gboolean read_target(const char* text, Target* target) {
 
 /* Whether it is there now: an unknown one would make an empty file. */
 static gboolean is_there(const Target* target) {
-    OrvoScreenCaptureWindowOwner owner;
+    OrvoScreenCaptureWindowOwner owner = ORVO_SCREENCAPTURE_WINDOW_OWNER_INIT;
     unsigned int count = 0;
     gboolean found = FALSE;
     if (target->is_window) return orvo_screencapture_get_window_owner(target->number, &owner);
@@ -188,7 +188,7 @@ static gboolean finish_later(gpointer publisher) { /* what a thread of the libra
 }
 
 static void on_error(int code, void* publisher) {
-    OrvoScreenCaptureStatistics statistics;
+    OrvoScreenCaptureStatistics statistics = ORVO_SCREENCAPTURE_STATISTICS_INIT;
     orvo_screencapture_get_statistics(&statistics);
     g_printerr("publish: the capture failed with code %d: %s\n", code, statistics.lastErrorReason);
     ((Publisher*)publisher)->exit_code = 1;

@@ -2,6 +2,10 @@
  * @file
  * Additions to the capture interface, on every system: version, permissions, owner of a window, statistics, level of
  * the log. Nothing here changes how the capture works. This header is plain C11 and compiles as C++ too.
+ *
+ * The records of this header grow at their end. Each begins with structSize, the size that the host was compiled with;
+ * its initialiser (ORVO_SCREENCAPTURE_..._INIT) sets it. The library writes no byte beyond structSize, and zero into
+ * fields that it does not know: a host runs with older and with newer libraries.
  */
 #ifndef ORVO_SCREENCAPTURE_ADDITIONS_H
 #define ORVO_SCREENCAPTURE_ADDITIONS_H
@@ -68,39 +72,52 @@ ORVO_API OrvoScreenCapturePermissionState orvo_screencapture_request_permission(
 
 /** The application that a window belongs to. */
 typedef struct OrvoScreenCaptureWindowOwner {
-    int32_t processID; /**< 0: unknown */
-    char name[256];    /**< UTF-8, zero-terminated */
+    uint32_t structSize; /**< bytes; set by the host */
+    int32_t processID;   /**< 0: unknown */
+    char name[256];      /**< UTF-8, zero-terminated */
 } OrvoScreenCaptureWindowOwner;
+ORVO_RECORD_SIZE(OrvoScreenCaptureWindowOwner, 264);
+/** The initialiser of an OrvoScreenCaptureWindowOwner. */
+/* clang-format off */
+#define ORVO_SCREENCAPTURE_WINDOW_OWNER_INIT {sizeof(OrvoScreenCaptureWindowOwner), 0, ""}
+/* clang-format on */
 
 /**
- * Asks whose window a number is. Needs no orvo_screencapture_init.
+ * Returns the owner of a window. Works before orvo_screencapture_init.
  * @param windowID the window
- * @param owner receives the answer, all zero when there is none
+ * @param owner structSize is set; receives the owner, zeros when there is none
  * @return whether a window of that number is on screen; a display has no owner
  * @threads any; asks the system
  * @memory none
- * @errors false for NULL
+ * @errors false for NULL; false and nothing written for a structSize that no version of the record has
  */
 ORVO_API bool orvo_screencapture_get_window_owner(unsigned int windowID, OrvoScreenCaptureWindowOwner* owner);
 
-/** What has happened since orvo_screencapture_init. */
+/** Statistics since orvo_screencapture_init. */
 typedef struct OrvoScreenCaptureStatistics {
+    uint32_t structSize;             /**< bytes; set by the host */
+    uint32_t longestGapMilliseconds; /**< between two frames of one target while the capture ran */
     uint64_t framesDelivered;        /**< frames that a frame callback was called with */
     uint64_t ticksMerged;            /**< ticks that never came because one before took too long */
-    uint64_t framesDropped;          /**< ticks that came and reached no frame callback: lastErrorReason tells why */
-    uint32_t longestGapMilliseconds; /**< between two frames of one target while the capture ran */
-    int32_t lastErrorCode;           /**< the last ORVO_CAPTURE_ERROR_* that was told; 0: none */
-    char lastErrorReason[120];       /**< why no frame came or there was an error; UTF-8, zero-terminated */
+    uint64_t framesDropped;          /**< ticks that came and reached no frame callback; lastErrorReason says why */
+    int32_t lastErrorCode;           /**< the last ORVO_CAPTURE_ERROR_* that was reported; 0: none */
+    char lastErrorReason[124];       /**< why no frame came or there was an error; UTF-8, zero-terminated */
 } OrvoScreenCaptureStatistics;
+ORVO_RECORD_SIZE(OrvoScreenCaptureStatistics, 160);
+/** The initialiser of an OrvoScreenCaptureStatistics. */
+/* clang-format off */
+#define ORVO_SCREENCAPTURE_STATISTICS_INIT {sizeof(OrvoScreenCaptureStatistics), 0, 0, 0, 0, 0, ""}
+/* clang-format on */
 
 /**
- * Asks what has become of the ticks.
- * @param statistics receives the figures; all zero before orvo_screencapture_init
+ * Returns capture statistics.
+ * @param statistics structSize is set; receives the figures, zeros before orvo_screencapture_init
  * @return whether there are figures
  * @threads any
  * @memory none
  * @errors false for NULL, before orvo_screencapture_init and after orvo_screencapture_uninit; after an
- *         orvo_screencapture_init that failed, true with the reason
+ *         orvo_screencapture_init that failed, true with the reason; false and nothing written for a structSize that
+ *         no version of the record has
  */
 ORVO_API bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics);
 

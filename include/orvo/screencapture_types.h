@@ -23,6 +23,15 @@
 #define ORVO_SYMBOL(name) __asm__(name)
 #endif
 
+/** Fails to compile when a record has another size than hosts were compiled for, on systems with 64 bits. */
+#ifdef __cplusplus
+#define ORVO_RECORD_SIZE(record, size) \
+    static_assert(sizeof(void*) != 8 || sizeof(record) == (size), "the size of " #record)
+#else
+#define ORVO_RECORD_SIZE(record, size) \
+    _Static_assert(sizeof(void*) != 8 || sizeof(record) == (size), "the size of " #record)
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -99,6 +108,7 @@ typedef struct OrvoScreenCaptureFrameFormat {
     int32_t reserved;    /**< always 0 */
     int32_t pixelFormat; /**< 100 when the host asked for the system's buffer, else 4 */
 } OrvoScreenCaptureFrameFormat;
+ORVO_RECORD_SIZE(OrvoScreenCaptureFrameFormat, 32);
 
 /** A window: four edges in points, origin at the main display's top-left corner, y downwards.
  *  A display: its bottom-left corner in points, y upwards from that of the main display, then width and height. */
@@ -108,12 +118,14 @@ typedef struct OrvoScreenCaptureRect {
     int32_t right;  /**< points; of a display the width */
     int32_t bottom; /**< points; of a display the height */
 } OrvoScreenCaptureRect;
+ORVO_RECORD_SIZE(OrvoScreenCaptureRect, 16);
 
 /** One display. */
 typedef struct OrvoScreenCaptureScreenItem {
     uint32_t screenID;  /**< the display's number, a target for orvo_screencapture_set_target_screen */
     uint32_t isPrimary; /**< 1 for the main display, else 0 */
 } OrvoScreenCaptureScreenItem;
+ORVO_RECORD_SIZE(OrvoScreenCaptureScreenItem, 8);
 
 /** One window of the plain list. */
 typedef struct OrvoScreenCaptureWindowItem {
@@ -121,6 +133,7 @@ typedef struct OrvoScreenCaptureWindowItem {
     char title[256];   /**< UTF-8, zero-terminated */
     char appName[256]; /**< always all zero */
 } OrvoScreenCaptureWindowItem;
+ORVO_RECORD_SIZE(OrvoScreenCaptureWindowItem, 516);
 
 /** A picture of 32-bit pixels, the top row first. Owned by the list or item that it hangs on. */
 typedef struct OrvoThumbnailBitmapItem {
@@ -132,6 +145,7 @@ typedef struct OrvoThumbnailBitmapItem {
     uint32_t stride;       /**< bytes per row of the picture that data was taken from */
     uint8_t reserved[12];  /**< not written */
 } OrvoThumbnailBitmapItem;
+ORVO_RECORD_SIZE(OrvoThumbnailBitmapItem, 40);
 
 /** One display or window of the picker's list. */
 typedef struct OrvoThumbnailWindowInfo {
@@ -143,6 +157,7 @@ typedef struct OrvoThumbnailWindowInfo {
     uint8_t isScreen;                        /**< 1 for a display, 0 for a window */
     uint8_t padding[7];                      /**< not written */
 } OrvoThumbnailWindowInfo;
+ORVO_RECORD_SIZE(OrvoThumbnailWindowInfo, 288);
 
 /** A new window of the captured process, passed by value. */
 typedef struct OrvoScreenCaptureProcessWindow {
@@ -150,6 +165,7 @@ typedef struct OrvoScreenCaptureProcessWindow {
     char title[256];    /**< UTF-8, zero-terminated */
     uint32_t windowID;  /**< the new window */
 } OrvoScreenCaptureProcessWindow;
+ORVO_RECORD_SIZE(OrvoScreenCaptureProcessWindow, 516);
 
 /* ---- Callbacks ---- */
 /**

@@ -34,4 +34,9 @@ if ! changes=$(diff "$kept" <(nm -D --defined-only "$library" | awk '$2 ~ /^[TDB
     status=1
 fi
 
+# Every public record says its size.
+while read -r record; do
+    grep -qs "^ORVO_RECORD_SIZE($record," include/orvo/*.h || { echo "no ORVO_RECORD_SIZE holds the size of $record" && status=1; }
+done < <(sed -n 's/^typedef struct \(.*\) {$/\1/p' include/orvo/*.h)
+
 exit "$status"

@@ -221,7 +221,7 @@ TEST_F(Picker, AnswersAboutOneWindowAndBeforeInit) {
     EXPECT_EQ(orvo_windowthumbnail_unregister(99), 1);
     EXPECT_EQ(orvo_windowthumbnail_window_checkStatus(99), 0);
     EXPECT_EQ(orvo_windowthumbnail_window_checkStatus(7), 1);
-    OrvoScreenCaptureWindowOwner owner{9, "x"};
+    OrvoScreenCaptureWindowOwner owner{sizeof(owner), 9, "x"};
     EXPECT_TRUE(orvo_screencapture_get_window_owner(7, &owner));
     EXPECT_EQ(owner.processID, 50);
     EXPECT_STREQ(owner.name, "Editor");

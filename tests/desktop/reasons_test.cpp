@@ -11,7 +11,7 @@ class Reasons : public DesktopTest {
         perform("plug 2 1920 0 32 24, open 8 100 50 40 40 40 Tools, open 7 100 10 20 64 48 Editor");
     }
     static OrvoScreenCaptureStatistics figures() {
-        OrvoScreenCaptureStatistics figures{};
+        OrvoScreenCaptureStatistics figures = ORVO_SCREENCAPTURE_STATISTICS_INIT;
         orvo_screencapture_get_statistics(&figures);
         return figures;
     }

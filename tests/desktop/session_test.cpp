@@ -176,7 +176,7 @@ TEST_F(Session, ABusyMainQueueFindsTheNewestFrameOnly) {
 }
 
 TEST_F(Session, StatisticsCountWhatBecameOfTheTicks) {
-    OrvoScreenCaptureStatistics figures{};
+    OrvoScreenCaptureStatistics figures = ORVO_SCREENCAPTURE_STATISTICS_INIT;
     EXPECT_FALSE(orvo_screencapture_get_statistics(&figures));
     EXPECT_FALSE(orvo_screencapture_get_statistics(nullptr));
     // At 15 a second a gap of 100 ms is one and a half intervals.

@@ -9,7 +9,7 @@
 extern void* g_pScreenCaptureImpl;
 
 int main(int argc, char** argv) {
-    OrvoScreenCaptureStatistics figures;
+    OrvoScreenCaptureStatistics figures = ORVO_SCREENCAPTURE_STATISTICS_INIT;
     void* const copy = dlopen(argv[argc - 1], RTLD_NOW | RTLD_LOCAL);
     void (*init_copy)(void) = NULL;
     *(void**)&init_copy = dlsym(copy, "orvo_screencapture_init");

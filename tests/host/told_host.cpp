@@ -174,7 +174,7 @@ std::string lists() {
 }
 
 std::string state() {
-    OrvoScreenCaptureStatistics figures{};
+    OrvoScreenCaptureStatistics figures = ORVO_SCREENCAPTURE_STATISTICS_INIT;
     orvo_screencapture_get_statistics(&figures);
     std::ostringstream answer;
     answer << seen.frames << ' ' << seen.errors << ' ' << seen.lastError << ' ' << orvo_screencapture_is_capturing()

@@ -130,7 +130,7 @@ void refusedThread(Library& library, int number) {
 void missingGlib(Library& library, int) {
     glibIsMissing = true;
     library.start();
-    OrvoScreenCaptureStatistics figures{};
+    OrvoScreenCaptureStatistics figures = ORVO_SCREENCAPTURE_STATISTICS_INIT;
     library.find<decltype(orvo_screencapture_get_statistics)>("orvo_screencapture_get_statistics")(&figures);
     CHECK(strcmp(figures.lastErrorReason, "GLib cannot be loaded: no callbacks can be delivered") == 0);
     for (int i = 0; i < 5; ++i) library.run();

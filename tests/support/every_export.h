@@ -43,7 +43,7 @@ inline const ExportCall everyExport[] = {
      }},
     {"orvo_screencapture_get_window_owner",
      [](const With& with) {
-         OrvoScreenCaptureWindowOwner owner;
+         OrvoScreenCaptureWindowOwner owner = ORVO_SCREENCAPTURE_WINDOW_OWNER_INIT;
          const bool found = orvo_screencapture_get_window_owner(with.window, &owner);
          with.expect(found == (owner.processID != 0));
      }},
@@ -85,7 +85,7 @@ inline const ExportCall everyExport[] = {
     ORVO_EXPORT(orvo_screencapture_get_virtual_desktop_rect),
     {"orvo_screencapture_get_statistics",
      [](const With&) {
-         OrvoScreenCaptureStatistics statistics;
+         OrvoScreenCaptureStatistics statistics = ORVO_SCREENCAPTURE_STATISTICS_INIT;
          orvo_screencapture_get_statistics(&statistics);
      }},
     ORVO_EXPORT(orvo_screencapture_version),

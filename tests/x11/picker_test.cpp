@@ -61,7 +61,7 @@ TEST_F(PickerTest, ListsWindowsWithTheirOwnPictures) {
     const auto bounds = windows.rootBounds(covered);
     EXPECT_EQ((std::vector<double>{double(rect.left), double(rect.top), double(rect.right), double(rect.bottom)}),
               (std::vector<double>{bounds.x, bounds.y, bounds.x + bounds.width, bounds.y + bounds.height}));
-    OrvoScreenCaptureWindowOwner owner;
+    OrvoScreenCaptureWindowOwner owner = ORVO_SCREENCAPTURE_WINDOW_OWNER_INIT;
     EXPECT_TRUE(orvo_screencapture_get_window_owner(covered, &owner));
     EXPECT_STREQ(owner.name, "Orvo");
     EXPECT_EQ(owner.processID, getpid());

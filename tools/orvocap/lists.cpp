@@ -88,7 +88,7 @@ ListedItem itemOf(const OrvoThumbnailWindowInfo& info) {
     item.title = info.title;
     item.icon = frameOf(info.iconThumbnail);
     item.picture = frameOf(info.imageThumbnail);
-    OrvoScreenCaptureWindowOwner owner;
+    OrvoScreenCaptureWindowOwner owner = ORVO_SCREENCAPTURE_WINDOW_OWNER_INIT;
     if (!item.isScreen && orvo_screencapture_get_window_owner(info.windowID, &owner)) {
         item.owner = owner.name;
         item.processID = owner.processID;

@@ -234,7 +234,7 @@ void TargetOptions::resolveExcluded() {
     const auto items = listItems(false);
     for (const auto& text : separated(excludedTexts_)) {
         const WindowQuery query{text, 0, {}};
-        OrvoScreenCaptureWindowOwner owner;
+        OrvoScreenCaptureWindowOwner owner = ORVO_SCREENCAPTURE_WINDOW_OWNER_INIT;
         if (const auto number = query.number(); number && orvo_screencapture_get_window_owner(*number, &owner)) {
             excluded_.push_back(*number);
             continue;

@@ -230,7 +230,7 @@ class Capture:
 
     def statistics(self) -> Statistics:
         """What has happened since the capture was opened."""
-        figures = records.OrvoScreenCaptureStatistics()
+        figures = records.OrvoScreenCaptureStatistics(ctypes.sizeof(records.OrvoScreenCaptureStatistics))
         self._library.orvo_screencapture_get_statistics(ctypes.byref(figures))
         return Statistics(
             figures.framesDelivered,

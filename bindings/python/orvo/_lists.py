@@ -95,7 +95,7 @@ def picture_of(pointer: Any) -> Picture | None:
 
 def owner_of(window_id: int) -> Owner | None:
     """Whose window a number is; None when it is not on screen, and for a screen."""
-    owner = records.OrvoScreenCaptureWindowOwner()
+    owner = records.OrvoScreenCaptureWindowOwner(ctypes.sizeof(records.OrvoScreenCaptureWindowOwner))
     if not library().orvo_screencapture_get_window_owner(window_id, ctypes.byref(owner)):
         return None
     return Owner(owner.processID, text_of(owner.name))

@@ -123,17 +123,18 @@ class OrvoScreenCaptureProcessWindow(ctypes.Structure):
 
 
 class OrvoScreenCaptureWindowOwner(ctypes.Structure):
-    _fields_ = [("processID", c_int32), ("name", c_char * 256)]
+    _fields_ = [("structSize", c_uint32), ("processID", c_int32), ("name", c_char * 256)]
 
 
 class OrvoScreenCaptureStatistics(ctypes.Structure):
     _fields_ = [
+        ("structSize", c_uint32),
+        ("longestGapMilliseconds", c_uint32),
         ("framesDelivered", c_uint64),
         ("ticksMerged", c_uint64),
         ("framesDropped", c_uint64),
-        ("longestGapMilliseconds", c_uint32),
         ("lastErrorCode", c_int32),
-        ("lastErrorReason", c_char * 120),
+        ("lastErrorReason", c_char * 124),
     ]
 
 
