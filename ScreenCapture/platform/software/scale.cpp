@@ -113,6 +113,12 @@ typedef uint8_t Bytes __attribute__((vector_size(16)));
 typedef uint8_t EightBytes __attribute__((vector_size(8)));
 typedef uint64_t Quads __attribute__((vector_size(16)));
 typedef uint16_t Lanes __attribute__((vector_size(16)));
+// One instruction in both spellings; g++ has the first since version 12.
+#if __has_builtin(__builtin_shufflevector)
+#define SHUFFLE(Vector, a, b, ...) __builtin_shufflevector(a, b, __VA_ARGS__)
+#else
+#define SHUFFLE(Vector, a, b, ...) __builtin_shuffle(a, b, Vector{__VA_ARGS__})
+#endif
 
 // Every pixel has as many pairs, some with weight 0: then they need no loop of their own.
 struct ColumnTaps {
@@ -144,8 +150,7 @@ inline Lanes weighted(const uint8_t* twoPixels, const Lanes& weight) {
     std::memcpy(&both, twoPixels, 8);
     const Bytes bytes = (Bytes)Quads{both, 0};
     // Each byte widened to a lane.
-    return (Lanes)__builtin_shufflevector(bytes, Bytes{}, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23) *
-           weight;
+    return (Lanes)SHUFFLE(Bytes, bytes, Bytes{}, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23) * weight;
 }
 
 inline Lanes sumOf(const uint8_t* in, const Lanes* weight, int pairs) {
@@ -156,8 +161,7 @@ inline Lanes sumOf(const uint8_t* in, const Lanes* weight, int pairs) {
 
 // Two pixels' sums, each in two halves to add, as two pixels.
 inline uint64_t rounded(const Lanes& a, const Lanes& b) {
-    const Lanes sum = (Lanes)__builtin_shufflevector((Quads)a, (Quads)b, 0, 2) +
-                      (Lanes)__builtin_shufflevector((Quads)a, (Quads)b, 1, 3);
+    const Lanes sum = (Lanes)SHUFFLE(Quads, (Quads)a, (Quads)b, 0, 2) + (Lanes)SHUFFLE(Quads, (Quads)a, (Quads)b, 1, 3);
     const EightBytes packed = __builtin_convertvector((sum + 128) >> 8, EightBytes);
     uint64_t result;
     std::memcpy(&result, &packed, 8);
