@@ -1,23 +1,35 @@
-# Compiler settings that every target of the project shares.
+# Compiler settings. What a parent project sets for its own sources stays out of ours where it would break them.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+# Sources of one folder use the same names for their local helpers, so they cannot be compiled as one.
+set(CMAKE_UNITY_BUILD OFF)
+set_property(DIRECTORY PROPERTY INCLUDE_DIRECTORIES "")
 find_package(Threads REQUIRED)
+
+# For every target: warnings, sanitizers, what debuggers and messages say of the place of a source.
+add_library(orvo_flags INTERFACE)
+target_compile_options(orvo_flags INTERFACE
+    -Wall -Wextra -Wshadow -Wundef $<$<BOOL:${ORVO_WARNINGS_AS_ERRORS}>:-Werror>
+    $<$<COMPILE_LANGUAGE:CXX,OBJCXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi>
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+# Lines are enough for a stack; types and variables take a third of the time to compile.
+target_compile_options(orvo_flags INTERFACE
+    $<$<OR:$<BOOL:${ORVO_SANITIZE}>,$<AND:$<BOOL:${ORVO_TOP_LEVEL}>,$<CONFIG:RelWithDebInfo>>>:-g1>)
+if(ORVO_SANITIZE)
+    target_compile_options(orvo_flags INTERFACE -fsanitize=${ORVO_SANITIZE} -fno-sanitize-recover=all)
+    target_link_options(orvo_flags INTERFACE -fsanitize=${ORVO_SANITIZE})
+endif()
+
+# For what sees the insides of the library.
 add_library(orvo_options INTERFACE)
 target_compile_options(orvo_options INTERFACE
-    -Wall -Wextra -Wshadow -Wundef -Werror
-    $<$<COMPILE_LANGUAGE:CXX,OBJCXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi>
-    -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX,OBJCXX>:-fvisibility-inlines-hidden> -fno-omit-frame-pointer
-    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
-target_include_directories(orvo_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include
-    ${PROJECT_BINARY_DIR}/generated)
-target_link_libraries(orvo_options INTERFACE Threads::Threads ${CMAKE_DL_LIBS})
+    -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX,OBJCXX>:-fvisibility-inlines-hidden> -fno-omit-frame-pointer)
+target_include_directories(orvo_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+target_link_libraries(orvo_options INTERFACE orvo_flags Threads::Threads ${CMAKE_DL_LIBS})
 target_compile_definitions(orvo_options INTERFACE ORVO_VERSION_TEXT="${PROJECT_VERSION}")
-# Lines are enough for a stack; types and variables take a third of the time to compile.
-if(ORVO_SANITIZE OR CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
-    add_compile_options(-g1)
-endif()
-if(ORVO_SANITIZE)
-    target_compile_options(orvo_options INTERFACE -fsanitize=${ORVO_SANITIZE} -fno-sanitize-recover=all)
-    target_link_options(orvo_options INTERFACE -fsanitize=${ORVO_SANITIZE})
-endif()
 
 # orvo_precompile(TARGET headers...): in the builds with sanitizers the standard headers that most files include, and the
 # given ones, are read once for the target. The plain build goes without, so every file has to include what it uses.

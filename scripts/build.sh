@@ -1,11 +1,16 @@
 #!/bin/bash
-# Configures and builds one preset, named as the first argument; what follows are targets.
+# Configures and builds a preset: build.sh PRESET [-DOPTION=VALUE...] [TARGET...].
 set -euo pipefail
 preset=$1
 shift
+options=()
+while [[ ${1-} == -D* ]]; do
+    options+=("$1")
+    shift
+done
 # Configuring prints little that is new; it is shown only when it fails.
 mkdir -p "build/$preset"
-if ! cmake --preset "$preset" >"build/$preset/configure.log" 2>&1; then
+if ! cmake --preset "$preset" "${options[@]}" >"build/$preset/configure.log" 2>&1; then
     cat "build/$preset/configure.log" >&2
     exit 1
 fi

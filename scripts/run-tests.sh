@@ -3,6 +3,6 @@
 set -euo pipefail
 preset=$1
 shift
-scripts/commands/setup.sh
+scripts/commands/setup.sh build demo test example
 scripts/build.sh "$preset"
 ctest --preset "$preset" "$@"

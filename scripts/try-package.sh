@@ -5,9 +5,9 @@ set -euo pipefail
 prefix=$1 version=$2 cc=$3 cxx=$4
 root=$(cd "$(dirname "$0")/.." && pwd)
 consumers=$root/tests/host/consumers
-# A Debian package keeps its libraries in the folder of the processor.
-libraries=$prefix/lib/$(cc -print-multiarch)
-[ -e "$libraries/libOrvoScreenCaptureOSX.so" ] || libraries=$prefix/lib
+# lib, lib64 or the folder of the processor
+library=$(find "$prefix"/lib* -maxdepth 2 -name libOrvoScreenCaptureOSX.so | head -n 1)
+libraries=$(dirname "$library")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -21,14 +21,14 @@ expect_version() { # WHAT PROGRAM
     echo "$1: $line"
 }
 
-[ "$("$prefix/bin/orvocap" --version)" = "orvocap $version" ] || fail 'orvocap does not run'
+[[ $("$prefix/bin/orvocap" --version) =~ ^"orvocap $version"( \(commit [0-9a-f]+(-dirty)?\))?$ ]] || fail 'orvocap does not run'
 "$prefix/bin/orvocap" --licenses | cmp - "$prefix/share/doc/orvo-screencapture/copyright" ||
     fail 'orvocap --licenses and the copyright file differ'
 [ "$(readlink "$libraries/libOrvoScreenCaptureOSX.so.2")" = "libOrvoScreenCaptureOSX.so.$version" ] ||
     fail 'the link of the soname does not lead to the library'
 readelf -d "$libraries/libOrvoScreenCaptureOSX.so" | grep -q 'SONAME.*\[libOrvoScreenCaptureOSX.so.2\]' ||
     fail 'the library has another soname'
-for page in man/man1/orvocap.1 bash-completion/completions/orvocap doc/orvo-screencapture/{README.md,copyright} \
+for page in man/man1/orvocap.1.gz bash-completion/completions/orvocap doc/orvo-screencapture/{README.md,copyright} \
     doc/orvo-screencapture/{docs/quick-start.md,examples/minimal.c}; do
     [ -s "$prefix/share/$page" ] || fail "there is no $page"
 done
@@ -38,6 +38,9 @@ done
 if ! { cmake -S "$consumers/cmake" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$cxx" && cmake --build "$work/cmake"; } >"$work/cmake.log" 2>&1; then
     cat "$work/cmake.log" >&2
     fail 'the CMake host does not build'
+fi
+if cmake -S "$consumers/cmake" -B "$work/unknown" -DCMAKE_PREFIX_PATH="$prefix" -DCOMPONENT=Unknown >"$work/cmake.log" 2>&1; then
+    fail 'the CMake package has a component that there is not'
 fi
 expect_version 'CMake and C++' "$work/cmake/consumer"
 
@@ -57,12 +60,13 @@ if pkg-config --exists gstreamer-app-1.0 gstreamer-video-1.0; then
 fi
 
 # The Python module finds the library of its own prefix.
-[ "$(PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$prefix/lib/python3/dist-packages python3 -c 'import orvo; print(orvo.version())')" = "$version" ] ||
+[ "$(PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$(echo "$prefix"/lib/python3*/*-packages) python3 -c 'import orvo; print(orvo.version())')" = "$version" ] ||
     fail 'the Python module does not find the library'
 
 # Every installed header compiles alone: as C++ of a host that is older than the library, the C parts as C11 as well.
-mapfile -t headers < <(find "$prefix/include/orvo" -name '*.h')
+mapfile -t headers < <(find "$prefix"/include/orvo* -name '*.h')
 mapfile -t c_headers < <(grep -lF __cplusplus "${headers[@]}")
+read -ra options <<<"$(pkg-config --cflags orvo-runtime)"
 check=(-Wall -Wextra -Wpedantic -Werror -fsyntax-only "${options[@]}")
 "$cxx" "${check[@]}" -std=c++17 -x c++ "${headers[@]}"
 "$cc" "${check[@]}" -std=c11 -x c "${c_headers[@]}"

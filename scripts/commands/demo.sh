@@ -1,8 +1,8 @@
 #!/bin/bash
 # Shows the library at work on this display, or on one it starts itself; pictures and videos go to demo-output.
 set -euo pipefail
-scripts/commands/setup.sh
-scripts/build.sh release
+scripts/commands/setup.sh demo
+scripts/commands/build.sh
 rm -rf demo-output
 mkdir -p demo-output
 if [ -n "${DISPLAY-}" ]; then

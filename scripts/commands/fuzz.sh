@@ -13,7 +13,7 @@ if [ -n "$name" ] && [ ! -f "tests/fuzz/$name.cpp" ]; then
     echo "fuzz: there is no tests/fuzz/$name.cpp" >&2
     exit 2
 fi
-scripts/commands/setup.sh
+scripts/commands/setup.sh build demo test
 scripts/build.sh fuzz
 mkdir -p build/fuzz/found
 export seconds

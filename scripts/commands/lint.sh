@@ -4,7 +4,7 @@ set -uo pipefail
 quick=
 [ "${1-}" != --quick ] || quick=yes
 scripts/commands/setup.sh || exit 1
-scripts/build.sh release || exit 1
+scripts/build.sh release -DORVO_TOOL_UNITY=OFF || exit 1
 
 failed=0
 check() {
@@ -17,7 +17,9 @@ check shell scripts/lint/shell.sh
 check floors python3 scripts/lint/floors.py
 check text python3 scripts/lint/text.py
 check types mypy --strict bindings/python/orvo examples/python
+check version scripts/lint/version.sh
 check exports scripts/lint/exports.sh build/release
+check abi scripts/lint/abi.sh build/release
 check faults scripts/lint/reliability.sh build/release
 check notices scripts/notices.py --check build/release
 check docs scripts/lint/docs.sh

@@ -1,52 +1,66 @@
 #!/bin/bash
-# Makes the Debian package and tries it unpacked; with --try, as root, installed into this system and removed again.
+# Makes .deb, .rpm and .tar.gz and tries them; --try installs the .deb and removes it, as root; --twice compares two builds.
 set -euo pipefail
-in_system=
-case ${1-} in
-    --try) in_system=yes ;;
-    '') ;;
-    *) echo "usage: ./dev package [--try]" >&2; exit 2 ;;
+mode=${1-}
+case $mode in
+    --try | --twice | '') ;;
+    *) echo "usage: ./dev package [--try | --twice]" >&2; exit 2 ;;
 esac
-scripts/commands/setup.sh
-scripts/build.sh release OrvoScreenCaptureOSX orvocap orvocap_page_files
-# The system's own folder of libraries, for the package alone; only what names the folder is linked again.
-libraries_in() {
-    cmake -DCMAKE_INSTALL_LIBDIR="$1" build/release >build/release/configure.log
-    cmake --build build/release --target OrvoScreenCaptureOSX orvocap orvocap_page_files >>build/release/configure.log
-}
+scripts/commands/setup.sh build demo example package
+out=build/release/package
 work=$(mktemp -d)
-trap 'rm -rf "$work"; libraries_in lib' EXIT
-libraries_in "lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)"
+trap 'rm -rf "$work"' EXIT
+fail() { echo "package: $*" >&2; exit 1; }
 
-rm -rf build/release/package
-(cd build/release && cpack -G DEB) >build/release/package.log 2>&1 || { cat build/release/package.log >&2; exit 1; }
-packages=(build/release/package/*.deb)
-package=${packages[0]}
-version=$(dpkg-deb -f "$package" Version)
-echo "package: $package ($(($(stat -c %s "$package") / 1024)) KiB)"
-echo "package: needs $(dpkg-deb -f "$package" Depends)"
-dpkg-deb --ctrl-tarfile "$package" | tar -xO ./triggers | grep -q '^activate-noawait ldconfig$' ||
-    { echo 'package: ldconfig is not triggered by the library' >&2; exit 1; }
+scripts/make-packages.sh
+mapfile -t debs < <(ls $out/*.deb)
+mapfile -t rpms < <(ls $out/*.rpm)
+(cd $out && wc -c -- *.deb *.rpm *.tar.gz)
+version=$(dpkg-deb -f "${debs[0]}" Version)
+version=${version%-*}
 
-if [ -z "$in_system" ]; then
-    dpkg-deb -x "$package" "$work"
-    scripts/try-package.sh "$work/usr" "$version" cc c++
-    echo 'package: unpacked and tried'
+if [ "$mode" = --twice ]; then
+    [ -z "$(git status --porcelain)" ] || fail 'only committed sources can be built a second time'
+    git clone -q . "$work/again"
+    (cd "$work/again" && scripts/make-packages.sh)
+    diff $out/SHA256SUMS "$work/again/$out/SHA256SUMS" || fail 'the second build is another one'
+    echo 'package: two builds in two folders made the same files'
     exit 0
 fi
 
-dpkg -i "$package"
-status=0
-{ scripts/try-package.sh /usr "$version" cc c++ && ldconfig -p | grep -q 'libOrvoScreenCaptureOSX\.so\.2 '; } || status=1
-dpkg -P orvo-screencapture
-# Nothing of it is left: no record of dpkg's, no file, no folder of its own, no word of the loader's.
-left=$(
-    dpkg-query -W -f '${Status} ${Package}\n' orvo-screencapture 2>/dev/null | grep -v not-installed || true
-    dpkg-deb --fsys-tarfile "$package" | tar -t | while read -r file; do
-        case $file in */orvo* | */_orvo* | */libOrvo* | */Orvo*) [ ! -e "/$file" ] || echo "$file" ;; esac
-    done
-    ldconfig -p | grep libOrvo || true
-)
-[ -z "$left" ] || { printf 'package: the removal left:\n%s\n' "$left" >&2; exit 1; }
-[ "$status" -ne 0 ] || echo 'package: installed, tried and removed'
-exit "$status"
+lintian --fail-on error "${debs[@]}"
+dpkg-deb --ctrl-tarfile "$(ls $out/liborvo*osx2_*.deb)" | tar -xO ./triggers | grep -q '^activate-noawait ldconfig$' ||
+    fail 'ldconfig is not told of the library'
+if [ "$mode" = --try ]; then
+    dpkg -i "${debs[@]}"
+    status=0
+    { scripts/try-package.sh /usr "$version" cc c++ && ldconfig -p | grep -q 'libOrvoScreenCaptureOSX\.so\.2 '; } || status=1
+    for deb in "${debs[@]}"; do dpkg-deb -f "$deb" Package; done | xargs dpkg -P
+    # Nothing of them is left: no file, no folder of their own, no word of the loader's.
+    left=$(
+        for deb in "${debs[@]}"; do dpkg-deb --fsys-tarfile "$deb" | tar -t; done | while read -r file; do
+            case $file in *[oO]rvo*) [ ! -e "/$file" ] || echo "$file" ;; esac
+        done
+        ldconfig -p | grep libOrvo || true
+    )
+    [ -z "$left" ] || fail "the removal left: $left"
+    [ "$status" -ne 0 ] || echo 'package: installed, tried and removed'
+    exit "$status"
+fi
+
+tried() { # WHAT PREFIX
+    LD_LIBRARY_PATH=$(dirname "$(find "$2" -name 'libOrvo*.so')") scripts/try-package.sh "$2" "$version" cc c++ >"$work/log" ||
+        { cat "$work/log" >&2; fail "the $1 does not work"; }
+    echo "package: the $1 unpacked and tried"
+}
+mkdir "$work/rpm" "$work/tar"
+for deb in "${debs[@]}"; do dpkg-deb -x "$deb" "$work/deb"; done
+tried .deb "$work/deb/usr"
+for rpm in "${rpms[@]}"; do
+    rpm -qp --qf '%{NAME} %{VERSION}-%{RELEASE}.%{ARCH}: %{SUMMARY}\n' "$rpm"
+    rpm2archive - <"$rpm" | tar -xz -C "$work/rpm"
+done
+rpm -qp --requires "${rpms[@]}" | grep -q 'libOrvoScreenCaptureOSX.so.2(ORVO_2.9)(64bit)' || fail 'no .rpm needs the library'
+tried .rpm "$work/rpm/usr"
+tar -xf $out/*.tar.gz -C "$work/tar" --strip-components=1
+tried .tar.gz "$work/tar"

@@ -8,8 +8,8 @@ case $minutes in
         exit 2
         ;;
 esac
-scripts/commands/setup.sh
-scripts/build.sh release soak
+scripts/commands/setup.sh build demo test
+scripts/build.sh release orvo_soak
 out=build/soak
 rm -rf "$out"
 mkdir -p "$out/log"

@@ -94,7 +94,7 @@ std::string mistake(const CLI::App* app, const CLI::Error& error) {
 void describe(CLI::App& app, Action& action) {
     app.description("Shows what can be captured on this machine, takes pictures of it and records it.");
     app.set_help_flag("-h,--help", "print this help");
-    app.set_version_flag("-V,--version", "orvocap " ORVOCAP_VERSION, "print the version");
+    app.set_version_flag("-V,--version", std::string("orvocap ") + version(), "print the version");
     app.add_flag_callback(
         "--licenses",
         [] {

@@ -57,6 +57,9 @@ void addDoctorCommand(CLI::App& app, Action& action);
 // The terms of orvocap and of what is inside it, as text.
 extern const char* const licenses;
 
+// The version, with the commit of a development build.
+const char* version();
+
 // Adds every command to the options. action: set by the command that is chosen; outlives app.
 void describe(CLI::App& app, Action& action);
 

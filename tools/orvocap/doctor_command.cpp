@@ -74,7 +74,7 @@ void examinePicture(unsigned int screen, Findings& findings) {
 Findings examine() {
     Findings findings;
     findings.push_back({"library", State::works, orvo_screencapture_version(), ""});
-    findings.push_back({"orvocap", State::works, ORVOCAP_VERSION, ""});
+    findings.push_back({"orvocap", State::works, version(), ""});
     const std::string whyNone = whyNoScreens();
     if (!whyNone.empty())
         findings.push_back({"session", State::broken, whyNone, "log in to an X11 session to capture screens"});

@@ -77,8 +77,8 @@ def _places() -> list[str]:
     if chosen:
         return [chosen]
     # PREFIX/lib/python3/dist-packages/orvo and, of a virtual environment, PREFIX/lib/python3.11/site-packages/orvo
-    libraries = Path(__file__).resolve().parents[3]
-    return [str(path) for path in (libraries / NAME, *sorted(libraries.glob(f"*/{NAME}"))) if path.exists()] + [NAME]
+    prefix = Path(__file__).resolve().parents[4]
+    return [str(path) for place in ("lib*", "lib*/*") for path in sorted(prefix.glob(f"{place}/{NAME}"))] + [NAME]
 
 
 @lru_cache(maxsize=None)
