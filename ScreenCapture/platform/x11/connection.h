@@ -57,6 +57,11 @@ class PipeGuard {
 //     const auto cookie = xcb_get_geometry(x.raw(), window);
 //     const auto geometry = x.await<xcb_get_geometry_reply_t>(cookie.sequence);
 // Errors of requests that nobody awaits are dropped with their events.
+//
+// xcb's own waits have no limit, so nothing here calls them: an answer is polled for, and between two polls poll()
+// waits for the socket. An answer that has not come within kServerLimit makes the connection *silent*: of no use, as if
+// it were lost, until answersAgain() finds that very answer. Then everything asked before it has been done, and it goes
+// on with all its events; answers to what was asked after it are thrown away, for those who asked have given up.
 class Connection {
   public:
     // Connects to the server that DISPLAY names now; null when it cannot be reached within kServerLimit.

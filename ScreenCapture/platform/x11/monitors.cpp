@@ -42,6 +42,7 @@ class MonitorPart final : public DesktopPart {
         selectMonitorEvents(x);
         isXwayland_.reset();
     }
+    void invalidate() override { isXwayland_.reset(); }
     bool handle(const Connection& x, const xcb_generic_event_t& event) override { return tellsOfMonitors(x, event); }
     void refresh(Connection& x, Desktop& next) override {
         if (!isXwayland_) isXwayland_ = isXwayland(x);

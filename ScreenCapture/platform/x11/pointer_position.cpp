@@ -10,12 +10,11 @@ namespace {
 
 // Idle time of the first pointer, which is the one that a question for the pointer means.
 constexpr std::string_view kCountName = "DEVICEIDLETIME 2";
-// Milliseconds. The alarm rings at the first and below, so a pointer must have been idle for longer to count as
+// Milliseconds. The alarm goes off at the first and below, so a pointer must have been idle for longer to count as
 // resting.
 constexpr int64_t kAlarmTime = 200;
 constexpr int64_t kRestTime = 300;
-// A server that hangs rings no alarm; asking now and then finds it out.
-constexpr std::chrono::seconds kLongestTrust{1};
+constexpr std::chrono::seconds kMaxTrust{1};
 
 int64_t number(const xcb_sync_int64_t& value) {
     return static_cast<int64_t>(static_cast<uint64_t>(static_cast<uint32_t>(value.hi)) << 32 | value.lo);
@@ -42,8 +41,6 @@ void PointerPosition::findCount() {
         if (nameOf(*i.data) == kCountName) count_ = i.data->counter;
 }
 
-// It compares the count itself: an alarm on its change would miss what happens right before somebody else asks for the
-// count. So it rings once, and is set anew for the next rest.
 void PointerPosition::setAlarm() {
     alarm_ = xcb_generate_id(x_.raw());
     // 64-bit values are given as their upper and lower half.
@@ -55,7 +52,7 @@ void PointerPosition::setAlarm() {
                           values);
 }
 
-void PointerPosition::setAlarmAnew() {
+void PointerPosition::rearmAlarm() {
     const uint32_t values[] = {0, kAlarmTime, 1};
     xcb_sync_change_alarm(x_.raw(), alarm_, XCB_SYNC_CA_VALUE | XCB_SYNC_CA_EVENTS, values);
 }
@@ -68,18 +65,16 @@ bool PointerPosition::handle(const Connection& x, const xcb_generic_event_t& eve
     return true;
 }
 
-// The alarm is set before the place is asked for: what moves the pointer later rings it. Asking for the count has the
-// server see that it is large, or the alarm would ring for what it saw last.
 void PointerPosition::ask() {
     for (unsigned* const question : {&countQuestion_, &pointerQuestion_})
         if (*question != 0) xcb_discard_reply(x_.raw(), std::exchange(*question, 0));
     const auto now = std::chrono::steady_clock::now();
-    if (rests_ && now - asked_ < kLongestTrust) return;
+    if (isIdle_ && now - asked_ < kMaxTrust) return;
     asked_ = now;
-    rests_ = false;
+    isIdle_ = false;
     if (count_ != 0 && now - moved_ > std::chrono::milliseconds(kRestTime)) {
         countQuestion_ = xcb_sync_query_counter_unchecked(x_.raw(), count_).sequence;
-        setAlarmAnew();
+        rearmAlarm();
     }
     pointerQuestion_ = xcb_query_pointer_unchecked(x_.raw(), x_.root()).sequence;  // so xcb allocates less
 }
@@ -88,13 +83,13 @@ bool PointerPosition::hear() {
     if (pointerQuestion_ == 0) return false;
     if (countQuestion_ != 0) {
         const auto counted = x_.await<xcb_sync_query_counter_reply_t>(std::exchange(countQuestion_, 0));
-        rests_ = counted && number(counted->counter_value) >= kRestTime;
+        isIdle_ = counted && number(counted->counter_value) >= kRestTime;
     }
     const auto found = x_.await<xcb_query_pointer_reply_t>(std::exchange(pointerQuestion_, 0));
     Place place;
     if (found && found->same_screen) place = {found->root_x, found->root_y, found->mask, true};
     if (place != place_) moved_ = asked_;
-    rests_ = rests_ && found && place == place_;
+    isIdle_ = isIdle_ && found && place == place_;
     place_ = place;
     return true;
 }

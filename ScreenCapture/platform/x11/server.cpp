@@ -89,10 +89,14 @@ bool Server::connect() {
     connecting_.reset();
     if (!connection_) return false;
     atoms_ = Atoms::of(*connection_);
+    if (connection_->lost()) {  // names that it did not tell would be missing for good
+        connection_ = nullptr;
+        return false;
+    }
     epoch_ = nextVersion();
     lastRead_ = Clock::now();
     startReader();
-    return !connection_->lost();
+    return true;
 }
 
 void Server::startReader() {

@@ -20,6 +20,12 @@ namespace {
 
 constexpr int kMaxFrameDepth = 8;  // windows between a client and the root that are looked through
 
+// A refresh sends its questions in three batches, each with one wait, however many windows there are: the root's
+// children and properties; where those children and the manager's clients are, and what is new of the clients; shapes,
+// and what the manager's list does not name. Properties and shapes are kept until their events come. Where a window is
+// is asked each time, as a frame moves its client without an event for it. The exception is a top-level window that is
+// dragged: its own event says where to, and if size and stacking are the same the list is moved without any question.
+
 // A child of the root, as this refresh found it.
 struct TopLevel {
     xcb_window_t window = 0;
