@@ -31,6 +31,11 @@ install(FILES cmake/OrvoScreenCaptureConfig.cmake
 
 # pkg-config finds the prefix from the place of the file itself.
 file(RELATIVE_PATH ORVO_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+# See library_darwin.cmake for -lSystem. A library whose name begins with @rpath is found by a run path only.
+if(APPLE)
+    set(ORVO_PC_BEFORE "-lSystem ")
+    set(ORVO_PC_AFTER " -Wl,-rpath,\${libdir}")
+endif()
 foreach(name orvo-screencapture orvo-runtime)
     configure_file(cmake/${name}.pc.in generated/${name}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/generated/${name}.pc

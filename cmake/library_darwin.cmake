@@ -20,6 +20,10 @@ set_target_properties(OrvoScreenCaptureOSX PROPERTIES
     INSTALL_NAME_DIR "@rpath" BUILD_WITH_INSTALL_NAME_DIR ON
     MACHO_CURRENT_VERSION ${PROJECT_VERSION} MACHO_COMPATIBILITY_VERSION ${PROJECT_VERSION_MAJOR}.0.0)
 
+# A program binds a name to the first library on its link line that exports it, and ours has a syslog: the system's
+# library goes first, so that a host's own calls reach the C library's.
+target_link_options(OrvoScreenCaptureOSX INTERFACE -lSystem)
+
 set(ORVO_EXPORTED_SYMBOLS ${PROJECT_BINARY_DIR}/generated/exports.symbols)
 orvo_exported_names(${PROJECT_SOURCE_DIR}/scripts/exported-symbols.sh ${ORVO_EXPORTED_SYMBOLS})
 target_link_options(OrvoScreenCaptureOSX PRIVATE -Wl,-exported_symbols_list,${ORVO_EXPORTED_SYMBOLS})

@@ -1,5 +1,12 @@
 /* Captures the main screen for two seconds and prints its first frame. */
+#ifdef __APPLE__
+#include <CoreFoundation/CoreFoundation.h>
+#include <orvo/screencapture.h>
+#define run_main_queue() CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.1, false)
+#else
 #include <orvo/screencapture_linux.h>
+#define run_main_queue() orvo_screencapture_run_main_queue(100)
+#endif
 #include <stdio.h>
 
 static void on_frame(const char* data, unsigned int length, const OrvoScreenCaptureFrameFormat* format,
@@ -24,7 +31,7 @@ int main(void) {
     orvo_screencapture_reg_capture_error_notify(on_error, &error);
     orvo_screencapture_set_target_screen(screen);
     orvo_screencapture_start_capture();
-    for (int i = 0; i < 20 && !error; i++) orvo_screencapture_run_main_queue(100); /* callbacks run in here */
+    for (int i = 0; i < 20 && !error; i++) run_main_queue(); /* callbacks run in here */
     orvo_screencapture_stop_capture();
     orvo_screencapture_uninit();
     return frames > 0 && error == 0 ? 0 : 1;

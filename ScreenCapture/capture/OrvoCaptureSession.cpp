@@ -133,6 +133,7 @@ void OrvoCaptureSession::startStep(const PartsRef& parts) {
     parts->refusal = nullptr;
     m_otherPathReportedAt = 0;
     isOnDevicePath() ? startDevice(*parts) : startWindows(*parts);
+    if (const char* why = platform().windowServer().whyIncomplete()) m_settings->statistics().note(why);
     watchMainQueue(parts);
 }
 

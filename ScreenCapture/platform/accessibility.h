@@ -21,13 +21,22 @@ class Element {
 };
 using ElementRef = std::shared_ptr<Element>;
 
-using AttributeValue =
-    std::variant<std::monostate, std::string, bool, Point, Size, ElementRef, std::vector<ElementRef>>;
+// A value of a kind that the port does not know.
+struct OtherValue {
+    bool operator==(const OtherValue&) const = default;
+};
+
+// std::monostate: there is no value.
+using AttributeValue = std::variant<std::monostate, std::string, bool, double, Point, Size, ElementRef,
+                                    std::vector<ElementRef>, OtherValue>;
 
 // Of the system's error codes those that say nothing about what was asked for: the application did not answer in time,
 // or the process may not ask. After any other error it is not there.
 constexpr int32_t kErrorCannotComplete = -25204;
 constexpr int32_t kErrorDisabled = -25211;
+constexpr bool couldNotAsk(int32_t error) {
+    return error == kErrorCannotComplete || error == kErrorDisabled;
+}
 
 // The answer to a question for an attribute.
 struct Attribute {

@@ -19,6 +19,8 @@ bool contained(Work&& work, Tell&& tell) noexcept {
         tell(error.name.c_str(), error.reason.c_str());
     } catch (const std::exception& error) {
         tell("exception", error.what());
+    } catch (...) {
+        tell("exception", "of an unknown kind");
     }
     return false;
 }

@@ -84,6 +84,7 @@ enum class NoImage {
     noXServer,     // there is no X server to ask
     xServerHangs,  // it did not answer in time, and has not since
     wayland,       // screens are not this window server's to show, only windows of its own programs are
+    stopped,       // the system or its user ended the capture
     noBuffer,      // every buffer of the pool is in use
     hostBusy,      // the host had not taken the picture before
     failed,        // anything else
@@ -109,6 +110,8 @@ inline const char* describe(NoImage why) {
             return "the X server does not answer";
         case NoImage::wayland:
             return "this is a Wayland session: only windows of X11 programs can be seen";
+        case NoImage::stopped:
+            return "the system or its user stopped the capture";
         case NoImage::noBuffer:
             return "every buffer is in use";
         case NoImage::hostBusy:

@@ -21,11 +21,21 @@ struct WindowInfo {
     std::string name;       // title, UTF-8; empty when it has none
 };
 
+// What the pictures of a target are for.
+struct GrabberUse {
+    int fps = 0;              // how many a second
+    bool showsCursor = true;  // whether the host wants the cursor in them
+    bool operator==(const GrabberUse&) const = default;
+};
+
 // Asks for the pictures of one target again and again, from one thread. It may remember what its system needs. Once its
 // target is gone it never shows anything again, even if the number returns.
 class Grabber {
   public:
     virtual ~Grabber() = default;
+
+    // For a system that records all the time instead of taking a picture when asked.
+    virtual void setUse(const GrabberUse& /*use*/) {}
 
     // The target window alone, whatever covers it, without frame and shadow.
     virtual Shot window() = 0;
@@ -54,6 +64,10 @@ class WindowServer {
 
     // Why questions have no answers now; NoImage::none when they have.
     virtual NoImage whyUnreachable() { return NoImage::none; }
+
+    // Why pictures lack what other applications show, in words; null when they do not. A system that refuses may still
+    // answer pictures, of the desktop alone.
+    virtual const char* whyIncomplete() { return nullptr; }
 
     // One-off pictures for the picker: a window alone, with its frame and shadow where the system has them; a display,
     // which may be reduced in proportion to no less than the width in pixels.

@@ -120,8 +120,7 @@ OrvoAppProxy::WindowAnswer OrvoAppProxy::findWindow(uint32_t windowId) const {
     std::vector<ElementRef> elements;
     const int32_t error = accessibility.copyElements(app_, "AXWindows", 0, kMaxWindows, elements);
     // An application that has ended does not answer either.
-    if (error == orvo::platform::kErrorCannotComplete || error == orvo::platform::kErrorDisabled)
-        return {nullptr, !runningApplication_ || isTerminated()};
+    if (orvo::platform::couldNotAsk(error)) return {nullptr, !runningApplication_ || isTerminated()};
     for (const ElementRef& element : elements) {
         if (element && accessibility.windowNumber(element) == windowId)
             return {OrvoWindowProxy::initWithElement(element)};

@@ -92,12 +92,13 @@ void OrvoWindowManager::compareHidden(OrvoWindow& window, bool isHidden) {
 bool OrvoWindowManager::checkFoundWindow(OrvoWindow& window, const OrvoAppProxy& app, const OrvoWindowProxy& proxy,
                                          bool isNotify) {
     lastErrorTime = platform().clock().absoluteSeconds();
-    const Rect frame = proxy.frame();
+    const std::optional<Rect> frame = proxy.answeredFrame();
+    if (!frame) return false;  // where it is, its process did not say: nothing has changed for all that is known
     if (isNotify && proxy.isWindowMinimized()) {
         notifyMinimized(window);
         return false;
     }
-    if (isNotify) compareBounds(window, frame);
+    if (isNotify) compareBounds(window, *frame);
     // A slide show is searched for each time.
     if (orvo::thumbnail::slideShowProgram(app.name()) != SlideShowProgram::none)
         checkProcessWindowStatus(app, window);

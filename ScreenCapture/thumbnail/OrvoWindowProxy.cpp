@@ -17,15 +17,15 @@ using orvo::thumbnail::readAttributeAs;
 
 namespace {
 
-// Zero, with a console line that says which step failed.
+// Zero, with a console line that says which step failed; none when the window's process could not be asked.
 template <typename T>
-T readGeometry(const ElementRef& element, const char* attribute, const char* name) {
+std::optional<T> readGeometry(const ElementRef& element, const char* attribute, const char* name) {
     const auto answer = platform().accessibility().copyAttribute(element, attribute);
     const T* const value = answer.error ? nullptr : std::get_if<T>(&answer.value);
     if (value) return *value;
     const std::string failure = answer.error ? "could not get window " : "could not decode ";
     platform().system().console(failure + name);
-    return {};
+    return orvo::platform::couldNotAsk(answer.error) ? std::nullopt : std::optional(T());
 }
 
 }  // namespace
@@ -42,17 +42,22 @@ ElementRef OrvoWindowProxy::systemWideElement() {
 }
 
 Point OrvoWindowProxy::topLeft() const {
-    return readGeometry<Point>(element_, "AXPosition", "topLeft");
+    return readGeometry<Point>(element_, "AXPosition", "topLeft").value_or(Point());
 }
 
 Size OrvoWindowProxy::size() const {
-    return readGeometry<Size>(element_, "AXSize", "size");
+    return readGeometry<Size>(element_, "AXSize", "size").value_or(Size());
 }
 
 Rect OrvoWindowProxy::frame() const {
-    const Point origin = topLeft();
-    const Size extent = size();
-    return {origin.x, origin.y, extent.width, extent.height};
+    return answeredFrame().value_or(Rect());
+}
+
+std::optional<Rect> OrvoWindowProxy::answeredFrame() const {
+    const auto origin = readGeometry<Point>(element_, "AXPosition", "topLeft");
+    const auto extent = readGeometry<Size>(element_, "AXSize", "size");
+    if (!origin || !extent) return std::nullopt;
+    return Rect{origin->x, origin->y, extent->width, extent->height};
 }
 
 int32_t OrvoWindowProxy::processIdentifier() const {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -25,6 +26,7 @@ class OrvoWindowProxy {
     orvo::platform::Point topLeft() const;  // points, global, origin top-left
     orvo::platform::Size size() const;      // points
     orvo::platform::Rect frame() const;
+    std::optional<orvo::platform::Rect> answeredFrame() const;  // none when the window's process cannot be asked
     int32_t processIdentifier() const;
     uint32_t windowID() const;
     std::shared_ptr<OrvoAppProxy> app() const;

@@ -21,6 +21,8 @@ struct ValueText {
     std::string operator()(std::monostate) const { return "(null)"; }
     std::string operator()(const std::string& text) const { return text; }
     std::string operator()(bool value) const { return value ? "1" : "0"; }
+    std::string operator()(double value) const { return std::to_string(value); }
+    std::string operator()(platform::OtherValue) const { return "(other)"; }
     std::string operator()(const platform::Point& point) const { return numbers(point.x, point.y); }
     std::string operator()(const platform::Size& size) const { return numbers(size.width, size.height); }
     std::string operator()(const ElementRef& element) const { return platform().accessibility().describe(element); }

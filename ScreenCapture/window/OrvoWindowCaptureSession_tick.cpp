@@ -60,6 +60,7 @@ void OrvoWindowCaptureSession::createShotImageWithWindowID(uint32_t windowID, co
 
     // What cannot be found has no picture; its frame begins when it is first seen.
     TargetFrame* const frame = item ? &frameOf(windowID, *item) : nullptr;
+    if (frame) frame->grabber().setUse({m_fps, options.bVisible});
     const Shot shot = frame ? TargetTick{*this, *frame, *item, options}.getImageWithOrvowindow() : whyUnknown();
     const bool withCursor = isGood(shot) && options.bVisible;
     const CursorMark cursor = withCursor ? windowCursor.appendMouseCursor(*shot.image, item) : CursorMark();

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Type-checks and analyses the macOS side without a Mac, and proves that the check reports planted mistakes.
+# Type-checks, analyses and runs the macOS side without a Mac, and proves that the check reports planted mistakes.
 # Clang compiles for macOS itself, so the sizes of BOOL and what is too new or gone are the real ones; the declarations
 # of the system are our own (tools/macos-check/include), the C and C++ headers are this machine's.
 set -euo pipefail
@@ -26,7 +26,10 @@ warnings=(-Wall -Wextra -Wshadow -Wundef -Wnon-virtual-dtor -Woverloaded-virtual
 includes=(-Itools/macos-check/include -I. -Iinclude -DORVO_VERSION_TEXT='"0"')
 options=("${headers[@]}" "${language[@]}" "${warnings[@]}" "${includes[@]}")
 
-# One step for one source: types TARGET FILE, portable TARGET FILE, analysis FILE, ownership FILE.
+source tools/macos-check/standins.sh
+
+# One step for one source: types TARGET FILE, portable TARGET FILE, analysis TARGET FILE, ownership - FILE,
+# object VARIANT FILE.
 step() {
     local kind=$1 target=$2 file=$3
     case $kind in
@@ -39,7 +42,52 @@ step() {
             --analyze -Xclang -analyzer-output=text -Xclang -analyzer-werror \
             -Xclang -analyzer-config -Xclang c++-stdlib-inlining=false -o /dev/null "$file" ;;
         ownership) python3 tools/macos-check/ownership.py "$file" ;;
+        object) standin_object "$target" "$file" ;;
+        plant) plant "$file" ;;
     esac
+}
+
+# One line of plants.txt: plants the mistake in a copy and expects the report.
+plant() { # LINE
+    local name kind source script report target
+    IFS='|' read -r name kind source script report < <(sed -n "$1p" tools/macos-check/plants.txt)
+    name=$(trim "$name") kind=$(trim "$kind") source=$(trim "$source") script=$(trim "$script") report=$(trim "$report")
+    local folder=$work/planted/$1
+    local copy=$folder/$source output=$folder/report
+    mkdir -p "$folder"
+    sed "$script" "$adapter/$source" >"$copy"
+    if cmp -s "$copy" "$adapter/$source"; then
+        echo "the plant '$name' changes nothing in $source" >&2
+        return 1
+    fi
+    local targets_of_kind=("${targets[1]}")
+    case $kind in
+        types) targets_of_kind=("${targets[@]}") ;;
+        plain:* | sanitized:*) targets_of_kind=("${kind%%:*}") ;;
+    esac
+    for target in "${targets_of_kind[@]}"; do
+        case $kind in
+            *:*) standin_plant "$target" "${kind#*:}" "$source" "$copy" >"$output" 2>&1 ;;
+            *) step "$kind" "$target" "$copy" >"$output" 2>&1 ;;
+        esac && continue
+        if grep -Eq -- "$report" "$output"; then
+            rm -rf "$folder"
+            return 0
+        fi
+    done
+    echo "the plant '$name' in $source was not reported; the last report was:" >&2
+    cat "$output" >&2
+    return 1
+}
+
+plants() {
+    grep -nv -e '^#' -e '^$' tools/macos-check/plants.txt | cut -d: -f1 | sed 's/^/plant - /' | steps
+}
+
+trim() {
+    local text=$1
+    text=${text#"${text%%[![:space:]]*}"}
+    printf '%s' "${text%"${text##*[![:space:]]}"}"
 }
 
 # Reads lines "KIND TARGET FILE" and runs them, as many at a time as there are cores.
@@ -93,44 +141,29 @@ analysis() {
     python3 tools/macos-check/ownership.py "$adapter"/*
 }
 
-# One line of plants.txt: plants the mistake in a copy and expects the report.
-plant() {
-    local name=$1 kind=$2 source=$3 script=$4 report=$5
-    local copy=$work/planted/$source targets_of_kind=("${targets[@]}") target
-    mkdir -p "$work/planted"
-    sed "$script" "$adapter/$source" >"$copy"
-    if cmp -s "$copy" "$adapter/$source"; then
-        echo "the plant '$name' changes nothing in $source" >&2
-        return 1
-    fi
-    [ "$kind" = types ] || targets_of_kind=("${targets[1]}")
-    for target in "${targets_of_kind[@]}"; do
-        if ! step "$kind" "$target" "$copy" >"$work/report" 2>&1 && grep -Eq -- "$report" "$work/report"; then
-            rm -f "$copy"
-            return 0
-        fi
+read_sources() {
+    part 'headers' precompile
+    part "adapter, ${#targets[@]} systems" types
+    part 'portable sources' portable
+    part 'static analysis' analysis
+}
+
+run_sources() {
+    local variant
+    part 'library logic' standin_logic
+    for variant in plain sanitized; do
+        part "adapter on the stand-ins, $variant" standin_build "$variant"
+        part "programs on the stand-ins, $variant" standin_run "$work/$variant/check"
     done
-    echo "the plant '$name' in $source was not reported; the last report was:" >&2
-    cat "$work/report" >&2
-    return 1
 }
 
-plants() {
-    local name kind source script report
-    while IFS='|' read -r name kind source script report; do
-        case $name in '#'* | '') continue ;; esac
-        plant "$(trim "$name")" "$(trim "$kind")" "$(trim "$source")" "$(trim "$script")" "$(trim "$report")" || return 1
-    done <tools/macos-check/plants.txt
-}
-
-trim() {
-    local text=$1
-    text=${text#"${text%%[![:space:]]*}"}
-    printf '%s' "${text%"${text##*[![:space:]]}"}"
-}
-
-part 'headers' precompile
-part "adapter, ${#targets[@]} systems" types
-part 'portable sources' portable
-part 'static analysis' analysis
-part 'planted mistakes are reported' plants
+# `./dev macos-check run` leaves out what only reads the sources, `./dev macos-check read` what runs them.
+case ${1-} in
+    run) run_sources ;;
+    read) read_sources ;;
+    *)
+        read_sources
+        run_sources
+        part 'planted mistakes are reported' plants
+        ;;
+esac

@@ -6,10 +6,11 @@
 #include <map>
 #include <mutex>
 
+#include "ScreenCapture/platform/macos/ax_silence.h"
 #include "ScreenCapture/platform/macos/cf_ref.h"
+#include "ScreenCapture/platform/macos/exceptions.h"
 #include "ScreenCapture/platform/macos/geometry.h"
 #include "ScreenCapture/platform/macos/services.h"
-#include "ScreenCapture/platform/macos/text.h"
 
 namespace orvo::platform::macos {
 namespace {
@@ -27,9 +28,15 @@ AXUIElementRef axElement(const ElementRef& element) {
     return static_cast<const MacElement&>(*element).get();
 }
 
+// Every question to an element is a message to its process that the caller waits for. The system's own limit is
+// seconds. The limit is set for each element that comes in; that of the system-wide element would be the limit of the
+// whole process, the host's own questions included, and stays as it is.
+constexpr float kMessageLimit = 0.5F;  // seconds
+
 // Null for a null reference.
 ElementRef elementOf(CFRef<AXUIElementRef> element) {
     if (!element) return nullptr;
+    AXUIElementSetMessagingTimeout(element.get(), kMessageLimit);
     return std::make_shared<MacElement>(std::move(element));
 }
 
@@ -53,20 +60,20 @@ AttributeValue geometryOf(AXValueRef value) {
     CGSize size{};
     if (AXValueGetValue(value, kAXValueTypeCGPoint, &point)) return pointFrom(point);
     if (AXValueGetValue(value, kAXValueTypeCGSize, &size)) return sizeFrom(size);
-    return {};
+    return OtherValue();
 }
 
-// Nothing for a kind of value that the port does not know.
 AttributeValue valueOf(CFTypeRef value) {
     const CFTypeID type = CFGetTypeID(value);
     if (type == CFStringGetTypeID()) return textOf((__bridge NSString*)value);
     if (type == CFBooleanGetTypeID()) return CFBooleanGetValue(static_cast<CFBooleanRef>(value)) != 0;
+    if (type == CFNumberGetTypeID()) return ((__bridge NSNumber*)value).doubleValue;
     if (type == AXValueGetTypeID()) return geometryOf(static_cast<AXValueRef>(value));
     if (type == AXUIElementGetTypeID()) {
         return elementOf(CFRef<AXUIElementRef>::retain(static_cast<AXUIElementRef>(value)));
     }
     if (type == CFArrayGetTypeID()) return elementsOf(static_cast<CFArrayRef>(value));
-    return {};
+    return OtherValue();
 }
 
 // The system's object for a value to set; null for one that cannot be set.
@@ -89,7 +96,11 @@ struct SettableValue {
     CFRef<CFTypeRef> operator()(const ElementRef& value) const {
         return value ? CFRef<CFTypeRef>::retain(axElement(value)) : nullptr;
     }
+    CFRef<CFTypeRef> operator()(double value) const {
+        return CFRef<CFTypeRef>::adopt(CFNumberCreate(kCFAllocatorDefault, kCFNumberDoubleType, &value));
+    }
     CFRef<CFTypeRef> operator()(const std::vector<ElementRef>&) const { return nullptr; }
+    CFRef<CFTypeRef> operator()(OtherValue) const { return nullptr; }
     CFRef<CFTypeRef> operator()(std::monostate) const { return nullptr; }
 };
 
@@ -125,12 +136,25 @@ Callbacks& callbacks() {
 }
 
 void onNotification(AXObserverRef observer, AXUIElementRef element, CFStringRef notification, void* context) {
-    @autoreleasepool {
+    guarded([&] {
         const SharedCallback callback = callbacks().find(observer);
         if (!callback) return;
         const std::string name = textOf((__bridge NSString*)notification);
         (*callback)(elementOf(CFRef<AXUIElementRef>::retain(element)), name.c_str(), context);
-    }
+    });
+}
+
+// The answer of a question to an element's process: kAXErrorCannotComplete at once while the process is left alone. A
+// question that raises counts as one that could not be asked. The system-wide element has no process.
+template <typename Question>
+AXError ask(const ElementRef& element, Question question) {
+    if (!element) return kAXErrorIllegalArgument;
+    pid_t pid = 0;
+    AXUIElementGetPid(axElement(element), &pid);
+    if (silentProcesses().isLeftAlone(pid)) return kAXErrorCannotComplete;
+    const AXError error = answered(kAXErrorCannotComplete, [&] { return question(axElement(element)); });
+    silentProcesses().note(pid, error == kAXErrorCannotComplete);
+    return error;
 }
 
 class MacElementObserver final : public ElementObserver {
@@ -142,12 +166,14 @@ class MacElementObserver final : public ElementObserver {
     ~MacElementObserver() override { callbacks().remove(observer_.get()); }
 
     void add(const ElementRef& element, const char* notification, void* context) override {
-        if (!element) return;
-        AXObserverAddNotification(observer_.get(), axElement(element), cfText(notification).get(), context);
+        ask(element, [&](AXUIElementRef watched) {
+            return AXObserverAddNotification(observer_.get(), watched, cfText(notification).get(), context);
+        });
     }
     void remove(const ElementRef& element, const char* notification) override {
-        if (!element) return;
-        AXObserverRemoveNotification(observer_.get(), axElement(element), cfText(notification).get());
+        ask(element, [&](AXUIElementRef watched) {
+            return AXObserverRemoveNotification(observer_.get(), watched, cfText(notification).get());
+        });
     }
     void addToCurrentRunLoop() override {
         CFRunLoopAddSource(CFRunLoopGetCurrent(), AXObserverGetRunLoopSource(observer_.get()), kCFRunLoopDefaultMode);
@@ -170,40 +196,46 @@ ElementGetWindow elementGetWindow() {
 
 class MacAccessibility final : public Accessibility {
   public:
-    ElementRef systemWide() override { return elementOf(CFRef<AXUIElementRef>::adopt(AXUIElementCreateSystemWide())); }
+    ElementRef systemWide() override {
+        auto element = CFRef<AXUIElementRef>::adopt(AXUIElementCreateSystemWide());
+        return element ? std::make_shared<MacElement>(std::move(element)) : nullptr;
+    }
     ElementRef application(int32_t pid) override {
         return elementOf(CFRef<AXUIElementRef>::adopt(AXUIElementCreateApplication(pid)));
     }
 
     Attribute copyAttribute(const ElementRef& element, const char* name) override {
-        if (!element) return {kAXErrorIllegalArgument, {}, 0};
-        @autoreleasepool {
-            CFRef<CFTypeRef> value;
-            Attribute attribute;
-            attribute.error = AXUIElementCopyAttributeValue(axElement(element), cfText(name).get(), value.out());
-            if (!value) return attribute;
-            attribute.value = valueOf(value.get());
-            attribute.typeIdentifier = CFGetTypeID(value.get());
-            return attribute;
-        }
+        CFRef<CFTypeRef> value;
+        Attribute attribute;
+        attribute.error = ask(element, [&](AXUIElementRef asked) {
+            return AXUIElementCopyAttributeValue(asked, cfText(name).get(), value.out());
+        });
+        if (!value) return attribute;
+        attribute.value = answered(AttributeValue(OtherValue()), [&] { return valueOf(value.get()); });
+        attribute.typeIdentifier = CFGetTypeID(value.get());
+        return attribute;
     }
 
     int32_t copyElements(const ElementRef& element, const char* name, size_t from, size_t count,
                          std::vector<ElementRef>& elements) override {
-        elements.clear();
-        if (!element) return kAXErrorIllegalArgument;
         CFRef<CFArrayRef> values;
-        const AXError error =
-            AXUIElementCopyAttributeValues(axElement(element), cfText(name).get(), static_cast<CFIndex>(from),
-                                           static_cast<CFIndex>(count), values.out());
+        const AXError error = ask(element, [&](AXUIElementRef asked) {
+            return AXUIElementCopyAttributeValues(asked, cfText(name).get(), static_cast<CFIndex>(from),
+                                                  static_cast<CFIndex>(count), values.out());
+        });
         elements = elementsOf(values.get());
         return error;
     }
 
     int32_t setAttribute(const ElementRef& element, const char* name, const AttributeValue& value) override {
         const CFRef<CFTypeRef> object = std::visit(SettableValue(), value);
-        if (!element || !object) return kAXErrorIllegalArgument;
-        return AXUIElementSetAttributeValue(axElement(element), cfText(name).get(), object.get());
+        if (!object) return kAXErrorIllegalArgument;
+        const AXError error = ask(element, [&](AXUIElementRef asked) {
+            return AXUIElementSetAttributeValue(asked, cfText(name).get(), object.get());
+        });
+        if (error != kAXErrorSuccess)
+            syslog_ex(1, ESYSLOG_WARN, "macos", __LINE__, "%s could not be set: AXError %d", name, error);
+        return error;
     }
 
     int32_t processIdentifier(const ElementRef& element) override {
@@ -214,14 +246,14 @@ class MacAccessibility final : public Accessibility {
 
     uint32_t windowNumber(const ElementRef& element) override {
         CGWindowID number = kCGNullWindowID;
-        if (element && elementGetWindow()) elementGetWindow()(axElement(element), &number);
+        if (elementGetWindow()) ask(element, [&](AXUIElementRef asked) { return elementGetWindow()(asked, &number); });
         return number;
     }
 
     std::string describe(const ElementRef& element) override {
-        @autoreleasepool {
-            return element ? textOf([(__bridge id)axElement(element) description]) : "(null)";
-        }
+        return answered(std::string("(null)"), [&] {
+            return element ? textOf([(__bridge id)axElement(element) description]) : std::string("(null)");
+        });
     }
 
 // Nothing later brings one window of another process forward without the rest of them.
@@ -229,8 +261,12 @@ class MacAccessibility final : public Accessibility {
 #pragma clang diagnostic ignored "-Wdeprecated-declarations"
     bool bringToFront(int32_t pid) override {
         ProcessSerialNumber process{};
-        if (GetProcessForPID(pid, &process) != noErr) return false;
-        return SetFrontProcessWithOptions(&process, kSetFrontProcessFrontWindowOnly) == noErr;
+        OSStatus error = GetProcessForPID(pid, &process);
+        if (error == noErr) error = SetFrontProcessWithOptions(&process, kSetFrontProcessFrontWindowOnly);
+        if (error != noErr)
+            syslog_ex(1, ESYSLOG_WARN, "macos", __LINE__, "process %d could not be brought to the front: OSStatus %d",
+                      pid, error);
+        return error == noErr;
     }
 #pragma clang diagnostic pop
 

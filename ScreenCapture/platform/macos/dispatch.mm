@@ -1,18 +1,17 @@
 // Queues and timers: Grand Central Dispatch.
 #include <dispatch/dispatch.h>
 
-#include "ScreenCapture/platform/contained.h"
+#include "ScreenCapture/platform/macos/exceptions.h"
 #include "ScreenCapture/platform/macos/services.h"
 
 namespace orvo::platform::macos {
 namespace {
 
-// A job with a pool of its own: what it autoreleases goes when it ends, not when the system finds the time.
+// A job inside a guard of its own: nothing that it raises reaches the system's thread, and what it autoreleases goes
+// when it ends, not when the system finds the time.
 dispatch_block_t pooled(Job job) {
     return ^{
-        @autoreleasepool {
-            runJob(job);
-        }
+        runJob([&] { translated(job); });
     };
 }
 

@@ -51,7 +51,7 @@ class Rows {
 };
 
 // The part of a locked buffer inside a rectangle; no data when the two do not meet.
-vImage_Buffer partOf(const PixelBuffer& buffer, const Rect& area) {
+vImage_Buffer partOfBuffer(const PixelBuffer& buffer, const Rect& area) {
     const CGRect part = CGRectIntersection(rectOf(area), CGRectMake(0, 0, buffer.width(), buffer.height()));
     const auto* top = static_cast<const uint8_t*>(buffer.baseAddress());
     if (CGRectIsEmpty(part) || !top) return {};
@@ -80,17 +80,29 @@ NSBitmapImageRep* emptyBitmap(const Size& size) {
     return bitmap;
 }
 
+// The graphics state of the thread comes back at the end of the scope, also when what is drawn raises.
+class SavedGraphicsState {
+  public:
+    SavedGraphicsState() { [NSGraphicsContext saveGraphicsState]; }
+    ~SavedGraphicsState() {
+        guarded([] { [NSGraphicsContext restoreGraphicsState]; });
+    }
+    SavedGraphicsState(const SavedGraphicsState&) = delete;
+    SavedGraphicsState& operator=(const SavedGraphicsState&) = delete;
+};
+
 NSImage* drawnWhole(NSImage* source, const Size& size) {
     NSBitmapImageRep* bitmap = emptyBitmap(size);
     NSGraphicsContext* context = bitmap ? [NSGraphicsContext graphicsContextWithBitmapImageRep:bitmap] : nil;
     if (!context) return nil;
-    [NSGraphicsContext saveGraphicsState];
-    [NSGraphicsContext setCurrentContext:context];
-    [source drawInRect:NSMakeRect(0, 0, size.width, size.height)
-              fromRect:NSZeroRect
-             operation:NSCompositingOperationCopy
-              fraction:1.0];
-    [NSGraphicsContext restoreGraphicsState];
+    {
+        const SavedGraphicsState state;
+        [NSGraphicsContext setCurrentContext:context];
+        [source drawInRect:NSMakeRect(0, 0, size.width, size.height)
+                  fromRect:NSZeroRect
+                 operation:NSCompositingOperationCopy
+                  fraction:1.0];
+    }
     NSImage* drawn = [[NSImage alloc] initWithSize:NSMakeSize(size.width, size.height)];
     [drawn addRepresentation:bitmap];
     return drawn;
@@ -99,9 +111,7 @@ NSImage* drawnWhole(NSImage* source, const Size& size) {
 class MacImaging final : public Imaging {
   public:
     Ref<Image> crop(const Ref<Image>& image, const Rect& area) override {
-        const CFRef<CGImageRef> source = bitmapOf(image);
-        if (!source) return nullptr;
-        return imageOf(CFRef<CGImageRef>::adopt(CGImageCreateWithImageInRect(source.get(), rectOf(area))));
+        return image ? partOf(image, area) : nullptr;
     }
 
     // The source's bytes per row and its alpha placement without a byte order: both intended.
@@ -109,7 +119,7 @@ class MacImaging final : public Imaging {
         const CFRef<CGImageRef> source = bitmapOf(image);
         if (!source) return nullptr;
         const auto context = CFRef<CGContextRef>::adopt(CGBitmapContextCreate(
-            nullptr, width, height, CGImageGetBitsPerComponent(source.get()), CGImageGetBytesPerRow(source.get()),
+            nullptr, width, height, CGImageGetBitsPerComponent(source.get()), image->bytesPerRow(),
             CGImageGetColorSpace(source.get()), static_cast<CGBitmapInfo>(CGImageGetAlphaInfo(source.get()))));
         if (!context) return nullptr;
         CGContextDrawImage(context.get(), rectOf(placement), source.get());
@@ -117,7 +127,7 @@ class MacImaging final : public Imaging {
     }
 
     Ref<PixelBuffer> wrap(const Ref<Image>& image) override {
-        @autoreleasepool {
+        return answered(Ref<PixelBuffer>(), [&]() -> Ref<PixelBuffer> {
             const uint8_t* bytes = image ? image->bytes() : nullptr;
             if (!bytes) return nullptr;
             NSDictionary* attributes = @{
@@ -131,41 +141,35 @@ class MacImaging final : public Imaging {
                                          (__bridge CFDictionaryRef)attributes, buffer.out());
             if (!buffer) return nullptr;
             return makeCounted<MacPixelBuffer>(std::move(buffer), image);
-        }
+        });
     }
 
     Picture picture(const Ref<Image>& image) override {
-        @autoreleasepool {
-            if (!image) return {};
-            return answered(Picture{}, [&] { return pictureOf(macImage(image).picture()); });
-        }
+        return answered(Picture(), [&] { return image ? pictureOf(macImage(image).picture()) : Picture(); });
     }
 
     std::optional<Picture> scaled(const Picture& picture, const Size& size) override {
-        @autoreleasepool {
+        return answered(std::optional<Picture>(), [&]() -> std::optional<Picture> {
             NSImage* source = picture.image ? macImage(picture.image).picture() : nil;
-            if (!source.valid) return std::nullopt;
-            NSImage* drawn = answered((NSImage*)nil, [&] { return drawnWhole(source, size); });
+            NSImage* drawn = source.valid ? drawnWhole(source, size) : nil;
             if (!drawn) return std::nullopt;
             return pictureOf(drawn);
-        }
+        });
     }
 
     Ref<Image> flatten(const Picture& picture) override {
-        @autoreleasepool {
-            if (!picture.image) return nullptr;
-            NSData* encoded =
-                answered((NSData*)nil, [&] { return macImage(picture.image).picture().TIFFRepresentation; });
+        return answered(Ref<Image>(), [&]() -> Ref<Image> {
+            NSData* encoded = picture.image ? macImage(picture.image).picture().TIFFRepresentation : nil;
             if (!encoded) return nullptr;
             const auto source =
                 CFRef<CGImageSourceRef>::adopt(CGImageSourceCreateWithData((__bridge CFDataRef)encoded, nullptr));
             if (!source) return nullptr;
             return imageOf(CFRef<CGImageRef>::adopt(CGImageSourceCreateImageAtIndex(source.get(), 0, nullptr)));
-        }
+        });
     }
 
     Picture picture(PixelBuffer& buffer) override {
-        @autoreleasepool {
+        return answered(Picture(), [&]() -> Picture {
             CVPixelBufferRef pixels = cvBuffer(buffer);
             const auto bytes = CFRef<CFDataRef>::adopt(
                 CFDataCreate(kCFAllocatorDefault, static_cast<const uint8_t*>(CVPixelBufferGetBaseAddress(pixels)),
@@ -181,11 +185,11 @@ class MacImaging final : public Imaging {
                                                        provider.get(), nullptr, true, kCGRenderingIntentDefault));
             if (!bitmap) return {};
             return pictureOf([[NSImage alloc] initWithCGImage:bitmap.get() size:NSZeroSize]);
-        }
+        });
     }
 
     Ref<PixelBuffer> scaledRGB(PixelBuffer& buffer, const Rect& area, uint32_t width, uint32_t height) override {
-        const vImage_Buffer source = partOf(buffer, area);
+        const vImage_Buffer source = partOfBuffer(buffer, area);
         const Rows scaled(width, height, kBytesPerPixel);
         Rows packed(width, height, kRGBBytesPerPixel);
         if (!source.data || !scaled.buffer().data || !packed.buffer().data) return nullptr;

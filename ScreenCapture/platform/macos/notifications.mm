@@ -3,7 +3,6 @@
 
 #include "ScreenCapture/platform/macos/exceptions.h"
 #include "ScreenCapture/platform/macos/services.h"
-#include "ScreenCapture/platform/macos/text.h"
 
 // What listeners find under "thing": an object of the library, kept alive as long as the notification.
 @interface OrvoScreenCaptureThing : NSObject
@@ -26,17 +25,14 @@ namespace {
 class MacNotifications final : public Notifications {
   public:
     void postCoalescing(const char* name, const std::shared_ptr<void>& thing) override {
-        @autoreleasepool {
+        guarded([&] {
             NSDictionary* information = @{@"thing" : [[OrvoScreenCaptureThing alloc] initWithThing:thing]};
             NSNotification* notification = [NSNotification notificationWithName:textFrom(name)
                                                                          object:nil
                                                                        userInfo:information];
             // Listeners run inside this call.
-            answered(false, [&] {
-                [[NSNotificationQueue defaultQueue] enqueueNotification:notification postingStyle:NSPostNow];
-                return true;
-            });
-        }
+            [[NSNotificationQueue defaultQueue] enqueueNotification:notification postingStyle:NSPostNow];
+        });
     }
 };
 

@@ -1,203 +1,138 @@
-// One-shot pictures by ScreenCaptureKit: the shareable content of the moment, a filter over it, a screenshot.
+// One-shot pictures by ScreenCaptureKit: a filter over what can be captured, a screenshot.
 #include "ScreenCapture/platform/macos/screencapturekit.h"
 
 #include <Foundation/Foundation.h>
 #include <ScreenCaptureKit/ScreenCaptureKit.h>
-#include <dispatch/dispatch.h>
 
-#include <algorithm>
 #include <memory>
-#include <mutex>
 
+#include "ScreenCapture/platform/macos/answer.h"
 #include "ScreenCapture/platform/macos/cf_ref.h"
+#include "ScreenCapture/platform/macos/exceptions.h"
 #include "ScreenCapture/platform/macos/image.h"
+#include "ScreenCapture/platform/macos/shareable_content.h"
+
+// All of this needs 14.0; what others call asks for it. Inside lambdas the compiler loses sight of that.
+#pragma clang diagnostic ignored "-Wunguarded-availability"
+#pragma clang diagnostic ignored "-Wunguarded-availability-new"
 
 namespace orvo::platform::macos::screencapturekit {
 namespace {
 
-constexpr int64_t kLongestWait = NSEC_PER_SEC;  // for each of the two questions
+constexpr size_t kBytesPerPixel = 4;
+constexpr CGBitmapInfo kBGRA =
+    static_cast<CGBitmapInfo>(kCGImageAlphaPremultipliedFirst) | static_cast<CGBitmapInfo>(kCGBitmapByteOrder32Little);
 
-// What a completion handler answers, on whatever thread that is. An answer that comes too late goes with its handler.
-template <typename Value>
-class Answer {
-  public:
-    void give(Value value, NSError* error) {
-        {
-            std::lock_guard guard(lock_);
-            value_ = std::move(value);
-            error_ = error;
-        }
-        dispatch_semaphore_signal(given_);
-    }
-    // False when no answer came in time.
-    bool wait() { return dispatch_semaphore_wait(given_, dispatch_time(DISPATCH_TIME_NOW, kLongestWait)) == 0; }
-    Value value() {
-        std::lock_guard guard(lock_);
-        return value_;
-    }
-    API_AVAILABLE(macos(14.0)) NoImage why() {
-        std::lock_guard guard(lock_);
-        return error_ && error_.code == SCStreamErrorUserDeclined ? NoImage::notPermitted : NoImage::failed;
-    }
-
-  private:
-    dispatch_semaphore_t given_ = dispatch_semaphore_create(0);
-    std::mutex lock_;
-    Value value_{};
-    NSError* error_ = nil;
+// A bitmap, or why there is none.
+struct Bitmap {
+    CFRef<CGImageRef> image;
+    NoImage why = NoImage::failed;
 };
 
 API_AVAILABLE(macos(14.0))
-Shot captured(SCContentFilter* filter, SCStreamConfiguration* configuration) {
+Bitmap captured(SCContentFilter* filter, SCStreamConfiguration* configuration) {
     auto answer = std::make_shared<Answer<CFRef<CGImageRef>>>();
     [SCScreenshotManager captureImageWithFilter:filter
                                   configuration:configuration
                               completionHandler:^(CGImageRef picture, NSError* error) {
-                                  answer->give(CFRef<CGImageRef>::retain(picture), error);
+                                  guarded([&] { answer->give(CFRef<CGImageRef>::retain(picture), error); });
                               }];
-    if (!answer->wait()) return NoImage::noServer;
-    CFRef<CGImageRef> picture = answer->value();
-    if (!picture) return answer->why();
-    return Ref<Image>(makeCounted<MacImage>(std::move(picture)));
+    if (!answer->wait()) return {nullptr, NoImage::noServer};
+    return {answer->value(), reasonOf(answer->error())};
 }
 
-// size: points.
-API_AVAILABLE(macos(14.0))
-SCStreamConfiguration* configurationFor(CGSize size, SCContentFilter* filter) {
-    SCStreamConfiguration* configuration = [[SCStreamConfiguration alloc] init];
-    const double scale = static_cast<double>(filter.pointPixelScale);
-    configuration.width = truncated<size_t>(size.width * scale);
-    configuration.height = truncated<size_t>(size.height * scale);
-    configuration.pixelFormat = kCVPixelFormatType_32BGRA;
-    configuration.showsCursor = NO;
-    return configuration;
+Shot shotOf(Bitmap bitmap) {
+    if (!bitmap.image) return bitmap.why;
+    return Ref<Image>(makeCounted<MacImage>(std::move(bitmap.image)));
 }
 
-// What can be captured now; no content comes with its reason.
-struct API_AVAILABLE(macos(14.0)) Content {
-    SCShareableContent* all = nil;
-    NoImage why = NoImage::none;
-};
-
-API_AVAILABLE(macos(14.0))
-Content contentNow() {
-    // The answers may come by the main queue, so nobody waits for them there.
-    if ([NSThread isMainThread]) return {nil, NoImage::failed};
-    auto answer = std::make_shared<Answer<SCShareableContent*>>();
-    [SCShareableContent getShareableContentExcludingDesktopWindows:NO
-                                               onScreenWindowsOnly:YES
-                                                 completionHandler:^(SCShareableContent* content, NSError* error) {
-                                                     answer->give(content, error);
-                                                 }];
-    if (!answer->wait()) return {nil, NoImage::noServer};
-    SCShareableContent* content = answer->value();
-    return {content, content ? NoImage::none : answer->why()};
-}
-
-API_AVAILABLE(macos(14.0))
-SCWindow* windowOf(SCShareableContent* content, CGWindowID number) {
-    for (SCWindow* window in content.windows) {
-        if (window.windowID == number) return window;
+// A rectangle that reaches beyond one display is drawn together from the parts of each, in the pixels of the finest;
+// what no display shows is four zero bytes a pixel.
+template <typename MakeFilter>
+Bitmap composed(CGRect area, const std::vector<SCDisplay*>& displays, MakeFilter makeFilter) {
+    struct Part {
+        CGRect place;  // points, origin at the area's bottom-left corner
+        CFRef<CGImageRef> image;
+    };
+    std::vector<Part> parts;
+    double scale = 0;
+    for (SCDisplay* display : displays) {
+        SCContentFilter* filter = makeFilter(display);
+        Bitmap part = captured(filter, configurationFor(filter, display, area));
+        if (!part.image) return part;
+        CGRect place = CGRectIntersection(area, CGDisplayBounds(display.displayID));
+        if (displays.size() == 1 && place.size.width == area.size.width && place.size.height == area.size.height)
+            return part;
+        place.origin.x -= area.origin.x;
+        place.origin.y = area.origin.y + area.size.height - place.origin.y - place.size.height;
+        scale = std::max(scale, static_cast<double>(filter.pointPixelScale));
+        parts.push_back({place, std::move(part.image)});
     }
-    return nil;
-}
-
-// The display that shows most of a rectangle; nil when none shows any of it.
-API_AVAILABLE(macos(14.0))
-SCDisplay* displayUnder(SCShareableContent* content, CGRect area) {
-    SCDisplay* best = nil;
-    double most = 0;
-    for (SCDisplay* display in content.displays) {
-        const CGRect shown = CGRectIntersection(area, CGDisplayBounds(display.displayID));
-        const double pixels = CGRectIsEmpty(shown) ? 0 : shown.size.width * shown.size.height;
-        if (pixels <= most) continue;
-        most = pixels;
-        best = display;
+    const auto width = truncated<size_t>(area.size.width * scale);
+    const auto height = truncated<size_t>(area.size.height * scale);
+    const auto space = CFRef<CGColorSpaceRef>::adopt(CGColorSpaceCreateWithName(kCGColorSpaceSRGB));
+    const auto context = CFRef<CGContextRef>::adopt(
+        CGBitmapContextCreate(nullptr, width, height, 8, width * kBytesPerPixel, space.get(), kBGRA));
+    if (!context) return {};
+    for (const Part& part : parts) {
+        const CGRect& place = part.place;
+        const CGRect target = CGRectMake(place.origin.x * scale, place.origin.y * scale, place.size.width * scale,
+                                         place.size.height * scale);
+        CGContextDrawImage(context.get(), target, part.image.get());
     }
-    return best;
+    return {CFRef<CGImageRef>::adopt(CGBitmapContextCreateImage(context.get()))};
 }
 
-// The part of a rectangle that the display shows.
-API_AVAILABLE(macos(14.0))
-Shot capturedPart(SCDisplay* display, CGRect area, SCContentFilter* filter) {
-    const CGRect bounds = CGDisplayBounds(display.displayID);
-    const CGRect shown = CGRectIntersection(area, bounds);
-    SCStreamConfiguration* configuration = configurationFor(shown.size, filter);
-    configuration.sourceRect = CGRectMake(shown.origin.x - bounds.origin.x, shown.origin.y - bounds.origin.y,
-                                          shown.size.width, shown.size.height);
-    return captured(filter, configuration);
-}
-
-// Making two filters for windows at a time is reported to crash, and so is one before the process knows its displays.
-API_AVAILABLE(macos(14.0))
-SCContentFilter* filterForWindow(SCWindow* window) {
-    static constinit std::mutex one;
-    std::lock_guard guard(one);
-    static_cast<void>(CGMainDisplayID());
-    return [[SCContentFilter alloc] initWithDesktopIndependentWindow:window];
+// take(content) answers the shot.
+template <typename Take>
+Shot withContent(Take take) {
+    return answered(Shot(NoImage::failed), [&]() -> Shot {
+        if (@available(macOS 14.0, *)) {
+            const Content content = shareableContent();
+            return content.list ? take(content.list) : Shot(content.why);
+        }
+        return NoImage::failed;
+    });
 }
 
 }  // namespace
 
 Shot pictureOfWindow(CGWindowID number, CGWindowImageOption options) {
-    if (@available(macOS 14.0, *)) {
-        const Content content = contentNow();
-        if (!content.all) return content.why;
-        SCWindow* window = windowOf(content.all, number);
-        if (!window) return NoImage::notOnScreen;
-        SCContentFilter* filter = filterForWindow(window);
-        SCStreamConfiguration* configuration = configurationFor(filter.contentRect.size, filter);
+    return withContent([&](SCShareableContent* list) -> Shot {
+        SCWindow* window = windowIn(list, number);
+        if (!window) return NoImage::gone;
+        SCContentFilter* filter = filterFor(window);
+        SCStreamConfiguration* configuration = configurationFor(filter, filter.contentRect.size);
         configuration.ignoreShadowsSingleWindow = (options & kCGWindowImageBoundsIgnoreFraming) != 0;
-        return captured(filter, configuration);
-    }
-    return NoImage::failed;
+        return shotOf(captured(filter, configuration));
+    });
 }
 
 Shot pictureOfArea(CGRect area) {
-    if (@available(macOS 14.0, *)) {
-        const Content content = contentNow();
-        if (!content.all) return content.why;
-        SCDisplay* display = displayUnder(content.all, area);
-        if (!display) return NoImage::notOnScreen;
-        NSMutableArray<SCWindow*>* desktop = [NSMutableArray array];
-        for (SCWindow* window in content.all.windows) {
-            if (window.windowLayer < 0) [desktop addObject:window];
-        }
-        SCContentFilter* filter = [[SCContentFilter alloc] initWithDisplay:display excludingWindows:desktop];
-        return capturedPart(display, area, filter);
-    }
-    return NoImage::failed;
+    return withContent([&](SCShareableContent* list) -> Shot {
+        const auto displays = displaysUnder(list, area);
+        if (displays.empty()) return NoImage::notOnScreen;
+        return shotOf(
+            composed(area, displays, [&](SCDisplay* display) { return filterWithoutDesktop(display, list); }));
+    });
 }
 
 Shot pictureOfWindows(CGRect bounds, const std::vector<uint32_t>& windows) {
-    if (@available(macOS 14.0, *)) {
-        const Content content = contentNow();
-        if (!content.all) return content.why;
-        SCDisplay* display = displayUnder(content.all, bounds);
-        if (!display) return NoImage::notOnScreen;
-        NSMutableArray<SCWindow*>* included = [NSMutableArray array];
-        for (SCWindow* window in content.all.windows) {
-            if (std::find(windows.begin(), windows.end(), window.windowID) != windows.end())
-                [included addObject:window];
-        }
-        SCContentFilter* filter = [[SCContentFilter alloc] initWithDisplay:display includingWindows:included];
-        return capturedPart(display, bounds, filter);
-    }
-    return NoImage::failed;
+    return withContent([&](SCShareableContent* list) -> Shot {
+        const auto displays = displaysUnder(list, bounds);
+        if (displays.empty()) return NoImage::notOnScreen;
+        return shotOf(
+            composed(bounds, displays, [&](SCDisplay* display) { return filterFor(display, list, windows); }));
+    });
 }
 
 Shot pictureOfDisplay(CGDirectDisplayID number) {
-    if (@available(macOS 14.0, *)) {
-        const Content content = contentNow();
-        if (!content.all) return content.why;
-        for (SCDisplay* display in content.all.displays) {
-            if (display.displayID != number) continue;
-            SCContentFilter* filter = [[SCContentFilter alloc] initWithDisplay:display excludingWindows:@[]];
-            return captured(filter, configurationFor(filter.contentRect.size, filter));
-        }
-        return NoImage::gone;
-    }
-    return NoImage::failed;
+    return withContent([&](SCShareableContent* list) -> Shot {
+        SCDisplay* display = displayIn(list, number);
+        if (!display) return NoImage::gone;
+        SCContentFilter* filter = filterFor(display);
+        return shotOf(captured(filter, configurationFor(filter, filter.contentRect.size)));
+    });
 }
 
 }  // namespace orvo::platform::macos::screencapturekit

@@ -6,8 +6,9 @@
 
 #include <atomic>
 
+#include "ScreenCapture/platform/macos/exceptions.h"
+#include "ScreenCapture/platform/macos/permission.h"
 #include "ScreenCapture/platform/macos/services.h"
-#include "ScreenCapture/platform/macos/text.h"
 
 namespace orvo::platform::macos {
 namespace {
@@ -21,9 +22,7 @@ class MacClock final : public Clock {
 class MacSystem final : public System {
   public:
     void console(std::string_view line) override {
-        @autoreleasepool {
-            NSLog(@"%@", textFrom(line));
-        }
+        guarded([&] { NSLog(@"%@", textFrom(line)); });
     }
 
     PermissionState permission(Permission permission) override {
@@ -34,21 +33,22 @@ class MacSystem final : public System {
     PermissionState requestPermission(Permission permission) override {
         if (isGranted(permission)) return PermissionState::granted;
         asked(permission) = true;
-        if (permission == Permission::accessibility) {
-            NSDictionary* options = @{(__bridge NSString*)kAXTrustedCheckOptionPrompt : @YES};
-            AXIsProcessTrustedWithOptions((__bridge CFDictionaryRef)options);
-        } else if (@available(macOS 11.0, *)) {
-            recordingNeedsRestart_ = CGRequestScreenCaptureAccess();
-        }
+        guarded([&] {
+            if (permission == Permission::accessibility) {
+                NSDictionary* options = @{(__bridge NSString*)kAXTrustedCheckOptionPrompt : @YES};
+                AXIsProcessTrustedWithOptions((__bridge CFDictionaryRef)options);
+            } else if (@available(macOS 11.0, *)) {
+                recordingNeedsRestart_ = CGRequestScreenCaptureAccess();
+            }
+        });
         return this->permission(permission);
     }
 
   private:
-    // Before 11.0 nothing can be asked, and a picture shows what is permitted.
     static bool isGranted(Permission permission) {
-        if (permission == Permission::accessibility) return AXIsProcessTrusted();
-        if (@available(macOS 11.0, *)) return CGPreflightScreenCaptureAccess();
-        return true;
+        return answered(false, [&]() -> bool {
+            return permission == Permission::accessibility ? AXIsProcessTrusted() : isRecordingPermitted();
+        });
     }
 
     std::atomic<bool>& asked(Permission permission) {

@@ -1,12 +1,13 @@
-// Pictures by the window server's image functions. They cannot be named at a deployment target of 15.0 and may be gone
-// one day, so they are looked up when the process runs; where one is missing ScreenCaptureKit takes the picture.
+// The window server's image functions cannot be named at a deployment target of 15.0 and may be gone one day, so they
+// are looked up when the process runs.
 #include "ScreenCapture/platform/macos/window_pictures.h"
 
 #include <dlfcn.h>
 
 #include "ScreenCapture/platform/macos/cf_ref.h"
+#include "ScreenCapture/platform/macos/exceptions.h"
 #include "ScreenCapture/platform/macos/image.h"
-#include "ScreenCapture/platform/macos/screencapturekit.h"
+#include "ScreenCapture/platform/macos/permission.h"
 
 namespace orvo::platform::macos {
 namespace {
@@ -33,17 +34,14 @@ const ImageFunctions& functions() {
     return found;
 }
 
-// The right to record the screen can be asked for since 11.0.
-NoImage reasonForNothing() {
-    if (@available(macOS 11.0, *)) {
-        if (!CGPreflightScreenCaptureAccess()) return NoImage::notPermitted;
-    }
-    return NoImage::failed;
-}
-
-Shot shotOf(CFRef<CGImageRef> picture) {
-    if (!picture) return reasonForNothing();
-    return Ref<Image>(makeCounted<MacImage>(std::move(picture)));
+// What a question for a picture answers; an exception leaves it without one.
+template <typename Question>
+Shot shotOf(Question question) {
+    return answered(Shot(NoImage::failed), [&]() -> Shot {
+        CFRef<CGImageRef> picture = question();
+        if (!picture) return isRecordingPermitted() ? NoImage::failed : NoImage::notPermitted;
+        return Ref<Image>(makeCounted<MacImage>(std::move(picture)));
+    });
 }
 
 // Window numbers as the window server's lists hold them: the number itself in the pointer's place.
@@ -57,28 +55,38 @@ CFRef<CFArrayRef> rawNumbers(const std::vector<uint32_t>& windows) {
 
 }  // namespace
 
-Shot pictureOfWindow(CGWindowID window, CGWindowImageOption options) {
-    if (!functions().windowList) return screencapturekit::pictureOfWindow(window, options);
-    return shotOf(CFRef<CGImageRef>::adopt(
-        functions().windowList(CGRectNull, kCGWindowListOptionIncludingWindow, window, options)));
+MaybeShot imageOfWindow(CGWindowID window, CGWindowImageOption options) {
+    if (!functions().windowList) return std::nullopt;
+    return shotOf([&] {
+        return CFRef<CGImageRef>::adopt(
+            functions().windowList(CGRectNull, kCGWindowListOptionIncludingWindow, window, options));
+    });
 }
 
-Shot pictureOfArea(CGRect area) {
-    if (!functions().windowList) return screencapturekit::pictureOfArea(area);
-    return shotOf(CFRef<CGImageRef>::adopt(functions().windowList(area, kCGWindowListExcludeDesktopElements,
-                                                                  kCGNullWindowID, kCGWindowImageBoundsIgnoreFraming)));
+MaybeShot imageOfArea(CGRect area) {
+    if (!functions().windowList) return std::nullopt;
+    return shotOf([&] {
+        return CFRef<CGImageRef>::adopt(functions().windowList(area, kCGWindowListExcludeDesktopElements,
+                                                               kCGNullWindowID, kCGWindowImageBoundsIgnoreFraming));
+    });
 }
 
-Shot pictureOfWindows(CGRect bounds, const std::vector<uint32_t>& windows) {
-    if (!functions().windowArray) return screencapturekit::pictureOfWindows(bounds, windows);
-    const CFRef<CFArrayRef> numbers = rawNumbers(windows);
-    if (!numbers) return NoImage::failed;
-    return shotOf(CFRef<CGImageRef>::adopt(functions().windowArray(bounds, numbers.get(), kCGWindowImageDefault)));
+MaybeShot imageOfWindows(CGRect bounds, const std::vector<uint32_t>& windows) {
+    if (!functions().windowArray) return std::nullopt;
+    return shotOf([&] {
+        const CFRef<CFArrayRef> numbers = rawNumbers(windows);
+        if (!numbers) return CFRef<CGImageRef>();
+        return CFRef<CGImageRef>::adopt(functions().windowArray(bounds, numbers.get(), kCGWindowImageDefault));
+    });
 }
 
-Shot pictureOfDisplay(CGDirectDisplayID display) {
-    if (!functions().display) return screencapturekit::pictureOfDisplay(display);
-    return shotOf(CFRef<CGImageRef>::adopt(functions().display(display)));
+MaybeShot imageOfDisplay(CGDirectDisplayID display) {
+    if (!functions().display) return std::nullopt;
+    return shotOf([&] { return CFRef<CGImageRef>::adopt(functions().display(display)); });
+}
+
+bool isFinal(const MaybeShot& shot) {
+    return shot && (shot->image || shot->why == NoImage::notPermitted);
 }
 
 }  // namespace orvo::platform::macos

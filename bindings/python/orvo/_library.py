@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import ctypes
 import os
+import sys
 import threading
 from contextlib import contextmanager
 from ctypes import POINTER, c_bool, c_char_p, c_int, c_uint, c_ulonglong, c_void_p
@@ -10,10 +11,11 @@ from functools import lru_cache
 from pathlib import Path
 from typing import Any, Iterator
 
+from . import _darwin
 from . import _records as records
 from .errors import LibraryNotFound
 
-NAME = "libOrvoScreenCaptureOSX.so.2"
+NAME = "libOrvoScreenCaptureOSX.dylib" if sys.platform == "darwin" else "libOrvoScreenCaptureOSX.so.2"
 
 #: the export with C++ linkage
 WINDOW_MOVED = "_Z51orvo_screencapture_reg_captured_window_moved_notifyPFvjiiiiPvES_"
@@ -62,6 +64,9 @@ _FUNCTIONS: dict[str, tuple[Any, ...]] = {
     "orvo_screencapture_request_permission": (c_int, c_int),
     "orvo_screencapture_get_window_owner": (c_bool, c_uint, POINTER(records.OrvoScreenCaptureWindowOwner)),
     "orvo_screencapture_get_statistics": (c_bool, POINTER(records.OrvoScreenCaptureStatistics)),
+}
+
+_LINUX_FUNCTIONS: dict[str, tuple[Any, ...]] = {
     "orvo_screencapture_run_main_queue": (c_int, c_int),
     "orvo_pixelbuffer_retain": (c_void_p, c_void_p),
     "orvo_pixelbuffer_release": (None, c_void_p),
@@ -88,10 +93,13 @@ def library() -> ctypes.CDLL:
     for place in _places():
         try:
             loaded = ctypes.CDLL(place)
-            for name, (result, *arguments) in _FUNCTIONS.items():
+            is_darwin = sys.platform == "darwin"
+            for name, (result, *arguments) in (_FUNCTIONS if is_darwin else _FUNCTIONS | _LINUX_FUNCTIONS).items():
                 function = getattr(loaded, name)
                 function.restype = result
                 function.argtypes = arguments
+            if is_darwin:
+                _darwin.add_to(loaded)
             return loaded
         except (OSError, AttributeError) as fault:
             faults.append(str(fault))

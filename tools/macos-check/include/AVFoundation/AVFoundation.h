@@ -8,6 +8,7 @@
 typedef NSString* AVCaptureSessionPreset;
 CHECK_C AVCaptureSessionPreset const AVCaptureSessionPresetHigh;
 CHECK_C NSNotificationName const AVCaptureSessionRuntimeErrorNotification;
+CHECK_C NSNotificationName const AVCaptureSessionDidStopRunningNotification;
 CHECK_C NSNotificationName const AVCaptureSessionWasInterruptedNotification CHECK_SINCE(10.14);
 CHECK_C NSString* const AVCaptureSessionErrorKey;
 

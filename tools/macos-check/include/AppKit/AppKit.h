@@ -4,13 +4,9 @@
 #include <CoreGraphics/CoreGraphics.h>
 #include <Foundation/Foundation.h>
 
-typedef NSString* NSDeviceDescriptionKey;
 @interface NSScreen : NSObject
-@property(class, readonly, copy) NSArray<NSScreen*>* screens;
 @property(class, readonly, strong) NSScreen* mainScreen;
-@property(readonly) NSRect frame;
 @property(readonly) CGFloat backingScaleFactor;
-@property(readonly, copy) NSDictionary<NSDeviceDescriptionKey, id>* deviceDescription;
 @end
 
 @interface NSEvent : NSObject
@@ -50,6 +46,7 @@ typedef enum NSCompositingOperation : NSUInteger {
 @interface NSImage : NSObject <NSCopying>
 - (instancetype)initWithSize:(NSSize)size;
 - (instancetype)initWithCGImage:(CGImageRef)image size:(NSSize)size;
+- (id)copy;
 @property NSSize size;
 @property(getter=isValid, readonly) BOOL valid;
 @property(readonly, copy) NSArray<NSImageRep*>* representations;
@@ -92,6 +89,9 @@ enum : NSApplicationActivationOptions {
 @property(readonly, getter=isActive) BOOL active;
 @property(readonly, getter=isHidden) BOOL hidden;
 @property(readonly, getter=isTerminated) BOOL terminated;
++ (NSRunningApplication*)currentApplication;
+- (BOOL)activateFromApplication:(NSRunningApplication*)application
+                        options:(NSApplicationActivationOptions)options CHECK_SINCE(14.0);
 - (BOOL)activateWithOptions:(NSApplicationActivationOptions)options;
 - (BOOL)hide;
 - (BOOL)unhide;

@@ -3,7 +3,11 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
-typedef enum AXError : int32_t { kAXErrorSuccess = 0, kAXErrorIllegalArgument = -25201 } AXError;
+typedef enum AXError : int32_t {
+    kAXErrorSuccess = 0,
+    kAXErrorIllegalArgument = -25201,
+    kAXErrorCannotComplete = -25204,
+} AXError;
 typedef enum AXValueType : uint32_t { kAXValueTypeCGPoint = 1, kAXValueTypeCGSize = 2 } AXValueType;
 
 typedef const struct __AXUIElement* AXUIElementRef;
@@ -24,6 +28,7 @@ CHECK_C AXError AXUIElementCopyAttributeValue(AXUIElementRef element, CFStringRe
 CHECK_C AXError AXUIElementCopyAttributeValues(AXUIElementRef element, CFStringRef attribute, CFIndex index,
                                                CFIndex maxValues, CFArrayRef* CHECK_RETURNS_RETAINED values);
 CHECK_C AXError AXUIElementSetAttributeValue(AXUIElementRef element, CFStringRef attribute, CFTypeRef value);
+CHECK_C AXError AXUIElementSetMessagingTimeout(AXUIElementRef element, float seconds);
 CHECK_C AXError AXUIElementGetPid(AXUIElementRef element, pid_t* pid);
 
 CHECK_C CFTypeID AXValueGetTypeID(void);

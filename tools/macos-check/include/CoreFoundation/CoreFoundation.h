@@ -24,6 +24,7 @@ typedef const struct __CFBoolean* CFBooleanRef;
 typedef const struct __CFData* CFDataRef;
 typedef struct __CFData* CFMutableDataRef;
 typedef const struct __CFDictionary* CFDictionaryRef;
+typedef const struct __CFNumber* CFNumberRef;
 typedef const struct __CFString* CFStringRef;
 typedef struct __CFRunLoop* CFRunLoopRef;
 typedef struct __CFRunLoopSource* CFRunLoopSourceRef;
@@ -55,6 +56,12 @@ CHECK_C CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, 
                                  const CFArrayCallBacks* callbacks);
 CHECK_C CFIndex CFArrayGetCount(CFArrayRef array);
 CHECK_C const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index);
+
+typedef CFIndex CFNumberType;
+enum : CFNumberType { kCFNumberDoubleType = 13 };
+CHECK_C CFTypeID CFDictionaryGetTypeID(void);
+CHECK_C CFTypeID CFNumberGetTypeID(void);
+CHECK_C CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType type, const void* value);
 
 CHECK_C CFTypeID CFBooleanGetTypeID(void);
 CHECK_C Boolean CFBooleanGetValue(CFBooleanRef boolean);

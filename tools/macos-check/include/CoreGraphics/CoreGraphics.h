@@ -39,6 +39,8 @@ static inline CGRect CGRectMake(CGFloat x, CGFloat y, CGFloat width, CGFloat hei
 
 // Displays and the permission.
 typedef uint32_t CGDirectDisplayID;
+typedef enum CGError : int32_t { kCGErrorSuccess = 0 } CGError;
+CHECK_C CGError CGGetActiveDisplayList(uint32_t max, CGDirectDisplayID* displays, uint32_t* count);
 CHECK_C CGDirectDisplayID CGMainDisplayID(void);
 CHECK_C CGRect CGDisplayBounds(CGDirectDisplayID display);
 CHECK_C size_t CGDisplayPixelsHigh(CGDirectDisplayID display);
@@ -101,6 +103,7 @@ typedef enum CGImageAlphaInfo : uint32_t {
     kCGImageAlphaOnly = 7,
 } CGImageAlphaInfo;
 typedef uint32_t CGBitmapInfo;
+enum : CGBitmapInfo { kCGBitmapByteOrder32Little = 0x2000 };
 typedef enum CGColorRenderingIntent : int32_t { kCGRenderingIntentDefault = 0 } CGColorRenderingIntent;
 
 CHECK_C CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerComponent, size_t bitsPerPixel,
@@ -119,7 +122,12 @@ CHECK_C CGBitmapInfo CGImageGetBitmapInfo(CGImageRef image);
 CHECK_C CGDataProviderRef CGImageGetDataProvider(CGImageRef image);
 CHECK_C CFDataRef CGDataProviderCopyData(CGDataProviderRef provider);
 CHECK_C CGDataProviderRef CGDataProviderCreateWithCFData(CFDataRef data);
+typedef void (*CGDataProviderReleaseDataCallback)(void* context, const void* data, size_t size);
+CHECK_C CGDataProviderRef CGDataProviderCreateWithData(void* context, const void* data, size_t size,
+                                                       CGDataProviderReleaseDataCallback release);
 CHECK_C CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void);
+CHECK_C const CFStringRef kCGColorSpaceSRGB;
+CHECK_C CGColorSpaceRef CGColorSpaceCreateWithName(CFStringRef name);
 CHECK_C CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent,
                                            size_t bytesPerRow, CGColorSpaceRef space, CGBitmapInfo info);
 CHECK_C CGImageRef CGBitmapContextCreateImage(CGContextRef context);

@@ -17,6 +17,7 @@ typedef struct opaqueCMSampleBuffer* CMSampleBufferRef;
 
 CHECK_C CMTime CMTimeMake(int64_t value, int32_t timescale);
 CHECK_C CMTime CMSampleBufferGetPresentationTimeStamp(CMSampleBufferRef sample);
+CHECK_C CFArrayRef CMSampleBufferGetSampleAttachmentsArray(CMSampleBufferRef sample, Boolean create);
 CHECK_C CVImageBufferRef CMSampleBufferGetImageBuffer(CMSampleBufferRef sample);
 
 #pragma clang arc_cf_code_audited end

@@ -82,6 +82,7 @@ typedef NSString* NSNotificationName;
 @interface NSNotification : NSObject
 + (instancetype)notificationWithName:(NSNotificationName)name object:(id)object userInfo:(NSDictionary*)information;
 @property(readonly, copy) NSNotificationName name;
+@property(readonly, strong) id object;
 @property(readonly, copy) NSDictionary* userInfo;
 @end
 

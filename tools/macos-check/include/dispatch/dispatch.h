@@ -43,6 +43,7 @@ CHECK_C void dispatch_source_set_timer(dispatch_source_t source, dispatch_time_t
 CHECK_C void dispatch_source_set_event_handler(dispatch_source_t source, dispatch_block_t handler);
 CHECK_C void dispatch_source_cancel(dispatch_source_t source);
 CHECK_C void dispatch_resume(dispatch_object_t object);
+CHECK_C void dispatch_after(dispatch_time_t when, dispatch_queue_t queue, dispatch_block_t block);
 CHECK_C dispatch_time_t dispatch_time(dispatch_time_t when, int64_t nanoseconds);
 CHECK_C CHECK_OBJECT_RETAINED dispatch_semaphore_t dispatch_semaphore_create(intptr_t value);
 CHECK_C intptr_t dispatch_semaphore_wait(dispatch_semaphore_t semaphore, dispatch_time_t timeout);

@@ -21,7 +21,9 @@ typedef unsigned long NSUInteger;
 @end
 
 __attribute__((objc_root_class))
-@interface NSObject<NSObject>
+@interface NSObject<NSObject> {
+    Class isa;
+}
 + (instancetype)alloc;
 - (instancetype)init;
 @end
