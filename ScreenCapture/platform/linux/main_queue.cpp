@@ -26,6 +26,13 @@ int64_t now() {
     return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
+// Jobs wait in a list of our own. One source, which stays attached to the default main context, is ready while the list
+// is not empty and runs all of it in one dispatch; posting a job adds it to the list and wakes the context. A source
+// for each job would be made and destroyed with every frame. The context runs in whichever loop the host has (GTK, Qt,
+// plain GLib), or in run(), which iterates it like such a loop.
+//
+// Nothing is attached before GLib is loaded, which the first job does. Where it cannot be loaded jobs gather up to a
+// limit, since a later call may find the descriptors that loading needs.
 class MainQueue {
   public:
     static MainQueue& instance() {

@@ -65,6 +65,10 @@ class QueueState {
         wake_.notify_one();
     }
 
+    // The thread's loop. In each round it does the first of these that there is: forget a cancelled timer, run the jobs
+    // that wait, run the tick that is due, end, wait. Jobs come before ticks, so that a timer whose tick takes longer
+    // than its interval cannot keep them waiting; cancelled timers come first, so that none of them ticks. Jobs, ticks
+    // and what they hold run and die without the lock: they may post, cancel or release this very queue.
     void run() {
         std::unique_lock lock(mutex_);
         while (true) {

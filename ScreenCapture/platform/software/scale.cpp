@@ -108,7 +108,11 @@ void blendRows(const Pixels& source, int top, const Taps& rows, const Taps::Span
     if (sum != out) std::memcpy(out, sum, static_cast<size_t>(source.width) * 4);
 }
 
-// Two neighbouring pixels at a time, a channel in each lane: 255 times the full weight still fits.
+// Columns are blended by vectors of eight 16-bit lanes: two neighbouring pixels of four channels, one channel in each
+// lane. The taps of a target pixel are taken in pairs, the lower four lanes multiplied by the first weight and the
+// upper four by the second; the weights of a pixel sum up to 256, so that 255 times all of them fits into 16 bits. At
+// the end the lower half of the sum is added to the upper, for two target pixels at once, and (sum + 128) >> 8 is the
+// rounded mean. GCC and clang turn these types into the processor's instructions, on x86-64 and on ARM.
 typedef uint8_t Bytes __attribute__((vector_size(16)));
 typedef uint8_t EightBytes __attribute__((vector_size(8)));
 typedef uint64_t Quads __attribute__((vector_size(16)));
