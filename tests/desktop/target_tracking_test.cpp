@@ -100,6 +100,11 @@ TEST_F(TargetTracking, ChecksAllWhileTheDesktopHasNoVersion) {
     const size_t before = desk.gate.calls("copyElements");
     perform("check 7");
     EXPECT_EQ(desk.gate.calls("copyElements"), before);
+    // The version of before comes back; what was seen meanwhile has to be corrected.
+    desk.window(7)->answers["AXPosition"] = {0, platform::Point{50, 60}, 1};
+    follow("check 7 -> normal, moved 7 50,60 300x200, status 8 7 50,60,350,260, status 0 7 50,60,350,260");
+    desk.window(7)->answers.clear();
+    follow("check 7 -> normal, moved 7 10,20 300x200, status 8 7 10,20,310,220, status 0 7 10,20,310,220");
 }
 
 TEST_F(TargetTracking, PostsOnlyWhatSomebodyListensToAndNothingAfterTheEnd) {

@@ -75,7 +75,6 @@ MUTANTS = [
     (C + "OrvoCaptureSession_delivery.cpp", "std::abs(now - reportedAt) >= kReportInterval &&", ""),
     (C + "OrvoCaptureSession_delivery.cpp", "static_cast<double>(bytesPerRow) * size.height", "static_cast<double>(bytesPerRow) * buffer.height()"),
     (C + "OrvoCaptureSettings.cpp", "    if (m_isShut) return false;\n", ""),
-    (C + "OrvoCaptureSettings.cpp", "    if (tCallDepth > 0) return;\n", ""),
     (C + "capture_statistics.cpp", "interval_ * 1.5", "interval_ * 2.5"),
     (C + "capture_statistics.cpp", "std::min(ticks, last.dropsSince)", "0"),
     (C + "capture_statistics.cpp", "    lastFrames_.clear();\n", ""),
@@ -128,7 +127,6 @@ MUTANTS = [
     (S + "frame.cpp", "for (size_t i = painted_.size(); i-- > 0;)", "for (size_t i = 0; i < painted_.size(); i++)"),
     (S + "region.cpp", "{rect.x, hole.y, hole.x - rect.x, hole.height}", "{rect.x, hole.y, hole.x - rect.x, 0}"),
     (S + "region.cpp", "    subtract(area);\n    rects_", "    rects_"),
-    (S + "queues.cpp", "if (!timer->cancelled) runJob(timer->tick);", "runJob(timer->tick);"),
     (S + "queues.cpp", "dead->tick = nullptr;", ""),
 ]
 

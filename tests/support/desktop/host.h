@@ -50,6 +50,22 @@ void waitForLogThread();
 
 // A desk with one display, number 1, of 1920x1080 points at scale 1, and nothing initialised. Ends uninitialised.
 class DesktopTest : public ::testing::Test {
+  public:
+    // Reads what follows a word.
+    struct Arguments {
+        template <typename Number = int>
+        Number number() {
+            double value = 0;
+            text >> value;
+            return platform::truncated<Number>(value);
+        }
+        platform::Rect rect();
+        std::vector<unsigned int> numbers();  // all that follow
+        std::string rest();
+        std::istringstream text;
+    };
+    using Word = std::function<void(Arguments&)>;
+
   protected:
     DesktopTest();
     void SetUp() override;
@@ -70,20 +86,6 @@ class DesktopTest : public ::testing::Test {
     // The words of one step, separated by commas.
     void perform(const std::string& step);
 
-    // Reads a word's numbers.
-    struct Arguments {
-        template <typename Number = int>
-        Number number() {
-            double value = 0;
-            text >> value;
-            return platform::truncated<Number>(value);
-        }
-        platform::Rect rect();
-        std::vector<unsigned int> numbers();  // all that follow
-        std::string rest();
-        std::istringstream text;
-    };
-    using Word = std::function<void(Arguments&)>;
     std::map<std::string, Word> vocabulary;
 
     Desktop& desk = desktop();

@@ -1,4 +1,6 @@
 // The words of stories: what a host does, which queue runs, what happens on the desktop.
+#include <tuple>
+
 #include "support/desktop/host.h"
 
 namespace orvo::test {
@@ -13,6 +15,19 @@ std::string joined(const Lines& parts) {
 std::string trimmed(const std::string& text) {
     const size_t first = text.find_first_not_of(' ');
     return first == text.npos ? "" : text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+// A word for an export that takes numbers. One that refuses is recorded.
+template <typename Result, typename... Numbers>
+DesktopTest::Word call(Result (*function)(Numbers...)) {
+    return [function](DesktopTest::Arguments& a) {
+        const std::tuple<Numbers...> numbers{a.number<Numbers>()...};
+        if constexpr (std::is_same_v<Result, bool>) {
+            if (!std::apply(function, numbers)) desktop().gate.record(kHost, "refused");
+        } else {
+            std::apply(function, numbers);
+        }
+    };
 }
 
 }  // namespace
@@ -61,12 +76,7 @@ void DesktopTest::follow(const std::string& story) {
 }
 
 void DesktopTest::learnTheHostsWords() {
-    // A setter that may refuse says so.
-    const auto setter = [this](auto set) {
-        return [this, set](Arguments& a) {
-            if (!set(a)) desk.gate.record(kHost, "refused");
-        };
-    };
+    // Windows in a list, added to or taken from those that were.
     const auto list = [](auto set, bool add) {
         return [set, add](Arguments& a) {
             auto numbers = a.numbers();
@@ -75,33 +85,23 @@ void DesktopTest::learnTheHostsWords() {
     };
     vocabulary = {
         {"init", [this](Arguments&) { init(); }},
-        {"uninit", [](Arguments&) { orvo_screencapture_uninit(); }},
-        {"start", [](Arguments&) { orvo_screencapture_start_capture(); }},
-        {"stop", [](Arguments&) { orvo_screencapture_stop_capture(); }},
+        {"uninit", call(orvo_screencapture_uninit)},
+        {"start", call(orvo_screencapture_start_capture)},
+        {"stop", call(orvo_screencapture_stop_capture)},
         {"capturing?",
          [this](Arguments&) { desk.gate.record(kHost, orvo_screencapture_is_capturing() ? "yes" : "no"); }},
-        {"fps", [](Arguments& a) { orvo_screencapture_set_fps(a.number()); }},
-        {"cursor", [](Arguments& a) { orvo_screencapture_set_cursor_visible(a.number()); }},
-        {"format", [](Arguments& a) { orvo_screencapture_set_capture_video_pixel_format(a.number()); }},
-        {"offset", [](Arguments& a) { orvo_screencapture_set_timestamp_offset(a.number<uint64_t>()); }},
-        {"size",
-         [](Arguments& a) {
-             const int width = a.number();
-             orvo_screencapture_set_resolution(width, a.number());
-         }},
-        {"fit", [](Arguments& a) { orvo_screencapture_set_resolution_mode(a.number()); }},
+        {"fps", call(orvo_screencapture_set_fps)},
+        {"cursor", call(orvo_screencapture_set_cursor_visible)},
+        {"format", call(orvo_screencapture_set_capture_video_pixel_format)},
+        {"offset", call(orvo_screencapture_set_timestamp_offset)},
+        {"size", call(orvo_screencapture_set_resolution)},
+        {"fit", call(orvo_screencapture_set_resolution_mode)},
+        // Its answer is false in every case.
         {"screen", [](Arguments& a) { orvo_screencapture_set_target_screen(a.number<uint32_t>()); }},
-        {"rect", setter([](Arguments& a) {
-             const auto display = a.number<uint32_t>();
-             const int left = a.number(), top = a.number(), width = a.number();
-             return orvo_screencapture_set_target_rect(display, left, top, width, a.number());
-         })},
-        {"window", setter([](Arguments& a) { return orvo_screencapture_set_target_window(a.number<uint32_t>()); })},
-        {"mode", setter([](Arguments& a) { return orvo_screencapture_set_target_window_mode(a.number()); })},
-        {"crop", setter([](Arguments& a) {
-             const int left = a.number(), top = a.number(), width = a.number();
-             return orvo_screencapture_set_target_window_rect(left, top, width, a.number());
-         })},
+        {"rect", call(orvo_screencapture_set_target_rect)},
+        {"window", call(orvo_screencapture_set_target_window)},
+        {"mode", call(orvo_screencapture_set_target_window_mode)},
+        {"crop", call(orvo_screencapture_set_target_window_rect)},
         {"extra", list(orvo_screencapture_set_extra_target_windows, true)},
         {"no-extra", list(orvo_screencapture_set_extra_target_windows, false)},
         {"exclude", list(orvo_screencapture_set_excluded_windows, true)},
