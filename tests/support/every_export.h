@@ -122,8 +122,10 @@ inline const ExportCall everyExport[] = {
     ORVO_EXPORT(orvo_screencapture_stop_capture),
     ORVO_EXPORT(orvo_screencapture_uninit),
     ORVO_EXPORT(orvo_screencapture_init),
-    {"orvo_screencapture_set_log_level orvo_screencapture_change_log_level",
+    {"orvo_screencapture_set_log_level orvo_screencapture_change_log_level orvo_screencapture_get_changed_rects",
      [](const With&) {
+         OrvoScreenCaptureRect rect;
+         orvo_screencapture_get_changed_rects(&rect, 1);
          orvo_screencapture_set_log_level(-1, "/dev/null");
          orvo_screencapture_change_log_level(-1);
      }},
