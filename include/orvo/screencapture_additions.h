@@ -25,9 +25,9 @@ extern "C" {
 /**
  * Returns the version of the library.
  * @return for example "2.9.193"
- * @threads any
- * @memory the result is valid as long as the process runs
  * @errors none
+ * @memory the result is valid as long as the process runs
+ * @threads any
  */
 ORVO_API const char* orvo_screencapture_version(void);
 
@@ -53,9 +53,9 @@ enum {
  * Returns the state of a permission, without showing anything to the user. Works before orvo_screencapture_init.
  * @param permission one of ORVO_PERMISSION_SCREEN_RECORDING, ORVO_PERMISSION_ACCESSIBILITY
  * @return the current state
- * @threads any
- * @memory none
  * @errors ORVO_PERMISSION_DENIED for an unknown permission
+ * @memory none
+ * @threads any
  */
 ORVO_API OrvoScreenCapturePermissionState orvo_screencapture_get_permission(OrvoScreenCapturePermission permission);
 
@@ -64,9 +64,9 @@ ORVO_API OrvoScreenCapturePermissionState orvo_screencapture_get_permission(Orvo
  * returns the state later. Works before orvo_screencapture_init.
  * @param permission one of ORVO_PERMISSION_SCREEN_RECORDING, ORVO_PERMISSION_ACCESSIBILITY
  * @return the state right after the request
- * @threads any
- * @memory none
  * @errors ORVO_PERMISSION_DENIED for an unknown permission
+ * @memory none
+ * @threads any
  */
 ORVO_API OrvoScreenCapturePermissionState orvo_screencapture_request_permission(OrvoScreenCapturePermission permission);
 
@@ -86,22 +86,22 @@ ORVO_RECORD_SIZE(OrvoScreenCaptureWindowOwner, 264);
  * Returns the owner of a window. Works before orvo_screencapture_init.
  * @param windowID the window
  * @param owner structSize is set; receives the owner, zeros when there is none
- * @return whether a window of that number is on screen; a display has no owner
- * @threads any; asks the system
- * @memory none
+ * @return true if the window is on screen; a display has no owner
  * @errors false for NULL; false and nothing written for a structSize that no version of the record has
+ * @memory none
+ * @threads any; waits for the system
  */
 ORVO_API bool orvo_screencapture_get_window_owner(unsigned int windowID, OrvoScreenCaptureWindowOwner* owner);
 
 /** Statistics since orvo_screencapture_init. */
 typedef struct OrvoScreenCaptureStatistics {
     uint32_t structSize;             /**< bytes; set by the host */
-    uint32_t longestGapMilliseconds; /**< between two frames of one target while the capture ran */
-    uint64_t framesDelivered;        /**< frames that a frame callback was called with */
-    uint64_t ticksMerged;            /**< ticks that never came because one before took too long */
+    uint32_t longestGapMilliseconds; /**< the longest time between two frames of a target */
+    uint64_t framesDelivered;        /**< frames that were passed to a frame callback */
+    uint64_t ticksMerged;            /**< ticks skipped because an earlier one took too long */
     uint64_t framesDropped;          /**< ticks that came and reached no frame callback; lastErrorReason says why */
     int32_t lastErrorCode;           /**< the last ORVO_CAPTURE_ERROR_* that was reported; 0: none */
-    char lastErrorReason[124];       /**< why no frame came or there was an error; UTF-8, zero-terminated */
+    char lastErrorReason[124];       /**< why there was no frame, or an error; UTF-8, zero-terminated */
 } OrvoScreenCaptureStatistics;
 ORVO_RECORD_SIZE(OrvoScreenCaptureStatistics, 160);
 /** The initialiser of an OrvoScreenCaptureStatistics. */
@@ -112,12 +112,12 @@ ORVO_RECORD_SIZE(OrvoScreenCaptureStatistics, 160);
 /**
  * Returns capture statistics.
  * @param statistics structSize is set; receives the figures, zeros before orvo_screencapture_init
- * @return whether there are figures
- * @threads any
- * @memory none
+ * @return true if there are figures
  * @errors false for NULL, before orvo_screencapture_init and after orvo_screencapture_uninit; after an
  *         orvo_screencapture_init that failed, true with the reason; false and nothing written for a structSize that
  *         no version of the record has
+ * @memory none
+ * @threads any
  */
 ORVO_API bool orvo_screencapture_get_statistics(OrvoScreenCaptureStatistics* statistics);
 
@@ -137,9 +137,9 @@ ORVO_API int orvo_screencapture_get_changed_rects(OrvoScreenCaptureRect* rects, 
 /**
  * Sets the level of the log and keeps its files. Works before orvo_screencapture_init.
  * @param level 0 import, 1 error, 2 warn, 3 notice, 4 debug (the default); lines above it are dropped
- * @threads any
- * @memory none
  * @errors none
+ * @memory none
+ * @threads any
  */
 ORVO_API void orvo_screencapture_change_log_level(int level);
 
