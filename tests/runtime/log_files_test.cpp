@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -160,6 +161,17 @@ TEST_F(LogFile, FallsBackToTheFirstFile) {
     for (int i = 0; i < 3; ++i) files_.write("cc", true);
     struct stat status {};
     EXPECT_TRUE(lstat(path(2).c_str(), &status) == 0 && S_ISREG(status.st_mode)) << "a link is replaced, not followed";
+}
+
+TEST_F(LogFile, AForkedChildLeavesWhatWaitsToItsParent) {
+    open_files(1000);
+    for (int n = 0; n < 2; ++n) files_.write("x", false);
+    const pid_t child = fork();
+    if (child == 0) exit(0);
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ(read_file(path(0)), "x\n");
+    files_.close();
+    EXPECT_EQ(read_file(path(0)), "x\nx\n");
 }
 
 TEST_F(LogFile, SurvivesARemovedFolderAndComesBack) {
