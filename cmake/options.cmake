@@ -16,10 +16,9 @@ target_compile_options(orvo_flags INTERFACE
     $<$<COMPILE_LANGUAGE:CXX,OBJCXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi>
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 # Lines are enough for a stack; types and variables take a third of the time to compile.
-target_compile_options(orvo_flags INTERFACE
-    $<$<OR:$<BOOL:${ORVO_SANITIZE}>,$<AND:$<BOOL:${ORVO_TOP_LEVEL}>,$<CONFIG:RelWithDebInfo>>>:-g1>)
+target_compile_options(orvo_flags INTERFACE $<$<AND:$<BOOL:${ORVO_TOP_LEVEL}>,$<CONFIG:RelWithDebInfo>>:-g1>)
 if(ORVO_SANITIZE)
-    target_compile_options(orvo_flags INTERFACE -fsanitize=${ORVO_SANITIZE} -fno-sanitize-recover=all)
+    target_compile_options(orvo_flags INTERFACE -g1 -fsanitize=${ORVO_SANITIZE} -fno-sanitize-recover=all)
     target_link_options(orvo_flags INTERFACE -fsanitize=${ORVO_SANITIZE})
 endif()
 
