@@ -59,12 +59,12 @@ OrvoThumbnailWindowInfo* OrvoScreenCaptureImpl::EnumWindowList(int& count, bool 
     const size_t room = std::max<size_t>(records.size(), 1);
     std::unique_ptr<OrvoThumbnailWindowInfo[], decltype(freeAll)> list(new OrvoThumbnailWindowInfo[room](), freeAll);
     const double begin = platform().clock().absoluteSeconds();
-    const auto expected = skipImages ? nullptr : platform().windowServer().expectPictures(windowNumbers(records));
+    const auto pictures = skipImages ? nullptr : platform().windowServer().pictures(windowNumbers(records));
     for (size_t i = 0; i < records.size(); ++i) {
         const OrvoWindow& record = *records[i];
         OrvoThumbnailWindowInfo& item = list[i];
         orvo::thumbnail::fillWindowInfo(item, record);
-        if (!skipImages) item.imageThumbnail = manager->imageForAppname(record.appName, &record).release();
+        if (pictures) item.imageThumbnail = manager->imageForAppname(record.appName, &record, pictures.get()).release();
         item.iconThumbnail = manager->iconForAppname(record.appName).release();
         COMPONENT_LOG("Impl", "find out window %u, title: %s", item.windowID, item.title);
     }

@@ -48,6 +48,15 @@ class Grabber {
     virtual Shot display() = 0;
 };
 
+// The pictures of a list of windows, as WindowServer::windowPicture() would take them. From any thread.
+class PictureBatch {
+  public:
+    virtual ~PictureBatch() = default;
+    // At its time or before, but not before the batch was made. Of any window; fastest in the order of the list, once
+    // each.
+    virtual Shot take(uint32_t window) = 0;
+};
+
 // Callable from any thread.
 class WindowServer {
   public:
@@ -73,11 +82,22 @@ class WindowServer {
     // which may be reduced in proportion to no less than the width in pixels.
     virtual Shot windowPicture(uint32_t window) = 0;
     virtual Shot displayPicture(uint32_t display, int width) = 0;
-    // Pictures of these windows will be asked for while the answer is held: what takes time is done for all of them at
-    // once. May wait, and may answer null.
-    virtual std::shared_ptr<void> expectPictures(const std::vector<uint32_t>& /*windows*/) { return nullptr; }
+    // For pictures of many windows: what takes time is done for all of them at once. May wait.
+    virtual std::unique_ptr<PictureBatch> pictures(const std::vector<uint32_t>& windows);
 
     virtual std::unique_ptr<Grabber> grabber(uint32_t target, bool isScreen) = 0;
 };
+
+inline std::unique_ptr<PictureBatch> WindowServer::pictures(const std::vector<uint32_t>&) {
+    class OneByOne final : public PictureBatch {
+      public:
+        explicit OneByOne(WindowServer& server) : server_(server) {}
+        Shot take(uint32_t window) override { return server_.windowPicture(window); }
+
+      private:
+        WindowServer& server_;
+    };
+    return std::make_unique<OneByOne>(*this);
+}
 
 }  // namespace orvo::platform

@@ -76,7 +76,8 @@ class OrvoWindowManager : public std::enable_shared_from_this<OrvoWindowManager>
     // ---- Pictures ----
 
     // 400 pixels wide, in proportion; null when there is none. The name is not used.
-    orvo::thumbnail::BitmapItemPtr imageForAppname(const std::string& appName, const OrvoWindow* item);
+    orvo::thumbnail::BitmapItemPtr imageForAppname(const std::string& appName, const OrvoWindow* item,
+                                                   orvo::platform::PictureBatch* pictures = nullptr);
     // 100 pixels wide and 100 * width / height high, which is not in proportion; that is intended.
     orvo::thumbnail::BitmapItemPtr iconForAppname(const std::string& appName);
     static std::optional<orvo::platform::Picture> appIconForAppName(const std::string& appName);

@@ -32,11 +32,13 @@ BitmapItemPtr scaledItem(const Picture& picture, Size size) {
 
 }  // namespace
 
-BitmapItemPtr OrvoWindowManager::imageForAppname(const std::string& /*appName*/, const OrvoWindow* item) {
+BitmapItemPtr OrvoWindowManager::imageForAppname(const std::string& /*appName*/, const OrvoWindow* item,
+                                                 orvo::platform::PictureBatch* pictures) {
     if (!item) return nullptr;
     auto& server = platform().windowServer();
-    const Shot shot =
-        item->isScreen ? server.displayPicture(item->windowID, kPictureWidth) : server.windowPicture(item->windowID);
+    const Shot shot = item->isScreen ? server.displayPicture(item->windowID, kPictureWidth)
+                      : pictures     ? pictures->take(item->windowID)
+                                     : server.windowPicture(item->windowID);
     if (!shot.image) {
         platform().system().console(std::string("-[OrvoWindowManager imageForAppname:item:] ") +
                                     (item->isScreen ? "screen" : "window") + " image is nil windowtitle " +

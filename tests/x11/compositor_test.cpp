@@ -5,9 +5,9 @@
 #include <random>
 
 #include "ScreenCapture/platform/platform.h"
-#include "ScreenCapture/platform/x11/capture_run.h"
 #include "ScreenCapture/platform/x11/compositor.h"
-#include "ScreenCapture/platform/x11/display_picture.h"
+#include "ScreenCapture/platform/x11/display_source.h"
+#include "ScreenCapture/platform/x11/picker_pictures.h"
 #include "support/x11/x_server.h"
 
 namespace orvo::testing {
@@ -18,21 +18,29 @@ using platform::NoImage;
 using platform::PixelRect;
 using platform::Ref;
 using platform::software::Frame;
-using platform::x11::CaptureRun;
-using platform::x11::Connection;
+using platform::x11::desktopServer;
+using platform::x11::openDisplaySource;
+using platform::x11::Server;
 
 // Pictures of the screen, by who knows all that was drawn before they are asked for.
 struct Grabbing {
-    explicit Grabbing(const PixelRect& place) : area(place), x(Connection::open()), windows(*x), compositor(windows) {}
+    explicit Grabbing(const PixelRect& place) : area(place) {
+        compositor = std::make_unique<platform::x11::Compositor>(desktopServer(), desktopServer().use());
+    }
+    ~Grabbing() {
+        const Server::Use x = desktopServer().use();
+        compositor = nullptr;
+    }
     Ref<Frame> take() {
+        Server::Use x = desktopServer().use();
         // The server paints redirected windows into the root when it has nothing else to do: between the two.
         x->sync();
         x->sync();
-        windows.readEvents();
-        compositor.update(area, {platform::x11::layerOfRoot(*x)}, {});
-        compositor.begin();
+        x.readEvents();
+        compositor->update(x, area, {platform::x11::layerOfRoot(*x)}, {});
+        compositor->begin();
         NoImage why = NoImage::none;
-        return compositor.finishFrame(why);
+        return compositor->finishFrame(x, why);
     }
     // How many pixels differ from those of the frame before beyond what the frame says has changed.
     int unreported(const Frame& frame) {
@@ -54,9 +62,7 @@ struct Grabbing {
         return count;
     }
     const PixelRect area;
-    std::unique_ptr<Connection> x;
-    platform::x11::RedirectedWindows windows;
-    platform::x11::Compositor compositor;
+    std::unique_ptr<platform::x11::Compositor> compositor;
     uint64_t lastVersion = 0;
     std::vector<uint8_t> last;
     int reports = 0;
@@ -190,14 +196,15 @@ TEST_P(GrabberOn, ARunGoesOnAsItWouldBegin) {
     scribbler.canRedirect = !lacks("Composite");
     platform::software::DisplaySettings settings;
     settings.display = platform::platform().displays().mainDisplay();
-    CaptureRun run(Connection::open());
+    NoImage why{};
+    const auto run = openDisplaySource(why);
     for (int round = 0; round < 60; round++) {
         for (int steps = scribbler.number(0, 3); steps > 0; steps--) scribbler.step();
         scribbler.painter().warpPointer(scribbler.number(0, 316), scribbler.number(0, 240));
         scribbler.painter().sync();
-        CaptureRun fresh(Connection::open());
-        const auto shown = run.next(settings).frame;
-        const auto expected = fresh.next(settings).frame;
+        const auto fresh = openDisplaySource(why);
+        const auto shown = run->next(settings).frame;
+        const auto expected = fresh->next(settings).frame;
         ASSERT_TRUE(shown && expected);
         ASSERT_EQ(copyOf(*shown), copyOf(*expected)) << "round " << round;
     }
@@ -256,7 +263,7 @@ TEST(DisplayPicture, IsHalvedAsOftenAsItsWidthAllows) {
         const XServer server("640x480x24", lacking);
         Scribbler scribbler(server);
         for (int i = 0; i < 40; i++) scribbler.step();
-        const auto x = Connection::open();
+        Server::Use x = desktopServer().use();
         struct {
             PixelRect area;
             int neededWidth, side;
@@ -264,7 +271,7 @@ TEST(DisplayPicture, IsHalvedAsOftenAsItsWidthAllows) {
                           {{33, 21, 200, 100}, 50, 4},  {{1, 0, 320, 241}, 50, 1},  {{320, 240, 320, 230}, 50, 2},
                           {{479, 359, 161, 120}, 50, 1}};
         for (const auto& [area, neededWidth, wanted] : rows) {
-            const auto shot = platform::x11::pictureOfDisplay(*x, area, neededWidth);
+            const auto shot = platform::x11::pictureOfDisplay(desktopServer(), x, area, neededWidth);
             ASSERT_TRUE(shot.image);
             const int side = lacking.empty() ? wanted : 1;
             const int width = area.width / side, height = area.height / side;

@@ -74,9 +74,9 @@ TEST(Scene, WindowsThatAreTooLargeHaveNoPicture) {
         EXPECT_EQ(grabber->window().why, NoImage::tooLarge);
         const auto numbers = shownWindows();
         ASSERT_EQ(numbers.size(), 2U);
-        const auto expected = windowServer().expectPictures(numbers);
-        EXPECT_EQ(windowServer().windowPicture(window).why, NoImage::tooLarge);
-        EXPECT_EQ(pixel(windowServer().windowPicture(other), 50, 50), 0xFF00FF00U);
+        const auto pictures = windowServer().pictures(numbers);
+        EXPECT_EQ(pictures->take(window).why, NoImage::tooLarge);
+        EXPECT_EQ(pixel(pictures->take(other), 50, 50), 0xFF00FF00U);
         const Shot all = grabber->composed(kAll, numbers);
         EXPECT_EQ(pixel(all, 5, 5), 0U);
         windows.resize(window, 50, 60);

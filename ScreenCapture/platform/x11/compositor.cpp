@@ -1,8 +1,6 @@
 // Pictures of layers over a rectangle, taken again and again.
 #include "ScreenCapture/platform/x11/compositor.h"
 
-#include <poll.h>
-
 #include <algorithm>
 #include <utility>
 
@@ -41,7 +39,8 @@ Layer layerOfClient(const DesktopWindow& window, const std::vector<PixelRect>& s
     return {Layer::Kind::window, window.number, outer, inner, shape, border, window.mapped};
 }
 
-Compositor::Compositor(RedirectedWindows& windows) : windows_(windows), x_(windows.connection()) {
+Compositor::Compositor(Server& server, const Server::Use& x)
+    : windows_(RedirectedWindows::of(server)), connection_(x.connection()), x_(*connection_) {
     changed_.reserve(software::Frame::kMaxChanged);
     const PictureFormats& formats = x_.formats();
     draws_ = x_.extensions().render && x_.extensions().xfixes && formats.argb32 && formats.root;
@@ -54,8 +53,9 @@ Compositor::Compositor(RedirectedWindows& windows) : windows_(windows), x_(windo
 
 Compositor::~Compositor() = default;
 
-bool Compositor::update(const PixelRect& bounds, const std::vector<Layer>& layers, const WindowList& desktop) {
-    if (slot_) finishFrame(refused_);  // nobody wanted it
+bool Compositor::update(Server::Use& x, const PixelRect& bounds, const std::vector<Layer>& layers,
+                        const WindowList& desktop) {
+    if (slot_) finishFrame(x, refused_);  // nobody wanted it
     ++time_;
     refused_ = bounds.empty() ? NoImage::notOnScreen : !fitsPicture(bounds) ? NoImage::tooLarge : NoImage::none;
     if (refused_ != NoImage::none) return true;
@@ -64,9 +64,8 @@ bool Compositor::update(const PixelRect& bounds, const std::vector<Layer>& layer
         sources_.clear();
         laidOutTime_ = 0;
     }
-    updateWindows(desktop);
-    namePixmaps();
-    if (x_.lost()) refused_ = NoImage::noServer;
+    if (updateWindows(x, desktop)) namePixmaps();
+    if (!x) refused_ = NoImage::noServer;
     if (refused_ != NoImage::none) return true;
     if (!isLaidOut(bounds)) layOut(bounds);
     collectDamage();
@@ -96,16 +95,16 @@ void Compositor::begin() {
         asksDamage_ ? xcb_xfixes_fetch_region(x_.raw(), damage_.id()).sequence : xcb_get_input_focus(x_.raw()).sequence;
 }
 
-Shot Compositor::finish() {
+Shot Compositor::finish(Server::Use& x) {
     NoImage why = NoImage::none;
-    auto frame = finishFrame(why);
+    auto frame = finishFrame(x, why);
     if (!frame) return why;
     const PixelRect all{0, 0, bounds_.width, bounds_.height};
     if (all == frames_->size()) return Ref<Image>(std::move(frame));
     return Ref<Image>(makeCounted<software::BitmapView>(std::move(frame), all));
 }
 
-Ref<software::Frame> Compositor::finishFrame(NoImage& why) {
+Ref<software::Frame> Compositor::finishFrame(Server::Use& x, NoImage& why) {
     FramePool::Slot* const slot = std::exchange(slot_, nullptr);
     why = slot ? NoImage::none : std::exchange(refused_, NoImage::failed);
     if (!slot) return nullptr;
@@ -113,7 +112,7 @@ Ref<software::Frame> Compositor::finishFrame(NoImage& why) {
     why = done ? NoImage::none : x_.lost() ? NoImage::noServer : NoImage::failed;
     // What was drawn from may have become another window's meanwhile, without a word before the answer.
     if (done && std::exchange(hasUnknown_, false)) {
-        windows_.readEvents();
+        x.readEvents();
         if (!isLaidOut(bounds_)) why = NoImage::failed;
     }
     if (why != NoImage::none) return nullptr;
@@ -151,28 +150,28 @@ void Compositor::takeChanges(const xcb_xfixes_fetch_region_reply_t& damage) {
             for (const PixelRect& rect : changed_) slot->stale.unite(rect);
 }
 
-void Compositor::updateWindows(const WindowList& desktop) {
+bool Compositor::updateWindows(Server::Use& x, const WindowList& desktop) {
     const auto isWindow = [](const Layer& layer) { return layer.kind == Layer::Kind::window; };
-    if (std::any_of(layers_.begin(), layers_.end(), isWindow)) followShapes(desktop);
+    if (std::any_of(layers_.begin(), layers_.end(), isWindow)) followShapes(x, desktop);
     const bool isComplete = sources_.size() == layers_.size();
     const bool isAnyGone =
         std::any_of(sources_.begin(), sources_.end(), [](const auto& each) { return each && each->gone(); });
-    if (!isComplete || isAnyGone) openWindows(desktop);
+    if (!isComplete || isAnyGone) openWindows(x, desktop);
     for (const auto& window : sources_)
         if (window) window->repaintIfNeeded();
-    waitForRepaint();
+    return waitForRepaint(x);
 }
 
-void Compositor::openWindows(const WindowList& desktop) {
+void Compositor::openWindows(const Server::Use& x, const WindowList& desktop) {
     std::vector<std::shared_ptr<RedirectedWindow>> opened;
     for (const Layer& layer : layers_) {
         if (layer.kind == Layer::Kind::background) {
             opened.push_back(nullptr);
             continue;
         }
-        auto window = windows_.find(layer.id);
+        auto window = windows_.find(x, layer.id);
         if (!window) {
-            window = windows_.open(layer.id, desktop.frameOf(layer.id));
+            window = windows_.open(x, layer.id, desktop.frameOf(layer.id));
             if (layer.kind == Layer::Kind::window) {
                 window->fit(layer.outer, layer.border, layer.mapped > *firstMappings_);
                 if (!desktop.isSeenWhole(layer.id)) window->expectRepaint();
@@ -184,23 +183,21 @@ void Compositor::openWindows(const WindowList& desktop) {
 }
 
 // A window that loses a part of its shape brings to light what is below, too. New ones are seen when they are mapped.
-void Compositor::followShapes(const WindowList& desktop) {
+void Compositor::followShapes(const Server::Use& x, const WindowList& desktop) {
     if (firstMappings_ && followedMappings_ == desktop.mappings) return;
     if (!firstMappings_) firstMappings_ = desktop.mappings;
     followedMappings_ = desktop.mappings;
     std::vector<xcb_window_t> frames;
     for (const DesktopWindow& window : desktop.all) frames.push_back(window.frame);
-    windows_.followShapes(frames);
+    windows_.followShapes(x, frames);
 }
 
-void Compositor::waitForRepaint() {
+// False when the server is not of use any more.
+bool Compositor::waitForRepaint(Server::Use& x) {
     const auto isRepainted = [](const auto& window) { return !window || window->isRepainted(); };
-    while (!std::all_of(sources_.begin(), sources_.end(), isRepainted) && !x_.lost()) {
-        x_.flush();
-        pollfd socket{x_.descriptor(), POLLIN, 0};
-        poll(&socket, 1, 1);
-        windows_.readEvents();
-    }
+    while (!std::all_of(sources_.begin(), sources_.end(), isRepainted))
+        if (!x.waitForEvent(std::chrono::milliseconds(1))) return false;
+    return static_cast<bool>(x);
 }
 
 // All questions before the first answer, so that they travel together.
@@ -242,7 +239,6 @@ void Compositor::layOut(const PixelRect& bounds) {
         parts_.push_back(std::move(part));
     }
     if (draws_) uncoveredRegion_ = regionOf(uncovered_);
-    noteMissing();
     laidOutTime_ = time_;
     hasDamage_ = false;
     version_ = nextVersion();
@@ -341,12 +337,11 @@ void Compositor::clipTo(const Part& part, const Canvas& canvas, bool all) {
     xcb_xfixes_set_picture_clip_region(x_.raw(), canvas.picture.id(), clip, 0, 0);
 }
 
-void Compositor::noteMissing() {
-    const auto isSeen = [](const auto& part) { return !part->visible.empty(); };
-    const bool isTooLarge = sources_.size() == 1 && sources_.front() && sources_.front()->tooLarge();
-    missing_ = std::any_of(parts_.begin(), parts_.end(), isSeen) ? NoImage::none
-               : isTooLarge                                      ? NoImage::tooLarge
-                                                                 : NoImage::notOnScreen;
+NoImage Compositor::missing(size_t layer) const {
+    if (layer >= parts_.size()) return NoImage::notOnScreen;
+    const Part& part = *parts_[layer];
+    if (!part.visible.empty()) return NoImage::none;
+    return part.window && part.window->tooLarge() ? NoImage::tooLarge : NoImage::notOnScreen;
 }
 
 ServerRegion Compositor::regionOf(const Region& region) {

@@ -37,7 +37,7 @@ Layer layerOfRoot(const Connection& x);
 PixelRect boundsOfClient(const DesktopWindow& window);
 Layer layerOfClient(const DesktopWindow& window, const std::vector<PixelRect>& shape);
 
-// For one thread. Reads the events of its connection whenever it waits for some.
+// Used and destroyed under its server's lock, which it gives up while windows repaint.
 //
 // Damage. The server keeps one damage object for each window and has no idea of frames; every frame of the pool lags
 // behind by what was drawn since it was drawn itself. So damage is taken once, turned into the frame's coordinates, cut
@@ -58,8 +58,8 @@ Layer layerOfClient(const DesktopWindow& window, const std::vector<PixelRect>& s
 // from which the frames fetch what they lack; where it cannot draw, without Render, it sends each layer's pixels.
 class Compositor {
   public:
-    // The windows must outlive it.
-    explicit Compositor(RedirectedWindows& windows);
+    // Of no use on another connection.
+    Compositor(Server& server, const Server::Use& x);
     ~Compositor();
     Compositor(const Compositor&) = delete;
     Compositor& operator=(const Compositor&) = delete;
@@ -70,22 +70,24 @@ class Compositor {
     // Takes the layers (front to back) over the bounds as the next picture's, with what was drawn by now. Waits a
     // little for windows to repaint that are new here and were covered. desktop: as it is now. False when the picture
     // equals the one before for certain.
-    bool update(const PixelRect& bounds, const std::vector<Layer>& layers, const WindowList& desktop);
+    bool update(Server::Use& x, const PixelRect& bounds, const std::vector<Layer>& layers, const WindowList& desktop);
     // Has the server begin to draw the picture of the last update(), for the next finish(). After flushing it draws
     // while the caller is busy with something else.
     void begin();
     // The picture that was begun, once. Pixels of windows are opaque; what no layer covers, what has no picture now and
     // what of a window is unknown is four zero bytes. Nobody else holds it.
-    Shot finish();
+    Shot finish(Server::Use& x);
     // The same for who goes on with the frame; without room.
-    Ref<software::Frame> finishFrame(NoImage& why);
-    Shot take(const PixelRect& bounds, const std::vector<Layer>& layers, const WindowList& desktop) {
-        update(bounds, layers, desktop);
+    Ref<software::Frame> finishFrame(Server::Use& x, NoImage& why);
+    Shot take(Server::Use& x, const PixelRect& bounds, const std::vector<Layer>& layers, const WindowList& desktop) {
+        update(x, bounds, layers, desktop);
         begin();
-        return finish();
+        return finish(x);
     }
-    // Why the window of the only layer had no picture the last time.
-    NoImage missing() const { return missing_; }
+    // Why the window of a layer had no picture the last time.
+    NoImage missing(size_t layer = 0) const;
+    // False where the server sends pixels, for it cannot draw.
+    bool drawsOnServer() const { return draws_; }
 
   private:
     // What stands behind one layer.
@@ -110,10 +112,10 @@ class Compositor {
         int dx = 0, dy = 0;
     };
 
-    void updateWindows(const WindowList& desktop);
-    void openWindows(const WindowList& desktop);
-    void followShapes(const WindowList& desktop);
-    void waitForRepaint();
+    bool updateWindows(Server::Use& x, const WindowList& desktop);
+    void openWindows(const Server::Use& x, const WindowList& desktop);
+    void followShapes(const Server::Use& x, const WindowList& desktop);
+    bool waitForRepaint(Server::Use& x);
     void namePixmaps();
     bool isLaidOut(const PixelRect& bounds) const;
     void layOut(const PixelRect& bounds);
@@ -123,7 +125,6 @@ class Compositor {
     void clipTo(const Part& part, const Canvas& canvas, bool all);
     bool awaitDrawn(FramePool::Slot& slot);
     void takeChanges(const xcb_xfixes_fetch_region_reply_t& damage);
-    void noteMissing();
     ServerRegion regionOf(const software::Region& region);
 
     // compositor_images.cpp
@@ -131,6 +132,7 @@ class Compositor {
     bool fetchLayers(FramePool::Slot& slot);
 
     RedirectedWindows& windows_;
+    const std::shared_ptr<Connection> connection_;
     Connection& x_;
     bool draws_ = false;  // the server does
     NoImage refused_ = NoImage::failed;
@@ -160,7 +162,6 @@ class Compositor {
     unsigned drawing_ = 0;     // answered when it is drawn; 0: there was nothing to draw
     bool asksDamage_ = false;  // with the damage
     bool hasUnknown_ = false;  // something of it was left out for not being drawn
-    NoImage missing_ = NoImage::none;
 
     std::optional<uint64_t> firstMappings_;  // of the first desktop that was seen
     uint64_t followedMappings_ = 0;

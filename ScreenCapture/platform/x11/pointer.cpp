@@ -78,12 +78,16 @@ Point X11Pointer::location() {
     const auto desktop = currentDesktop(x);
     const Monitor* main = desktop ? desktop->monitors->main() : nullptr;
     if (!x || !main) return {};
-    PointerPosition& pointer = SharedPosition::instance().on(x);
+    PointerPosition& pointer = sharedPointer(x);
     pointer.locate();
     const PointerPosition::Place& place = pointer.place();
     if (!place.known) return {};
     const Point global = desktop->monitors->toGlobal({place.x, place.y, 0, 0}).origin();
     return {global.x, main->area.height - global.y};
+}
+
+PointerPosition& sharedPointer(const Server::Use& x) {
+    return SharedPosition::instance().on(x);
 }
 
 std::unique_ptr<DesktopPart> makeCursorPart() {

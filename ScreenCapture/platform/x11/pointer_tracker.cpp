@@ -4,6 +4,8 @@
 #include <xcb/xfixes.h>
 #include <xcb/xinput.h>
 
+#include <utility>
+
 namespace orvo::platform::x11 {
 namespace {
 
@@ -26,13 +28,13 @@ bool queryCursor(Connection& x, software::Sprite& cursor) {
     return true;
 }
 
-PointerTracker::PointerTracker(Connection& x) : x_(x), position_(x) {
+PointerTracker::PointerTracker(std::shared_ptr<Connection> connection)
+    : connection_(std::move(connection)), x_(*connection_) {
     if (x_.extensions().xfixes)
         xcb_xfixes_select_cursor_input(x_.raw(), x_.root(), XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
 }
 
 void PointerTracker::handle(const xcb_generic_event_t& event) {
-    if (position_.handle(x_, event)) return;
     const uint8_t type = event.response_type & 0x7f;
     const Extensions& extensions = x_.extensions();
     if (extensions.xfixes && type == extensions.xfixesEvent + XCB_XFIXES_CURSOR_NOTIFY) cursorIsStale_ = true;
@@ -42,12 +44,15 @@ void PointerTracker::handle(const xcb_generic_event_t& event) {
         clicked_ |= reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event).detail <= kMostButtons;
 }
 
-// Events see every click; asking for the pointer at each tick would miss short ones.
+// Events see every click; asking for the pointer at each tick would miss short ones. All trackers of the connection get
+// them while one wants them.
 void PointerTracker::watchButtons(bool watch) {
     if (watch == watchesButtons_) return;
     watchesButtons_ = watch;
     clicked_ = false;
-    if (!x_.extensions().input) return;
+    static int watchers = 0;  // guarded by the server's lock
+    watchers += watch ? 1 : -1;
+    if (!x_.extensions().input || watchers > 1 || (watchers == 1 && !watch)) return;
     struct {
         xcb_input_event_mask_t head;
         uint32_t mask;
@@ -56,17 +61,17 @@ void PointerTracker::watchButtons(bool watch) {
     xcb_input_xi_select_events(x_.raw(), x_.root(), 1, &selection.head);
 }
 
-void PointerTracker::ask(bool wantsCursor, bool wantsClicks) {
+void PointerTracker::ask(PointerPosition& position, bool wantsCursor, bool wantsClicks) {
     watchButtons(wantsClicks);
     wantsCursor_ = wantsCursor;
-    if (wantsCursor || wantsClicks) position_.ask();
+    if (wantsCursor || wantsClicks) position.ask();
 }
 
-bool PointerTracker::hear() {
+bool PointerTracker::hear(PointerPosition& position) {
     now_ = {};
     if (!wantsCursor_ && !watchesButtons_) return false;
-    const bool asked = position_.hear();
-    const PointerPosition::Place& place = position_.place();
+    const bool asked = position.hear();
+    const PointerPosition::Place& place = position.place();
     if (!place.known) return asked;
     now_.x = place.x;
     now_.y = place.y;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "ScreenCapture/platform/software/pointer_blend.h"
 #include "ScreenCapture/platform/x11/connection.h"
@@ -22,19 +23,19 @@ struct PointerLook {
     bool operator==(const PointerLook&) const = default;
 };
 
-// For one thread. The owner of the connection reads its events and hands each to handle().
+// For one thread at a time. The owner hands each event of the connection to handle().
 class PointerTracker {
   public:
-    explicit PointerTracker(Connection& x);
+    explicit PointerTracker(std::shared_ptr<Connection> connection);
+    // Watches nothing any more.
+    void stop() { watchButtons(false); }
 
     void handle(const xcb_generic_event_t& event);
 
     // Asks where the pointer is, when anything of it is wanted; the answer may come with others.
-    void ask(bool wantsCursor, bool wantsClicks);
+    void ask(PointerPosition& position, bool wantsCursor, bool wantsClicks);
     // Hears the answer. True when the server was asked: events came with it.
-    bool hear();
-    // The screen is another: the pointer may have been moved.
-    void disturb() { position_.disturb(); }
+    bool hear(PointerPosition& position);
     // What a frame shows, after hear() and the events that came with its answer. A click that came and went since the
     // last look shows once. Asks for the cursor's picture when it is another.
     PointerLook look();
@@ -44,8 +45,8 @@ class PointerTracker {
   private:
     void watchButtons(bool watch);
 
+    const std::shared_ptr<Connection> connection_;
     Connection& x_;
-    PointerPosition position_;
     PointerLook now_;
     software::Sprite cursor_;
     software::Sprite ring_ = software::makeClickRing();

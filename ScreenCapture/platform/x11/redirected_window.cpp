@@ -42,27 +42,27 @@ void setRepaintLimit(std::chrono::milliseconds limit) {
     repaintLimit = limit;
 }
 
-RedirectedWindow::RedirectedWindow(Connection& x, xcb_window_t window, xcb_window_t frame)
-    : x_(x), window_(window), frame_(frame) {
-    if (hasDamage(x_)) {
-        drawn_ = ServerRegion(x_);
-        xcb_xfixes_create_region(x_.raw(), drawn_.id(), 0, nullptr);
+RedirectedWindow::RedirectedWindow(RedirectedWindows& windows, std::shared_ptr<Connection> x, xcb_window_t window,
+                                   xcb_window_t frame)
+    : windows_(windows), x_(std::move(x)), window_(window), frame_(frame) {
+    if (hasDamage(*x_)) {
+        drawn_ = ServerRegion(*x_);
+        xcb_xfixes_create_region(x_->raw(), drawn_.id(), 0, nullptr);
     }
     std::lock_guard lock(all().mutex);
     all().windows.push_back(this);
     if (isRoot()) {
         named_ = true;
         size_ = {0, 0, INT16_MAX, INT16_MAX};  // whatever it has now
-        depth_ = x_.screen()->root_depth;
-        picture_ = pictureOf(x_, window_, x_.formats().root);
-        if (!hasDamage(x_)) return;
-        damage_ = ServerDamage(x_);
-        xcb_damage_create(x_.raw(), damage_.id(), window_, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
+        depth_ = x_->screen()->root_depth;
+        picture_ = pictureOf(*x_, window_, x_->formats().root);
+        if (!hasDamage(*x_)) return;
+        damage_ = ServerDamage(*x_);
+        xcb_damage_create(x_->raw(), damage_.id(), window_, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
         return;
     }
     // Its visibility tells when it comes back with a window that holds it, and so has another picture.
-    const uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_VISIBILITY_CHANGE;
-    xcb_change_window_attributes(x_.raw(), window_, XCB_CW_EVENT_MASK, &events);
+    x_->select(window_, XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_VISIBILITY_CHANGE);
 }
 
 RedirectedWindow::~RedirectedWindow() {
@@ -72,13 +72,14 @@ RedirectedWindow::~RedirectedWindow() {
     }
     if (asked_)
         for (const unsigned request : {geometry_, windowGeometry_})
-            if (request != 0) xcb_discard_reply(x_.raw(), request);
-    if (fetching_ != 0) xcb_discard_reply(x_.raw(), fetching_);
+            if (request != 0) xcb_discard_reply(x_->raw(), request);
+    if (fetching_ != 0) xcb_discard_reply(x_->raw(), fetching_);
     // Of a window that has gone nothing is left to undo; another one may have its number.
     if (gone_ || isRoot()) return;
-    const uint32_t none = 0;
-    xcb_change_window_attributes(x_.raw(), window_, XCB_CW_EVENT_MASK, &none);
+    // The server draws what the window holds into its frame.
+    const auto frame = mayBeUnknown_ && frame_ != window_ ? windows_.find(*x_, frame_) : nullptr;
     unredirect();
+    if (frame) frame->loseContent();
 }
 
 void RedirectedWindow::fit(const PixelRect& outer, int border, bool isNew) {
@@ -91,7 +92,6 @@ void RedirectedWindow::fit(const PixelRect& outer, int border, bool isNew) {
         redirect(isNew);
 }
 
-// Whether another one of this process does not know all of the window, of its frame or of what the frame holds.
 bool RedirectedWindow::isUnknown(xcb_window_t window, xcb_window_t frame) {
     std::lock_guard lock(all().mutex);
     return std::any_of(all().windows.begin(), all().windows.end(), [=](const RedirectedWindow* other) {
@@ -102,13 +102,13 @@ bool RedirectedWindow::isUnknown(xcb_window_t window, xcb_window_t frame) {
 // All at once, while nobody else is served: the damage begins as what shows of the window, and goes on with what the
 // server paints of the rest as its background.
 void RedirectedWindow::redirect(bool isNew) {
-    if (damage_ || !hasWindowPictures(x_)) return;
+    if (damage_ || !hasWindowPictures(*x_)) return;
     const bool isUnknownToOthers = isUnknown(window_, frame_);
-    xcb_connection_t* const x = x_.raw();
-    unknown_ = ServerRegion(x_);
+    xcb_connection_t* const x = x_->raw();
+    unknown_ = ServerRegion(*x_);
     xcb_xfixes_create_region(x, unknown_.id(), 0, nullptr);
-    damage_ = ServerDamage(x_);
-    x_.flush();  // the server must not be left with half of it
+    damage_ = ServerDamage(*x_);
+    x_->flush();  // the server must not be left with half of it
     xcb_grab_server(x);
     xcb_damage_create(x, damage_.id(), window_, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
     xcb_composite_redirect_window(x, window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
@@ -116,7 +116,7 @@ void RedirectedWindow::redirect(bool isNew) {
     doubtful_ = isNew || isUnknownToOthers;
     subtractDamage(drawn_);
     since_ = xcb_ungrab_server(x).sequence;
-    x_.flush();
+    x_->flush();
 }
 
 void RedirectedWindow::unredirect() {
@@ -124,18 +124,18 @@ void RedirectedWindow::unredirect() {
     damage_ = {};
     mayBeUnknown_ = false;
     doubtful_ = false;
-    xcb_composite_unredirect_window(x_.raw(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+    xcb_composite_unredirect_window(x_->raw(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
 }
 
 void RedirectedWindow::loseContent() {
     if (!damage_) return;
     const xcb_rectangle_t whole = rectangle(inner_);
-    xcb_xfixes_set_region(x_.raw(), unknown_.id(), 1, &whole);
+    xcb_xfixes_set_region(x_->raw(), unknown_.id(), 1, &whole);
     mayBeUnknown_ = true;
     doubtful_ = true;
     generation_ = nextVersion();
     requested_ = {};
-    if (fetching_ != 0) xcb_discard_reply(x_.raw(), std::exchange(fetching_, 0));
+    if (fetching_ != 0) xcb_discard_reply(x_->raw(), std::exchange(fetching_, 0));
 }
 
 // An event bears the number of the last request that the server had done when it sent it. So an event of before the
@@ -151,13 +151,13 @@ void RedirectedWindow::onRestacking(const xcb_generic_event_t& event) {
 }
 
 void RedirectedWindow::requestUnknown() {
-    if (mayBeUnknown_ && fetching_ == 0) fetching_ = xcb_xfixes_fetch_region(x_.raw(), unknown_.id()).sequence;
+    if (mayBeUnknown_ && fetching_ == 0) fetching_ = xcb_xfixes_fetch_region(x_->raw(), unknown_.id()).sequence;
 }
 
 std::vector<PixelRect> RedirectedWindow::receiveUnknown() {
     if (!mayBeUnknown_) return {};
     if (fetching_ == 0) return {inner_};
-    const auto reply = x_.await<xcb_xfixes_fetch_region_reply_t>(std::exchange(fetching_, 0));
+    const auto reply = x_->await<xcb_xfixes_fetch_region_reply_t>(std::exchange(fetching_, 0));
     if (!reply) return {inner_};
     std::vector<PixelRect> rects;
     appendRects(*reply, rects);
@@ -180,7 +180,7 @@ void RedirectedWindow::repaintIfNeeded() {
     requested_ = now;
     damaged_ = true;
     collectDamage();
-    taken_ = requestRepaint(x_, window_, frame_, damage_.id(), unknown_.id(), drawn_.id());
+    taken_ = requestRepaint(*x_, window_, frame_, damage_.id(), unknown_.id(), drawn_.id());
     if (std::exchange(doubtful_, false)) forgotten_ = taken_;
     generation_ = nextVersion();
     expectRepaint();
@@ -208,7 +208,7 @@ bool RedirectedWindow::isRepainted() {
 
 void RedirectedWindow::onEvent(const xcb_generic_event_t& event) {
     const uint8_t type = event.response_type;
-    if (damage_ && type == x_.extensions().damageEvent + XCB_DAMAGE_NOTIFY)
+    if (damage_ && type == x_->extensions().damageEvent + XCB_DAMAGE_NOTIFY)
         damaged_ |= reinterpret_cast<const xcb_damage_notify_event_t&>(event).damage == damage_.id();
     if (isRoot()) return;
     if (type == XCB_CONFIGURE_NOTIFY) {
@@ -239,23 +239,23 @@ void RedirectedWindow::onNewPixmap(const xcb_generic_event_t& event) {
 }
 
 void RedirectedWindow::requestPixmap() {
-    if (isRoot() || gone_ || !hasOtherPixmap_ || asked_ || !hasWindowPictures(x_)) return;
+    if (isRoot() || gone_ || !hasOtherPixmap_ || asked_ || !hasWindowPictures(*x_)) return;
     picture_ = {};
     pixmap_ = {};
     geometry_ = windowGeometry_ = 0;
     asked_ = true;
     hasOtherPixmap_ = false;
     if (tooLarge_) return;  // until it has another size
-    pixmap_ = ServerPixmap(x_);
-    naming_ = xcb_composite_name_window_pixmap(x_.raw(), window_, pixmap_.id()).sequence;
-    geometry_ = xcb_get_geometry(x_.raw(), pixmap_.id()).sequence;
-    windowGeometry_ = xcb_get_geometry(x_.raw(), window_).sequence;
+    pixmap_ = ServerPixmap(*x_);
+    naming_ = xcb_composite_name_window_pixmap(x_->raw(), window_, pixmap_.id()).sequence;
+    geometry_ = xcb_get_geometry(x_->raw(), pixmap_.id()).sequence;
+    windowGeometry_ = xcb_get_geometry(x_->raw(), window_).sequence;
 }
 
 void RedirectedWindow::receivePixmap() {
     if (!std::exchange(asked_, false)) return;
-    const auto window = windowGeometry_ ? x_.await<xcb_get_geometry_reply_t>(windowGeometry_) : nullptr;
-    const auto pixmap = geometry_ ? x_.await<xcb_get_geometry_reply_t>(geometry_) : nullptr;
+    const auto window = windowGeometry_ ? x_->await<xcb_get_geometry_reply_t>(windowGeometry_) : nullptr;
+    const auto pixmap = geometry_ ? x_->await<xcb_get_geometry_reply_t>(geometry_) : nullptr;
     const bool before = std::exchange(named_, pixmap && window);
     if (named_ || before) generation_ = nextVersion();
     if (!named_) {
@@ -274,14 +274,14 @@ void RedirectedWindow::receivePixmap() {
 
 void RedirectedWindow::usePixmap() {
     if (!named_ || picture_) return;
-    const xcb_render_pictformat_t opaque = x_.formats().opaque(depth_);
-    const bool isLikeRoot = depth_ == x_.screen()->root_depth;
-    picture_ = pictureOf(x_, drawable(), opaque || !isLikeRoot ? opaque : x_.formats().root);
+    const xcb_render_pictformat_t opaque = x_->formats().opaque(depth_);
+    const bool isLikeRoot = depth_ == x_->screen()->root_depth;
+    picture_ = pictureOf(*x_, drawable(), opaque || !isLikeRoot ? opaque : x_->formats().root);
 }
 
 void RedirectedWindow::subtractDamage(const ServerRegion& into) {
-    taken_ = xcb_damage_subtract(x_.raw(), damage_.id(), XCB_NONE, into.id()).sequence;
-    if (mayBeUnknown_ && !doubtful_) xcb_xfixes_subtract_region(x_.raw(), unknown_.id(), into.id(), unknown_.id());
+    taken_ = xcb_damage_subtract(x_->raw(), damage_.id(), XCB_NONE, into.id()).sequence;
+    if (mayBeUnknown_ && !doubtful_) xcb_xfixes_subtract_region(x_->raw(), unknown_.id(), into.id(), unknown_.id());
 }
 
 void RedirectedWindow::collectDamage() {
@@ -294,62 +294,58 @@ void RedirectedWindow::collectDamage() {
     subtractDamage(drawn_);
     for (Damage* listener : listeners_) {
         if (std::exchange(listener->any, true))
-            xcb_xfixes_union_region(x_.raw(), drawn_.id(), listener->region.id(), listener->region.id());
+            xcb_xfixes_union_region(x_->raw(), drawn_.id(), listener->region.id(), listener->region.id());
         else
-            xcb_xfixes_copy_region(x_.raw(), drawn_.id(), listener->region.id());
+            xcb_xfixes_copy_region(x_->raw(), drawn_.id(), listener->region.id());
     }
 }
 
-RedirectedWindows::RedirectedWindows(Connection& x, Others others) : x_(x), others_(std::move(others)) {
-    // Of all top-level windows: what moves or goes brings to light what was not drawn.
-    const uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
-    xcb_change_window_attributes(x_.raw(), x_.root(), XCB_CW_EVENT_MASK, &events);
+RedirectedWindows& RedirectedWindows::of(Server& server) {
+    static auto& desktop = *new RedirectedWindows(desktopServer());
+    static auto& pictures = *new RedirectedWindows(pictureServer());
+    return &server == &desktopServer() ? desktop : pictures;
 }
 
-RedirectedWindows::~RedirectedWindows() {
-    const uint32_t none = 0;
-    xcb_change_window_attributes(x_.raw(), x_.root(), XCB_CW_EVENT_MASK, &none);
-    for (const xcb_window_t window : followed_) xcb_shape_select_input(x_.raw(), window, 0);
-}
-
-std::shared_ptr<RedirectedWindow> RedirectedWindows::find(xcb_window_t window) {
+std::shared_ptr<RedirectedWindow> RedirectedWindows::find(const Connection& x, xcb_window_t window) const {
     const auto found = windows_.find(window);
     auto held = found == windows_.end() ? nullptr : found->second.lock();
-    return held && !held->gone() ? held : nullptr;
+    return held && !held->gone() && held->x_.get() == &x ? held : nullptr;
 }
 
-std::shared_ptr<RedirectedWindow> RedirectedWindows::open(xcb_window_t window, xcb_window_t frame) {
-    if (auto held = find(window)) return held;
+std::shared_ptr<RedirectedWindow> RedirectedWindows::find(const Server::Use& x, xcb_window_t window) const {
+    return find(*x, window);
+}
+
+std::shared_ptr<RedirectedWindow> RedirectedWindows::open(const Server::Use& x, xcb_window_t window,
+                                                          xcb_window_t frame) {
+    if (auto held = find(x, window)) return held;
+    // Of all top-level windows: what moves or goes brings to light what was not drawn.
+    x->select(x->root(), XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
     std::erase_if(windows_, [](const auto& each) { return each.second.expired(); });
-    auto opened = std::make_shared<RedirectedWindow>(x_, window, frame);
+    auto opened = std::make_shared<RedirectedWindow>(*this, x.connection(), window, frame);
     windows_[window] = opened;
     return opened;
 }
 
-void RedirectedWindows::readEvents() {
-    const Extensions& extensions = x_.extensions();
-    while (const Event event = x_.nextEvent()) {
-        if (others_) others_(*event);
-        const uint8_t type = event->response_type;
-        const xcb_window_t exposed = repaintRequestedByOther(x_, *event);
-        const bool isShape = extensions.shape && type == extensions.shapeEvent + XCB_SHAPE_NOTIFY;
-        const bool isRestacking =
-            isShape || (type >= XCB_DESTROY_NOTIFY && type <= XCB_CIRCULATE_NOTIFY && type != XCB_MAP_REQUEST);
-        const bool isServers = (type & 0x80) == 0;  // not sent by some client
-        for (const auto& [number, weak] : windows_) {
-            const auto window = weak.lock();
-            if (!window) continue;
-            if (isRestacking || (exposed != 0 && window->isAbout(exposed))) window->onRestacking(*event);
-            if (isServers) window->onEvent(*event);
-        }
+void RedirectedWindows::onEvent(const Connection& x, const xcb_generic_event_t& event) {
+    const uint8_t type = event.response_type;
+    const xcb_window_t exposed = repaintRequestedByOther(x, event);
+    const bool isShape = x.extensions().shape && type == x.extensions().shapeEvent + XCB_SHAPE_NOTIFY;
+    const bool isRestacking =
+        isShape || (type >= XCB_DESTROY_NOTIFY && type <= XCB_CIRCULATE_NOTIFY && type != XCB_MAP_REQUEST);
+    const bool isServers = (type & 0x80) == 0;  // not sent by some client
+    for (const auto& [number, weak] : windows_) {
+        const auto window = weak.lock();
+        if (!window || window->x_.get() != &x) continue;
+        if (isRestacking || (exposed != 0 && window->isAbout(exposed))) window->onRestacking(event);
+        if (isServers) window->onEvent(event);
     }
 }
 
 // A window that loses a part of its shape brings to light what is below, too.
-void RedirectedWindows::followShapes(const std::vector<xcb_window_t>& windows) {
-    if (!x_.extensions().shape) return;
-    for (const xcb_window_t window : windows) xcb_shape_select_input(x_.raw(), window, 1);
-    followed_ = windows;
+void RedirectedWindows::followShapes(const Server::Use& x, const std::vector<xcb_window_t>& windows) {
+    if (!x->extensions().shape) return;
+    for (const xcb_window_t window : windows) xcb_shape_select_input(x->raw(), window, 1);
 }
 
 }  // namespace orvo::platform::x11

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <utility>
@@ -14,6 +13,7 @@
 
 #include "ScreenCapture/platform/values.h"
 #include "ScreenCapture/platform/version.h"
+#include "ScreenCapture/platform/x11/server.h"
 #include "ScreenCapture/platform/x11/server_objects.h"
 
 namespace orvo::platform::x11 {
@@ -44,8 +44,10 @@ struct Damage {
     bool any = false;  // false: the region holds nothing that counts
 };
 
-// A window as a source of pixels, or the root window as it shows, with everything on it. For one thread, on a
-// connection whose owner hands over the events. Asking and reading are apart, so that the requests for many windows
+class RedirectedWindows;
+
+// A window as a source of pixels, or the root window as it shows, with everything on it; shared by all who draw it.
+// Used and destroyed under its server's lock. Asking and reading are apart, so that the requests for many windows
 // travel together.
 //
 // The server fills the pixmap of a window that is redirected, mapped or resized with what the screen shows at its
@@ -58,9 +60,9 @@ struct Damage {
 // capture of this process knows better: then nothing of it is known here either.
 class RedirectedWindow {
   public:
-    // Watches the window, which may have gone already. frame: the child of the root that holds it; 0: it is that
-    // itself, or nobody knows.
-    RedirectedWindow(Connection& x, xcb_window_t window, xcb_window_t frame);
+    // Watches the window, which may have gone already. frame: the child of the root that holds it; 0: nobody knows.
+    RedirectedWindow(RedirectedWindows& windows, std::shared_ptr<Connection> x, xcb_window_t window,
+                     xcb_window_t frame);
     ~RedirectedWindow();
     RedirectedWindow(const RedirectedWindow&) = delete;
     RedirectedWindow& operator=(const RedirectedWindow&) = delete;
@@ -70,6 +72,10 @@ class RedirectedWindow {
     // which shows on screen.
     void fit(const PixelRect& outer, int border, bool isNew);
     void onEvent(const xcb_generic_event_t& event);
+
+    // Whether somebody in this process does not know all of the window, of its frame or of what the frame holds. Any
+    // thread.
+    static bool isUnknown(xcb_window_t window, xcb_window_t frame);
 
     xcb_window_t number() const { return window_; }
     bool gone() const { return gone_; }  // destroyed; another window may have its number by now
@@ -117,10 +123,9 @@ class RedirectedWindow {
     friend class RedirectedWindows;
     using Clock = std::chrono::steady_clock;
 
-    bool isRoot() const { return window_ == x_.root(); }
+    bool isRoot() const { return window_ == x_->root(); }
     bool reportsDamage() const { return static_cast<bool>(damage_) || !isRoot(); }
     bool isAbout(xcb_window_t window) const { return window == window_ || window == frame_; }
-    static bool isUnknown(xcb_window_t window, xcb_window_t frame);
     void onRestacking(const xcb_generic_event_t& event);
     void onNewPixmap(const xcb_generic_event_t& event);
     void loseContent();
@@ -128,7 +133,8 @@ class RedirectedWindow {
     void unredirect();
     void subtractDamage(const ServerRegion& into);
 
-    Connection& x_;
+    RedirectedWindows& windows_;
+    const std::shared_ptr<Connection> x_;  // the objects' own, also when it is lost
     const xcb_window_t window_, frame_;
     ServerDamage damage_;  // while it is redirected; of the root always
     std::vector<Damage*> listeners_;
@@ -158,31 +164,24 @@ class RedirectedWindow {
     Clock::time_point requested_{};                 // when a repaint was last asked for
 };
 
-// The redirected windows of a connection, by number, and its reader of events. Who asks for a window that another has
-// asked for gets the same one.
-class RedirectedWindows {
+// The redirected windows of a server, by number: whoever asks for one that somebody has gets the same.
+class RedirectedWindows final : private EventHandler {
   public:
-    using Others = std::function<void(const xcb_generic_event_t&)>;
-    // others: gets every event too, for what else the connection is used for.
-    explicit RedirectedWindows(Connection& x, Others others = nullptr);
-    ~RedirectedWindows();
-    RedirectedWindows(const RedirectedWindows&) = delete;
-    RedirectedWindows& operator=(const RedirectedWindows&) = delete;
+    static RedirectedWindows& of(Server& server);
 
-    Connection& connection() const { return x_; }
-    std::shared_ptr<RedirectedWindow> find(xcb_window_t window);  // null: nobody has it
-    std::shared_ptr<RedirectedWindow> open(xcb_window_t window, xcb_window_t frame);
-
-    // Reads the events that have arrived.
-    void readEvents();
-    // Hears of the shapes of these windows from now on, and no others.
-    void followShapes(const std::vector<xcb_window_t>& windows);
+    // Null when nobody has it.
+    std::shared_ptr<RedirectedWindow> find(const Server::Use& x, xcb_window_t window) const;
+    std::shared_ptr<RedirectedWindow> open(const Server::Use& x, xcb_window_t window, xcb_window_t frame);
+    // Hears of the shapes of these windows from now on.
+    void followShapes(const Server::Use& x, const std::vector<xcb_window_t>& windows);
 
   private:
-    Connection& x_;
-    const Others others_;
+    friend class RedirectedWindow;
+    explicit RedirectedWindows(Server& server) { server.add(*this); }
+    void onEvent(const Connection& x, const xcb_generic_event_t& event) override;
+    std::shared_ptr<RedirectedWindow> find(const Connection& x, xcb_window_t window) const;
+
     std::map<xcb_window_t, std::weak_ptr<RedirectedWindow>> windows_;
-    std::vector<xcb_window_t> followed_;
 };
 
 }  // namespace orvo::platform::x11

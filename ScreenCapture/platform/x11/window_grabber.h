@@ -5,17 +5,16 @@
 
 #include "ScreenCapture/platform/window_server.h"
 #include "ScreenCapture/platform/x11/compositor.h"
-#include "ScreenCapture/platform/x11/connection.h"
 #include "ScreenCapture/platform/x11/window_list.h"
 
 namespace orvo::platform::x11 {
 
 struct Desktop;
 
-// On a connection of its own, so that it hears of a destroyed target before any later answer. A target window is
-// redirected from the start: what was covered has time to be painted again before the first picture. When the server
-// has gone, so has a target window, and there is no picture of any kind; a display is found again on the next server.
-class WindowGrabber final : public Grabber {
+// A target window is redirected from the start: what was covered has time to be painted again before the first picture.
+// When the server has gone, so has a target window, and there is no picture of any kind; a display is found again on
+// the next server.
+class WindowGrabber final : public Grabber, private EventHandler {
   public:
     WindowGrabber(uint32_t target, bool isScreen);
     ~WindowGrabber() override;
@@ -26,26 +25,23 @@ class WindowGrabber final : public Grabber {
     Shot display() override;
 
   private:
-    bool connect();
-    void begin();
+    bool open(Server::Use& x);
     void close();
-    void watchTarget();
-    void readEvents();
-    void handle(const xcb_generic_event_t& event);
-    void readShape();
+    void watchTarget(Server::Use& x);
+    void noteGone();
+    void onEvent(const Connection& x, const xcb_generic_event_t& event) override;
+    void readShape(Connection& x);
     template <typename Take>
     Shot ask(Take&& take);
 
     const uint32_t target_;
     const bool isScreen_;
-    std::unique_ptr<Connection> x_;  // outlives what is made on it
-    std::unique_ptr<RedirectedWindows> windows_;
+    uint64_t epoch_ = 0;  // of the server that the next two belong to
     std::unique_ptr<Compositor> compositor_;
     std::shared_ptr<RedirectedWindow> window_;  // the target
     std::vector<Layer> layers_;                 // of the picture that is taken
     std::vector<PixelRect> shape_;              // of the target, relative to its border's corner; empty: all
     bool shapeIsStale_ = true;
-    bool connected_ = false;  // there was a server
     bool gone_ = false;
 };
 

@@ -5,10 +5,9 @@
 
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/desktop.h"
-#include "ScreenCapture/platform/x11/display_picture.h"
+#include "ScreenCapture/platform/x11/picker_pictures.h"
 #include "ScreenCapture/platform/x11/server.h"
 #include "ScreenCapture/platform/x11/window_grabber.h"
-#include "ScreenCapture/platform/x11/window_pictures.h"
 
 namespace orvo::platform::x11 {
 std::vector<WindowInfo> X11WindowServer::onScreenWindows() {
@@ -41,37 +40,12 @@ NoImage X11WindowServer::whyUnreachable() {
     return currentDesktop() && !serverHangs() ? NoImage::none : x11::whyUnreachable();
 }
 
-std::shared_ptr<void> X11WindowServer::expectPictures(const std::vector<uint32_t>& windows) {
-    const auto desktop = currentDesktop();
-    const PipeGuard guard;
-    auto connection = desktop && windows.size() > 1 ? Connection::open() : nullptr;
-    if (!connection || !hasWindowPictures(*connection)) return nullptr;
-    std::vector<uint32_t> seen;
-    for (const uint32_t number : windows) {
-        const DesktopWindow* window = desktop->windows->find(number);
-        if (window && window->onScreen) seen.push_back(number);
-    }
-    auto expected = std::make_shared<WindowPictures>(std::move(connection), std::move(seen), *desktop->windows);
-    std::lock_guard lock(mutex_);
-    expected_ = expected;
-    return expected;
+std::unique_ptr<PictureBatch> X11WindowServer::pictures(const std::vector<uint32_t>& windows) {
+    return makePictureBatch(windows);
 }
 
 Shot X11WindowServer::windowPicture(uint32_t window) {
-    const auto desktop = currentDesktop();
-    if (!desktop) return NoImage::noServer;
-    const DesktopWindow* found = desktop->windows->find(window);
-    if (!found) return NoImage::gone;
-    if (!found->onScreen) return NoImage::notOnScreen;
-    std::shared_ptr<WindowPictures> expected;
-    {
-        std::lock_guard lock(mutex_);
-        expected = expected_.lock();
-    }
-    if (expected && expected->contains(window)) return expected->take(*found, *desktop->windows);
-    const Server::Use x = pictureServer().use();
-    if (!x) return NoImage::noServer;
-    return pictureOfWindow(*x, *found, *desktop->windows);
+    return makePictureBatch({window})->take(window);
 }
 
 Shot X11WindowServer::displayPicture(uint32_t display, int width) {
@@ -80,9 +54,9 @@ Shot X11WindowServer::displayPicture(uint32_t display, int width) {
     const Monitor* monitor = desktop->monitors->find(display);
     if (!monitor) return NoImage::gone;
     if (!desktop->monitors->areShown) return NoImage::wayland;
-    const Server::Use x = pictureServer().use();
+    Server::Use x = desktopServer().use();
     if (!x) return NoImage::noServer;
-    return pictureOfDisplay(*x, monitor->area, width);
+    return pictureOfDisplay(desktopServer(), x, monitor->area, width);
 }
 
 std::unique_ptr<Grabber> X11WindowServer::grabber(uint32_t target, bool isScreen) {

@@ -1,13 +1,9 @@
 // The windows on screen and their pictures.
 #pragma once
 
-#include <mutex>
-
 #include "ScreenCapture/platform/window_server.h"
 
 namespace orvo::platform::x11 {
-
-class WindowPictures;
 
 class X11WindowServer final : public WindowServer {
   public:
@@ -16,13 +12,9 @@ class X11WindowServer final : public WindowServer {
     uint64_t desktopVersion() override;
     NoImage whyUnreachable() override;
     Shot windowPicture(uint32_t window) override;
-    std::shared_ptr<void> expectPictures(const std::vector<uint32_t>& windows) override;
+    std::unique_ptr<PictureBatch> pictures(const std::vector<uint32_t>& windows) override;
     Shot displayPicture(uint32_t display, int width) override;
     std::unique_ptr<Grabber> grabber(uint32_t target, bool isScreen) override;
-
-  private:
-    std::mutex mutex_;
-    std::weak_ptr<WindowPictures> expected_;  // the latest
 };
 
 }  // namespace orvo::platform::x11

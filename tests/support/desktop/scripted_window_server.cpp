@@ -213,11 +213,11 @@ class ScriptedWindowServer final : public platform::WindowServer {
     Shot displayPicture(uint32_t display, int /*width*/) override {
         return picture("picture of display ", shotOfDisplay, display);
     }
-    std::shared_ptr<void> expectPictures(const std::vector<uint32_t>& windows) override {
+    std::unique_ptr<platform::PictureBatch> pictures(const std::vector<uint32_t>& windows) override {
         std::string question = "pictures to come:";
         for (uint32_t number : windows) question += " " + std::to_string(number);
         desktop_.gate.record(kPictures, question);
-        return nullptr;
+        return WindowServer::pictures(windows);
     }
     std::unique_ptr<platform::Grabber> grabber(uint32_t target, bool isScreen) override {
         auto pass = desktop_.gate.enter("grabber");
