@@ -59,7 +59,6 @@ MUTANTS = [
     (X + "orvosyslog_line.cpp", "exchange(now, std::memory_order_relaxed) != now) tzset();", "exchange(now, std::memory_order_relaxed) == 0) tzset();"),
     (X + "orvosyslog_record.cpp", "append(text, strlen(text) + 1);", "append(text, strlen(text));"),
     (X + "orvosyslog_record.cpp", "bytes_.back() + kind", "bytes_.back()"),
-    (X + "orvosyslog_record.cpp", 'snprintf(digits, sizeof(digits), "%4d"', 'snprintf(digits, sizeof(digits), "%d"'),
     (X + "orvosyslog_record.cpp", "syslogv_s(1, level,", "syslogv_s(kind, level,"),
     (X + "orvotask.cpp", "return delay < 0 && due > now ? 0 : due;", "return due;"),
     (X + "orvotask.cpp", "if (context.mode != ETASK_MODE_PERIODIC) return true;", "if (context.mode == ETASK_MODE_ONCE) return true;"),
