@@ -53,7 +53,7 @@ Shot TargetFrame::cropAndScale(const Ref<Image>& image, const CaptureOptions& op
     // Until all is done it is unknown what the next picture has to be compared with.
     const ChangeFollower pictures = std::exchange(pictures_, {});
     const Ref<Image> cropped = getCropWithCGImage(image, options, changes);
-    const Shot result = getResoulutionImage(cropped, options, *scaled_, changes);
+    Shot result = getResoulutionImage(cropped, options, *scaled_, changes);
     pictures_ = pictures;
     key_ = key;
     undelivered_.add(changes);

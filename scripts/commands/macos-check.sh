@@ -153,7 +153,7 @@ run_sources() {
     part 'library logic' standin_logic
     for variant in plain sanitized; do
         part "adapter on the stand-ins, $variant" standin_build "$variant"
-        part "programs on the stand-ins, $variant" standin_run "$work/$variant/check"
+        part "programs on the stand-ins, $variant" standin_run_all "$work/$variant/check"
     done
 }
 

@@ -66,6 +66,15 @@ standin_run() { # PROGRAM PARTS...
     ASAN_OPTIONS=detect_leaks=0 timeout 60 "$@"
 }
 
+# Each part has a process of its own: what the adapter looks up once stays.
+standin_run_all() { # PROGRAM
+    local part failed=0
+    for part in calls pictures device accessibility exceptions host streams; do
+        standin_run "$1" "$part" || failed=1
+    done
+    return "$failed"
+}
+
 # One planted mistake: the source is compiled with it, linked in place of the right one, and the part has to fail.
 standin_plant() { # VARIANT PART SOURCE COPY
     local variant=$1 part=$2 source=$3 copy=$4

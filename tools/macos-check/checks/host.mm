@@ -43,7 +43,7 @@ void end() {
     standin::settle();
 }
 std::string reason() {
-    OrvoScreenCaptureStatistics statistics{};
+    OrvoScreenCaptureStatistics statistics = ORVO_SCREENCAPTURE_STATISTICS_INIT;
     orvo_screencapture_get_statistics(&statistics);
     return statistics.lastErrorReason;
 }
