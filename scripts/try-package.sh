@@ -35,11 +35,13 @@ done
 [ -s "$prefix/share/zsh/site-functions/_orvocap" ] || [ -s "$prefix/share/zsh/vendor-completions/_orvocap" ] ||
     fail 'there is no completion for zsh'
 
-if ! { cmake -S "$consumers/cmake" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$cxx" && cmake --build "$work/cmake"; } >"$work/cmake.log" 2>&1; then
+# Distributions have it in folders that CMake does not search on another.
+config=$(dirname "$(find "$prefix" -path '*/cmake/OrvoScreenCapture/*Config.cmake' | head -n 1)")
+if ! { cmake -S "$consumers/cmake" -B "$work/cmake" -DOrvoScreenCapture_DIR="$config" -DCMAKE_CXX_COMPILER="$cxx" && cmake --build "$work/cmake"; } >"$work/cmake.log" 2>&1; then
     cat "$work/cmake.log" >&2
     fail 'the CMake host does not build'
 fi
-if cmake -S "$consumers/cmake" -B "$work/unknown" -DCMAKE_PREFIX_PATH="$prefix" -DCOMPONENT=Unknown >"$work/cmake.log" 2>&1; then
+if cmake -S "$consumers/cmake" -B "$work/unknown" -DOrvoScreenCapture_DIR="$config" -DCOMPONENT=Unknown >"$work/cmake.log" 2>&1; then
     fail 'the CMake package has a component that there is not'
 fi
 expect_version 'CMake and C++' "$work/cmake/consumer"
@@ -53,7 +55,7 @@ expect_version 'pkg-config and C' "$work/consumer"
 
 # The sample that publishes, as a host developer copies it.
 if pkg-config --exists gstreamer-app-1.0 gstreamer-video-1.0; then
-    if ! { cmake -S "$root/examples/publish" -B "$work/publish" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_C_COMPILER="$cc" && cmake --build "$work/publish"; } >"$work/cmake.log" 2>&1; then
+    if ! { cmake -S "$root/examples/publish" -B "$work/publish" -DOrvoScreenCapture_DIR="$config" -DCMAKE_C_COMPILER="$cc" && cmake --build "$work/publish"; } >"$work/cmake.log" 2>&1; then
         cat "$work/cmake.log" >&2
         fail 'the sample publish does not build'
     fi

@@ -143,16 +143,13 @@ class Capture final : public OrvoWindowCaptureSessionDelegate {
     static bool isReported(const platform::Changes& changes, const Frame& before, const Frame& after) {
         if (!changes.isKnown()) return true;
         if (before.width != after.width || before.height != after.height) return false;
-        for (int y = 0; y < after.height; y++)
-            for (int x = 0; x < after.width; x++) {
-                const size_t at =
-                    (static_cast<size_t>(y) * static_cast<size_t>(after.width) + static_cast<size_t>(x)) * 4;
-                const bool isIn = std::any_of(changes.begin(), changes.end(), [&](const platform::PixelRect& rect) {
-                    return x >= rect.x && x < rect.x + rect.width && y >= rect.y && y < rect.y + rect.height;
-                });
-                if (!isIn && std::memcmp(&before.pixels[at], &after.pixels[at], 4) != 0) return false;
+        std::vector<uint8_t> expected = before.pixels;
+        for (const platform::PixelRect& rect : changes)
+            for (int y = rect.y; y < rect.y + rect.height; y++) {
+                const auto row = (ptrdiff_t{y} * after.width + rect.x) * 4;
+                std::copy_n(after.pixels.begin() + row, rect.width * 4, expected.begin() + row);
             }
-        return true;
+        return expected == after.pixels;
     }
 
     std::function<void()> pump_;
