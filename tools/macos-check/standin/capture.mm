@@ -63,10 +63,12 @@ NSString* const SCStreamFrameInfoStatus = @"SCStreamUpdateFrameStatus";
 }
 @end
 static __unsafe_unretained AVCaptureVideoDataOutput* lastOutput;
+static std::mutex& outputLock = *new std::mutex;  // outputs go on any thread
 static __unsafe_unretained AVCaptureSession* lastSession;
 @implementation AVCaptureVideoDataOutput
 @synthesize videoSettings = _videoSettings;
 - (instancetype)init {
+    std::lock_guard guard(outputLock);
     lastOutput = self;
     return self;
 }
@@ -76,11 +78,15 @@ static __unsafe_unretained AVCaptureSession* lastSession;
 }
 - (void)setSampleBufferDelegate:(id<AVCaptureVideoDataOutputSampleBufferDelegate>)delegate
                           queue:(dispatch_queue_t)target {
-    receiver = delegate;
-    queue = target;
+    {
+        std::lock_guard guard(outputLock);
+        receiver = delegate;
+        queue = target;
+    }
     note(!delegate ? "no delegate" : target == dispatch_get_main_queue() ? "delegate on main" : "delegate elsewhere");
 }
 - (void)dealloc {
+    std::lock_guard guard(outputLock);
     if (lastOutput == self) lastOutput = nil;
 }
 @end
@@ -366,6 +372,7 @@ extern "C" CFArrayRef CMSampleBufferGetSampleAttachmentsArray(CMSampleBufferRef 
 namespace standin {
 
 bool deliverSample(int64_t value) {
+    std::lock_guard guard(outputLock);
     if (!lastOutput || !lastOutput->receiver) return false;
     __unsafe_unretained id<AVCaptureVideoDataOutputSampleBufferDelegate> receiver = lastOutput->receiver;
     StandInSample* sample = [[StandInSample alloc] init];
