@@ -60,7 +60,7 @@ class MacDisplays final : public Displays {
 
     uint32_t mainDisplayPixelsHigh() override { return static_cast<uint32_t>(CGDisplayPixelsHigh(CGMainDisplayID())); }
 
-    // Off the main thread the answer is what that thread saw last, and it is asked to look again; before it has looked,
+    // Off the main thread the answer is what that thread read last, and it is asked to read again; before it has read,
     // the main display's scale stands in.
     double focusedScreenScale() override {
         return answered(0.0, [this] {

@@ -77,7 +77,7 @@ class Connection {
     xcb_window_t root() const { return screen_->root; }
     const Extensions& extensions() const { return extensions_; }
     const PictureFormats& formats() const { return formats_; }
-    // The type of the message by which a capture tells others that it has asked a window to paint itself again.
+    // The type of the message by which a capture reports to others that it has asked a window to paint itself again.
     xcb_atom_t repaintRequest() const { return repaintRequest_; }
     int descriptor() const;
 

@@ -91,7 +91,7 @@ bool findExtensions(Connection& x, Extensions& found) {
     return true;
 }
 
-// Several extensions have to be told a version before anything else. One wait for all answers.
+// Several extensions expect a version to be sent before anything else. One wait for all answers.
 bool greetExtensions(Connection& x, Extensions& found, PictureFormats& pictureFormats) {
     xcb_connection_t* const raw = x.raw();
     xcb_prefetch_maximum_request_length(raw);

@@ -30,8 +30,8 @@ All& all() {
     return instance;
 }
 
-// Whether request a comes after b, or is b. Requests are numbered in 32 bits, which wrap: the difference tells as long
-// as the two lie less than half of all numbers apart.
+// Whether request a comes after b, or is b. Requests are numbered in 32 bits, which wrap: the difference is right as
+// long as the two lie less than half of all numbers apart.
 bool notBefore(unsigned a, unsigned b) {
     return static_cast<int32_t>(a - b) >= 0;
 }
@@ -61,7 +61,7 @@ RedirectedWindow::RedirectedWindow(RedirectedWindows& windows, std::shared_ptr<C
         xcb_damage_create(x_->raw(), damage_.id(), window_, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
         return;
     }
-    // Its visibility tells when it comes back with a window that holds it, and so has another picture.
+    // Its visibility shows when it comes back with a window that holds it, and so has another picture.
     x_->select(window_, XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_VISIBILITY_CHANGE);
 }
 
@@ -224,7 +224,7 @@ void RedirectedWindow::onEvent(const xcb_generic_event_t& event) {
         return onNewPixmap(event);
     if (type != XCB_MAP_NOTIFY && type != XCB_UNMAP_NOTIFY && type != XCB_REPARENT_NOTIFY && type != XCB_DESTROY_NOTIFY)
         return;
-    // These events begin alike: the window that was told, then the window that it is about.
+    // These events begin alike: the window that it is reported to, then the window that it is about.
     if (reinterpret_cast<const xcb_unmap_notify_event_t&>(event).window != window_) return;
     onNewPixmap(event);
     gone_ |= type == XCB_DESTROY_NOTIFY;

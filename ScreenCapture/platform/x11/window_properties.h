@@ -133,7 +133,7 @@ class WindowProperties {
     std::chrono::steady_clock::time_point hiddenSince_;
 };
 
-// What the system calls a process; empty when it cannot be told.
+// What the system calls a process; empty when it is unknown.
 std::string processName(int32_t pid);
 
 // Asks for the bounding shape of one window. read(), once: relative to its border's corner; empty: all of it, or the
