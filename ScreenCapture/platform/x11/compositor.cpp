@@ -32,11 +32,11 @@ PixelRect boundsOfClient(const DesktopWindow& window) {
     return {0, 0, window.bounds.width, window.bounds.height};
 }
 
-Layer layerOfClient(const DesktopWindow& window, const std::vector<PixelRect>& shape) {
+Layer layerOfClient(const DesktopWindow& window) {
     const int border = window.border;
     const PixelRect inner = boundsOfClient(window);
     const PixelRect outer{-border, -border, inner.width + 2 * border, inner.height + 2 * border};
-    return {Layer::Kind::window, window.number, outer, inner, shape, border, window.mapped};
+    return {Layer::Kind::window, window.number, outer, inner, window.clientShape, border, window.mapped};
 }
 
 Compositor::Compositor(Server& server, const Server::Use& x)

@@ -35,7 +35,7 @@ struct Layer {
 Layer layerOfRoot(const Connection& x);
 // A window's client alone, without its border, in its own coordinates: its place on the root does not matter.
 PixelRect boundsOfClient(const DesktopWindow& window);
-Layer layerOfClient(const DesktopWindow& window, const std::vector<PixelRect>& shape);
+Layer layerOfClient(const DesktopWindow& window);
 
 // Used and destroyed under its server's lock, which it gives up while windows repaint.
 //

@@ -8,7 +8,6 @@
 
 #include "ScreenCapture/platform/x11/compositor.h"
 #include "ScreenCapture/platform/x11/desktop.h"
-#include "ScreenCapture/platform/x11/window_properties.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -26,7 +25,6 @@ struct Sheet {
         PixelRect bounds;  // on the root
         PixelRect place;   // in the picture
         bool showsScreen = false;
-        std::vector<PixelRect> shape;
         std::shared_ptr<RedirectedWindow> window;
         NoImage missing = NoImage::none;
     };
@@ -137,7 +135,6 @@ class X11PictureBatch final : public PictureBatch {
         Sheet sheet;
         sheet.version = desktop.version;
         const auto owner = xcb_get_selection_owner(x->raw(), x.atoms().NET_WM_CM_S0);
-        std::vector<ShapeRequest> shapes;
         for (; next < numbers.size(); ++next) {
             const DesktopWindow* const window = desktop.windows->find(numbers[next]);
             if (!window || !window->onScreen || !fitsPicture(outerOf(*window))) continue;
@@ -146,16 +143,14 @@ class X11PictureBatch final : public PictureBatch {
             sheet.items.emplace_back().number = window->number;
             sheet.items.back().bounds = window->bounds;
             sheet.items.back().place = place;
-            shapes.emplace_back(*x, window->number);
         }
-        for (size_t i = 0; i < shapes.size(); ++i) sheet.items[i].shape = shapes[i].read(*x);
         const auto manager = x->await<xcb_get_selection_owner_reply_t>(owner.sequence);
         mayShowScreen &= manager && manager->owner == XCB_NONE && compositor_->drawsOnServer();
         auto& windows = RedirectedWindows::of(pictureServer());
         for (Sheet::Item& item : sheet.items) {
             const DesktopWindow& window = *desktop.windows->find(item.number);
             const bool isWhole = desktop.windows->isSeenWhole(item.number);
-            item.showsScreen = mayShowScreen && isWhole && item.shape.empty() && window.shape.empty() &&
+            item.showsScreen = mayShowScreen && isWhole && window.clientShape.empty() && window.shape.empty() &&
                                !RedirectedWindow::isUnknown(item.number, window.frame);
             if (item.showsScreen) continue;
             item.window = windows.open(x, item.number, window.frame);
@@ -171,8 +166,7 @@ class X11PictureBatch final : public PictureBatch {
         std::vector<Layer> layers;
         for (const Sheet::Item& item : sheet.items) {
             const PixelRect& place = item.place;
-            Layer layer =
-                item.showsScreen ? layerOfRoot(*x) : layerOfClient(*desktop.windows->find(item.number), item.shape);
+            Layer layer = item.showsScreen ? layerOfRoot(*x) : layerOfClient(*desktop.windows->find(item.number));
             const PixelRect origin = item.showsScreen ? item.bounds : PixelRect();
             layer.outer = software::moved(layer.outer, place.x - origin.x, place.y - origin.y);
             layer.clip = place;

@@ -1,13 +1,10 @@
 // Asks for the pictures of one target again and again.
 #include "ScreenCapture/platform/x11/window_grabber.h"
 
-#include <xcb/shape.h>
-
 #include <algorithm>
 #include <cmath>
 
 #include "ScreenCapture/platform/x11/desktop.h"
-#include "ScreenCapture/platform/x11/window_properties.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -65,14 +62,12 @@ void setLayersOfList(const Server::Use& x, std::vector<Layer>& layers, const Win
 }  // namespace
 
 WindowGrabber::WindowGrabber(uint32_t target, bool isScreen) : target_(target), isScreen_(isScreen) {
-    desktopServer().add(*this);
     Server::Use x = desktopServer().use();
     open(x);
 }
 
 WindowGrabber::~WindowGrabber() {
     const Server::Use x = desktopServer().use();
-    desktopServer().remove(*this);
     close();
 }
 
@@ -96,8 +91,6 @@ bool WindowGrabber::open(Server::Use& x) {
 }
 
 void WindowGrabber::watchTarget(Server::Use& x) {
-    shapeIsStale_ = true;
-    if (x->extensions().shape) xcb_shape_select_input(x->raw(), target_, 1);
     const auto desktop = currentDesktop(x);
     auto& windows = RedirectedWindows::of(desktopServer());
     window_ = windows.find(x, target_);
@@ -132,25 +125,12 @@ void WindowGrabber::noteGone() {
     if (window_ && window_->gone()) gone_ = true;
 }
 
-void WindowGrabber::onEvent(const Connection& x, const xcb_generic_event_t& event) {
-    const bool isShape =
-        x.extensions().shape && (event.response_type & 0x7F) == x.extensions().shapeEvent + XCB_SHAPE_NOTIFY;
-    if (isShape && reinterpret_cast<const xcb_shape_notify_event_t&>(event).affected_window == target_)
-        shapeIsStale_ = true;
-}
-
-void WindowGrabber::readShape(Connection& x) {
-    if (!x.extensions().shape || !std::exchange(shapeIsStale_, false)) return;
-    shape_ = queryShape(x, target_);
-}
-
 Shot WindowGrabber::window() {
     return ask([this](Server::Use& x, const Desktop& desktop) -> Shot {
         if (!hasWindowPictures(*x)) return NoImage::failed;
         const DesktopWindow* window = desktop.windows->find(target_);
         if (!window || !window->onScreen) return NoImage::notOnScreen;
-        readShape(*x);
-        layers_.assign(1, layerOfClient(*window, shape_));
+        layers_.assign(1, layerOfClient(*window));
         Shot shot = compositor_->take(x, boundsOfClient(*window), layers_, *desktop.windows);
         return shot.image && compositor_->missing() != NoImage::none ? Shot(compositor_->missing()) : shot;
     });

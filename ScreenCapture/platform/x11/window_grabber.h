@@ -14,7 +14,7 @@ struct Desktop;
 // A target window is redirected from the start: what was covered has time to be painted again before the first picture.
 // When the server has gone, so has a target window, and there is no picture of any kind; a display is found again on
 // the next server.
-class WindowGrabber final : public Grabber, private EventHandler {
+class WindowGrabber final : public Grabber {
   public:
     WindowGrabber(uint32_t target, bool isScreen);
     ~WindowGrabber() override;
@@ -29,8 +29,6 @@ class WindowGrabber final : public Grabber, private EventHandler {
     void close();
     void watchTarget(Server::Use& x);
     void noteGone();
-    void onEvent(const Connection& x, const xcb_generic_event_t& event) override;
-    void readShape(Connection& x);
     template <typename Take>
     Shot ask(Take&& take);
 
@@ -40,8 +38,6 @@ class WindowGrabber final : public Grabber, private EventHandler {
     std::unique_ptr<Compositor> compositor_;
     std::shared_ptr<RedirectedWindow> window_;  // the target
     std::vector<Layer> layers_;                 // of the picture that is taken
-    std::vector<PixelRect> shape_;              // of the target, relative to its border's corner; empty: all
-    bool shapeIsStale_ = true;
     bool gone_ = false;
 };
 

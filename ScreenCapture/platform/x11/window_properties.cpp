@@ -279,21 +279,6 @@ void WindowProperties::receiveShape(Connection& x) {
     shapedOuter_ = geometry_.outer;
 }
 
-ShapeRequest::ShapeRequest(Connection& x, xcb_window_t window) {
-    if (!x.extensions().shape) return;
-    size_ = xcb_get_geometry(x.raw(), window).sequence;
-    rectangles_ = xcb_shape_get_rectangles(x.raw(), window, XCB_SHAPE_SK_BOUNDING).sequence;
-}
-
-std::vector<PixelRect> ShapeRequest::read(Connection& x) const {
-    if (size_ == 0) return {};
-    const auto geometry = x.await<xcb_get_geometry_reply_t>(size_);
-    const auto rectangles = x.await<xcb_shape_get_rectangles_reply_t>(rectangles_);
-    if (!geometry) return {};
-    const int border = geometry->border_width;
-    return shapeOf(rectangles.get(), {0, 0, geometry->width + 2 * border, geometry->height + 2 * border}, border);
-}
-
 bool WindowProperties::isMinimized(const RootProperties& root) const {
     if (geometry_.overrideRedirect) return false;
     // For many managers a window on another workspace, or a shaded one, is iconic too.

@@ -136,21 +136,6 @@ class WindowProperties {
 // What the system calls a process; empty when it is unknown.
 std::string processName(int32_t pid);
 
-// Asks for the bounding shape of one window. read(), once: relative to its border's corner; empty: all of it, or the
-// window has gone.
-class ShapeRequest {
-  public:
-    ShapeRequest(Connection& x, xcb_window_t window);
-    std::vector<PixelRect> read(Connection& x) const;
-
-  private:
-    unsigned size_ = 0;
-    unsigned rectangles_ = 0;
-};
-inline std::vector<PixelRect> queryShape(Connection& x, xcb_window_t window) {
-    return ShapeRequest(x, window).read(x);
-}
-
 // One question for the processes of many windows.
 class PidRequest {
   public:
