@@ -223,25 +223,26 @@ bool isGround(Frame& frame) {
 }
 
 // What is blended is rounded to the nearest, stays inside the frame, and is gone again after restore().
-TEST(Frame, SpritesAreBlendedOverTheGroundAndRestored) {
+TEST(Frame, PicturesAreBlendedOverTheGroundAndRestored) {
     std::mt19937 random(3);
     const auto number = [&](int from, int to) { return from + static_cast<int>(random() % unsigned(to - from + 1)); };
     for (int round = 0; round < 300; ++round) {
         const auto frame = makeFrame();
         std::vector<uint32_t> expected(16 * 8, kGround);
         for (int layer = number(1, 3); layer > 0; --layer) {
-            Sprite sprite{number(1, 6), number(1, 6), number(0, 5), number(0, 5), {}};
-            for (int i = sprite.width * sprite.height; i > 0; --i) {
+            const int width = number(1, 6), height = number(1, 6);
+            const auto picture = MemoryBitmap::make(width, height, static_cast<size_t>(width) * 4);
+            auto* const pixels = reinterpret_cast<uint32_t*>(picture->data());
+            for (int i = width * height; i > 0; --i) {
                 const auto alpha = static_cast<uint32_t>(number(0, 2) == 0 ? number(0, 1) * 255 : number(0, 255));
-                sprite.pixels.push_back(alpha << 24 | alpha / 2 << 16 | alpha / 3 << 8 | alpha);
+                pixels[i - 1] = alpha << 24 | alpha / 2 << 16 | alpha / 3 << 8 | alpha;
             }
-            const int left = number(-3, 18), top = number(-3, 10);
-            blendSprite(*frame, sprite, left, top);
+            const int left = number(-8, 18), top = number(-8, 10);
+            blend(*frame, *picture, left, top);
             for (int y = 0; y < 8; ++y)
                 for (int x = 0; x < 16; ++x) {
-                    const int column = x - left + sprite.hotX, row = y - top + sprite.hotY;
-                    if (!covers({0, 0, sprite.width, sprite.height}, column, row)) continue;
-                    const uint32_t source = sprite.pixels[static_cast<size_t>(row * sprite.width + column)];
+                    if (!covers({left, top, width, height}, x, y)) continue;
+                    const uint32_t source = pixels[(y - top) * width + x - left];
                     uint32_t& target = expected[static_cast<size_t>(y * 16 + x)];
                     uint32_t mixed = 0;
                     for (int shift = 0; shift < 32; shift += 8) {
@@ -261,7 +262,8 @@ TEST(Frame, SpritesAreBlendedOverTheGroundAndRestored) {
 
 TEST(Frame, TheClickRingLeavesThePointerFreeAndTheFrameOpaque) {
     const auto frame = makeFrame(64, 64);
-    blendSprite(*frame, makeClickRing(), 32, 32);
+    const auto ring = makeClickRing();
+    blend(*frame, *ring, 32 - ring->width() / 2, 32 - ring->height() / 2);
     EXPECT_EQ(at(*frame, 32, 32), kGround);
     EXPECT_EQ(at(*frame, 32 + 17, 32), 0xFF000000U);  // black outside
     EXPECT_EQ(at(*frame, 32, 32 - 15), 0xFFFFFFFFU);  // white inside

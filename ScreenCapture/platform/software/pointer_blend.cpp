@@ -30,9 +30,12 @@ double coverage(double distance, double radius) {
 
 }  // namespace
 
-Sprite makeClickRing() {
+Ref<MemoryBitmap> makeClickRing() {
     constexpr int kReach = kRingRadius + kRingStroke;
-    Sprite ring{2 * kReach + 1, 2 * kReach + 1, kReach, kReach, {}};
+    constexpr int kSide = 2 * kReach + 1;
+    auto ring = MemoryBitmap::make(kSide, kSide, size_t{kSide} * 4);
+    if (!ring) return nullptr;
+    auto* pixel = reinterpret_cast<uint32_t*>(ring->data());
     for (int y = -kReach; y <= kReach; y++)
         for (int x = -kReach; x <= kReach; x++) {
             const double distance = std::hypot(x, y);
@@ -41,21 +44,19 @@ Sprite makeClickRing() {
             const double inner = coverage(distance, kRingRadius - kRingStroke / 2.0);
             const auto alpha = static_cast<uint32_t>(std::lround((outer - inner) * 255));
             const auto white = static_cast<uint32_t>(std::lround((middle - inner) * 255));
-            ring.pixels.push_back(alpha << 24 | white << 16 | white << 8 | white);
+            *pixel++ = alpha << 24 | white << 16 | white << 8 | white;
         }
     return ring;
 }
 
-void blendSprite(Frame& frame, const Sprite& sprite, int x, int y) {
-    const int left = x - sprite.hotX;
-    const int top = y - sprite.hotY;
+void blend(Frame& frame, const Image& picture, int left, int top) {
     const PixelRect area =
-        intersection({left, top, sprite.width, sprite.height}, {0, 0, frame.width(), frame.height()});
+        intersection({left, top, picture.width(), picture.height()}, {0, 0, frame.width(), frame.height()});
     if (area.empty()) return;
     uint8_t* bytes = frame.paint(area);
     for (int line = area.y; line < area.y + area.height; line++) {
-        const uint32_t* source =
-            sprite.pixels.data() + static_cast<size_t>(line - top) * sprite.width + (area.x - left);
+        const uint8_t* const row = picture.bytes() + static_cast<size_t>(line - top) * picture.bytesPerRow();
+        const auto* source = reinterpret_cast<const uint32_t*>(row) + (area.x - left);
         auto* target = reinterpret_cast<uint32_t*>(bytes + static_cast<size_t>(line) * frame.bytesPerRow()) + area.x;
         for (int i = 0; i < area.width; i++)
             if (source[i] != 0) target[i] = over(source[i], target[i]);

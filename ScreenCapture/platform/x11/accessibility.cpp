@@ -1,5 +1,5 @@
 // Applications and windows under the names of the accessibility interface.
-#include "ScreenCapture/platform/x11/accessibility.h"
+#include "ScreenCapture/platform/x11/services.h"
 
 #include <algorithm>
 #include <string_view>

@@ -6,9 +6,9 @@
 #include <mutex>
 
 #include "ScreenCapture/platform/linux/glib.h"
-#include "ScreenCapture/platform/x11/accessibility.h"
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/desktop.h"
+#include "ScreenCapture/platform/x11/services.h"
 
 namespace orvo::platform::x11 {
 namespace {

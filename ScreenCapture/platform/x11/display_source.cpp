@@ -4,11 +4,11 @@
 #include <utility>
 #include <vector>
 
+#include "ScreenCapture/platform/software/pointer_blend.h"
 #include "ScreenCapture/platform/software/region.h"
 #include "ScreenCapture/platform/x11/compositor.h"
 #include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/pointer.h"
-#include "ScreenCapture/platform/x11/pointer_tracker.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -16,19 +16,25 @@ namespace {
 using software::FrameResult;
 using Outcome = FrameResult::Outcome;
 
-class X11DisplaySource final : public software::DisplaySource, private EventHandler {
+constexpr uint16_t kButtons = XCB_BUTTON_MASK_1 | XCB_BUTTON_MASK_2 | XCB_BUTTON_MASK_3;  // wheels are above
+
+// What of the pointer a frame shows. Equal looks give equal pixels.
+struct PointerLook {
+    std::shared_ptr<const Cursor> cursor;  // null: not shown
+    bool ring = false;
+    int x = 0, y = 0;  // root coordinates
+    bool operator==(const PointerLook&) const = default;
+};
+
+class X11DisplaySource final : public software::DisplaySource {
   public:
     explicit X11DisplaySource(const Server::Use& x)
         : epoch_(desktopServer().epoch()),
-          pointer_(x.connection()),
           compositor_(std::make_unique<Compositor>(desktopServer(), x)),
-          layers_(1, layerOfRoot(*x)) {
-        desktopServer().add(*this);
-    }
+          layers_(1, layerOfRoot(*x)) {}
     ~X11DisplaySource() override {
         const Server::Use x = desktopServer().use();
-        desktopServer().remove(*this);
-        pointer_.stop();
+        if (isUsable(x)) watchButtons(sharedPointer(x), false);
         compositor_ = nullptr;
     }
 
@@ -41,22 +47,24 @@ class X11DisplaySource final : public software::DisplaySource, private EventHand
         if (!monitor) return {Outcome::displayGone, nullptr, NoImage::gone};
         const PixelRect area = captureArea(monitor->area, settings.crop);
         if (area.empty()) return {Outcome::dropped, nullptr, NoImage::notOnScreen};
-        PointerPosition& position = sharedPointer(x);
-        if (std::exchange(area_, area) != area) position.disturb();  // the pointer may have been moved with the screen
-        pointer_.ask(position, settings.cursor, settings.clicks);
+        PointerPosition& pointer = sharedPointer(x);
+        if (std::exchange(area_, area) != area) pointer.mayHaveMoved();  // with the screen
+        watchButtons(pointer, settings.clicks);
+        const bool wantsPointer = settings.cursor || settings.clicks;
+        if (wantsPointer) pointer.request();
         // Where there is something to draw anyway the pointer's place comes with it, in one wait.
         bool draws = compositor_->update(x, area, layers_, {}) || !frame_;
         if (draws) takeFrame(x);
-        if (pointer_.hear(position)) {
+        if (wantsPointer && pointer.receive()) {
             x.readEvents();
             if (!draws && (draws = compositor_->update(x, area, layers_, {}))) takeFrame(x);
         }
-        const PointerLook look = pointer_.look();
         if (!x) return lost();
+        const PointerLook look = lookOf(pointer, settings.cursor ? desktop->cursor : nullptr);
         if (!draws && look == look_) return {Outcome::frame, frame_, NoImage::none, Changes::nothing()};
         if (!draws) takeFrame(x);
         if (!frame_) return x ? FrameResult{Outcome::dropped, nullptr, why_} : lost();
-        pointer_.draw(look, *frame_, area.x, area.y);
+        draw(look, area);
         Changes changes = follower_.next(*frame_);
         if (std::exchange(look_, look) != look) {
             for (const PixelRect& rect : painted_) changes.add(rect);
@@ -69,7 +77,6 @@ class X11DisplaySource final : public software::DisplaySource, private EventHand
   private:
     bool isUsable(const Server::Use& x) const { return x && epoch_ == desktopServer().epoch(); }
     static FrameResult lost() { return {Outcome::sourceLost, nullptr, whyUnreachable()}; }
-    void onEvent(const Connection&, const xcb_generic_event_t& event) override { pointer_.handle(event); }
 
     void takeFrame(Server::Use& x) {
         frame_ = nullptr;  // may be written on the spot if nobody else holds it
@@ -77,12 +84,36 @@ class X11DisplaySource final : public software::DisplaySource, private EventHand
         frame_ = compositor_->finishFrame(x, why_);
     }
 
+    void watchButtons(PointerPosition& pointer, bool watch) {
+        if (watch == watchesButtons_) return;
+        pointer.watchButtons(watchesButtons_ = watch);
+        clicks_ = pointer.clicks();
+    }
+    // A click that came and went since the last look shows once.
+    PointerLook lookOf(const PointerPosition& pointer, const std::shared_ptr<const Cursor>& cursor) {
+        const PointerPosition::Place& place = pointer.place();
+        const bool wasClicked = std::exchange(clicks_, pointer.clicks()) != clicks_;
+        const bool ring = watchesButtons_ && (wasClicked || (place.buttons & kButtons) != 0);
+        if (!place.known || (!cursor && !ring)) return {};
+        return {cursor, ring, place.x, place.y};
+    }
+    void draw(const PointerLook& look, const PixelRect& area) {
+        const int x = look.x - area.x, y = look.y - area.y;
+        if (look.ring && ring_) software::blend(*frame_, *ring_, x - ring_->width() / 2, y - ring_->height() / 2);
+        if (!look.cursor) return;
+        const Point& hotSpot = look.cursor->hotSpot;
+        software::blend(*frame_, *look.cursor->picture.image, x - static_cast<int>(hotSpot.x),
+                        y - static_cast<int>(hotSpot.y));
+    }
+
     const uint64_t epoch_;
-    PointerTracker pointer_;
     std::unique_ptr<Compositor> compositor_;
     const std::vector<Layer> layers_;
     PixelRect area_;
     Ref<software::Frame> frame_;
+    const Ref<software::MemoryBitmap> ring_ = software::makeClickRing();
+    bool watchesButtons_ = false;
+    uint64_t clicks_ = 0;             // seen so far
     PointerLook look_;                // what is painted on the frame
     std::vector<PixelRect> painted_;  // where that is
     ChangeFollower follower_;         // of the frames

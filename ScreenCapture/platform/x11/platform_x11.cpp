@@ -5,13 +5,9 @@
 #include "ScreenCapture/platform/linux/system.h"
 #include "ScreenCapture/platform/software/display_stream.h"
 #include "ScreenCapture/platform/software/imaging.h"
-#include "ScreenCapture/platform/x11/accessibility.h"
 #include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/display_source.h"
-#include "ScreenCapture/platform/x11/displays.h"
-#include "ScreenCapture/platform/x11/pointer.h"
-#include "ScreenCapture/platform/x11/window_server.h"
-#include "ScreenCapture/platform/x11/workspace.h"
+#include "ScreenCapture/platform/x11/services.h"
 
 namespace orvo::platform {
 namespace {

@@ -1,15 +1,12 @@
-// The cursor, kept by the desktop model until it changes, and the pointer's position.
+// The cursor's picture as a part of the desktop.
 #include "ScreenCapture/platform/x11/pointer.h"
 
 #include <xcb/xfixes.h>
 
 #include <cstring>
-#include <optional>
 
 #include "ScreenCapture/platform/software/bitmap.h"
 #include "ScreenCapture/platform/x11/desktop.h"
-#include "ScreenCapture/platform/x11/pointer_position.h"
-#include "ScreenCapture/platform/x11/server.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -43,52 +40,7 @@ class CursorPart final : public DesktopPart {
     }
 };
 
-// The place on the desktop's connection; used under its lock.
-class SharedPosition final : public EventHandler {
-  public:
-    static SharedPosition& instance() {
-        static SharedPosition& one = *new SharedPosition;
-        return one;
-    }
-    PointerPosition& on(const Server::Use& x) {
-        if (std::exchange(epoch_, desktopServer().epoch()) != desktopServer().epoch())
-            position_.emplace(*x.connection());
-        return *position_;
-    }
-
-  private:
-    SharedPosition() { desktopServer().add(*this); }
-    void onEvent(const Connection& x, const xcb_generic_event_t& event) override {
-        if (position_) position_->handle(x, event);
-    }
-
-    std::optional<PointerPosition> position_;
-    uint64_t epoch_ = 0;
-};
-
 }  // namespace
-
-std::shared_ptr<const Cursor> X11Pointer::currentCursor() {
-    const auto desktop = currentDesktop();
-    return desktop ? desktop->cursor : nullptr;
-}
-
-Point X11Pointer::location() {
-    Server::Use x = desktopServer().use();
-    const auto desktop = currentDesktop(x);
-    const Monitor* main = desktop ? desktop->monitors->main() : nullptr;
-    if (!x || !main) return {};
-    PointerPosition& pointer = sharedPointer(x);
-    pointer.locate();
-    const PointerPosition::Place& place = pointer.place();
-    if (!place.known) return {};
-    const Point global = desktop->monitors->toGlobal({place.x, place.y, 0, 0}).origin();
-    return {global.x, main->area.height - global.y};
-}
-
-PointerPosition& sharedPointer(const Server::Use& x) {
-    return SharedPosition::instance().on(x);
-}
 
 std::unique_ptr<DesktopPart> makeCursorPart() {
     return std::make_unique<CursorPart>();

@@ -1,7 +1,10 @@
 // Where the pointer is and which of its buttons are down, without asking while it rests.
-#include "ScreenCapture/platform/x11/pointer_position.h"
+#include "ScreenCapture/platform/x11/pointer.h"
+
+#include <xcb/xinput.h>
 
 #include <cstddef>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -15,6 +18,7 @@ constexpr std::string_view kCountName = "DEVICEIDLETIME 2";
 constexpr int64_t kAlarmTime = 200;
 constexpr int64_t kRestTime = 300;
 constexpr std::chrono::seconds kMaxTrust{1};
+constexpr uint32_t kMaxButton = 3;  // wheels are buttons 4 and above
 
 int64_t number(const xcb_sync_int64_t& value) {
     return static_cast<int64_t>(static_cast<uint64_t>(static_cast<uint32_t>(value.hi)) << 32 | value.lo);
@@ -26,7 +30,33 @@ std::string_view nameOf(const xcb_sync_systemcounter_t& counter) {
     return {name + sizeof(counter.name_len), counter.name_len};
 }
 
+class SharedPointer final : public EventHandler {
+  public:
+    static SharedPointer& instance() {
+        static SharedPointer& one = *new SharedPointer;
+        return one;
+    }
+    PointerPosition& on(const Server::Use& x) {
+        if (std::exchange(epoch_, desktopServer().epoch()) != desktopServer().epoch())
+            position_.emplace(*x.connection());
+        return *position_;
+    }
+
+  private:
+    SharedPointer() { desktopServer().add(*this); }
+    void onEvent(const Connection&, const xcb_generic_event_t& event) override {
+        if (position_ && epoch_ == desktopServer().epoch()) position_->handle(event);
+    }
+
+    std::optional<PointerPosition> position_;
+    uint64_t epoch_ = 0;
+};
+
 }  // namespace
+
+PointerPosition& sharedPointer(const Server::Use& x) {
+    return SharedPointer::instance().on(x);
+}
 
 PointerPosition::PointerPosition(Connection& x) : x_(x) {
     if (x_.extensions().sync) findCount();
@@ -57,15 +87,31 @@ void PointerPosition::rearmAlarm() {
     xcb_sync_change_alarm(x_.raw(), alarm_, XCB_SYNC_CA_VALUE | XCB_SYNC_CA_EVENTS, values);
 }
 
-bool PointerPosition::handle(const Connection& x, const xcb_generic_event_t& event) {
-    if (alarm_ == 0 || (event.response_type & 0x7f) != x.extensions().syncEvent + XCB_SYNC_ALARM_NOTIFY) return false;
-    const auto& notify = reinterpret_cast<const xcb_sync_alarm_notify_event_t&>(event);
-    if (notify.alarm != alarm_) return false;
-    disturb();
-    return true;
+void PointerPosition::handle(const xcb_generic_event_t& event) {
+    const Extensions& extensions = x_.extensions();
+    const uint8_t type = event.response_type & 0x7f;
+    if (alarm_ != 0 && type == extensions.syncEvent + XCB_SYNC_ALARM_NOTIFY &&
+        reinterpret_cast<const xcb_sync_alarm_notify_event_t&>(event).alarm == alarm_)
+        mayHaveMoved();
+    if (type != XCB_GE_GENERIC) return;
+    const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
+    if (generic.extension == extensions.input && generic.event_type == XCB_INPUT_RAW_BUTTON_PRESS &&
+        reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event).detail <= kMaxButton)
+        clicks_++;
 }
 
-void PointerPosition::ask() {
+void PointerPosition::watchButtons(bool watch) {
+    buttonWatchers_ += watch ? 1 : -1;
+    if (!x_.extensions().input || buttonWatchers_ > 1 || (buttonWatchers_ == 1 && !watch)) return;
+    struct {
+        xcb_input_event_mask_t head;
+        uint32_t mask;
+    } const selection = {{XCB_INPUT_DEVICE_ALL_MASTER, 1},
+                         watch ? static_cast<uint32_t>(XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS) : 0};
+    xcb_input_xi_select_events(x_.raw(), x_.root(), 1, &selection.head);
+}
+
+void PointerPosition::request() {
     for (unsigned* const question : {&countQuestion_, &pointerQuestion_})
         if (*question != 0) xcb_discard_reply(x_.raw(), std::exchange(*question, 0));
     const auto now = std::chrono::steady_clock::now();
@@ -79,7 +125,7 @@ void PointerPosition::ask() {
     pointerQuestion_ = xcb_query_pointer_unchecked(x_.raw(), x_.root()).sequence;  // so xcb allocates less
 }
 
-bool PointerPosition::hear() {
+bool PointerPosition::receive() {
     if (pointerQuestion_ == 0) return false;
     if (countQuestion_ != 0) {
         const auto counted = x_.await<xcb_sync_query_counter_reply_t>(std::exchange(countQuestion_, 0));

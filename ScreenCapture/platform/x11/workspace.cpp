@@ -1,5 +1,5 @@
 // Running applications: the processes that own windows.
-#include "ScreenCapture/platform/x11/workspace.h"
+#include "ScreenCapture/platform/x11/services.h"
 
 #include <signal.h>
 #include <unistd.h>

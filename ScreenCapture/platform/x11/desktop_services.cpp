@@ -1,15 +1,71 @@
-// The windows on screen and their pictures.
-#include "ScreenCapture/platform/x11/window_server.h"
-
-#include <utility>
-
+// Displays, pointer and windows: the desktop's facts in the port's points and coordinates.
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/picker_pictures.h"
-#include "ScreenCapture/platform/x11/server.h"
+#include "ScreenCapture/platform/x11/pointer.h"
+#include "ScreenCapture/platform/x11/services.h"
 #include "ScreenCapture/platform/x11/window_grabber.h"
 
 namespace orvo::platform::x11 {
+namespace {
+
+std::shared_ptr<const MonitorList> monitors() {
+    const auto desktop = currentDesktop();
+    return desktop ? desktop->monitors : std::make_shared<const MonitorList>();
+}
+
+}  // namespace
+
+std::vector<Display> X11Displays::screens() {
+    const auto list = monitors();
+    std::vector<Display> displays;
+    for (const Monitor& monitor : list->all) {
+        Rect frame = list->toGlobal(monitor.area);
+        frame.y = list->main()->area.height - (frame.y + frame.height);
+        displays.push_back({monitor.number, frame, 1.0});
+    }
+    return displays;
+}
+
+uint32_t X11Displays::mainDisplay() {
+    const auto list = monitors();
+    return list->main() ? list->main()->number : 0;
+}
+
+Rect X11Displays::bounds(uint32_t display) {
+    const auto list = monitors();
+    const Monitor* monitor = list->find(display);
+    return monitor ? list->toGlobal(monitor->area) : Rect();
+}
+
+uint32_t X11Displays::mainDisplayPixelsHigh() {
+    const auto list = monitors();
+    return list->main() ? static_cast<uint32_t>(list->main()->area.height) : 0;
+}
+
+double X11Displays::focusedScreenScale() {
+    return monitors()->all.empty() ? 0 : 1.0;
+}
+
+std::shared_ptr<const Cursor> X11Pointer::currentCursor() {
+    const auto desktop = currentDesktop();
+    return desktop ? desktop->cursor : nullptr;
+}
+
+Point X11Pointer::location() {
+    Server::Use x = desktopServer().use();
+    const auto desktop = currentDesktop(x);
+    const Monitor* main = desktop ? desktop->monitors->main() : nullptr;
+    if (!x || !main) return {};
+    PointerPosition& pointer = sharedPointer(x);
+    pointer.request();
+    pointer.receive();
+    const PointerPosition::Place& place = pointer.place();
+    if (!place.known) return {};
+    const Point global = desktop->monitors->toGlobal({place.x, place.y, 0, 0}).origin();
+    return {global.x, main->area.height - global.y};
+}
+
 std::vector<WindowInfo> X11WindowServer::onScreenWindows() {
     std::vector<WindowInfo> infos;
     const auto desktop = currentDesktop();
