@@ -183,20 +183,20 @@ std::string state() {
     return answer.str();
 }
 
-// frames COUNT LIMIT: waits for that many new ones.
+constexpr int kPatience = 40000;  // milliseconds, more than any load of the machine explains
+
+// frames COUNT [LIMIT]: waits for that many new ones.
 std::string awaitFrames(std::istringstream& words) {
-    int count = 0;
-    int limit = 0;
-    words >> count >> limit;
+    int count = 0, limit = 0;
+    words >> count;
+    if (!(words >> limit)) limit = kPatience;
     const int before = seen.frames;
     return await(limit, [&] { return seen.frames - before >= count; }) ? "came" : "late";
 }
 
-std::string awaitError(std::istringstream& words) {
-    int limit = 0;
-    words >> limit;
+std::string awaitError() {
     const int before = seen.errors;
-    return await(limit, [&] { return seen.errors > before; }) ? std::to_string(seen.lastError) : "late";
+    return await(kPatience, [&] { return seen.errors > before; }) ? std::to_string(seen.lastError) : "late";
 }
 
 std::string obey(const std::string& line) {
@@ -222,7 +222,7 @@ std::string obey(const std::string& line) {
     } else if (command == "frames") {
         return awaitFrames(words);
     } else if (command == "error") {
-        return awaitError(words);
+        return awaitError();
     } else if (command == "state") {
         return state();
     } else if (command == "lists") {
@@ -230,7 +230,7 @@ std::string obey(const std::string& line) {
     } else if (command == "block") {
         words >> number;
         blockFor = number;
-        await(10000, [] { return blockFor == 0; });
+        await(kPatience, [] { return blockFor == 0; });
     } else if (command == "files") {
         words >> number;
         useUpFiles(number == 0);

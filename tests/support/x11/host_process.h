@@ -17,10 +17,10 @@ class HostProcess {
     HostProcess& operator=(const HostProcess&) = delete;
 
     // Gives a command and awaits its answer; "hangs" when there is none in time, "ended: ..." when the host is gone.
-    std::string tell(const std::string& command, Milliseconds limit = Milliseconds(15000));
+    std::string tell(const std::string& command, Milliseconds limit = Milliseconds(45000));
     // The two halves of tell(), for what happens in between.
     void order(const std::string& command);
-    std::string answer(Milliseconds limit = Milliseconds(15000));
+    std::string answer(Milliseconds limit = Milliseconds(45000));
 
     int pid() const { return pid_; }
     // Has it end by itself. True when it did so, in time and without an error.

@@ -11,21 +11,22 @@
 namespace orvo::testing {
 namespace {
 
-template <typename Condition>
-bool within5Seconds(Condition condition) {
-    for (int i = 0; i < 1000; ++i) {
-        if (condition()) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return false;
-}
-
 template <typename T>
 std::unique_ptr<T, decltype(&std::free)> owned(T* reply) {
     return {reply, &std::free};
 }
 
 }  // namespace
+
+bool comesAbout(const std::function<bool()>& condition) {
+    constexpr std::chrono::seconds kLimit{30};
+    const auto until = std::chrono::steady_clock::now() + kLimit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > until) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
 
 xcb_window_t Windows::make(const WindowWish& wish) {
     xcb_connection_t* x = painter_.raw();
@@ -165,23 +166,23 @@ bool Windows::isViewable(xcb_window_t window) {
 // It announces itself before it takes windows on, and may overlook those that come in between.
 bool Windows::awaitManager() {
     const xcb_window_t probe = make({.area = {0, 0, 10, 10}});
-    const bool takesWindows = within5Seconds([&] {
+    const bool takesWindows = comesAbout([&] {
         if (number(probe, "WM_STATE") == 1) return true;
         unmap(probe);
         map(probe);
         return false;
     });
     painter_.destroy(probe);
-    return takesWindows && within5Seconds([&] { return number(painter_.root(), "_NET_CLIENT_LIST") == 0; });
+    return takesWindows && comesAbout([&] { return number(painter_.root(), "_NET_CLIENT_LIST") == 0; });
 }
 
 // The manager has also told where it stands.
 bool Windows::awaitMapped(xcb_window_t window) {
-    return within5Seconds([&] { return isViewable(window) && number(window, "WM_STATE") == 1; });
+    return comesAbout([&] { return isViewable(window) && number(window, "WM_STATE") == 1; });
 }
 
 bool Windows::awaitUnmapped(xcb_window_t window) {
-    return within5Seconds([&] { return !isViewable(window) && number(window, "WM_STATE") == 3; });
+    return comesAbout([&] { return !isViewable(window) && number(window, "WM_STATE") == 3; });
 }
 
 void Windows::awaitRepaint() {

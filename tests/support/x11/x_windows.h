@@ -1,6 +1,7 @@
 // Client windows as programs make them: with titles, types, borders; and a pattern that tells each pixel.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,9 @@ struct WindowWish {
     xcb_window_t owner = 0;     // it is a dialog or a toolbox of
     bool modal = false;
 };
+
+// Waits until it holds. False when it does not for so long that the machine's load is no reason any more.
+bool comesAbout(const std::function<bool()>& condition);
 
 // What paintPattern() paints, 0xRRGGBB.
 inline uint32_t patternAt(int x, int y) {
@@ -51,7 +55,7 @@ class Windows {
     uint32_t number(xcb_window_t window, const char* property);  // 0 without
     platform::Rect rootBounds(xcb_window_t window);
 
-    // False when it has not come about within five seconds.
+    // False when it does not come about.
     bool awaitManager();
     bool awaitMapped(xcb_window_t window);
     bool awaitUnmapped(xcb_window_t window);
