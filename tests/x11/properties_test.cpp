@@ -58,6 +58,12 @@ TEST(Properties, ClassesNumbersAndIconsStayInsideTheirBytes) {
     EXPECT_EQ(decodeOpacity(numbers({0})), 0.0);
     EXPECT_EQ(decodeOpacity({}), 1.0);
 
+    EXPECT_EQ(decodeMargins(numbers({1, 2, 3, 4})), (Margins{1, 2, 3, 4}));
+    EXPECT_EQ(decodeMargins(numbers({1, 2, 3, 0x80000000})), Margins());
+    EXPECT_EQ(decodeMargins(numbers({1, 2, 3})), Margins());
+    EXPECT_EQ(decodeRects(numbers({0xFFFFFFFF, 2, 3, 4, 0x7FFFFFFF, 0, 1, 1, 0, 0, 0x80000000, 1, 5})),
+              std::vector({PixelRect{-1, 2, 3, 4}}));
+
     EXPECT_EQ(decodeIcons(numbers({1, 1, 7, 1, 2, 8, 9})).size(), 2U);
     EXPECT_EQ(decodeIcons(numbers({1, 1, 7, 2, 2, 8, 9})).size(), 1U);
     EXPECT_TRUE(decodeIcons(numbers({0x10000, 0x10000, 7})).empty());

@@ -33,10 +33,9 @@ PixelRect boundsOfClient(const DesktopWindow& window) {
 }
 
 Layer layerOfClient(const DesktopWindow& window) {
-    const int border = window.border;
-    const PixelRect inner = boundsOfClient(window);
-    const PixelRect outer{-border, -border, inner.width + 2 * border, inner.height + 2 * border};
-    return {Layer::Kind::window, window.number, outer, inner, window.clientShape, border, window.mapped};
+    const PixelRect outer = software::moved(window.outer, -window.bounds.x, -window.bounds.y);
+    return {Layer::Kind::window, window.number, outer,        boundsOfClient(window),
+            window.clientShape,  window.border, window.mapped};
 }
 
 Compositor::Compositor(Server& server, const Server::Use& x)

@@ -33,7 +33,7 @@ struct Layer {
 
 // The screen as it shows, for bounds in root coordinates.
 Layer layerOfRoot(const Connection& x);
-// A window's client alone, without its border, in its own coordinates: its place on the root does not matter.
+// A window's client alone, cut to its bounds, from their corner: its place on the root does not matter.
 PixelRect boundsOfClient(const DesktopWindow& window);
 Layer layerOfClient(const DesktopWindow& window);
 

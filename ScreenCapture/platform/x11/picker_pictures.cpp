@@ -14,10 +14,6 @@ namespace {
 
 constexpr int64_t kMaxPixels = 4 << 20;  // of the windows that are drawn together
 
-PixelRect outerOf(const DesktopWindow& window) {
-    return {0, 0, window.bounds.width + 2 * window.border, window.bounds.height + 2 * window.border};
-}
-
 // Windows side by side in one picture: the compositor draws all of them at once, and who asks for one gets its part.
 struct Sheet {
     struct Item {
@@ -99,7 +95,7 @@ class X11PictureBatch final : public PictureBatch {
         const DesktopWindow* const window = desktop->windows->find(number);
         if (!window) return NoImage::gone;
         if (!window->onScreen) return NoImage::notOnScreen;
-        if (!fitsPicture(outerOf(*window))) return NoImage::tooLarge;
+        if (!fitsPicture(window->outer)) return NoImage::tooLarge;
         Server::Use x = pictureServer().use();
         if (!x) return NoImage::noServer;
         if (!compositor_ || epoch_ != pictureServer().epoch()) return NoImage::failed;
@@ -117,7 +113,7 @@ class X11PictureBatch final : public PictureBatch {
         int64_t pixels = 0;
         for (const uint32_t number : numbers_) {
             const DesktopWindow* const window = windows.find(number);
-            if (!window || !window->onScreen || !fitsPicture(outerOf(*window))) continue;
+            if (!window || !window->onScreen || !fitsPicture(window->outer)) continue;
             room_.width = std::max(room_.width, window->bounds.width);
             room_.height = std::max(room_.height, window->bounds.height);
             pixels += int64_t{window->bounds.width} * window->bounds.height;
@@ -134,18 +130,16 @@ class X11PictureBatch final : public PictureBatch {
                bool mayShowScreen) {
         Sheet sheet;
         sheet.version = desktop.version;
-        const auto owner = xcb_get_selection_owner(x->raw(), x.atoms().NET_WM_CM_S0);
         for (; next < numbers.size(); ++next) {
             const DesktopWindow* const window = desktop.windows->find(numbers[next]);
-            if (!window || !window->onScreen || !fitsPicture(outerOf(*window))) continue;
+            if (!window || !window->onScreen || !fitsPicture(window->outer)) continue;
             PixelRect place;
             if (!sheet.place(boundsOfClient(*window), room_, place)) break;
             sheet.items.emplace_back().number = window->number;
             sheet.items.back().bounds = window->bounds;
             sheet.items.back().place = place;
         }
-        const auto manager = x->await<xcb_get_selection_owner_reply_t>(owner.sequence);
-        mayShowScreen &= manager && manager->owner == XCB_NONE && compositor_->drawsOnServer();
+        mayShowScreen &= !desktop.windows->isComposited && compositor_->drawsOnServer();
         auto& windows = RedirectedWindows::of(pictureServer());
         for (Sheet::Item& item : sheet.items) {
             const DesktopWindow& window = *desktop.windows->find(item.number);
@@ -154,7 +148,7 @@ class X11PictureBatch final : public PictureBatch {
                                !RedirectedWindow::isUnknown(item.number, window.frame);
             if (item.showsScreen) continue;
             item.window = windows.open(x, item.number, window.frame);
-            item.window->fit(outerOf(window), window.border, false);
+            item.window->fit(window.outer, window.border, false);
             if (!isWhole) item.window->expectRepaint();
             item.window->requestPixmap();
         }

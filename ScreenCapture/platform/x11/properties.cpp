@@ -10,6 +10,7 @@ namespace {
 
 constexpr size_t kLargestIcons = 16;         // bitmaps of one property
 constexpr uint32_t kLargestIconSide = 1024;  // pixels
+constexpr uint32_t kMaxSide = 32767;         // of a window
 
 void appendCharacter(std::string& text, uint32_t character) {
     if (character < 0x80) {
@@ -137,6 +138,27 @@ std::pair<std::string, std::string> decodeClass(const Property& property) {
 
 double decodeOpacity(const Property& property) {
     return decodeNumber(property, 0xFFFFFFFFU) / static_cast<double>(0xFFFFFFFFU);
+}
+
+Margins decodeMargins(const Property& property) {
+    const std::vector<uint32_t> sides = decodeNumbers(property);
+    if (sides.size() < 4 || *std::max_element(sides.begin(), sides.end()) > kMaxSide) return {};
+    const auto side = [&](size_t i) { return static_cast<int>(sides[i]); };
+    return {side(0), side(1), side(2), side(3)};
+}
+
+std::vector<PixelRect> decodeRects(const Property& property) {
+    const std::vector<uint32_t> numbers = decodeNumbers(property);
+    std::vector<PixelRect> rects;
+    for (size_t i = 0; i + 4 <= numbers.size(); i += 4) {
+        const auto number = [&](size_t k) { return static_cast<int>(static_cast<int32_t>(numbers[i + k])); };
+        const PixelRect rect{number(0), number(1), number(2), number(3)};
+        const bool isWithin = std::all_of(&numbers[i], &numbers[i] + 4, [](uint32_t each) {
+            return each + kMaxSide <= 2 * kMaxSide;  // of either sign
+        });
+        if (isWithin && !rect.empty()) rects.push_back(rect);
+    }
+    return rects;
 }
 
 std::vector<IconBitmap> decodeIcons(const Property& property) {

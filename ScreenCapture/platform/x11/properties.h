@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "ScreenCapture/platform/values.h"
+
 namespace orvo::platform::x11 {
 
 // How the bytes of a text are to be read.
@@ -33,6 +35,17 @@ std::pair<std::string, std::string> decodeClass(const Property& property);
 
 // _NET_WM_WINDOW_OPACITY: 0 to 1.
 double decodeOpacity(const Property& property);
+
+// What a client that draws its own frame adds on each side for a shadow, in pixels.
+struct Margins {
+    int left = 0, right = 0, top = 0, bottom = 0;
+    bool operator==(const Margins&) const = default;
+};
+// _GTK_FRAME_EXTENTS; none where the numbers make no sense.
+Margins decodeMargins(const Property& property);
+
+// _NET_WM_OPAQUE_REGION: in window coordinates. Rectangles beyond what a window can be are left out.
+std::vector<PixelRect> decodeRects(const Property& property);
 
 // One bitmap of _NET_WM_ICON: width x height values 0xAARRGGBB, colours not multiplied by alpha.
 struct IconBitmap {

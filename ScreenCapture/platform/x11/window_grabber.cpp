@@ -24,10 +24,7 @@ PixelRect pixelsOf(const Rect& rect) {
 void addFrame(const Server::Use& x, std::vector<Layer>& layers, const DesktopWindow& window) {
     if (window.frame != window.number && window.onScreen &&
         RedirectedWindows::of(desktopServer()).find(x, window.number)) {
-        const int border = window.border;
-        const PixelRect& inner = window.bounds;
-        Layer client{Layer::Kind::window, window.number, {}, {}, window.shape, border, window.mapped};
-        client.outer = {inner.x - border, inner.y - border, inner.width + 2 * border, inner.height + 2 * border};
+        Layer client{Layer::Kind::window, window.number, window.outer, {}, window.shape, window.border, window.mapped};
         client.clip = software::intersection(client.outer, window.frameBounds);
         for (PixelRect& rect : client.shape)
             rect = software::moved(rect, window.frameBounds.x - client.outer.x, window.frameBounds.y - client.outer.y);

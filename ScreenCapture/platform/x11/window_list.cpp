@@ -2,6 +2,7 @@
 #include "ScreenCapture/platform/x11/window_list.h"
 
 #include <xcb/shape.h>
+#include <xcb/xfixes.h>
 
 #include <algorithm>
 #include <chrono>
@@ -34,16 +35,16 @@ struct TopLevel {
     std::vector<xcb_window_t> clients;  // that it frames, back to front; itself when it is its own client
 };
 
-// The client that made a window, as the part of the number that all its windows share; 0: the server.
-xcb_window_t ownerOf(Connection& x, xcb_window_t window) {
-    return window & ~xcb_get_setup(x.raw())->resource_id_mask;
-}
-
 class WindowListPart final : public DesktopPart {
   public:
     void attach(Connection& x) override {
         x.select(x.root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE);
         atoms_ = Atoms::of(x);
+        if (x.extensions().xfixes)
+            xcb_xfixes_select_selection_input(x.raw(), x.root(), atoms_.NET_WM_CM_S0,
+                                              XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
+                                                  XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
+                                                  XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
         known_.clear();
         processes_.clear();
         root_ = {};
@@ -131,8 +132,8 @@ void WindowListPart::applyMoves(Desktop& next) {
         window.frameBounds.x += dx;
         window.frameBounds.y += dy;
         if (window.managed && !window.onScreen) continue;
-        window.bounds.x += dx;
-        window.bounds.y += dy;
+        window.bounds = platform::moved(window.bounds, dx, dy);
+        window.outer = platform::moved(window.outer, dx, dy);
         known_[window.number].move(dx, dy);
     }
     moves_.clear();
@@ -196,6 +197,8 @@ bool WindowListPart::makesStale(const Connection& x, const xcb_generic_event_t& 
         default:
             break;
     }
+    // The compositing manager has come or gone.
+    if (x.extensions().xfixes && type == x.extensions().xfixesEvent + XCB_XFIXES_SELECTION_NOTIFY) return true;
     if (!x.extensions().shape || type != x.extensions().shapeEvent) return false;
     const auto& notify = reinterpret_cast<const xcb_shape_notify_event_t&>(event);
     WindowProperties* facts = known(notify.affected_window);
@@ -306,6 +309,7 @@ void WindowListPart::findClients(Connection& x) {
 void WindowListPart::requestDetails(Connection& x, PidRequest& pids) {
     for (const TopLevel& top : tops_) {
         if (top.clients.empty()) continue;
+        known_[top.window].requestProperties(x, atoms_, top.window);  // its opacity
         known_[top.window].requestShape(x, top.window);
         for (const xcb_window_t client : top.clients) {
             known_[client].requestProperties(x, atoms_, client);
@@ -319,6 +323,7 @@ void WindowListPart::requestDetails(Connection& x, PidRequest& pids) {
 void WindowListPart::receiveDetails(Connection& x, WindowList& list) {
     for (auto top = tops_.rbegin(); top != tops_.rend(); ++top) {
         if (top->clients.empty()) continue;
+        known_[top->window].receiveProperties(x, atoms_);
         known_[top->window].receiveShape(x);
         for (auto client = top->clients.rbegin(); client != top->clients.rend(); ++client) {
             WindowProperties& facts = known_[*client];
@@ -413,6 +418,8 @@ void WindowListPart::refresh(Connection& x, Desktop& next) {
     list->background = root_.background;
     list->hasManager = root_.hasManager;
     list->keepsHints = root_.keepsHints;
+    list->isComposited = root_.isComposited;
+    list->paintsFrames = root_.paintsFrames;
     if (root_.listsClients) takeListedClients(x);
     takeOverrideWindows();
     if (!root_.listsClients) findClients(x);
@@ -457,7 +464,7 @@ bool WindowList::isSeenWhole(xcb_window_t window) const {
     const auto found =
         std::find_if(all.begin(), all.end(), [=](auto& each) { return each.number == window || each.frame == window; });
     if (found == all.end()) return false;
-    const PixelRect& area = found->number == window ? found->bounds : found->frameBounds;
+    const PixelRect& area = found->number == window ? found->outer : found->frameBounds;
     return software::intersection(area, root) == area && std::none_of(all.begin(), found, [&](auto& other) {
                return other.frameOnScreen && other.frame != found->frame &&
                       !software::intersection(other.frameBounds, area).empty();

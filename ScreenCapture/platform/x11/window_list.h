@@ -21,11 +21,15 @@ enum class WindowType { none, normal, dialog, desktop, dock, menu, other };
 struct DesktopWindow {
     xcb_window_t number = 0;             // the client's own window
     xcb_window_t frame = 0;              // the child of the root that holds it; the same without a frame
-    PixelRect bounds;                    // what the client draws, root coordinates
-    int border = 0;                      // of the client itself, around the bounds
+    PixelRect bounds;                    // what the user takes for the window: without its border and its shadow
+    PixelRect outer;                     // all of the client's own window, root coordinates as well
+    int border = 0;                      // of that window
+    bool hasAlpha = false;               // its pixels have an alpha channel
+    std::vector<PixelRect> opaque;       // then what of it is opaque all the same, relative to outer
     PixelRect frameBounds;               // the frame with its border, root coordinates
     std::vector<PixelRect> shape;        // of the frame, relative to frameBounds; empty: all of it
-    std::vector<PixelRect> clientShape;  // of the client, relative to its border's corner
+    bool frameHasAlpha = false;          // the frame's pixels have an alpha channel
+    std::vector<PixelRect> clientShape;  // of the client, relative to outer
     bool managed = false;                // the client of a window manager, or such a window while no manager runs
     bool helper = false;                 // the manager's own, or out of sight: not for users to choose
     bool frameOnScreen = false;          // the frame is mapped; of a shaded window that is its title
@@ -41,13 +45,13 @@ struct DesktopWindow {
     bool pidIsCertain = false;  // the server says so, not the client
     uint64_t focused = 0;       // of nextVersion(): the larger, the later it had the focus; 0: not since it is known
     int32_t layer = 0;          // desktop -1, normal 0, above 3, docks 20, menus 101
-    double alpha = 1;
-    uint64_t mapped = 0;    // counts on whenever a frame is mapped; 0: before anybody looked
-    std::string title;      // UTF-8, as all texts
-    std::string role;       // WM_WINDOW_ROLE
-    std::string instance;   // WM_CLASS
-    std::string className;  // WM_CLASS
-    std::string machine;    // WM_CLIENT_MACHINE
+    double alpha = 1;           // the opacity that the client or its frame asks for
+    uint64_t mapped = 0;        // counts on whenever a frame is mapped; 0: before anybody looked
+    std::string title;          // UTF-8, as all texts
+    std::string role;           // WM_WINDOW_ROLE
+    std::string instance;       // WM_CLASS
+    std::string className;      // WM_CLASS
+    std::string machine;        // WM_CLIENT_MACHINE
     bool operator==(const DesktopWindow&) const = default;
 };
 
@@ -70,6 +74,8 @@ struct WindowList {
     uint64_t mappings = 0;           // the last number of a mapped frame
     bool hasManager = false;         // a window manager runs
     bool keepsHints = false;         // and it keeps the common hints
+    bool isComposited = false;       // a compositing manager runs
+    bool paintsFrames = true;        // frames hold what a manager painted, as far as one can know
     bool operator==(const WindowList&) const = default;
 
     const DesktopWindow* find(xcb_window_t number) const;

@@ -20,6 +20,23 @@ constexpr uint32_t kMaxNumbers = 4096;   // in a list of windows or atoms
 // Managers announce that the desktop is shown a little before or after they hide the windows, and its end likewise.
 constexpr std::chrono::milliseconds kShowDesktopTime{500};
 
+// Managers that are compositing managers too, and paint the frames into their windows all the same. Others leave there
+// what the screen showed when the frame was made, whosever that was, and paint frames onto the screen alone.
+constexpr std::string_view kFramePainters[] = {"Xfwm4",  "Metacity",    "Metacity (Marco)", "Marco",
+                                               "Mutter", "GNOME Shell", "Mutter (Muffin)",  "Muffin"};
+
+// A window's rectangle with its border, from that inside it.
+PixelRect withBorder(const PixelRect& inner, int border) {
+    return {inner.x - border, inner.y - border, inner.width + 2 * border, inner.height + 2 * border};
+}
+
+// Margins that would leave nothing are not believed.
+PixelRect without(const Margins& margins, const PixelRect& window) {
+    const PixelRect rest{window.x + margins.left, window.y + margins.top, window.width - margins.left - margins.right,
+                         window.height - margins.top - margins.bottom};
+    return rest.empty() ? window : rest;
+}
+
 WindowType typeOf(const Atoms& atoms, const std::vector<uint32_t>& types) {
     const std::pair<xcb_atom_t, WindowType> known[] = {{atoms.NET_WM_WINDOW_TYPE_NORMAL, WindowType::normal},
                                                        {atoms.NET_WM_WINDOW_TYPE_DIALOG, WindowType::dialog},
@@ -72,6 +89,10 @@ const std::string& hostName() {
 
 }  // namespace
 
+xcb_window_t ownerOf(Connection& x, xcb_window_t window) {
+    return window & ~xcb_get_setup(x.raw())->resource_id_mask;
+}
+
 bool RootProperties::isInteresting(const Atoms& atoms, xcb_atom_t property) {
     const xcb_atom_t all[] = {atoms.NET_CLIENT_LIST_STACKING,
                               atoms.NET_CLIENT_LIST,
@@ -97,7 +118,8 @@ void RootProperties::request(Connection& x, const Atoms& atoms) {
                   .check = property(atoms.NET_SUPPORTING_WM_CHECK, 1),
                   .background = property(atoms.XROOTPMAP_ID, 1),
                   .supported = property(atoms.NET_SUPPORTED, kMaxNumbers),
-                  .showing = property(atoms.NET_SHOWING_DESKTOP, 1)};
+                  .showing = property(atoms.NET_SHOWING_DESKTOP, 1),
+                  .compositor = xcb_get_selection_owner(x.raw(), atoms.NET_WM_CM_S0).sequence};
 }
 
 bool RootProperties::receive(Connection& x, const Atoms& atoms) {
@@ -124,13 +146,16 @@ bool RootProperties::receive(Connection& x, const Atoms& atoms) {
     background = first(sequences_.background, any);
     const std::vector<uint32_t> supported = numbers(sequences_.supported, any);
     const bool showsDesktop = first(sequences_.showing, any) != 0;
-    if (!tree || !attributes || !geometry || !holder) return false;
+    const auto compositor = x.await<xcb_get_selection_owner_reply_t>(sequences_.compositor);
+    if (!tree || !attributes || !geometry || !holder || !compositor) return false;
 
     const xcb_window_t* windows = xcb_query_tree_children(tree.get());
     children.assign(windows, windows + xcb_query_tree_children_length(tree.get()));
     // There is one redirecting client at most, and that is what makes it the manager.
     hasManager = (attributes->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT) != 0;
     area = {0, 0, geometry->width, geometry->height};
+    compositor_ = compositor->owner;
+    isComposited = compositor_ != XCB_NONE;
     focus = holder->focus == XCB_INPUT_FOCUS_POINTER_ROOT ? XCB_NONE : holder->focus;
     supportsHidden_ = contains(supported, atoms.NET_WM_STATE_HIDDEN);
     const auto now = readAt_ = std::chrono::steady_clock::now();
@@ -143,7 +168,11 @@ bool RootProperties::receive(Connection& x, const Atoms& atoms) {
 void RootProperties::requestCheck(Connection& x, const Atoms& atoms) {
     backgroundSize_ = xcb_get_geometry(x.raw(), background).sequence;
     backgroundAttributes_ = xcb_get_window_attributes(x.raw(), background).sequence;
-    check_ = xcb_get_property(x.raw(), 0, checkWindow, atoms.NET_SUPPORTING_WM_CHECK, XCB_ATOM_ANY, 0, 1).sequence;
+    const auto property = [&](xcb_atom_t atom) {
+        return xcb_get_property(x.raw(), 0, checkWindow, atom, XCB_ATOM_ANY, 0, kMaxProperty).sequence;
+    };
+    check_ = property(atoms.NET_SUPPORTING_WM_CHECK);
+    managerName_ = property(atoms.NET_WM_NAME);
 }
 
 void RootProperties::receiveCheck(Connection& x, const Atoms& atoms) {
@@ -153,6 +182,12 @@ void RootProperties::receiveCheck(Connection& x, const Atoms& atoms) {
     if (!size || size->depth != x.screen()->root_depth || window) background = 0;
     const auto check = x.await<xcb_get_property_reply_t>(check_);
     keepsHints = checkWindow != 0 && decodeNumber(atoms.property(check.get()), 0) == checkWindow;
+    const auto nameReply = x.await<xcb_get_property_reply_t>(managerName_);
+    const std::string name = decodeText(atoms.property(nameReply.get()));
+    const bool isPainter =
+        std::find(std::begin(kFramePainters), std::end(kFramePainters), name) != std::end(kFramePainters);
+    const bool isSeparate = ownerOf(x, compositor_) != ownerOf(x, checkWindow);
+    paintsFrames = !isComposited || (keepsHints && (isPainter || isSeparate));
     listsClients &= keepsHints;
     reportsActive &= keepsHints;
     reportsHidden = keepsHints && supportsHidden_;
@@ -196,18 +231,18 @@ void WindowProperties::receiveGeometry(Connection& x) {
     geometry_.inputOnly = attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY;
     geometry_.viewable = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
     geometry_.overrideRedirect = attributes->override_redirect != 0;
-    const int border = size->border_width;
+    geometry_.hasAlpha = size->depth == 32;
     geometry_.bounds = {origin->dst_x, origin->dst_y, size->width, size->height};
-    geometry_.outer = {origin->dst_x - border, origin->dst_y - border, size->width + 2 * border,
-                       size->height + 2 * border};
+    geometry_.outer = withBorder(geometry_.bounds, size->border_width);
 }
 
 // In the order in which receiveProperties() takes them.
 std::array<xcb_atom_t, WindowProperties::kProperties> WindowProperties::interesting(const Atoms& atoms) {
-    return {atoms.NET_WM_NAME,           XCB_ATOM_WM_NAME,   XCB_ATOM_WM_CLASS,
-            atoms.NET_WM_WINDOW_TYPE,    atoms.NET_WM_STATE, atoms.WM_STATE,
-            atoms.NET_WM_WINDOW_OPACITY, atoms.NET_WM_PID,   atoms.WM_WINDOW_ROLE,
-            XCB_ATOM_WM_TRANSIENT_FOR,   atoms.NET_WM_ICON,  XCB_ATOM_WM_CLIENT_MACHINE};
+    return {atoms.NET_WM_NAME,           XCB_ATOM_WM_NAME,          XCB_ATOM_WM_CLASS,
+            atoms.NET_WM_WINDOW_TYPE,    atoms.NET_WM_STATE,        atoms.WM_STATE,
+            atoms.NET_WM_WINDOW_OPACITY, atoms.NET_WM_PID,          atoms.WM_WINDOW_ROLE,
+            XCB_ATOM_WM_TRANSIENT_FOR,   atoms.NET_WM_ICON,         XCB_ATOM_WM_CLIENT_MACHINE,
+            atoms.GTK_FRAME_EXTENTS,     atoms.NET_WM_OPAQUE_REGION};
 }
 
 void WindowProperties::requestProperties(Connection& x, const Atoms& atoms, xcb_window_t window) {
@@ -242,12 +277,14 @@ void WindowProperties::receiveProperties(Connection& x, const Atoms& atoms) {
     above_ = contains(states, atoms.NET_WM_STATE_ABOVE);
     fullScreen_ = contains(states, atoms.NET_WM_STATE_FULLSCREEN);
     state_ = read[5].format == 32 ? static_cast<int32_t>(decodeNumber(read[5], 0)) : -1;
-    alpha_ = decodeOpacity(read[6]);
+    opacity_ = decodeOpacity(read[6]);
     claimedPid_ = static_cast<int32_t>(decodeNumber(read[7], 0));
     role_ = decodeText(read[8]);
     transientFor_ = decodeNumber(read[9], 0);
     hasIcon_ = replies[10] && replies[10]->type != XCB_ATOM_NONE;
     machine_ = decodeText(read[11]);
+    margins_ = decodeMargins(read[12]);
+    opaque_ = decodeRects(read[13]);
 }
 
 bool WindowProperties::propertyChanged(const Atoms& atoms, xcb_atom_t atom) {
@@ -287,13 +324,13 @@ bool WindowProperties::isMinimized(const RootProperties& root) const {
 }
 
 // Where a manager puts a window that nobody sees, or moves it on the way, is not where the window is.
-PixelRect WindowProperties::boundsWhenShown(bool isShown) {
-    if (isShown || shownBounds_.empty() || geometry_.overrideRedirect) shownBounds_ = geometry_.bounds;
-    return shownBounds_;
+PixelRect WindowProperties::outerWhenShown(bool isShown) {
+    if (isShown || shownOuter_.empty() || geometry_.overrideRedirect) shownOuter_ = geometry_.outer;
+    return shownOuter_;
 }
 
 void WindowProperties::move(int dx, int dy) {
-    for (PixelRect* bounds : {&geometry_.bounds, &geometry_.outer, &shownBounds_}) {
+    for (PixelRect* bounds : {&geometry_.bounds, &geometry_.outer, &shownOuter_}) {
         bounds->x += dx;
         bounds->y += dy;
     }
@@ -307,12 +344,17 @@ void WindowProperties::fill(DesktopWindow& window, const WindowProperties& frame
     window.machine = machine_;
     window.type = type_;
     window.layer = layerOf(type_, above_);
-    window.alpha = alpha_;
+    window.alpha = std::min(opacity_, frame.opacity_);
     window.managed = !geometry_.overrideRedirect;
     window.minimized = isMinimized(root);
     window.onScreen = geometry_.viewable && !window.minimized && !(shaded_ && root.keepsHints);
-    window.bounds = boundsWhenShown(window.onScreen);
+    window.outer = outerWhenShown(window.onScreen);
     window.border = geometry_.bounds.x - geometry_.outer.x;
+    window.bounds = without(margins_, withBorder(window.outer, -window.border));
+    window.hasAlpha = geometry_.hasAlpha;
+    for (const PixelRect& rect : window.hasAlpha ? opaque_ : std::vector<PixelRect>())
+        window.opaque.push_back(platform::moved(rect, window.border, window.border));
+    window.frameHasAlpha = frame.geometry_.hasAlpha;
     window.frameBounds = frame.geometry_.outer;
     window.frameOnScreen = frame.geometry_.viewable;
     window.mapped = frame.mapped;

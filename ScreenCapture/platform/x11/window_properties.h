@@ -15,12 +15,16 @@
 
 namespace orvo::platform::x11 {
 
+// The client that made a window, as the part of the number that all its windows share; 0: the server.
+xcb_window_t ownerOf(Connection& x, xcb_window_t window);
+
 // Where a window is. It changes too often to be kept: every refresh asks.
 struct Geometry {
     bool exists = false;
     bool inputOnly = false;
     bool viewable = false;
     bool overrideRedirect = false;
+    bool hasAlpha = false;
     PixelRect bounds;  // without its border, root coordinates
     PixelRect outer;   // with its border
 };
@@ -50,6 +54,8 @@ class RootProperties {
     bool listsClients = false;   // among them the list of its clients
     bool reportsActive = false;  // among them the active window
     bool reportsHidden = false;  // it marks the windows that are minimised
+    bool isComposited = false;   // a compositing manager runs
+    bool paintsFrames = true;    // as in WindowList
 
     // Whether a window that is marked as hidden since then is out of the way only because the desktop is shown.
     bool isHiddenForDesktop(std::chrono::steady_clock::time_point hiddenSince) const;
@@ -59,9 +65,12 @@ class RootProperties {
 
   private:
     struct Sequences {
-        unsigned tree, attributes, geometry, focus, stacking, clients, active, check, background, supported, showing;
+        unsigned tree, attributes, geometry, focus, stacking, clients, active, check, background, supported, showing,
+            compositor;
     } sequences_{};
     unsigned check_ = 0;
+    unsigned managerName_ = 0;
+    xcb_window_t compositor_ = 0;  // the compositing manager's window
     unsigned backgroundSize_ = 0;
     unsigned backgroundAttributes_ = 0;
     bool supportsHidden_ = false;
@@ -106,10 +115,10 @@ class WindowProperties {
     uint64_t focused = 0;  // likewise
 
   private:
-    static constexpr size_t kProperties = 12;
+    static constexpr size_t kProperties = 14;
     static std::array<xcb_atom_t, kProperties> interesting(const Atoms& atoms);
     bool isMinimized(const RootProperties& root) const;
-    PixelRect boundsWhenShown(bool isShown);
+    PixelRect outerWhenShown(bool isShown);
 
     bool propertiesKnown_ = false;
     bool shapeKnown_ = false;
@@ -122,12 +131,14 @@ class WindowProperties {
     Geometry geometry_;
     std::vector<PixelRect> shape_;
     PixelRect shapedOuter_;
-    PixelRect shownBounds_;  // when it was on screen for the last time; empty: not yet
+    PixelRect shownOuter_;  // when it was on screen for the last time; empty: not yet
+    Margins margins_;
+    std::vector<PixelRect> opaque_;
     std::string title_, role_, instance_, className_, machine_;
     WindowType type_ = WindowType::none;
     int32_t state_ = -1;  // WM_STATE; -1 without
     int32_t claimedPid_ = 0;
-    double alpha_ = 1;
+    double opacity_ = 1;
     xcb_window_t transientFor_ = 0;
     bool hidden_ = false, shaded_ = false, modal_ = false, above_ = false, fullScreen_ = false, hasIcon_ = false;
     std::chrono::steady_clock::time_point hiddenSince_;
