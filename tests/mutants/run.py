@@ -19,9 +19,11 @@ LIMIT = 0.9
 # What is held against each layer's faults: its tests, those of them that are tried only on what the others let pass,
 # and the models.
 DESKTOP = ("desktop_tests", "*Fault*:*Race*", ["regions", "pictures"])
+X11 = ("x11_tests", "Faults*:Churn*", [])
 RUNTIME = ("runtime_tests", "", ["strings", "numbers", "conversions", "log"])
 
-W, C, A, T, S = (f"ScreenCapture/{folder}/" for folder in ("window", "capture", "api", "thumbnail", "platform/software"))
+W, C, A, T, S, P = (f"ScreenCapture/{folder}/" for folder in
+                    ("window", "capture", "api", "thumbnail", "platform/software", "platform/x11"))
 MUTANTS = [
     # file, text, replacement
     (W + "OrvoWindowCaptureSession_tick.cpp", "shot.image->width() >= kMinImageWidth", "shot.image->width() > kMinImageWidth"),
@@ -32,7 +34,7 @@ MUTANTS = [
     (W + "OrvoWindowCaptureSession_tick.cpp", "!appWindows.empty() &&", ""),
     (W + "OrvoWindowCaptureSession_tick.cpp", "uOffset + truncated", "truncated"),
     (W + "OrvoWindowCaptureSession_tick.cpp", "options.excludeWindows.empty() ?", "true ?"),
-    (W + "OrvoWindowCaptureSession_tick.cpp", "    look.reset();", ""),
+    (W + "OrvoWindowCaptureSession_tick.cpp", "    scope.reset();", ""),
     (W + "OrvoWindowCaptureSession_tick.cpp", "describe(shot.why));", "describe(NoImage::failed));"),
     (W + "OrvoWindowCaptureSession_tick.cpp", "constexpr uint32_t kModeArea = 3;", "constexpr uint32_t kModeArea = 4;"),
     (W + "OrvoWindowCaptureSession.cpp", "        options.sequence = nextVersion();\n", ""),
@@ -43,7 +45,10 @@ MUTANTS = [
     (W + "OrvoWindowCaptureSession.cpp", "    m_windowManager->setExcludeWindows(excludeWindows());\n", ""),
     (W + "target_frame.cpp", "if (result_ && key == key_)", "if (result_)"),
     (W + "target_frame.cpp", "version == 0 || version != askedAt_", "version == 0 || askedAt_ == 0"),
-    (W + "target_frame.cpp", "if (key.picture != 0 && result.get() != image.get())", "if (false)"),
+    (W + "target_frame.cpp", "if (key.picture != 0 && result.image.get() != image.get())", "if (false)"),
+    (W + "target_frame.cpp", "    if (key.options != key_.options) return {};\n", ""),
+    (W + "target_frame.cpp", "image.height() - mark.y - mark.h, mark.w", "mark.y, mark.w"),
+    (W + "target_frame.cpp", "moved(intersection(rect, kept), -kept.x, -kept.y)", "intersection(rect, kept)"),
     (W + "target_frame.cpp", "resolutionMode > 1", "resolutionMode > 2"),
     (W + "target_frame.cpp", "std::max(across, down)", "std::min(across, down)"),
     (W + "target_frame.cpp", "(output.height - height) * 0.5", "(output.height - height)"),
@@ -70,7 +75,7 @@ MUTANTS = [
     (C + "OrvoCaptureSession_targets.cpp", "        if (wasRunning) self.restart(parts, stops);\n", ""),
     (C + "OrvoCaptureSession_delivery.cpp", "baseAddressOfPlane(planes)", "baseAddressOfPlane(planes - 1)"),
     (C + "OrvoCaptureSession_delivery.cpp", "if (time.timescale == 0) return 0;", "if (time.timescale == 0) return 1;"),
-    (C + "OrvoCaptureSession_delivery.cpp", "    if (!isOnDevicePath()) {\n        dropOfOtherPath(0);\n        return;\n    }\n", ""),
+    (C + "OrvoCaptureSession_delivery.cpp", "    if (!isOnDevicePath()) {\n        dropOfOtherPath(0);\n        return false;\n    }\n", ""),
     (C + "OrvoCaptureSession_delivery.cpp", "~LockedPixels() { buffer_.unlock(); }", "~LockedPixels() {}"),
     (C + "OrvoCaptureSession_delivery.cpp", "std::abs(now - reportedAt) >= kReportInterval &&", ""),
     (C + "OrvoCaptureSession_delivery.cpp", "static_cast<double>(bytesPerRow) * size.height", "static_cast<double>(bytesPerRow) * buffer.height()"),
@@ -86,7 +91,7 @@ MUTANTS = [
     (A + "OrvoScreenCaptureImpl_lists.cpp", "if (!record->isScreen) numbers", "numbers"),
     (A + "OrvoScreenCaptureImpl_lists.cpp", "screens[i].number == mainDisplay", "i == 0"),
     (A + "OrvoScreenCaptureImpl_lists.cpp", "std::max<size_t>(records.size(), 1)", "records.size()"),
-    (A + "OrvoScreenCaptureImpl_lists.cpp", "if (!skipImages) item", "item"),
+    (A + "OrvoScreenCaptureImpl_lists.cpp", "skipImages ? nullptr : platform()", "platform()"),
     (T + "OrvoWindowManager_tracking.cpp", "version != 0 && record->unchangedAt == version", "record->unchangedAt == version"),
     (T + "OrvoWindowManager_tracking.cpp", "    record->unchangedAt = 0;\n", ""),
     (T + "OrvoWindowManager_tracking.cpp", "    if (isHidden) return false;\n", ""),
@@ -99,7 +104,6 @@ MUTANTS = [
     (T + "OrvoWindowManager_notify.cpp", "static_cast<void>(info.release());", "info.reset();"),
     (T + "OrvoWindowManager.cpp", "window.layer >= kFirstHiddenLayer", "window.layer > kFirstHiddenLayer"),
     (T + "OrvoWindowManager.cpp", "window.name.empty() ?", "true ?"),
-    (T + "OrvoWindowManager.cpp", "return record ? record : getOrvo", "return getOrvo"),
     (T + "OrvoWindowManager_pictures.cpp", "if (excess > 1)", "if (excess > 2)"),
     (T + "OrvoWindowManager_pictures.cpp", "if (!appName.empty())", "if (true)"),
     (T + "OrvoWindowManager_pictures.cpp", "icon->size.width / icon->size.height", "icon->size.height / icon->size.width"),
@@ -115,19 +119,78 @@ MUTANTS = [
     (T + "OrvoAppProxy.cpp", "!isHidden() && !proxy.isWindowMinimized()", "!proxy.isWindowMinimized()"),
     (T + "OrvoAppProxy_observer.cpp", "if (app_) observer_->remove", "if (false) observer_->remove"),
     (T + "OrvoAppProxy_observer.cpp", "event.hasContext ? this : nullptr", "nullptr"),
-    (S + "imaging.cpp", "std::floor(low)", "std::ceil(low)"),
-    (S + "imaging.cpp", "uint64_t{width} * 4 > image->bytesPerRow()", "uint64_t{width} * 4 >= image->bytesPerRow()"),
+    (S + "imaging.cpp", "uint64_t{width} * 4 <= image->bytesPerRow()", "uint64_t{width} * 4 < image->bytesPerRow()"),
     (S + "imaging.cpp", "height - placement.y - placement.height", "placement.y"),
     (S + "imaging.cpp", "area(*candidate.image) < area(**best)", "area(*candidate.image) > area(**best)"),
-    (S + "imaging.cpp", "drawScaled(source.part(part),", "drawScaled(source,"),
-    (S + "compose.cpp", "        open.subtract(whole);\n", ""),
-    (S + "compose.cpp", "            uncovered.subtract(part);\n", ""),
+    (S + "imaging.cpp", "drawWhole(source.part(part),", "drawWhole(source,"),
+    (S + "imaging.cpp", "    if (!changes.isKnown()) affected.add(scaling_->covered());\n", ""),
+    (S + "imaging.cpp", "        for (const PixelRect& rect : affected) output.behind.unite(rect);", "        output.behind.clear();"),
+    (S + "imaging.cpp", "    output->behind.clear();\n", ""),
+    (S + "imaging.cpp", "        clearOutside(pixelsOf(*made.bitmap), scaling_->covered());\n", ""),
+    (S + "scale.cpp", "truncated<int>(std::floor(low)), 0, targetLength - 1)", "truncated<int>(std::ceil(low)), 0, targetLength - 1)"),
+    (S + "scale.cpp", "length / step >= 2 * target", "length / step >= target"),
+    (S + "scale.cpp", "convertvector((sum + 128) >> 8", "convertvector(sum >> 8"),
+    (S + "scale.cpp", "std::floor((from - 1) * ratio)) - 1;", "std::floor(from * ratio)) + 1;"),
+    (S + "scale.cpp", "std::min((part.x + part.width + 3) & ~3, width)", "part.x + part.width"),
     (S + "pointer_blend.cpp", "+ 127;", "+ 254;"),
     (S + "pointer_blend.cpp", "if (source[i] != 0)", "if (source[i] >> 24 == 0xFF)"),
     (S + "frame.cpp", "for (size_t i = painted_.size(); i-- > 0;)", "for (size_t i = 0; i < painted_.size(); i++)"),
     (S + "region.cpp", "{rect.x, hole.y, hole.x - rect.x, hole.height}", "{rect.x, hole.y, hole.x - rect.x, 0}"),
     (S + "region.cpp", "    subtract(area);\n    rects_", "    rects_"),
+    (S + "region.cpp", "        open.subtract(layer);\n", ""),
     (S + "queues.cpp", "dead->tick = nullptr;", ""),
+    (S + "queues.cpp", "((now - next) / interval + 1)", "1"),
+    (S + "display_stream.cpp", "        undelivered = std::move(waiting_);\n        queue_", "        queue_"),
+    (S + "display_stream.cpp", "    bool isCurrent(uint64_t run) const { return running_ && run == run_; }", "    bool isCurrent(uint64_t) const { return running_; }"),
+    (S + "display_stream.cpp", "            undelivered_.add(result.changes);", "            undelivered_ = result.changes;"),
+]
+
+# On a real server.
+X11_MUTANTS = [
+    (P + "compositor.cpp", "if (hasUnknown_ && part->window) part->window->receiveUnknown();", "continue;"),
+    (P + "compositor.cpp", "        if (part->isKnown()) uncovered_.subtract(part->visible);\n", "        uncovered_.subtract(part->visible);\n"),
+    (P + "compositor.cpp", "        part->visible = visible[i].intersected(part->reach);\n", "        part->visible = x11::regionOf(layers_[i], bounds).intersected(part->reach);\n"),
+    (P + "compositor.cpp", "            if (canvas.drawnTime >= laidOutTime_)\n", "            if (false)\n"),
+    (P + "compositor.cpp", "(!window || part->generation == window->generation())", "true"),
+    (P + "compositor.cpp", "part.dx + border), dy = static_cast<int16_t>(part.dy + border)", "part.dx), dy = static_cast<int16_t>(part.dy)"),
+    (P + "compositor.cpp", "    const bool cuts = part.window && part.window->mayBeUnknown();", "    const bool cuts = false;"),
+    (P + "compositor.cpp", "        if (!isLaidOut(bounds_)) why = NoImage::failed;\n", ""),
+    (P + "compositor.cpp", "    changedSince_ = std::exchange(version_, nextVersion());\n", "    changedSince_ = version_;\n"),
+    (P + "redirected_window.cpp", "return static_cast<int32_t>(a - b) >= 0;", "return static_cast<int32_t>(a - b) > 0;"),
+    (P + "redirected_window.cpp", "    doubtful_ = isNew || isUnknownToOthers;\n", "    doubtful_ = false;\n"),
+    (P + "redirected_window.cpp", "    xcb_xfixes_set_region(x_->raw(), unknown_.id(), 1, &whole);\n", ""),
+    (P + "redirected_window.cpp", "    if (notBefore(event.full_sequence, naming_)) hasOtherPixmap_ = true;\n", ""),
+    (P + "redirected_window.cpp", "    if (mayBeUnknown_ && !doubtful_) xcb_xfixes_subtract", "    if (mayBeUnknown_) xcb_xfixes_subtract"),
+    (P + "redirected_window.cpp", "    if (named_ || before) generation_ = nextVersion();\n", ""),
+    (P + "frame_pool.cpp", "    slots_.front()->frame->restore();\n", ""),
+    (P + "frame_pool.cpp", "return slot->frame->unique();", "return true;"),
+    (P + "frame_pool.cpp", "(size.width + kStep - 1) / kStep * kStep", "size.width"),
+    (P + "display_source.cpp", "    return software::intersection(area, display);", "    return area;"),
+    (P + "display_source.cpp", "display.y + display.height - limited(crop.y) - limited(crop.height)", "display.y + limited(crop.y)"),
+    (P + "display_source.cpp", "wasClicked || (place", "(place"),
+    (P + "window_list.cpp", "        window.bounds.x += dx;\n", ""),
+    (P + "window_list.cpp", "notify.above_sibling == below &&", "true &&"),
+    (P + "window_list.cpp", "    if (isGrab || event.detail", "    if (event.detail"),
+    (P + "window_list.cpp", "            known_.erase(reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window);\n", ""),
+    (P + "window_list.cpp", "        if (top.window == root_.checkWindow) continue;", "        if (false) continue;"),
+    (P + "window_list.cpp", "(root_.hasManager && facts.hasState())", "facts.hasState()"),
+    (P + "window_list.cpp", "    facts->shapeChanged();\n", ""),
+    (P + "window_properties.cpp", "hidden_ && !shaded_ && !root", "hidden_ && !root"),
+    (P + "window_properties.cpp", "    propertiesKnown_ = false;\n", ""),
+    (P + "window_properties.cpp", "machine_.empty() ? !isRemote : machine_ == hostName()", "true"),
+    (P + "window_properties.cpp", "    if (count == 0) shape.push_back({});", "    if (false) shape.push_back({});"),
+    (P + "monitors.cpp", "    if (found == all.end()) found = std::find_if(all.begin(), all.end(), isAtCorner);\n", ""),
+    (P + "monitors.cpp", "global.x + origin->area.x", "global.x - origin->area.x"),
+    (P + "connection.cpp", "    lost_ = true;\n}", "}"),
+    (P + "connection.cpp", "++each) xcb_discard_reply", "++each) if (false) xcb_discard_reply"),
+    (P + "connection.cpp", "            selected_.erase(reinterpret_cast<const xcb_destroy_notify_event_t&>(*event).window);", "            static_cast<void>(0);"),
+    (P + "desktop.cpp", "        next.version = nextVersion();\n", ""),
+    (P + "desktop.cpp", "            stale_.fill(true);\n            for", "            for"),
+    (P + "pointer_position.cpp", "counter_value) >= kRestTime", "counter_value) >= 0"),
+    (P + "pointer_position.cpp", ".detail <= kMaxButton)", ".detail <= 9)"),
+    (P + "window_control.cpp", "rank(*window) > rank(*last)", "rank(*window) >= rank(*last)"),
+    (P + "window_control.cpp", "    lateSince = Clock::now();\n", ""),
+    (P + "window_control.cpp", "        noteActivation(window);\n", ""),
 ]
 
 
@@ -143,7 +206,7 @@ def build_and_test(build, layer):
     runs += [[program, "--gtest_fail_fast", f"--gtest_filter={tests}"] for tests in filters]
     for command, *options in runs:
         try:
-            run = subprocess.run([f"{build}/{command}", *options], capture_output=True, text=True, errors="replace", timeout=120)
+            run = subprocess.run([f"{build}/{command}", *options], capture_output=True, text=True, errors="replace", timeout=300)
         except subprocess.TimeoutExpired:
             return "caught by a hang"
         if run.returncode:
@@ -170,9 +233,9 @@ def main():
     os.environ["CCACHE_BASEDIR"] = os.path.realpath(copy)
     build = f"{copy}/build/release"
     subprocess.run(["cmake", "--preset", "release"], cwd=copy, check=True, stdout=subprocess.DEVNULL)
-    chosen = [(layer, *mutant) for layer, mutants in ((RUNTIME, runtime.MUTANTS), (DESKTOP, MUTANTS)) for mutant in mutants
+    chosen = [(layer, *mutant) for layer, mutants in ((RUNTIME, runtime.MUTANTS), (DESKTOP, MUTANTS), (X11, X11_MUTANTS)) for mutant in mutants
               if not words or any(word in mutant[0] + mutant[1] for word in words)]
-    for layer in (RUNTIME, DESKTOP):
+    for layer in (RUNTIME, DESKTOP, X11):
         if any(mutant[0] is layer for mutant in chosen) and build_and_test(build, layer) != "survives":
             sys.exit("mutants: the tests fail without a fault")
     caught = errors = count = 0
