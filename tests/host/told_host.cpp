@@ -26,7 +26,6 @@ struct {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-std::atomic<int> blockFor{0};  // milliseconds that the main thread is to do nothing
 std::atomic<bool> finished{false};
 std::vector<int> spareFiles;
 
@@ -227,10 +226,6 @@ std::string obey(const std::string& line) {
         return state();
     } else if (command == "lists") {
         return lists();
-    } else if (command == "block") {
-        words >> number;
-        blockFor = number;
-        await(kPatience, [] { return blockFor == 0; });
     } else if (command == "files") {
         words >> number;
         useUpFiles(number == 0);
@@ -259,13 +254,7 @@ int main() {
         }
         finished = true;
     });
-    while (!finished) {
-        orvo_screencapture_run_main_queue(10);
-        if (blockFor > 0) {
-            std::this_thread::sleep_for(milliseconds(blockFor));
-            blockFor = 0;
-        }
-    }
+    while (!finished) orvo_screencapture_run_main_queue(10);
     commands.join();
     return 0;
 }

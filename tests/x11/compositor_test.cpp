@@ -5,7 +5,6 @@
 #include <random>
 
 #include "ScreenCapture/platform/platform.h"
-#include "ScreenCapture/platform/x11/compositor.h"
 #include "ScreenCapture/platform/x11/display_source.h"
 #include "ScreenCapture/platform/x11/picker_pictures.h"
 #include "support/x11/x_server.h"
@@ -18,68 +17,52 @@ using platform::NoImage;
 using platform::PixelRect;
 using platform::Ref;
 using platform::software::Frame;
+using platform::software::FrameResult;
 using platform::x11::desktopServer;
 using platform::x11::openDisplaySource;
 using platform::x11::Server;
 
-// Pictures of the screen, by who knows all that was drawn before they are asked for.
-struct Grabbing {
-    explicit Grabbing(const PixelRect& place) : area(place) {
-        compositor = std::make_unique<platform::x11::Compositor>(desktopServer(), desktopServer().use());
+// One run of the device path, asked tick by tick.
+struct DisplayRun {
+    explicit DisplayRun(const platform::Rect& crop = {}) {
+        settings.display = platform::platform().displays().mainDisplay();
+        settings.cursor = false;
+        settings.crop = crop;
     }
-    ~Grabbing() {
-        const Server::Use x = desktopServer().use();
-        compositor = nullptr;
-    }
-    Ref<Frame> take() {
-        Server::Use x = desktopServer().use();
-        // The server paints redirected windows into the root when it has nothing else to do: between the two.
-        x->sync();
-        x->sync();
-        x.readEvents();
-        compositor->update(x, area, {platform::x11::layerOfRoot(*x)}, {});
-        compositor->begin();
-        NoImage why = NoImage::none;
-        return compositor->finishFrame(x, why);
-    }
-    // How many pixels differ from those of the frame before beyond what the frame says has changed.
-    int unreported(const Frame& frame) {
-        int count = 0;
-        const std::vector<PixelRect>* const changed = frame.changedSince() == lastVersion ? frame.changed() : nullptr;
-        const bool isSame = frame.version() == lastVersion;
-        for (int i = 0; (changed || isSame) && i < frame.width() * frame.height(); i++) {
-            const int column = i % frame.width(), row = i / frame.width();
-            const size_t at = static_cast<size_t>(row) * frame.bytesPerRow() + static_cast<size_t>(column) * 4;
-            const auto covers = [=](const PixelRect& rect) {
-                return column >= rect.x && row >= rect.y && column < rect.x + rect.width && row < rect.y + rect.height;
-            };
-            if (!isSame && std::any_of(changed->begin(), changed->end(), covers)) continue;
-            count += std::memcmp(frame.bytes() + at, last.data() + at, 4) != 0;
-        }
-        reports += changed && !isSame;
-        lastVersion = frame.version();
-        last.assign(frame.bytes(), frame.bytes() + frame.bytesPerRow() * static_cast<size_t>(frame.height()));
-        return count;
-    }
-    const PixelRect area;
-    std::unique_ptr<platform::x11::Compositor> compositor;
-    uint64_t lastVersion = 0;
-    std::vector<uint8_t> last;
-    int reports = 0;
+    FrameResult next() { return source->next(settings); }
+
+    platform::software::DisplaySettings settings;
+    NoImage why{};
+    std::unique_ptr<platform::software::DisplaySource> source = openDisplaySource(why);
 };
 
-// How many rows of a frame differ from the server's, opaque.
-int differences(const Frame& frame, std::vector<uint8_t> root) {
-    for (size_t i = 3; i < root.size(); i += 4) root[i] = 0xFF;
-    const size_t rowSize = static_cast<size_t>(frame.width()) * 4;
-    int count = 0;
-    for (size_t y = 0; y < static_cast<size_t>(frame.height()); y++)
-        count += std::memcmp(frame.bytes() + y * frame.bytesPerRow(), root.data() + y * rowSize, rowSize) != 0;
-    return count;
+// A frame's pixels, rows packed.
+std::vector<uint8_t> copyOf(const Image& frame) {
+    std::vector<uint8_t> pixels;
+    for (int y = 0; y < frame.height(); y++) {
+        const uint8_t* const row = frame.bytes() + static_cast<size_t>(y) * frame.bytesPerRow();
+        pixels.insert(pixels.end(), row, row + static_cast<size_t>(frame.width()) * 4);
+    }
+    return pixels;
 }
 
-std::vector<uint8_t> copyOf(const Frame& frame) {
-    return {frame.bytes(), frame.bytes() + frame.bytesPerRow() * static_cast<size_t>(frame.height())};
+// What the server shows, as a frame has it.
+std::vector<uint8_t> shownBy(Painter& painter, const Area& area) {
+    auto root = painter.read(area);
+    for (size_t i = 3; i < root.size(); i += 4) root[i] = 0xFF;
+    return root;
+}
+
+// Whether two pictures of a width are equal outside of what is said to have changed.
+bool isReported(const platform::Changes& changes, std::vector<uint8_t> before, const std::vector<uint8_t>& now,
+                int width) {
+    if (!changes.isKnown()) return true;
+    for (const PixelRect& rect : changes)
+        for (int y = rect.y; y < rect.y + rect.height; y++) {
+            const auto row = (ptrdiff_t{y} * width + rect.x) * 4;
+            std::copy_n(now.begin() + row, rect.width * 4, before.begin() + row);
+        }
+    return before == now;
 }
 
 // Draws, scrolls, shapes, moves, drags, stacks and destroys at random, sometimes while it has the server to itself.
@@ -147,37 +130,46 @@ class GrabberOn : public ::testing::TestWithParam<std::vector<std::string>> {
     static bool lacks(const char* extension) { return !GetParam().empty() && GetParam().back() == extension; }
 };
 
-TEST_P(GrabberOn, EqualsAFullGrabWhateverIsDrawnPaintedAndHeld) {
+// With the cursor a run that has just begun tells what is right.
+TEST_P(GrabberOn, ADisplayIsShownAsTheServerHasItWhateverIsDrawnAndHeld) {
     const XServer server("317x241x24", arguments());
     Scribbler scribbler(server);
     scribbler.canRedirect = !lacks("Composite");
-    const PixelRect areas[] = {{0, 0, 317, 241}, {33, 21, 150, 99}};
-    Grabbing grabbings[] = {Grabbing(areas[0]), Grabbing(areas[1])};
+    Painter& painter = scribbler.painter();
+    const Area areas[] = {{0, 0, 317, 241}, {33, 21, 150, 99}, {0, 200, 57, 41}};
+    // Counted from the bottom; the last reaches beyond the display.
+    DisplayRun runs[] = {DisplayRun(), DisplayRun({33, 241 - 21 - 99, 150, 99}), DisplayRun({-100, -30, 157, 71})};
+    std::vector<uint8_t> last[3];
     std::vector<std::pair<Ref<Frame>, std::vector<uint8_t>>> held;
+    int reports = 0;
     for (int round = 0; round < 100; round++) {
         for (int steps = scribbler.number(0, 3); steps > 0; steps--) scribbler.step();
-        for (Grabbing& grabbing : grabbings) {
-            const PixelRect& area = grabbing.area;
-            auto frame = grabbing.take();
+        painter.warpPointer(scribbler.number(0, 316), scribbler.number(0, 240));
+        // The server paints redirected windows into the root when it has nothing else to do: between the two.
+        painter.sync();
+        painter.sync();
+        // Xvfb without XFixes does not survive clients that leave.
+        const bool cursor = !lacks("XFIXES") && scribbler.number(0, 2) == 0;
+        for (size_t i = 0; i < 3; i++) {
+            runs[i].settings.cursor = cursor;
+            auto [outcome, frame, why, changes] = runs[i].next();
             ASSERT_TRUE(frame);
-            ASSERT_EQ(differences(*frame, scribbler.painter().read({area.x, area.y, area.width, area.height})), 0)
-                << "round " << round;
-            ASSERT_EQ(grabbing.unreported(*frame), 0) << "round " << round;
-            // A host paints on some and keeps some.
-            const PixelRect spot{scribbler.number(0, 100), scribbler.number(0, 60), 20, 20};
-            uint8_t* bytes = frame->paint(spot);
-            for (int y = spot.y; y < spot.y + spot.height; y++)
-                std::memset(bytes + static_cast<size_t>(y) * frame->bytesPerRow() + static_cast<size_t>(spot.x) * 4,
-                            0x5A, 80);
-            if (scribbler.number(0, 2) == 0) {
-                auto copy = copyOf(*frame);
-                held.emplace_back(std::move(frame), std::move(copy));
-            }
+            auto pixels = copyOf(*frame);
+            const auto isFresh = [&] {
+                DisplayRun fresh(runs[i].settings.crop);
+                fresh.settings.cursor = true;
+                return pixels == copyOf(*fresh.next().frame);
+            };
+            ASSERT_TRUE(cursor ? isFresh() : pixels == shownBy(painter, areas[i])) << "round " << round;
+            ASSERT_TRUE(last[i].empty() || isReported(changes, last[i], pixels, frame->width())) << "round " << round;
+            reports += changes.isKnown() && changes.size() > 0;
+            last[i] = pixels;
+            if (scribbler.number(0, 2) == 0) held.emplace_back(std::move(frame), std::move(pixels));
         }
         for (const auto& [frame, copy] : held) ASSERT_EQ(copyOf(*frame), copy) << "round " << round;
         if (held.size() > 3) held.erase(held.begin(), held.begin() + 2);
     }
-    EXPECT_EQ(grabbings[0].reports > 20, !lacks("RENDER") && !lacks("DAMAGE") && !lacks("XFIXES"));
+    EXPECT_EQ(reports > 30, !lacks("RENDER") && !lacks("DAMAGE") && !lacks("XFIXES"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Servers, GrabberOn,
@@ -187,28 +179,6 @@ INSTANTIATE_TEST_SUITE_P(Servers, GrabberOn,
                                            std::vector<std::string>{"-extension", "MIT-SHM"},
                                            std::vector<std::string>{"-extension", "XFIXES"},
                                            std::vector<std::string>{"-extension", "Composite"}));
-
-// A capture that goes on for long shows what one that has just begun shows, the cursor included.
-TEST_P(GrabberOn, ARunGoesOnAsItWouldBegin) {
-    if (lacks("XFIXES")) GTEST_SKIP() << "Xvfb without XFixes does not survive clients that leave";
-    const XServer server("317x241x24", arguments());
-    Scribbler scribbler(server);
-    scribbler.canRedirect = !lacks("Composite");
-    platform::software::DisplaySettings settings;
-    settings.display = platform::platform().displays().mainDisplay();
-    NoImage why{};
-    const auto run = openDisplaySource(why);
-    for (int round = 0; round < 60; round++) {
-        for (int steps = scribbler.number(0, 3); steps > 0; steps--) scribbler.step();
-        scribbler.painter().warpPointer(scribbler.number(0, 316), scribbler.number(0, 240));
-        scribbler.painter().sync();
-        const auto fresh = openDisplaySource(why);
-        const auto shown = run->next(settings).frame;
-        const auto expected = fresh->next(settings).frame;
-        ASSERT_TRUE(shown && expected);
-        ASSERT_EQ(copyOf(*shown), copyOf(*expected)) << "round " << round;
-    }
-}
 
 // The windows of the screen put together again are the screen; beside them there is nothing.
 TEST_P(GrabberOn, AllWindowsTogetherAreTheScreen) {
@@ -221,6 +191,7 @@ TEST_P(GrabberOn, AllWindowsTogetherAreTheScreen) {
     auto& windowServer = platform::platform().windowServer();
     const auto grabber = windowServer.grabber(platform::platform().displays().mainDisplay(), true);
     std::vector<uint32_t> numbers;
+    int pictures = 0;
     for (int round = 0; round < 60; round++) {
         for (int steps = scribbler.number(0, 3); steps > 0; steps--) scribbler.step();
         scribbler.painter().sync();
@@ -228,19 +199,92 @@ TEST_P(GrabberOn, AllWindowsTogetherAreTheScreen) {
         const auto shot = grabber->composed({0, 0, 317, 241}, numbers);
         ASSERT_TRUE(shot.image);
         scribbler.painter().sync();
-        const std::vector<uint8_t> root = scribbler.painter().read({0, 0, 317, 241});
+        const auto root = shownBy(scribbler.painter(), {0, 0, 317, 241}), shown = copyOf(*shot.image);
         int wrong = 0;
         for (int i = 0; i < 317 * 241; i++) {
             uint32_t composed = 0, seen = 0;
-            std::memcpy(&composed,
-                        shot.image->bytes() + static_cast<size_t>(i / 317) * shot.image->bytesPerRow() + i % 317 * 4,
-                        4);
+            std::memcpy(&composed, shown.data() + i * 4, 4);
             std::memcpy(&seen, root.data() + i * 4, 4);
-            seen &= 0xFFFFFF;
-            wrong += composed != (seen | 0xFF000000U) && !(composed == 0 && seen == kGround);
+            wrong += composed != seen && !(composed == 0 && seen == (0xFF000000U | kGround));
         }
         ASSERT_EQ(wrong, 0) << "round " << round;
+        // The topmost one's own picture is what shows of it.
+        const auto list = windowServer.onScreenWindows();
+        if (list.empty()) continue;
+        const auto top = windowServer.grabber(list.front().number, false)->window();
+        const int left = static_cast<int>(list.front().bounds.x), above = static_cast<int>(list.front().bounds.y);
+        const auto own = top.image ? copyOf(*top.image) : std::vector<uint8_t>();
+        for (int i = 0; i < static_cast<int>(own.size()) / 4; i++) {
+            const int x = left + i % top.image->width(), y = above + i / top.image->width();
+            const bool isOutside = x < 0 || y < 0 || x >= 317 || y >= 241;
+            const auto* const pixel = own.data() + i * 4;
+            wrong += !isOutside && pixel[3] != 0 && std::memcmp(pixel, root.data() + (y * 317 + x) * 4, 4) != 0;
+        }
+        ASSERT_EQ(wrong, 0) << "round " << round;
+        pictures += !own.empty();
     }
+    EXPECT_GT(pictures, 30);
+}
+
+TEST(DisplaySource, ThePointerHasARingWhileAButtonIsDownAndOnceForAShortClick) {
+    XServer server("200x200x24");
+    Painter painter(server);
+    painter.fill(painter.root(), {0, 0, 200, 200}, 0x0000FF);
+    DisplayRun run;
+    const auto coloured = [&](const Area& area) {
+        painter.sync();
+        const auto frame = run.next().frame;
+        int count = 0;
+        for (int y = area.y; y < area.y + area.height; y++)
+            for (int x = area.x; x < area.x + area.width; x++)
+                count += std::memcmp(frame->bytes() + static_cast<size_t>(y) * frame->bytesPerRow() + x * 4,
+                                     "\xFF\0\0\xFF", 4) != 0;
+        return count;
+    };
+    const Area all{0, 0, 200, 200}, ring{85, 85, 30, 30}, edge{114, 99, 2, 2};
+    painter.warpPointer(100, 100);
+    EXPECT_EQ(coloured(all), 0);
+    run.settings.cursor = true;
+    const int cursor = coloured(ring);
+    EXPECT_GT(cursor, 20);
+    EXPECT_EQ(coloured(all), cursor);
+    painter.warpPointer(199, 199);  // cut at the edges
+    EXPECT_EQ(coloured(ring), 0);
+    EXPECT_GT(coloured({190, 190, 10, 10}), 0);
+    run.settings.cursor = false;
+    painter.warpPointer(100, 100);
+    for (const bool wanted : {false, true}) {
+        run.settings.clicks = wanted;
+        EXPECT_EQ(coloured(all), 0);
+        ASSERT_EQ(server.run({"xdotool", "mousedown", "1"}), 0);
+        EXPECT_EQ(coloured(edge) > 0, wanted);
+        ASSERT_EQ(server.run({"xdotool", "mouseup", "1"}), 0);
+        EXPECT_EQ(coloured(all), 0);
+        ASSERT_EQ(server.run({"xdotool", "click", "1"}), 0);
+        EXPECT_EQ(coloured(edge) > 0, wanted) << "shorter than a tick";
+        ASSERT_EQ(server.run({"xdotool", "click", "4"}), 0);
+        EXPECT_EQ(coloured(all), 0) << "a wheel";
+    }
+}
+
+TEST(DisplaySource, WithoutAFreeFrameTicksAreDroppedAndMemoryOutlivesTheRun) {
+    const XServer server("64x64x24");
+    Painter painter(server);
+    auto run = std::make_unique<DisplayRun>();
+    std::vector<std::pair<Ref<Frame>, std::vector<uint8_t>>> held;
+    const auto take = [&] {
+        painter.fill(painter.root(), {0, 0, 64, 64}, 0x010101 * static_cast<uint32_t>(held.size() + 1));
+        const FrameResult result = run->next();
+        if (result.frame) held.emplace_back(result.frame, copyOf(*result.frame));
+        return result.why;
+    };
+    while (held.size() < 20 && take() == NoImage::none) continue;
+    EXPECT_TRUE(held.size() >= 3 && held.size() < 20);
+    EXPECT_EQ(take(), NoImage::noBuffer);
+    held.resize(1);
+    EXPECT_EQ(take(), NoImage::none);
+    run = nullptr;
+    for (const auto& [frame, copy] : held) EXPECT_EQ(copyOf(*frame), copy);
 }
 
 // The mean of each block of side * side pixels, per byte.
@@ -276,15 +320,11 @@ TEST(DisplayPicture, IsHalvedAsOftenAsItsWidthAllows) {
             const int side = lacking.empty() ? wanted : 1;
             const int width = area.width / side, height = area.height / side;
             ASSERT_TRUE(shot.image->width() == width && shot.image->height() == height);
-            auto pixels = scribbler.painter().read({area.x, area.y, area.width, area.height});
-            for (size_t i = 3; i < pixels.size(); i += 4) pixels[i] = 0xFF;
+            const auto pixels = shownBy(scribbler.painter(), {area.x, area.y, area.width, area.height});
             const auto means = meansOf(pixels, area.width, area.height, side);
+            const auto shown = copyOf(*shot.image);
             int worst = 0;
-            for (int i = 0; i < width * 4 * height; i++) {
-                const uint8_t* row =
-                    shot.image->bytes() + shot.image->bytesPerRow() * static_cast<size_t>(i / width / 4);
-                worst = std::max(worst, std::abs(row[i % (width * 4)] - means[static_cast<size_t>(i)]));
-            }
+            for (size_t i = 0; i < shown.size(); i++) worst = std::max(worst, std::abs(shown[i] - means[i]));
             EXPECT_LE(worst, side / 2) << area.width << " to " << neededWidth;  // one of rounding for each halving
         }
     }

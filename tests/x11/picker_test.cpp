@@ -5,9 +5,9 @@
 #include <cstring>
 #include <memory>
 
+#include "ScreenCapture/platform/linux/main_queue.h"
 #include "orvo/screencapture_additions.h"
 #include "support/found_windows.h"
-#include "support/x11/capture_recorder.h"
 #include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
 
@@ -20,6 +20,10 @@ uint32_t middle(const OrvoThumbnailBitmapItem* item) {
     uint32_t pixel = 0;
     std::memcpy(&pixel, item->data + (item->height / 2 * item->width + item->width / 2) * 4, 4);
     return pixel;
+}
+
+bool runUntil(const std::function<bool()>& condition) {
+    return comesAbout([&] { return platform::linux::runMainQueue(2), condition(); });
 }
 
 class PickerTest : public ::testing::Test {

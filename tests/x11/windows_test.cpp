@@ -145,15 +145,6 @@ TEST(Windows, AManagersFramesStayOutOfBoundsAndPictures) {
 
     EXPECT_EQ(wrongPixels(grabber->window(), 300, 200), 0);
     EXPECT_EQ(wrongPixels(windowServer().windowPicture(window), 300, 200), 0);
-    windows.iconify(window);
-    ASSERT_TRUE(windows.awaitUnmapped(window));
-    EXPECT_FALSE(find(windowServer().onScreenWindows(), window));
-    EXPECT_EQ(windowServer().windowPicture(window).why, NoImage::notOnScreen);
-    EXPECT_EQ(grabber->window().why, NoImage::notOnScreen);
-    windows.map(window);
-    ASSERT_TRUE(windows.awaitMapped(window));
-    windows.paintPattern(window, 300, 200);
-    EXPECT_EQ(wrongPixels(grabber->window(), 300, 200), 0);
 }
 
 TEST(Windows, APictureIsTheWindowsOwnWhateverCoversIt) {
@@ -188,12 +179,6 @@ TEST(Windows, APictureIsTheWindowsOwnWhateverCoversIt) {
     EXPECT_EQ(pixel(grabber->window(), 0, 0), 0xFFABCDEFU);
     EXPECT_EQ(pixel(held, 0, 0), 0x77777777U);
     EXPECT_EQ(pixel(held, 20, 20), 0xFF000000U | patternAt(20, 20));
-
-    windows.unmap(window);
-    EXPECT_EQ(grabber->window().why, NoImage::notOnScreen);
-    windows.map(window);
-    windows.paintPattern(window, 333, 77);
-    EXPECT_EQ(wrongPixels(grabber->window(), 333, 77), 0);
 }
 
 TEST(Windows, PicturesOfAListAreAsGoodAsOthers) {
@@ -297,40 +282,10 @@ TEST(Windows, ACompositionLeavesOutWhatIsNotInTheList) {
 
     EXPECT_EQ(pixel(grabber->composed(all, {shaped, bottom}), 60, 60), 0xFF00FF00U);
     EXPECT_EQ(pixel(grabber->composed(all, {shaped}), 160, 160), 0U);
-    windows.painter().fill(bottom, {0, 0, 300, 300}, 0x654321);
-    shot = grabber->composed(all, {middle, bottom});
-    EXPECT_EQ(pixel(shot, 60, 60), 0xFFFF0000U);
-    EXPECT_EQ(pixel(shot, 10, 10), 0xFF654321U);
-    windows.painter().fill(bottom, {0, 0, 20, 20}, 0x222222);
-    EXPECT_EQ(pixel(grabber->composed(all, {middle, bottom}), 10, 10), 0xFF222222U);
-    EXPECT_EQ(pixel(grabber->composed({-10, -10, 40, 40}, {middle, bottom}), 5, 5), 0U);
-    EXPECT_EQ(pixel(grabber->composed({-10, -10, 40, 40}, {middle, bottom}), 15, 15), 0xFF222222U);
-
     const auto background = windows.setBackground(0x808080);
     EXPECT_EQ(pixel(grabber->composed(all, {middle}), 400, 400), 0xFF808080U);
     EXPECT_EQ(pixel(windowServer().grabber(bottom, false)->composed(all, {middle}), 400, 400), 0U);
     EXPECT_NE(background, 0U);
-}
-
-// The same pictures where the server can do less.
-TEST(Windows, APoorerServerGivesTheSamePictures) {
-    for (const char* missing : {"MIT-SHM", "RENDER"}) {
-        const XServer server("320x240x24", {"-extension", missing});
-        Windows windows(server);
-        const auto window = windows.make({.area = {100, 100, 200, 150}, .border = 3});
-        windows.paintPattern(window, 200, 150);
-        const auto cover = windows.make({.area = {150, 120, 60, 60}, .background = 0xFF0000});
-        const auto grabber = windowServer().grabber(window, false);
-        windows.awaitRepaint();
-        windows.paintPattern(window, 200, 150);
-        EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0) << missing;
-        windows.painter().fill(window, {0, 0, 10, 10}, 0x010203);
-        EXPECT_EQ(pixel(grabber->window(), 3, 3), 0xFF010203U) << missing;
-        const Shot both = grabber->composed({90, 90, 200, 200}, {cover, window});
-        EXPECT_EQ(pixel(both, 70, 40), 0xFFFF0000U) << missing;
-        EXPECT_EQ(pixel(both, 14, 14), 0xFF010203U) << missing;
-        EXPECT_EQ(pixel(both, 2, 2), 0U) << missing;
-    }
 }
 
 TEST(Windows, WindowsThatChangeDuringAGrabCostOneAnswer) {
@@ -359,23 +314,6 @@ TEST(Windows, WindowsThatChangeDuringAGrabCostOneAnswer) {
     }
     EXPECT_GT(pictures, 0);
     EXPECT_EQ(wrongPixels(keeper->window(), 64, 48), 0);
-}
-
-TEST(Windows, ADeadServerGivesEmptyAnswersWithinTheLimit) {
-    XServer server;
-    Windows windows(server);
-    const auto window = windows.make({.area = {0, 0, 64, 48}});
-    const auto grabber = windowServer().grabber(window, false);
-    EXPECT_TRUE(grabber->window().image);
-    server.kill();
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_TRUE(windowServer().onScreenWindows().empty());
-    std::vector<uint32_t> numbers{window};
-    windowServer().onScreenNumbers(numbers);
-    EXPECT_TRUE(numbers.empty());
-    EXPECT_EQ(windowServer().windowPicture(window).why, NoImage::noServer);
-    EXPECT_EQ(grabber->window().why, NoImage::noXServer);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));
 }
 
 }  // namespace
