@@ -114,7 +114,6 @@ void blendRows(const Pixels& source, int top, const Taps& rows, const Taps::Span
 // the end the lower half of the sum is added to the upper, for two target pixels at once, and (sum + 128) >> 8 is the
 // rounded mean. GCC and clang turn these types into the processor's instructions, on x86-64 and on ARM.
 typedef uint8_t Bytes __attribute__((vector_size(16)));
-typedef uint8_t EightBytes __attribute__((vector_size(8)));
 typedef uint64_t Quads __attribute__((vector_size(16)));
 typedef uint16_t Lanes __attribute__((vector_size(16)));
 // One instruction in both spellings; g++ has the first since version 12.
@@ -131,8 +130,7 @@ struct ColumnTaps {
     std::vector<Lanes> weights;  // of all pixels' pairs, one after the other
 };
 
-// left: the column of the source that the row begins with.
-ColumnTaps paired(const Taps& taps, int left) {
+ColumnTaps paired(const Taps& taps) {
     ColumnTaps result;
     for (const Taps::Span& span : taps.spans) result.pairs = std::max(result.pairs, (span.count + 1) / 2);
     for (const Taps::Span& span : taps.spans) {
@@ -144,7 +142,7 @@ ColumnTaps paired(const Taps& taps, int left) {
             const uint16_t a = weight(i), b = weight(i + 1);
             result.weights.push_back(Lanes{a, a, a, a, b, b, b, b});
         }
-        result.first.push_back((span.first - left) * 4);
+        result.first.push_back(span.first * 4);
     }
     return result;
 }
@@ -163,38 +161,52 @@ inline Lanes sumOf(const uint8_t* in, const Lanes* weight, int pairs) {
     return sum;
 }
 
-// Two pixels' sums, each in two halves to add, as two pixels.
-inline uint64_t rounded(const Lanes& a, const Lanes& b) {
-    const Lanes sum = (Lanes)SHUFFLE(Quads, (Quads)a, (Quads)b, 0, 2) + (Lanes)SHUFFLE(Quads, (Quads)a, (Quads)b, 1, 3);
-    const EightBytes packed = __builtin_convertvector((sum + 128) >> 8, EightBytes);
-    uint64_t result;
-    std::memcpy(&result, &packed, 8);
-    return result;
+// Two pixels' sums, each in two halves to add; the mean is in the upper byte of each lane.
+inline Lanes rounded(const Lanes& a, const Lanes& b) {
+    return (Lanes)SHUFFLE(Quads, (Quads)a, (Quads)b, 0, 2) + (Lanes)SHUFFLE(Quads, (Quads)a, (Quads)b, 1, 3) + 128;
 }
 
-// row: as much longer than the source as the pairs of its last pixel reach, with weight 0. Pairs: 0 for any number.
+// Four pixels from their sums.
+inline Bytes packed(const Lanes (&sums)[4]) {
+    const Lanes low = rounded(sums[0], sums[1]), high = rounded(sums[2], sums[3]);
+    return SHUFFLE(Bytes, (Bytes)low, (Bytes)high, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
+}
+
+// Draws count pixels from one on. row: begins with the column `left` of the source, and is as much longer than what is
+// read as the pairs of the last pixel reach, with weight 0. Pairs: 0 for any number.
+//
+// ahead: two rows of the source, with the same columns, that are blended next. The server has just written them, so
+// they come from another core's cache or from memory, and each begins where no earlier access tells the processor that
+// it follows. Asked for a little at a time between the pixels of this row they are there when their turn comes; asked
+// for at once they would have this row wait.
 template <int Pairs>
-void blendColumns(const uint8_t* row, const ColumnTaps& columns, uint8_t* out) {
+void blendColumns(const uint8_t* row, int left, const ColumnTaps& columns, int from, int count, uint8_t* out,
+                  const uint8_t* const (&ahead)[2]) {
     const int pairs = Pairs ? Pairs : columns.pairs;
-    const Lanes* weight = columns.weights.data();
-    const int* first = columns.first.data();
-    const size_t count = columns.first.size();
-    size_t i = 0;
-    for (; i + 1 < count; i += 2, out += 8, weight += 2 * pairs) {
-        const uint64_t two =
-            rounded(sumOf(row + first[i], weight, pairs), sumOf(row + first[i + 1], weight + pairs, pairs));
-        std::memcpy(out, &two, 8);
+    const Lanes* weight = columns.weights.data() + static_cast<ptrdiff_t>(from) * pairs;
+    const int* first = columns.first.data() + from;
+    const int start = left * 4;
+    const auto sum = [&](int i) {
+        return sumOf(row + (first[i] - start), weight + static_cast<ptrdiff_t>(i) * pairs, pairs);
+    };
+    int i = 0;
+    for (; i + 4 <= count; i += 4) {
+        if (i % 8 == 0)
+            for (const uint8_t* next : ahead) __builtin_prefetch(next + (first[i] - start));
+        const Bytes four = packed({sum(i), sum(i + 1), sum(i + 2), sum(i + 3)});
+        std::memcpy(out + i * 4, &four, 16);
     }
-    if (i < count) {
-        const uint64_t one = rounded(sumOf(row + first[i], weight, pairs), Lanes{});
-        std::memcpy(out, &one, 4);
-    }
+    Lanes rest[4] = {};
+    for (int j = i; j < count; ++j) rest[j - i] = sum(j);
+    const Bytes last = packed(rest);
+    std::memcpy(out + i * 4, &last, static_cast<size_t>(count - i) * 4);
 }
 
-// From the first to the last pixel that taps read.
-void readBy(const Taps& taps, int& first, int& count) {
-    first = taps.spans.front().first;
-    count = taps.spans.back().first + taps.spans.back().count - first;
+// From the first to behind the last pixel that some of a target's pixels are made from.
+void readBy(const Taps& taps, int from, int count, int& first, int& length) {
+    const Taps::Span& last = taps.spans[static_cast<size_t>(from + count - 1)];
+    first = taps.spans[static_cast<size_t>(from)].first;
+    length = last.first + last.count - first;
 }
 
 // Which of `length` pixels, made from sourceLength ones, are made from some of those between two edges; one more on
@@ -217,6 +229,13 @@ PixelRect times(const PixelRect& rect, int factor) {
 
 }  // namespace
 
+// Of the pixels that are covered: all of the whole may be more than there is memory for.
+struct Scaling::Weights {
+    Taps rows;
+    Taps columns;
+    ColumnTaps pairs;  // of the columns
+};
+
 Scaling::Scaling(int sourceWidth, int sourceHeight, int targetWidth, int targetHeight, const Rect& placement) {
     const Axis x = mapAxis(sourceWidth, targetWidth, placement.x, placement.width);
     const Axis y = mapAxis(sourceHeight, targetHeight, placement.y, placement.height);
@@ -235,6 +254,12 @@ Scaling::Scaling(int sourceWidth, int sourceHeight, int targetWidth, int targetH
         // far edges.
         level.step = std::min(boxStep(level.width, width_), boxStep(level.height, height_));
     }
+    if (isExact()) return;
+    auto weights = std::make_shared<Weights>();
+    weights->rows = makeTaps(levels_.back().height, height_, skipY_, covered_.height);
+    weights->columns = makeTaps(levels_.back().width, width_, skipX_, covered_.width);
+    weights->pairs = paired(weights->columns);
+    weights_ = std::move(weights);
 }
 
 PixelRect Scaling::affectedBy(const PixelRect& part) const {
@@ -257,7 +282,7 @@ bool Scaling::draw(const Pixels& source, const Pixels& target, PixelRect part) c
     if (part.empty()) return true;
     const Pixels seen = source.part(seen_);
     const PixelRect place = moved(part, skipX_ - covered_.x, skipY_ - covered_.y);  // in the whole
-    if (!isExact()) return resample(seen, target.part(part), place);
+    if (!isExact()) return resample(seen, target.part(part), moved(part, -covered_.x, -covered_.y));
     if (levels_.size() > 1) {
         const PixelRect wide = intersection(aligned(place, width_), {skipX_, skipY_, covered_.width, covered_.height});
         const Pixels into = target.part(moved(wide, covered_.x - skipX_, covered_.y - skipY_));
@@ -301,24 +326,26 @@ bool Scaling::piece(const Pixels& seen, size_t level, const PixelRect& part, Pie
     return reduce(seen, level, wide, result.pixels);
 }
 
-// The target: the pixels of the part, which is one of the whole of width_ x height_ pixels.
+// The target: the pixels of the part, which is one of what is covered.
 bool Scaling::resample(const Pixels& seen, const Pixels& target, const PixelRect& part) const {
-    const Level& last = levels_.back();
-    const Taps columnTaps = makeTaps(last.width, width_, part.x, part.width);
-    const Taps rows = makeTaps(last.height, height_, part.y, part.height);
+    const Taps& rows = weights_->rows;
+    const ColumnTaps& columns = weights_->pairs;
     PixelRect read;
-    readBy(columnTaps, read.x, read.width);
-    readBy(rows, read.y, read.height);
+    readBy(weights_->columns, part.x, part.width, read.x, read.width);
+    readBy(rows, part.y, part.height, read.y, read.height);
     Piece middle;
     if (!piece(seen, levels_.size() - 1, read, middle)) return false;
     const Pixels source = middle.part(read);
 
-    const ColumnTaps columns = paired(columnTaps, read.x);
     const auto blend = columns.pairs == 1 ? blendColumns<1> : columns.pairs == 2 ? blendColumns<2> : blendColumns<0>;
     std::vector<uint8_t> row(static_cast<size_t>(source.width + 2 * columns.pairs) * 4);
     for (int y = 0; y < target.height; ++y) {
-        blendRows(source, read.y, rows, rows.spans[static_cast<size_t>(y)], row.data());
-        blend(row.data(), columns, target.row(y));
+        const Taps::Span& span = rows.spans[static_cast<size_t>(part.y + y)];
+        const int next = span.first + span.count - read.y;
+        const uint8_t* const ahead[] = {source.row(std::min(next, source.height - 1)),
+                                        source.row(std::min(next + 1, source.height - 1))};
+        blendRows(source, read.y, rows, span, row.data());
+        blend(row.data(), read.x, columns, part.x, part.width, target.row(y), ahead);
     }
     return true;
 }

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "ScreenCapture/platform/software/bitmap.h"
@@ -55,6 +56,8 @@ class Scaling {
         int height = 0;
     };
 
+    struct Weights;
+
     static PixelRect aligned(const PixelRect& part, int width);
     bool isExact() const { return levels_.back().width == width_ && levels_.back().height == height_; }
     bool reduce(const Pixels& seen, size_t level, const PixelRect& part, const Pixels& into) const;
@@ -68,6 +71,7 @@ class Scaling {
     int skipX_ = 0;  // how much of that lies before the target's edges
     int skipY_ = 0;
     std::vector<Level> levels_;
+    std::shared_ptr<const Weights> weights_;  // of the last step; null when it is exact
 };
 
 // Sets every pixel of the target that is not in one rectangle to zero bytes. What lies behind the pixels of a row is
