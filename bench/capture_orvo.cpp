@@ -120,7 +120,7 @@ void choose(Options& options) {
         orvo_screencapture_set_excluded_windows(options.excluded.data(), static_cast<int>(options.excluded.size()),
                                                 true);
     // Asking for a mode chooses the window path.
-    if (!options.windows.empty()) orvo_screencapture_set_target_window_mode(options.mode);
+    if (!options.windows.empty() || options.width > 0) orvo_screencapture_set_target_window_mode(options.mode);
     if (options.windows.size() == 1) {
         orvo_screencapture_set_target_window(options.windows[0]);
     } else if (options.windows.size() > 1) {
@@ -129,6 +129,8 @@ void choose(Options& options) {
     } else if (options.rectangle.width > 0) {
         const bench::Area& area = options.rectangle;
         orvo_screencapture_set_target_rect(mainScreen(), area.x, area.y, area.width, area.height);
+    } else if (options.width > 0) {
+        orvo_screencapture_set_target_window(mainScreen());
     } else {
         orvo_screencapture_set_target_screen(mainScreen());
     }

@@ -155,6 +155,35 @@ class VideoScene final : public Scene {
     bool still_;
 };
 
+// A corner of a large window repainted, and a caret that blinks in its middle.
+class SmallScene final : public Scene {
+  public:
+    explicit SmallScene(Client& client) : brush_(client) {
+        const int width = client.screen->width_in_pixels, height = client.screen->height_in_pixels;
+        area_ = {width / 6, height / 6, width * 2 / 3, height * 2 / 3};
+        window_ = brush_.window(area_);
+        facts.windows = {window_};
+        facts.stamps = {{area_.x, area_.y}, {area_.x + kWidth - kStampWidth, area_.y + kHeight - kBlock}};
+        step(0, now());
+    }
+    void step(int number, uint64_t time) override {
+        brush_.begin(time);
+        brush_.video(window_, kWidth, kHeight, number);
+        brush_.stamp(window_, 0, 0);
+        brush_.stamp(window_, kWidth - kStampWidth, kHeight - kBlock);
+        brush_.picture.put(window_, brush_.context, {0, number % 2 * kCaret, 2, kCaret}, area_.width / 2,
+                           area_.height / 2);
+        brush_.end();
+    }
+
+  private:
+    static constexpr int kWidth = 128, kHeight = 96, kCaret = 18;
+
+    Brush brush_;
+    Area area_;
+    xcb_window_t window_;
+};
+
 // Lines of text that move up in a window, as in a terminal.
 class ScrollScene final : public Scene {
   public:
@@ -254,6 +283,7 @@ class TilesScene final : public Scene {
 }  // namespace
 
 std::unique_ptr<Scene> makeScene(Client& client, const std::string& name, int count) {
+    if (name == "small") return std::make_unique<SmallScene>(client);
     if (name == "scroll") return std::make_unique<ScrollScene>(client);
     if (name == "drag") return std::make_unique<DragScene>(client);
     if (name == "tiles") return std::make_unique<TilesScene>(client, count, Area{400, 300, 320, 240}, 4, false);
