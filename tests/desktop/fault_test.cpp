@@ -1,6 +1,6 @@
 // Everything that the library asks for fails once, at every place of a whole life: each call of the platform, each
 // block of memory. It neither crashes nor hangs nor leaks, and captures again afterwards.
-#include "support/desktop/allocations.h"
+#include "support/allocations.h"
 #include "support/desktop/host.h"
 #include "support/every_export.h"
 
@@ -195,13 +195,13 @@ TEST_F(Faults, InInit) {
 
 TEST_F(Faults, OfMemoryInEveryExport) {
     for (const auto& each : everyExport) {
-        walk(block, each.names, [&](auto arm) {
+        walk(block, each.text, [&](auto arm) {
             init();
             orvo_screencapture_set_target_window(7);
             orvo_screencapture_start_capture();
             step();
             arm();
-            each.call(inTheMiddle);
+            each.make(inTheMiddle);
         });
     }
 }
@@ -229,7 +229,7 @@ INSTANTIATE_TEST_SUITE_P(Kind, FaultsOfTheHost,
 
 TEST_P(FaultsOfTheHost, EveryExportMayBeCalledInACallback) {
     for (const auto& each : everyExport) {
-        liveAndDo([&] { each.call(inTheMiddle); });
+        liveAndDo([&] { each.make(inTheMiddle); });
         expectCaptureWorks();
         leave();
     }

@@ -108,7 +108,7 @@ TEST_F(Races, EverythingMayBeCalledFromEveryThread) {
     for (size_t stride : {1, 7, 11}) {
         hosts.emplace_back([&, stride] {
             for (size_t i = 0; i < 300; ++i) {
-                everyExport[i * stride % count].call(inTheMiddle);
+                everyExport[i * stride % count].make(inTheMiddle);
                 if (i % 10 == 0) host.listen();
             }
         });

@@ -49,7 +49,7 @@ void onError(int code, void*) {
 }
 
 const struct {
-    const char* name;  // as the list of exports has it
+    const char* name;
     void (*call)();
 } registrations[] = {
     {"orvo_screencapture_reg_captured_frame_available_notify",
@@ -58,7 +58,7 @@ const struct {
      [] { orvo_screencapture_reg_mutiple_captured_frame_available_notify(onWindowFrame, nullptr); }},
     {"orvo_screencapture_reg_capture_error_notify",
      [] { orvo_screencapture_reg_capture_error_notify(onError, nullptr); }},
-    {"_Z51orvo_screencapture_reg_captured_window_moved_notifyPFvjiiiiPvES_",
+    {"orvo_screencapture_reg_captured_window_moved_notify",
      [] { orvo_screencapture_reg_captured_window_moved_notify([](auto...) {}, nullptr); }},
     {"orvo_screencapture_reg_captured_window_status_change_notify",
      [] { orvo_screencapture_reg_captured_window_status_change_notify([](auto...) {}, nullptr); }},
@@ -79,14 +79,14 @@ std::string callEveryExport(unsigned int display, unsigned int window) {
     const auto must = [](bool good) { good ? void() : std::abort(); };
     const orvo::test::With with{display, window, window, must};
     std::ostringstream answer;
-    const auto timed = [&](const char* names, const auto& call) {
+    const auto timed = [&](const std::string& names, const auto& call) {
         const auto start = Clock::now();
         call();
         const auto spent = std::chrono::duration_cast<milliseconds>(Clock::now() - start);
         std::istringstream each(names);
         for (std::string name; each >> name;) answer << name << ' ' << spent.count() << ' ';
     };
-    for (const auto& each : orvo::test::everyExport) timed(each.names, [&] { each.call(with); });
+    for (const auto& each : orvo::test::everyExport) timed(each.names(), [&] { each.make(with); });
     timed("orvo_screencapture_run_main_queue", [] { orvo_screencapture_run_main_queue(1); });
     timed(
         "orvo_pixelbuffer_retain orvo_pixelbuffer_lock orvo_pixelbuffer_get_width orvo_pixelbuffer_get_height "

@@ -176,6 +176,7 @@ std::set<std::string> exportsThatAsk() {
         std::string name(line, std::string(line).find_last_not_of('\n') + 1);
         if (name == "# log core") break;  // what follows knows no server
         if (name.rfind("linux: ", 0) == 0) name.erase(0, 7);
+        if (name.rfind("_Z", 0) == 0) name = name.substr(4, std::stoul(name.substr(2)));  // an overload
         if (!name.empty() && name[0] != '#' && name.back() != ':' && name != "g_pScreenCaptureImpl") names.insert(name);
     }
     return names;

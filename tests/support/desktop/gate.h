@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "support/desktop/allocations.h"
+#include "support/allocations.h"
 
 namespace orvo::test {
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "ScreenCapture/platform/contained.h"
-#include "support/desktop/allocations.h"
+#include "support/allocations.h"
 
 namespace orvo::test {
 

@@ -1,4 +1,4 @@
-// Stands before xcb's two entry functions, and in place of operator new, and counts who passes.
+// Stands before xcb's entry functions and counts who passes.
 #include "support/x11/traffic.h"
 
 #include <dlfcn.h>
@@ -7,14 +7,13 @@
 #include <xcb/xcbext.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <new>
+
+#include "support/allocations.h"
 
 namespace {
 
 std::atomic<int> requests{0};
 std::atomic<int> roundTrips{0};
-thread_local int allocations = 0;
 thread_local bool asked = false;  // something was sent since the last wait
 
 template <typename Function>
@@ -31,16 +30,6 @@ void countAnswer() {
     if (!asked) return;
     asked = false;
     ++roundTrips;
-}
-
-void* allocate(size_t size) noexcept {
-    ++allocations;
-    return std::malloc(size ? size : 1);
-}
-
-void* allocateOrThrow(size_t size) {
-    if (void* block = allocate(size)) return block;
-    throw std::bad_alloc();
 }
 
 }  // namespace
@@ -71,22 +60,10 @@ int xcb_poll_for_reply(xcb_connection_t* connection, unsigned int sequence, void
 #pragma GCC visibility pop
 }  // extern "C"
 
-// All forms: a sanitizer has its own of those that are left out.
-// clang-format off
-void* operator new(size_t size) { return allocateOrThrow(size); }
-void* operator new[](size_t size) { return allocateOrThrow(size); }
-void* operator new(size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void* operator new[](size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, size_t) noexcept { std::free(block); }
-void operator delete[](void* block, size_t) noexcept { std::free(block); }
-// clang-format on
-
 namespace orvo::testing {
 
 Traffic trafficSoFar() {
-    return {requests, roundTrips, allocations};
+    return {requests, roundTrips, test::allocationsOfThread()};
 }
 
 }  // namespace orvo::testing

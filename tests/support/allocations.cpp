@@ -1,5 +1,5 @@
 // The test program's `new`.
-#include "support/desktop/allocations.h"
+#include "support/allocations.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -9,6 +9,7 @@
 namespace {
 
 constinit thread_local size_t toFail = 0;
+constinit thread_local int count = 0;
 constinit thread_local bool failed = false;
 constinit thread_local bool paused = false;
 constinit std::atomic<long> live{0};
@@ -19,6 +20,7 @@ void* allocate(size_t size) noexcept {
         return nullptr;
     }
     ++live;
+    ++count;
     return std::malloc(size ? size : 1);
 }
 
@@ -57,6 +59,9 @@ bool allocationFailed() {
 }
 long liveBlocks() {
     return live;
+}
+int allocationsOfThread() {
+    return count;
 }
 
 OwnWork::OwnWork() : before_(std::exchange(paused, true)) {}

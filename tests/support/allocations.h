@@ -11,6 +11,8 @@ void failAllocation(size_t n);
 bool allocationFailed();
 // Blocks of all threads that are not freed.
 long liveBlocks();
+// How many the calling thread has asked for.
+int allocationsOfThread();
 
 // Work of the test itself, which gets what it asks for and is not counted by failAllocation().
 class OwnWork {
