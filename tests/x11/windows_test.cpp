@@ -202,6 +202,10 @@ TEST(Windows, PicturesOfAListAreAsGoodAsOthers) {
     EXPECT_EQ(pixel(pictures->take(shown), 40, 40), 0xFF654321U);  // not what came over it
     windows.painter().destroy(right);
     EXPECT_EQ(pictures->take(right).why, NoImage::gone);
+    const auto others = windowServer().pictures({left, covered});
+    windows.painter().destroy(covered);  // before anything is drawn
+    EXPECT_EQ(wrongPixels(others->take(left), 200, 150), 0);
+    EXPECT_EQ(others->take(covered).why, NoImage::gone);
     EXPECT_EQ(pictures->take(0x7FFFFFF).why, NoImage::gone);
 }
 

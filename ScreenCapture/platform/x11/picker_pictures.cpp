@@ -21,6 +21,7 @@ struct Sheet {
         PixelRect bounds;  // on the root
         PixelRect place;   // in the picture
         bool showsScreen = false;
+        Layer layer;  // of the desktop that the sheet was made from: the window may be gone when it is drawn
         std::shared_ptr<RedirectedWindow> window;
         NoImage missing = NoImage::none;
     };
@@ -146,6 +147,7 @@ class X11PictureBatch final : public PictureBatch {
             const bool isWhole = desktop.windows->isSeenWhole(item.number);
             item.showsScreen = mayShowScreen && isWhole && window.clientShape.empty() && window.shape.empty() &&
                                !RedirectedWindow::isUnknown(item.number, window.frame);
+            item.layer = item.showsScreen ? layerOfRoot(*x) : layerOfClient(window);
             if (item.showsScreen) continue;
             item.window = windows.open(x, item.number, window.frame);
             item.window->fit(window.outer, window.border, false);
@@ -160,7 +162,7 @@ class X11PictureBatch final : public PictureBatch {
         std::vector<Layer> layers;
         for (const Sheet::Item& item : sheet.items) {
             const PixelRect& place = item.place;
-            Layer layer = item.showsScreen ? layerOfRoot(*x) : layerOfClient(*desktop.windows->find(item.number));
+            Layer layer = item.layer;
             const PixelRect origin = item.showsScreen ? item.bounds : PixelRect();
             layer.outer = software::moved(layer.outer, place.x - origin.x, place.y - origin.y);
             layer.clip = place;
