@@ -18,8 +18,8 @@ import runtime
 LIMIT = 0.9
 # What is held against each layer's faults: its tests, those of them that are tried only on what the others let pass,
 # and the models.
-DESKTOP = ("desktop_tests", "*Fault*:*Race*", ["regions", "pictures"])
-X11 = ("x11_tests", "Faults*:Churn*", [])
+DESKTOP = ("desktop_tests", "*Fault*", ["regions", "pictures"])
+X11 = ("x11_tests", "Faults*:Races*", [])
 RUNTIME = ("runtime_tests", "", ["strings", "numbers", "conversions", "log"])
 
 W, C, A, T, S, P = (f"ScreenCapture/{folder}/" for folder in

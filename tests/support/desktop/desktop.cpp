@@ -18,29 +18,24 @@ Thing* find(std::vector<Thing>& things, Number Thing::*key, uint32_t number) {
 }  // namespace
 
 void Desktop::addDisplay(const ScriptedDisplay& display) {
-    auto lock = gate.hold();
     displays.push_back(display);
 }
 
 ScriptedApplication& Desktop::addApplication(const ScriptedApplication& application) {
-    auto lock = gate.hold();
     applications.push_back(application);
     return applications.back();
 }
 
 void Desktop::quitApplication(int32_t pid) {
-    auto lock = gate.hold();
     std::erase_if(applications, [pid](const auto& application) { return application.pid == pid; });
     std::erase_if(windows, [pid](const auto& window) { return window.pid == pid; });
 }
 
 void Desktop::activateApplication(int32_t pid) {
-    auto lock = gate.hold();
     for (auto& application : applications) application.active = application.pid == pid;
 }
 
 ScriptedWindow& Desktop::addWindow(ScriptedWindow window) {
-    auto lock = gate.hold();
     if (!application(static_cast<uint32_t>(window.pid)))
         addApplication({.pid = window.pid, .name = "App" + std::to_string(window.pid)});
     window.identity = ++identities_;
@@ -48,12 +43,10 @@ ScriptedWindow& Desktop::addWindow(ScriptedWindow window) {
 }
 
 void Desktop::closeWindow(uint32_t number) {
-    auto lock = gate.hold();
     std::erase_if(windows, [number](const auto& window) { return window.number == number; });
 }
 
 void Desktop::raiseWindow(uint32_t number) {
-    auto lock = gate.hold();
     std::stable_partition(windows.begin(), windows.end(), [number](const auto& w) { return w.number == number; });
 }
 
@@ -87,19 +80,8 @@ bool Desktop::isOnScreen(const ScriptedWindow& window) {
     return !window.minimized && !(owner && owner->hidden);
 }
 
-void Desktop::useQueues(platform::Dispatch& dispatch, platform::Clock& clock) {
-    auto lock = gate.hold();
-    dispatch_ = &dispatch;
-    clock_ = &clock;
-}
-
 void Desktop::reset() {
-    {
-        auto lock = gate.hold();
-        static_cast<DesktopState&>(*this) = DesktopState{};
-        dispatch_ = nullptr;
-        clock_ = nullptr;
-    }
+    static_cast<DesktopState&>(*this) = DesktopState{};
     stepper.reset();
     gate.reset();
 }

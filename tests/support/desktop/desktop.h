@@ -94,10 +94,9 @@ class Desktop : public DesktopState {
     ScriptedWindow& addWindow(ScriptedWindow window);  // in front of all; its application is added when missing
     void closeWindow(uint32_t number);
     void raiseWindow(uint32_t number);
-    // Changes a window, an application or a display while threads may ask for it; nothing without it.
+    // Changes a window, an application or a display, if there is one.
     template <typename Thing, typename Change>
     void change(Thing* (Desktop::*find)(uint32_t), uint32_t number, Change what) {
-        auto lock = gate.hold();
         if (auto* found = (this->*find)(number)) what(*found);
     }
     // Tells attached observers, on this thread, what they have added for a window (0: for the application).
@@ -111,18 +110,11 @@ class Desktop : public DesktopState {
     bool isOnScreen(const ScriptedWindow& window);
     Device& device() { return *devices.at(devices.size() - 1); }  // made last
 
-    // Jobs and timers run on threads from now on, until reset.
-    void useQueues(platform::Dispatch& dispatch, platform::Clock& clock);
-    platform::Dispatch& dispatch() { return dispatch_ ? *dispatch_ : stepper; }
-    platform::Clock& clock() { return clock_ ? *clock_ : stepper; }
-
     // An empty desk with nothing queued, counted and recorded.
     void reset();
 
   private:
     uint64_t identities_ = 0;
-    platform::Dispatch* dispatch_ = nullptr;
-    platform::Clock* clock_ = nullptr;
 };
 
 // The one behind platform().

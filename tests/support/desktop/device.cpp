@@ -10,11 +10,9 @@ using platform::DisplayInput;
 using platform::PlatformException;
 
 // Any call; one that has to fail throws.
-Gate::Pass called(Desktop& desktop, const char* call, const std::string& what) {
-    auto pass = desktop.gate.enter(call);
-    if (!pass) throw PlatformException{"NSInvalidArgumentException", what};
+void called(Desktop& desktop, const char* call, const std::string& what) {
+    if (!desktop.gate.enter(call)) throw PlatformException{"NSInvalidArgumentException", what};
     desktop.gate.record(kDevice, what);
-    return pass;
 }
 
 struct ScriptedInput final : DisplayInput {
@@ -48,21 +46,20 @@ class ScriptedCapture final : public platform::DisplayCapture {
         return std::make_shared<ScriptedInput>(desktop_, display);
     }
     bool canAddInput(const std::shared_ptr<DisplayInput>& input) override {
-        auto pass = desktop_.gate.enter("canAddInput");
-        return pass && input && device_->acceptsInput;
+        return desktop_.gate.enter("canAddInput") && input && device_->acceptsInput;
     }
     void addInput(const std::shared_ptr<DisplayInput>& input) override { note("add " + number(input)); }
     void removeInput(const std::shared_ptr<DisplayInput>& input) override { note("remove " + number(input)); }
     void addOutput(const std::weak_ptr<platform::DisplayCaptureDelegate>& delegate) override {
-        auto pass = note("output");
+        note("output");
         device_->output = delegate;
     }
     void observeFailures(const std::weak_ptr<platform::DisplayCaptureDelegate>& delegate) override {
-        auto pass = note("observe");
+        note("observe");
         device_->observer = delegate;
     }
     void beginConfiguration() override {
-        auto pass = note("begin");
+        note("begin");
         ++configurations_;
     }
     void commitConfiguration() override {
@@ -70,22 +67,19 @@ class ScriptedCapture final : public platform::DisplayCapture {
         note("commit");
     }
     void startRunning() override {
-        auto pass = note("start");
+        note("start");
         // The system refuses this between a begin and its commit.
         if (configurations_ != 0) throw PlatformException{"NSGenericException", "startRunning while configuring"};
         device_->running = true;
     }
     void stopRunning() override {
-        auto pass = note("stop");
+        note("stop");
         device_->stop();
     }
-    bool isRunning() override {
-        auto pass = desktop_.gate.enter("isRunning");
-        return pass && device_->running;
-    }
+    bool isRunning() override { return desktop_.gate.enter("isRunning") && device_->running; }
 
   private:
-    Gate::Pass note(const std::string& what) { return called(desktop_, "DisplayCapture", what); }
+    void note(const std::string& what) { called(desktop_, "DisplayCapture", what); }
     static std::string number(const std::shared_ptr<DisplayInput>& input) {
         return std::to_string(static_cast<ScriptedInput&>(*input).number);
     }
@@ -98,19 +92,17 @@ class ScriptedCapture final : public platform::DisplayCapture {
 }  // namespace
 
 std::shared_ptr<platform::DisplayCapture> makeScriptedCapture(Desktop& desktop) {
-    auto pass = desktop.gate.enter("makeDisplayCapture");
-    if (!pass) return nullptr;
+    if (!desktop.gate.enter("makeDisplayCapture")) return nullptr;
     desktop.devices.push_back(std::make_shared<Device>(desktop));
     return std::make_shared<ScriptedCapture>(desktop, desktop.devices.back());
 }
 
 void Device::produce(platform::Ref<FrameBuffer> frame, const platform::MediaTime& time) {
-    auto lock = desktop_.gate.hold();
     if (!running) return;
     waiting_ = std::move(frame);
     waitingTime_ = time;
     if (std::exchange(posted_, true)) return;
-    desktop_.dispatch().mainAsync([weak = weak_from_this()] {
+    desktop_.stepper.mainAsync([weak = weak_from_this()] {
         if (auto device = weak.lock()) device->deliver();
     });
 }
@@ -120,7 +112,6 @@ void Device::deliver() {
     platform::MediaTime time;
     std::shared_ptr<platform::DisplayCaptureDelegate> delegate;
     {
-        auto lock = desktop_.gate.hold();
         posted_ = false;
         std::swap(frame, waiting_);
         time = waitingTime_;
@@ -130,13 +121,12 @@ void Device::deliver() {
 }
 
 void Device::stop() {
-    auto lock = desktop_.gate.hold();
     running = false;
     waiting_ = nullptr;
 }
 
 void Device::report(std::function<void(platform::DisplayCaptureDelegate&)> what) {
-    desktop_.dispatch().mainAsync([weak = weak_from_this(), what] {
+    desktop_.stepper.mainAsync([weak = weak_from_this(), what] {
         auto device = weak.lock();
         if (auto delegate = device ? device->observer.lock() : nullptr) what(*delegate);
     });

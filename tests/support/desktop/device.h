@@ -11,7 +11,7 @@ namespace orvo::test {
 
 class Desktop;
 
-// One capture session of the system. Guarded by the desktop's gate.
+// One capture session of the system.
 class Device : public std::enable_shared_from_this<Device> {
   public:
     explicit Device(Desktop& desktop) : desktop_(desktop) {}

@@ -1,9 +1,8 @@
-// The one gate through which every call of the scripted desktop passes: it counts, serialises, fails and records calls.
+// The one gate through which every call of the scripted desktop passes: it counts, fails and records calls.
 #pragma once
 
 #include <cstddef>
 #include <map>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,32 +18,18 @@ enum Record { kHost = 1, kDevice = 2, kConsole = 4, kPictures = 8, kOrders = 16,
 
 class Gate {
   public:
-    // Held for the length of one call. False: this call has to fail.
-    class Pass {
-      public:
-        Pass(std::unique_lock<std::recursive_mutex> lock, bool open) : lock_(std::move(lock)), open_(open) {}
-        explicit operator bool() const { return open_; }
-
-      private:
-        std::unique_lock<std::recursive_mutex> lock_;
-        bool open_;
-    };
-
-    [[nodiscard]] Pass enter(const char* call) {
-        std::unique_lock lock(mutex_);
+    // Counts one call. False: it has to fail.
+    [[nodiscard]] bool enter(const char* call) {
         ++counts_[call];
         const bool fails = (toFail_ != 0 && ++counted_ == toFail_) || nameToFail_ == call;
         if (fails) lastFailed_ = call;
-        return {std::move(lock), !fails};
+        return !fails;
     }
     // Makes one call; one that has to fail answers nothing.
     template <typename Call>
     auto pass(const char* name, Call call) -> decltype(call()) {
-        const Pass open = enter(name);
-        return open ? call() : decltype(call())();
+        return enter(name) ? call() : decltype(call())();
     }
-    // For tests that arrange or read what calls use.
-    [[nodiscard]] std::unique_lock<std::recursive_mutex> hold() { return std::unique_lock(mutex_); }
 
     // Fails the n-th call from now on, of whatever kind; 1 is the next one, 0 none.
     void failCall(size_t n) {
@@ -60,20 +45,17 @@ class Gate {
 
     void record(Record who, std::string what) {
         const OwnWork own;
-        auto lock = hold();
         records_.emplace_back(who, std::move(what));
     }
     // What those chosen did since the last call, in order; what the others did is forgotten.
     Lines take(int whose) {
         Lines taken;
-        auto lock = hold();
         for (auto& [who, what] : std::exchange(records_, {})) {
             if (who & whose) taken.push_back(std::move(what));
         }
         return taken;
     }
     void reset() {
-        auto lock = hold();
         counts_.clear();
         records_ = {};
         failCall(0);
@@ -81,7 +63,6 @@ class Gate {
     }
 
   private:
-    std::recursive_mutex mutex_;
     std::map<std::string, size_t> counts_;
     size_t toFail_ = 0;
     size_t counted_ = 0;

@@ -31,9 +31,7 @@ void note(void* host, const Parts&... parts) {
 
 void noteFrame(void* host, const std::string& kind, const ReceivedFrame& frame) {
     const OwnWork own;
-    auto lock = desktop().gate.hold();
     static_cast<Host*>(host)->last = frame;
-    lock.unlock();
     note(host, kind, frame.words());
 }
 

@@ -64,13 +64,11 @@ class ScriptedAccessibility final : public platform::Accessibility {
 
     ElementRef systemWide() override { return std::make_shared<ScriptedElement>(0, 0, 0); }
     ElementRef application(int32_t pid) override {
-        auto pass = desktop_.gate.enter("applicationElement");
-        return pass ? std::make_shared<ScriptedElement>(pid, 0, 0) : nullptr;
+        return desktop_.gate.enter("applicationElement") ? std::make_shared<ScriptedElement>(pid, 0, 0) : nullptr;
     }
 
     Attribute copyAttribute(const ElementRef& element, const char* name) override {
-        auto pass = desktop_.gate.enter("copyAttribute");
-        if (!pass) return {platform::kErrorCannotComplete, {}, 0};
+        if (!desktop_.gate.enter("copyAttribute")) return {platform::kErrorCannotComplete, {}, 0};
         if (numberOf(element) == 0) return applicationAttribute(scripted(element).pid, name);
         const auto* window = windowOf(element);
         if (!window) return {invalidElement, {}, 0};
@@ -87,8 +85,7 @@ class ScriptedAccessibility final : public platform::Accessibility {
 
     int32_t copyElements(const ElementRef& element, const char* name, size_t from, size_t count,
                          std::vector<ElementRef>& elements) override {
-        auto pass = desktop_.gate.enter("copyElements");
-        if (!pass) return platform::kErrorCannotComplete;
+        if (!desktop_.gate.enter("copyElements")) return platform::kErrorCannotComplete;
         const auto all = applicationAttribute(scripted(element).pid, name);
         const auto* list = std::get_if<std::vector<ElementRef>>(&all.value);
         if (!list) return all.error != 0 ? all.error : attributeUnsupported;
@@ -97,8 +94,7 @@ class ScriptedAccessibility final : public platform::Accessibility {
     }
 
     int32_t setAttribute(const ElementRef& element, const char* name, const AttributeValue& value) override {
-        auto pass = desktop_.gate.enter("setAttribute");
-        if (!pass) return platform::kErrorCannotComplete;
+        if (!desktop_.gate.enter("setAttribute")) return platform::kErrorCannotComplete;
         const auto* window = windowOf(element);
         if (!window) return invalidElement;
         if (std::string(name) != "AXMain" || value != AttributeValue(true) || !window->acceptsMain)
@@ -119,8 +115,7 @@ class ScriptedAccessibility final : public platform::Accessibility {
     }
 
     bool bringToFront(int32_t pid) override {
-        auto pass = desktop_.gate.enter("bringToFront");
-        if (!pass || !desktop_.application(static_cast<uint32_t>(pid))) return false;
+        if (!desktop_.gate.enter("bringToFront") || !desktop_.application(static_cast<uint32_t>(pid))) return false;
         desktop_.gate.record(kOrders, "front " + std::to_string(pid));
         desktop_.activateApplication(pid);
         return true;
@@ -128,8 +123,7 @@ class ScriptedAccessibility final : public platform::Accessibility {
 
     std::unique_ptr<platform::ElementObserver> makeObserver(int32_t pid,
                                                             platform::ElementObserverCallback callback) override {
-        auto pass = desktop_.gate.enter("makeObserver");
-        if (!pass || !desktop_.application(static_cast<uint32_t>(pid))) return nullptr;
+        if (!desktop_.gate.enter("makeObserver") || !desktop_.application(static_cast<uint32_t>(pid))) return nullptr;
         return std::make_unique<ScriptedObserver>(desktop_, std::move(callback));
     }
 

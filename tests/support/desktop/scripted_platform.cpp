@@ -53,8 +53,9 @@ class ScriptedPointer final : public Scripted<Pointer> {
   public:
     using Scripted::Scripted;
     std::shared_ptr<const Cursor> currentCursor() override {
-        auto pass = desktop_.gate.enter("currentCursor");
-        return pass && desktop_.cursor ? std::make_shared<const Cursor>(*desktop_.cursor) : nullptr;
+        return desktop_.gate.enter("currentCursor") && desktop_.cursor
+                   ? std::make_shared<const Cursor>(*desktop_.cursor)
+                   : nullptr;
     }
     Point location() override {
         return desktop_.gate.pass("pointerLocation", [&] { return desktop_.pointer; });
@@ -80,8 +81,8 @@ class ScriptedNotifications final : public Scripted<Notifications> {
 
 class ScriptedPlatform final : public Platform {
   public:
-    Dispatch& dispatch() override { return desktop.dispatch(); }
-    Clock& clock() override { return desktop.clock(); }
+    Dispatch& dispatch() override { return desktop.stepper; }
+    Clock& clock() override { return desktop.stepper; }
     System& system() override { return system_; }
     Displays& displays() override { return displays_; }
     std::shared_ptr<DisplayCapture> makeDisplayCapture() override { return test::makeScriptedCapture(desktop); }

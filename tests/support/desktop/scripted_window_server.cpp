@@ -148,8 +148,7 @@ class ScriptedGrabber final : public platform::Grabber {
   private:
     template <typename Answer>
     Shot grab(std::string question, Answer answer) {
-        auto pass = desktop_.gate.enter("grab");
-        if (!pass) return NoImage::failed;
+        if (!desktop_.gate.enter("grab")) return NoImage::failed;
         desktop_.gate.record(kPictures, std::move(question));
         return numbered(answer());
     }
@@ -220,8 +219,7 @@ class ScriptedWindowServer final : public platform::WindowServer {
         return WindowServer::pictures(windows);
     }
     std::unique_ptr<platform::Grabber> grabber(uint32_t target, bool isScreen) override {
-        auto pass = desktop_.gate.enter("grabber");
-        if (!pass) throw platform::PlatformException{"NSGenericException", "no grabber"};
+        if (!desktop_.gate.enter("grabber")) throw platform::PlatformException{"NSGenericException", "no grabber"};
         return std::make_unique<ScriptedGrabber>(desktop_, target, isScreen);
     }
 

@@ -9,16 +9,13 @@ class ScriptedRunningApplication final : public platform::RunningApplication {
     ScriptedRunningApplication(Desktop& desktop, int32_t pid) : desktop_(desktop), pid_(pid) {}
 
     int32_t processIdentifier() override { return pid_; }
-    bool canBeAsked() override { return static_cast<bool>(desktop_.gate.enter("canBeAsked")); }
+    bool canBeAsked() override { return desktop_.gate.enter("canBeAsked"); }
     std::string localizedName() override { return read("name", &ScriptedApplication::name); }
     std::string bundleIdentifier() override { return read("bundle", &ScriptedApplication::bundleIdentifier); }
     std::optional<platform::Picture> icon() override { return read("icon", &ScriptedApplication::icon); }
     bool isActive() override { return read("isActive", &ScriptedApplication::active); }
     bool isHidden() override { return read("isHidden", &ScriptedApplication::hidden); }
-    bool isTerminated() override {
-        auto pass = desktop_.gate.enter("isTerminated");
-        return !pass || !found();
-    }
+    bool isTerminated() override { return !desktop_.gate.enter("isTerminated") || !found(); }
     bool activate(platform::Activation how) override {
         const bool all = how == platform::Activation::allWindows;
         return order(all ? "activate all" : "activate", [this] { desktop_.activateApplication(pid_); });
@@ -44,8 +41,7 @@ class ScriptedRunningApplication final : public platform::RunningApplication {
     }
     template <typename Effect>
     bool order(const std::string& what, Effect effect) {
-        auto pass = desktop_.gate.enter("order");
-        if (!pass || !found()) return false;
+        if (!desktop_.gate.enter("order") || !found()) return false;
         desktop_.gate.record(kOrders, what + " " + std::to_string(pid_));
         effect();
         return true;
@@ -66,8 +62,8 @@ class ScriptedWorkspace final : public platform::Workspace {
         return pass ? list : decltype(list)();
     }
     std::shared_ptr<platform::RunningApplication> application(int32_t pid) override {
-        auto pass = desktop_.gate.enter("application");
-        return pass && desktop_.application(static_cast<uint32_t>(pid)) ? running(pid) : nullptr;
+        return desktop_.gate.enter("application") && desktop_.application(static_cast<uint32_t>(pid)) ? running(pid)
+                                                                                                      : nullptr;
     }
     std::optional<std::string> fullPathForApplication(const std::string& name) override {
         return find("fullPathForApplication", desktop_.installed, name);
