@@ -4,7 +4,9 @@
 #include <xcb/composite.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <functional>
+#include <numeric>
 #include <random>
 
 #include "ScreenCapture/platform/x11/redirected_window.h"
@@ -127,12 +129,30 @@ class Foreign : public ::testing::TestWithParam<std::vector<std::string>> {
     static int secrets(const Shot& shot) { return count(shot, 0xFF000000U | kSecret); }
     int number(int from, int to) { return from + static_cast<int>(random_() % static_cast<unsigned>(to - from + 1)); }
 
-    std::minstd_rand random_{11};
+    // ORVO_TEST_SEED chooses one.
+    static std::vector<unsigned> seeds() {
+        if (const char* only = std::getenv("ORVO_TEST_SEED")) return {static_cast<unsigned>(std::atoi(only))};
+        std::vector<unsigned> all(std::getenv("ORVO_TEST_FULL") ? 100 : 1);
+        std::iota(all.begin(), all.end(), 11U);
+        return all;
+    }
+    void run();
+
+    std::minstd_rand random_;
 };
 
 // Clients that never paint again, with a background and without one, while excluded windows come, go, move and change
 // their shape above and below them, and they themselves are moved, resized, mapped again and made over them.
 TEST_P(Foreign, NoPictureShowsWhatItsWindowsDidNotDraw) {
+    for (const unsigned seed : seeds()) {
+        SCOPED_TRACE(seed);
+        random_.seed(seed);
+        run();
+        if (HasFailure()) return;
+    }
+}
+
+void Foreign::run() {
     const bool isRedirected = GetParam() == std::vector<std::string>{"redirected"};  // by another program already
     const bool isManaged = !isRedirected && !GetParam().empty() && GetParam().front() != "-extension";
     XServer server("400x300x24", isManaged || isRedirected ? std::vector<std::string>() : GetParam());

@@ -113,7 +113,8 @@ class RedirectedWindow {
     // Makes the server draw with it, where the formats allow. After all answers: what is asked between two of them
     // would be sent one by one.
     void usePixmap();
-    bool hasPixmap() const { return named_; }
+    // The last pixmap of a window that has gone is none: what of it is unknown is not followed any more.
+    bool hasPixmap() const { return named_ && !gone_; }
     xcb_drawable_t drawable() const { return isRoot() ? window_ : pixmap_.id(); }
     xcb_render_picture_t picture() const { return picture_.id(); }  // 0: the server cannot draw with it
     const PixelRect& size() const { return size_; }                 // of the pixmap, borders included
