@@ -173,8 +173,12 @@ void Foreign::run() {
     };
     for (int i = 0; i < 3; ++i) addClient(true);
     for (int i = 0; i < 2; ++i) addSecret();
+    for (const xcb_window_t secret : secrets)
+        if (isManaged) windows.awaitMapped(secret);
     const auto display = windowServer().grabber(platform::platform().displays().mainDisplay(), true);
     const auto target = windowServer().grabber(clients.front(), false);
+    // What was on the screen before the first picture nobody can tell from what a window drew itself.
+    display->composed({0, 0, 400, 300}, clients);
     for (int step = 0; step < 150; ++step) {
         auto& some = number(0, 1) == 0 ? secrets : clients;
         const size_t which = static_cast<size_t>(number(0, static_cast<int>(some.size()) - 1));

@@ -112,6 +112,8 @@ Ref<software::Frame> Compositor::finishFrame(Server::Use& x, NoImage& why) {
     // What was drawn from may have become another window's meanwhile, without a word before the answer.
     if (done && std::exchange(hasUnknown_, false)) {
         x.readEvents();
+        for (const auto& part : parts_)
+            if (part->window) part->window->settle();
         if (!isLaidOut(bounds_)) why = NoImage::failed;
     }
     if (why != NoImage::none) return nullptr;
@@ -193,7 +195,7 @@ void Compositor::followShapes(const Server::Use& x, const WindowList& desktop) {
 
 // False when the server is not of use any more.
 bool Compositor::waitForRepaint(Server::Use& x) {
-    const auto isRepainted = [](const auto& window) { return !window || window->isRepainted(); };
+    const auto isRepainted = [&](const auto& window) { return !window || window->isRepainted(x); };
     while (!std::all_of(sources_.begin(), sources_.end(), isRepainted))
         if (!x.waitForEvent(std::chrono::milliseconds(1))) return false;
     return static_cast<bool>(x);

@@ -133,6 +133,7 @@ void RedirectedWindow::loseContent() {
     xcb_xfixes_set_region(x_->raw(), unknown_.id(), 1, &whole);
     mayBeUnknown_ = true;
     doubtful_ = true;
+    isAllKnown_ = false;
     generation_ = nextVersion();
     requested_ = {};
     if (fetching_ != 0) xcb_discard_reply(x_->raw(), std::exchange(fetching_, 0));
@@ -161,8 +162,12 @@ std::vector<PixelRect> RedirectedWindow::receiveUnknown() {
     if (!reply) return {inner_};
     std::vector<PixelRect> rects;
     appendRects(*reply, rects);
-    if (rects.empty()) mayBeUnknown_ = doubtful_ = false;
+    isAllKnown_ = rects.empty();
     return rects;
+}
+
+void RedirectedWindow::settle() {
+    if (std::exchange(isAllKnown_, false)) mayBeUnknown_ = doubtful_ = false;
 }
 
 void RedirectedWindow::repaintIfNeeded() {
@@ -191,7 +196,7 @@ void RedirectedWindow::expectRepaint() {
     requestUnknown();
 }
 
-bool RedirectedWindow::isRepainted() {
+bool RedirectedWindow::isRepainted(Server::Use& x) {
     if (redirected_ == Clock::time_point{}) return true;
     const auto now = Clock::now();
     if (damaged_) {  // the server reports more of it only once it is taken
@@ -199,7 +204,11 @@ bool RedirectedWindow::isRepainted() {
         requestUnknown();
         repainted_ = now;
     }
-    if (fetching_ != 0) receiveUnknown();
+    if (fetching_ != 0) {
+        receiveUnknown();
+        x.readEvents();
+        settle();
+    }
     const bool mayRepaint = mayBeUnknown_ || now - repainted_ < kRepaintQuiet;
     if (damage_ && mayRepaint && now - redirected_ < repaintLimit.load()) return false;
     redirected_ = {};

@@ -95,16 +95,18 @@ class RedirectedWindow {
     // Whether something of the picture may be unknown; which part is that, window coordinates inside the border.
     bool mayBeUnknown() const { return mayBeUnknown_; }
     xcb_xfixes_region_t unknown() const { return unknown_.id(); }
-    // Asks for that part, and reads it: empty, and nothing is unknown any more.
+    // Asks for that part, and reads it. If it is empty, nothing is unknown any more: but only once the events are read
+    // that came before the answer, for one of them may say that the damage was no drawing. Then settle() takes it over.
     void requestUnknown();
     std::vector<PixelRect> receiveUnknown();
+    void settle();
 
     // Asks the window to paint itself, if what of it is unknown would not become known otherwise.
     void repaintIfNeeded();
     // A window that was covered paints itself once it is redirected, now.
     void expectRepaint();
     // Whether it has, or will not within the limit.
-    bool isRepainted();
+    bool isRepainted(Server::Use& x);
 
     // Names the window's pixmap when it has another one than the last time, unless that is asked already.
     void requestPixmap();
@@ -156,6 +158,7 @@ class RedirectedWindow {
     ServerRegion unknown_, drawn_;            // drawn_: for a moment
     std::atomic<bool> mayBeUnknown_ = false;  // other captures of the window read it
     bool doubtful_ = false;                   // the damage so far may be none
+    bool isAllKnown_ = false;                 // the server says so
     bool wantsRepaint_ = false;
     unsigned since_ = 0;                            // the request since which the window is redirected
     unsigned forgotten_ = 0;                        // that took damage which did not count

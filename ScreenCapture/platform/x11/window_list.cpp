@@ -227,7 +227,11 @@ void WindowListPart::requestTopLevels(Connection& x) {
 
 void WindowListPart::receiveTopLevels(Connection& x) {
     for (TopLevel& top : tops_) {
-        known_[top.window].receiveGeometry(x);
+        WindowProperties& facts = known_[top.window];
+        const bool wasShown = facts.geometry().viewable;
+        facts.receiveGeometry(x);
+        // It may be in the list before its event is read.
+        if (facts.geometry().viewable && !wasShown) facts.mapped = ++mappings_;
         if (const auto tree = x.await<xcb_query_tree_reply_t>(top.tree)) {
             const xcb_window_t* children = xcb_query_tree_children(tree.get());
             top.children.assign(children, children + xcb_query_tree_children_length(tree.get()));

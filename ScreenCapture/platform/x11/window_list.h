@@ -46,7 +46,7 @@ struct DesktopWindow {
     uint64_t focused = 0;       // of nextVersion(): the larger, the later it had the focus; 0: not since it is known
     int32_t layer = 0;          // desktop -1, normal 0, above 3, docks 20, menus 101
     double alpha = 1;           // the opacity that the client or its frame asks for
-    uint64_t mapped = 0;        // counts on whenever a frame is mapped; 0: before anybody looked
+    uint64_t mapped = 0;        // counts on whenever a frame is found mapped
     std::string title;          // UTF-8, as all texts
     std::string role;           // WM_WINDOW_ROLE
     std::string instance;       // WM_CLASS
