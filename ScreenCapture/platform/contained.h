@@ -9,18 +9,18 @@
 
 namespace orvo::platform {
 
-// Runs work(); what it throws is passed to report(name, reason). Result: whether it ran to its end.
-template <typename Work, typename Report>
-bool contained(Work&& work, Report&& report) noexcept {
+// Runs work(); what it throws is told by tell(name, reason). Result: whether it ran to its end.
+template <typename Work, typename Tell>
+bool contained(Work&& work, Tell&& tell) noexcept {
     try {
         work();
         return true;
     } catch (const PlatformException& error) {
-        report(error.name.c_str(), error.reason.c_str());
+        tell(error.name.c_str(), error.reason.c_str());
     } catch (const std::exception& error) {
-        report("exception", error.what());
+        tell("exception", error.what());
     } catch (...) {
-        report("exception", "of an unknown kind");
+        tell("exception", "of an unknown kind");
     }
     return false;
 }

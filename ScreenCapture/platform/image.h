@@ -79,6 +79,7 @@ enum class NoImage {
     gone,          // the target does not exist, or no longer
     notOnScreen,   // it exists but shows nothing now: minimised, unmapped, empty
     tooLarge,      // the window server has no picture of that size
+    pixelFormat,   // its pixels are of a kind that cannot be read
     notPermitted,  // the system refuses
     noServer,      // the window server cannot be reached
     noXServer,     // there is no X server to ask
@@ -100,6 +101,8 @@ inline const char* describe(NoImage why) {
             return "the target is not on screen";
         case NoImage::tooLarge:
             return "the target is larger than a picture can be";
+        case NoImage::pixelFormat:
+            return "the screen's colours cannot be read: it needs 15 bits a pixel or more";
         case NoImage::notPermitted:
             return "the system does not permit it";
         case NoImage::noServer:

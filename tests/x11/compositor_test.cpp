@@ -82,8 +82,7 @@ class Scribbler {
     void draw(const Area& place, uint32_t colour) {
         const int kind = number(0, 9);
         if (kind == 0 && windows_.size() < 8) {
-            windows_.push_back(number(0, 3) == 0 ? painter_.translucentWindow(place, colour | 0x80000000U)
-                                                 : painter_.window(place, colour));
+            windows_.push_back(painter_.window(place, colour | 0x80000000U, paintsRoot_ && number(0, 3) == 0));
             if (number(0, 1) == 0 && canRedirect) painter_.redirect(windows_.back());
             return;
         }

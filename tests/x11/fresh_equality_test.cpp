@@ -27,7 +27,8 @@ class RealScene final : public Scene {
             repainter_->make({.area = {20, 30, 120, 90}, .title = "below", .background = 0x102030}),
             repainter_->make({.area = {60, 60, 100, 80}, .title = "no background", .background = 0x405060}, false),
             repainter_->make({.area = {110, 20, 90, 100}, .title = "shaped", .background = 0x708090}),
-            repainter_->make({.area = {90, 90, 60, 40}, .overrideRedirect = true, .background = 0xA0B0C0})};
+            repainter_->make(
+                {.area = {90, 90, 60, 40}, .overrideRedirect = true, .background = 0x60203040, .hasAlpha = true})};
         windows_.setNumber(numbers_[1], "WM_TRANSIENT_FOR", XCB_ATOM_WINDOW, numbers_[0]);
         for (size_t i = 0; i < 3; i++)
             if (!windows_.awaitMapped(numbers_[i])) throw std::runtime_error("a window is not mapped");
@@ -55,8 +56,23 @@ class RealScene final : public Scene {
             return Area{dice.number(-10, 100), dice.number(-10, 80), dice.number(1, 80), dice.number(1, 80)};
         };
         return {
-            {"paint", 5,
-             on([=, this](auto window, Dice& dice) { repainter_->paint(window, part(dice), dice.colour()); })},
+            {"paint", 5, on([=, this](auto window, Dice& dice) {
+                 repainter_->paint(window, part(dice),
+                                   dice.colour() | static_cast<uint32_t>(dice.number(0, 255)) << 24);
+             })},
+            {"opacity", 1, on([this](auto window, Dice& dice) {
+                 windows_.setNumbers(window, "_NET_WM_WINDOW_OPACITY", {dice.coin() ? 0xFFFFFFFF : 0x60000000});
+             })},
+            {"opaque region", 1,
+             [=, this](Dice& dice) {
+                 const Area area = part(dice);
+                 windows_.setNumbers(numbers_[3], "_NET_WM_OPAQUE_REGION",
+                                     {static_cast<uint32_t>(area.x), static_cast<uint32_t>(area.y),
+                                      static_cast<uint32_t>(area.width), static_cast<uint32_t>(area.height)});
+             }},
+            {"shadow", 1, on([this](auto window, Dice& dice) {
+                 windows_.setNumbers(window, "_GTK_FRAME_EXTENTS", {3, static_cast<uint32_t>(dice.number(0, 9)), 1, 2});
+             })},
             {"move", 2, on([this](auto window, Dice& dice) {
                  painter_.move(window, dice.number(-40, 280), dice.number(-40, 200));
              })},

@@ -63,13 +63,14 @@ Region Region::intersected(const Region& other) const {
     return result;
 }
 
-std::vector<Region> visibleParts(const PixelRect& bounds, const std::vector<Region>& layers) {
+std::vector<Region> visibleParts(const PixelRect& bounds, const std::vector<Region>& layers,
+                                 const std::vector<Region>& opaque) {
     std::vector<Region> parts;
     parts.reserve(layers.size());
     Region open(bounds);
-    for (const Region& layer : layers) {
-        parts.push_back(open.intersected(layer));
-        open.subtract(layer);
+    for (size_t i = 0; i < layers.size(); ++i) {
+        parts.push_back(open.intersected(layers[i]));
+        open.subtract(opaque[i]);
     }
     return parts;
 }

@@ -32,7 +32,8 @@ class Region {
     std::vector<PixelRect> rects_;
 };
 
-// Of layers from front to back: the part of each inside the bounds that none before it covers.
-std::vector<Region> visibleParts(const PixelRect& bounds, const std::vector<Region>& layers);
+// Of layers from front to back: the part of each inside the bounds that nothing opaque of those before it covers.
+std::vector<Region> visibleParts(const PixelRect& bounds, const std::vector<Region>& layers,
+                                 const std::vector<Region>& opaque);
 
 }  // namespace orvo::platform::software

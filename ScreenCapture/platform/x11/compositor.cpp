@@ -11,21 +11,47 @@ namespace {
 
 using software::Region;
 
-// What of the picture the layer stands for, from its bounds' corner.
-Region regionOf(const Layer& layer, const PixelRect& bounds) {
+// What of the picture these rectangles of a layer stand for, from its bounds' corner.
+Region regionOf(const Layer& layer, const std::vector<PixelRect>& rects, const PixelRect& bounds) {
     Region region;
-    if (layer.shape.empty()) region.unite(layer.clip);
-    for (const PixelRect& rect : layer.shape)
+    for (const PixelRect& rect : rects)
         region.unite(software::intersection(software::moved(rect, layer.outer.x, layer.outer.y), layer.clip));
     region.move(-bounds.x, -bounds.y);
     return region;
+}
+
+// All of it.
+Region regionOf(const Layer& layer, const PixelRect& bounds) {
+    if (!layer.shape.empty()) return regionOf(layer, layer.shape, bounds);
+    return Region(software::moved(layer.clip, -bounds.x, -bounds.y));
+}
+
+// What of the window lets show through what lies below it.
+void setAlpha(Layer& layer, const DesktopWindow& window, bool hasAlpha) {
+    if (!hasAlpha && window.alpha >= 1) return;
+    layer.alpha = Layer::Alpha::blended;
+    layer.opacity = truncated<uint16_t>(window.alpha * 0xFFFF);
+    if (window.alpha < 1) return;
+    const PixelRect all{0, 0, window.outer.width, window.outer.height};
+    for (const PixelRect& rect : window.opaque)
+        layer.opaque.push_back(software::moved(software::intersection(rect, all), window.outer.x - layer.outer.x,
+                                               window.outer.y - layer.outer.y));
+}
+
+// What two shapes have in common; an empty one is no shape.
+std::vector<PixelRect> commonShape(const std::vector<PixelRect>& a, const std::vector<PixelRect>& b) {
+    if (a.empty() || b.empty()) return a.empty() ? b : a;
+    Region common;
+    for (const PixelRect& one : a)
+        for (const PixelRect& other : b) common.unite(software::intersection(one, other));
+    return common.empty() ? std::vector<PixelRect>(1) : common.rects();
 }
 
 }  // namespace
 
 Layer layerOfRoot(const Connection& x) {
     const PixelRect all{0, 0, INT16_MAX, INT16_MAX};
-    return {Layer::Kind::root, x.root(), all, all, {}};
+    return {.kind = Layer::Kind::root, .id = x.root(), .outer = all, .clip = all};
 }
 
 PixelRect boundsOfClient(const DesktopWindow& window) {
@@ -33,9 +59,36 @@ PixelRect boundsOfClient(const DesktopWindow& window) {
 }
 
 Layer layerOfClient(const DesktopWindow& window) {
-    const PixelRect outer = software::moved(window.outer, -window.bounds.x, -window.bounds.y);
-    return {Layer::Kind::window, window.number, outer,        boundsOfClient(window),
-            window.clientShape,  window.border, window.mapped};
+    return {.id = window.number,
+            .outer = software::moved(window.outer, -window.bounds.x, -window.bounds.y),
+            .clip = boundsOfClient(window),
+            .shape = window.clientShape,
+            .border = window.border,
+            .mapped = window.mapped};
+}
+
+Layer layerOfFrame(const DesktopWindow& window) {
+    Layer layer{.id = window.frame,
+                .outer = window.frameBounds,
+                .clip = window.frameBounds,
+                .shape = window.shape,
+                .border = window.frame == window.number ? window.border : 0,
+                .mapped = window.mapped};
+    setAlpha(layer, window, window.frameHasAlpha);
+    return layer;
+}
+
+Layer layerInFrame(const DesktopWindow& window) {
+    Layer layer = layerOfClient(window);
+    layer.outer = window.outer;
+    layer.clip = software::intersection(window.outer, window.frameBounds);
+    std::vector<PixelRect> shape = window.shape;
+    for (PixelRect& rect : shape)
+        rect = software::moved(rect, window.frameBounds.x - window.outer.x, window.frameBounds.y - window.outer.y);
+    layer.shape = commonShape(shape, window.clientShape);
+    layer.frame = window.frame;
+    setAlpha(layer, window, window.hasAlpha);
+    return layer;
 }
 
 Compositor::Compositor(Server& server, const Server::Use& x)
@@ -56,7 +109,10 @@ bool Compositor::update(Server::Use& x, const PixelRect& bounds, const std::vect
                         const WindowList& desktop) {
     if (slot_) finishFrame(x, refused_);  // nobody wanted it
     ++time_;
-    refused_ = bounds.empty() ? NoImage::notOnScreen : !fitsPicture(bounds) ? NoImage::tooLarge : NoImage::none;
+    refused_ = bounds.empty()                          ? NoImage::notOnScreen
+               : !fitsPicture(bounds)                  ? NoImage::tooLarge
+               : !canRead(x_, x_.screen()->root_depth) ? NoImage::pixelFormat
+                                                       : NoImage::none;
     if (refused_ != NoImage::none) return true;
     if (layers != layers_) {
         layers_ = layers;
@@ -193,20 +249,11 @@ void Compositor::followShapes(const Server::Use& x, const WindowList& desktop) {
     windows_.followShapes(x, frames);
 }
 
-// False when the server is not of use any more. All questions go before the first answer.
+// False when the server is not of use any more.
 bool Compositor::waitForRepaint(Server::Use& x) {
-    const auto awaits = [](const auto& window) { return window && window->awaitsRepaint(); };
-    while (std::any_of(sources_.begin(), sources_.end(), awaits)) {
-        for (const auto& window : sources_)
-            if (awaits(window)) window->requestRepainted();
-        for (const auto& window : sources_)
-            if (awaits(window)) window->receiveUnknown();
-        x.readEvents();
-        for (const auto& window : sources_)
-            if (awaits(window)) window->receiveRepainted();
-        if (std::none_of(sources_.begin(), sources_.end(), awaits)) break;
+    const auto isRepainted = [&](const auto& window) { return !window || window->isRepainted(x); };
+    while (!std::all_of(sources_.begin(), sources_.end(), isRepainted))
         if (!x.waitForEvent(std::chrono::milliseconds(1))) return false;
-    }
     return static_cast<bool>(x);
 }
 
@@ -234,20 +281,32 @@ void Compositor::layOut(const PixelRect& bounds) {
     const PixelRect size = fits ? room_ : PixelRect{0, 0, bounds.width, bounds.height};
     if (!frames_ || frames_->size() != size) frames_ = std::make_unique<FramePool>(x_, size, draws_);
     bounds_ = bounds;
-    std::vector<Region> regions;
-    for (const Layer& layer : layers_) regions.push_back(x11::regionOf(layer, bounds));
+    std::vector<Region> regions, opaque;
+    for (const Layer& layer : layers_) {
+        Region region = x11::regionOf(layer, bounds);
+        for (size_t i = 0; i < regions.size(); ++i)
+            if (layers_[i].frame == layer.id) region.subtract(regions[i]);
+        const bool blends = layer.alpha == Layer::Alpha::blended;
+        opaque.push_back(blends ? x11::regionOf(layer, layer.opaque, bounds).intersected(region) : region);
+        regions.push_back(std::move(region));
+    }
     const PixelRect frame{0, 0, bounds.width, bounds.height};
-    std::vector<Region> visible = software::visibleParts(frame, regions);
+    std::vector<Region> visible = software::visibleParts(frame, regions, opaque);
     parts_.clear();
     uncovered_ = Region(frame);
+    Region mixed;  // by the layers so far
     for (size_t i = 0; i < layers_.size(); ++i) {
         auto part = makePart(layers_[i], sources_[i]);
         part->visible = visible[i].intersected(part->reach);
         if (draws_) part->region = regionOf(part->visible);
+        const bool blends = part->alpha == Layer::Alpha::blended;
+        part->mixes = blends || !mixed.intersected(part->visible).empty();
+        if (blends) mixed.unite(part->visible);
         // A background may have gone meanwhile, and then draws nothing.
-        if (part->isKnown()) uncovered_.subtract(part->visible);
+        if (part->isKnown() && !blends) uncovered_.subtract(part->visible);
         parts_.push_back(std::move(part));
     }
+    mixes_ = !mixed.empty();
     if (draws_) uncoveredRegion_ = regionOf(uncovered_);
     laidOutTime_ = time_;
     hasDamage_ = false;
@@ -274,7 +333,12 @@ std::unique_ptr<Compositor::Part> Compositor::makePart(const Layer& layer,
     part->dy = layer.outer.y - bounds_.y;
     part->window = window;
     part->generation = window->generation();
-    if (window->hasPixmap() && (!draws_ || window->picture() != 0))
+    part->alpha = layer.alpha;
+    if (draws_ && layer.alpha == Layer::Alpha::blended && layer.opacity != 0xFFFF) {
+        part->mask = ServerPicture(x_);
+        xcb_render_create_solid_fill(x_.raw(), part->mask.id(), {0, 0, 0, layer.opacity});
+    }
+    if (window->hasPixmap() && canRead(x_, window->depth()) && (!draws_ || window->picture() != 0))
         part->reach = software::intersection(frame, {part->dx, part->dy, window->size().width, window->size().height});
     if (!x_.extensions().xfixes) return part;
     part->damage.region = ServerRegion(x_);
@@ -292,6 +356,7 @@ void Compositor::collectDamage() {
         Damage& damage = part->damage;
         if (!std::exchange(damage.any, false)) continue;
         part->damagedTime = damagedTime_ = time_;
+        if (part->mixes) mixedTime_ = time_;
         const bool isFirst = !std::exchange(hasDamage_, true);
         if (!draws_) continue;
         const int border = part->window->border();
@@ -309,22 +374,37 @@ void Compositor::collectDamage() {
 
 void Compositor::draw(Canvas& canvas) {
     const bool all = canvas.drawnTime < laidOutTime_;
-    if (all && !uncovered_.empty()) {
+    const bool drawsMixed = mixes_ && (all || mixedTime_ > canvas.drawnTime);
+    if ((all || drawsMixed) && !uncovered_.empty()) {
+        if (!all) xcb_xfixes_intersect_region(x_.raw(), uncoveredRegion_.id(), canvas.stale.id(), clip_.id());
         const xcb_rectangle_t whole = rectangle({0, 0, bounds_.width, bounds_.height});
-        xcb_xfixes_set_picture_clip_region(x_.raw(), canvas.picture.id(), uncoveredRegion_.id(), 0, 0);
+        xcb_xfixes_set_picture_clip_region(x_.raw(), canvas.picture.id(), all ? uncoveredRegion_.id() : clip_.id(), 0,
+                                           0);
         xcb_render_fill_rectangles(x_.raw(), XCB_RENDER_PICT_OP_SRC, canvas.picture.id(), {0, 0, 0, 0}, 1, &whole);
     }
-    for (const auto& part : parts_) {
-        if (part->visible.empty() || (!all && part->damagedTime <= canvas.drawnTime)) continue;
-        clipTo(*part, canvas, all);
-        const PixelRect& to = part->reach;
-        xcb_render_composite(
-            x_.raw(), XCB_RENDER_PICT_OP_SRC, part->window ? part->window->picture() : part->background.id(), XCB_NONE,
-            canvas.picture.id(), static_cast<int16_t>(to.x - part->dx), static_cast<int16_t>(to.y - part->dy), 0, 0,
-            static_cast<int16_t>(to.x), static_cast<int16_t>(to.y), static_cast<uint16_t>(to.width),
-            static_cast<uint16_t>(to.height));
+    for (auto each = parts_.rbegin(); each != parts_.rend(); ++each) {
+        const Part& part = **each;
+        const bool isStale = part.damagedTime > canvas.drawnTime || (part.mixes && drawsMixed);
+        if (part.visible.empty() || !(all || isStale)) continue;
+        clipTo(part, canvas, all);
+        drawPart(part, canvas);
     }
     xcb_xfixes_set_region(x_.raw(), canvas.stale.id(), 0, nullptr);
+}
+
+// Within the clip. What was blended counts as drawn, whatever its alpha.
+void Compositor::drawPart(const Part& part, const Canvas& canvas) {
+    const bool blends = part.alpha == Layer::Alpha::blended;
+    const bool withAlpha = part.alpha != Layer::Alpha::ignored;
+    const PixelRect& to = part.reach;
+    xcb_render_composite(x_.raw(), blends ? XCB_RENDER_PICT_OP_OVER : XCB_RENDER_PICT_OP_SRC,
+                         part.window ? part.window->picture(withAlpha) : part.background.id(), part.mask.id(),
+                         canvas.picture.id(), static_cast<int16_t>(to.x - part.dx),
+                         static_cast<int16_t>(to.y - part.dy), 0, 0, static_cast<int16_t>(to.x),
+                         static_cast<int16_t>(to.y), static_cast<uint16_t>(to.width), static_cast<uint16_t>(to.height));
+    if (!blends) return;
+    const xcb_rectangle_t all = rectangle(to);
+    xcb_render_fill_rectangles(x_.raw(), XCB_RENDER_PICT_OP_ADD, canvas.picture.id(), {0, 0, 0, 0xFFFF}, 1, &all);
 }
 
 // Has the server draw only what of the part is stale, and known. What is stale of a picture of one layer is its part.
@@ -351,7 +431,9 @@ NoImage Compositor::missing(size_t layer) const {
     if (layer >= parts_.size()) return NoImage::notOnScreen;
     const Part& part = *parts_[layer];
     if (!part.visible.empty()) return NoImage::none;
-    return part.window && part.window->tooLarge() ? NoImage::tooLarge : NoImage::notOnScreen;
+    if (!part.window) return NoImage::notOnScreen;
+    if (part.window->hasPixmap() && !canRead(x_, part.window->depth())) return NoImage::pixelFormat;
+    return part.window->tooLarge() ? NoImage::tooLarge : NoImage::notOnScreen;
 }
 
 ServerRegion Compositor::regionOf(const Region& region) {

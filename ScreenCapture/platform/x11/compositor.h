@@ -1,5 +1,5 @@
 // Pictures of layers over a rectangle, taken again and again: windows, the screen as it shows, the root's background.
-// The server draws, front to back with what is covered left out, straight into the memory that is handed over; while
+// The server draws, with what is covered left out, straight into the memory that is handed over; while
 // nothing changes it is asked nothing.
 #pragma once
 
@@ -21,13 +21,22 @@ struct Layer {
         root,        // what the screen shows
         background,  // a pixmap, repeated from the root's origin
     };
+    enum class Alpha {
+        ignored,  // opaque, whatever stands in the place of alpha
+        blended,  // drawn over what lies below it, its colours multiplied by alpha already
+        kept,     // alpha goes into the picture; nothing may lie below
+    };
     Kind kind = Kind::window;
-    uint32_t id = 0;               // of the window or the pixmap
-    PixelRect outer;               // with its border, coordinates of the picture's bounds
-    PixelRect clip;                // what of it counts, the same coordinates
-    std::vector<PixelRect> shape;  // relative to outer; empty: all
-    int border = 0;                // of the window
-    uint64_t mapped = 0;           // as in DesktopWindow
+    uint32_t id = 0;                    // of the window or the pixmap
+    PixelRect outer;                    // with its border, coordinates of the picture's bounds
+    PixelRect clip;                     // what of it counts, the same coordinates
+    std::vector<PixelRect> shape = {};  // relative to outer; empty: all
+    int border = 0;                     // of the window
+    uint64_t mapped = 0;                // as in DesktopWindow
+    Alpha alpha = Alpha::ignored;
+    uint16_t opacity = 0xFFFF;           // of all of it, where it is blended
+    std::vector<PixelRect> opaque = {};  // what of it hides all below though it is blended, relative to outer
+    uint32_t frame = 0;                  // a client's: of that layer it takes its own place
     bool operator==(const Layer&) const = default;
 };
 
@@ -36,6 +45,10 @@ Layer layerOfRoot(const Connection& x);
 // A window's client alone, cut to its bounds, from their corner: its place on the root does not matter.
 PixelRect boundsOfClient(const DesktopWindow& window);
 Layer layerOfClient(const DesktopWindow& window);
+// On the root, with what lies below showing through: a frame with the clients in it, or a window without one; and a
+// client alone, at its place in its frame, cut by both shapes.
+Layer layerOfFrame(const DesktopWindow& window);
+Layer layerInFrame(const DesktopWindow& window);
 
 // Used and destroyed under its server's lock, which it gives up while windows repaint.
 //
@@ -52,6 +65,10 @@ Layer layerOfClient(const DesktopWindow& window);
 // All of these are requests that nobody waits for. The one wait is for the rectangles of the damage: their answer says
 // that the drawing before it is done, whether any of the damage is seen at all, and what of the picture has changed.
 // Without damage, and with a free frame that is up to date, nothing is asked.
+//
+// Layers are drawn back to front. What is opaque hides all below; only what an alpha channel or an opacity lets show
+// through is drawn beneath, and drawn again together with it: those parts *mix*. Where nothing opaque lies below, they
+// are drawn over zero bytes.
 //
 // What of a window its owner may not have drawn is left out (see RedirectedWindow). Windows have no pictures where the
 // server does not report what is drawn into them. Where pixmaps cannot be shared the server draws into one of its own,
@@ -74,8 +91,8 @@ class Compositor {
     // Has the server begin to draw the picture of the last update(), for the next finish(). After flushing it draws
     // while the caller is busy with something else.
     void begin();
-    // The picture that was begun, once. Pixels of windows are opaque; what no layer covers, what has no picture now and
-    // what of a window is unknown is four zero bytes. Nobody else holds it.
+    // The picture that was begun, once. Where anything was drawn the fourth byte is 0xFF, unless alpha is kept; what no
+    // layer covers, what has no picture now and what of a window is unknown is four zero bytes. Nobody else holds it.
     Shot finish(Server::Use& x);
     // The same for who goes on with the frame; without room.
     Ref<software::Frame> finishFrame(Server::Use& x, NoImage& why);
@@ -96,8 +113,11 @@ class Compositor {
         uint64_t generation = 0;                   // of the window when it was laid out
         ServerPicture background;
         PixelRect reach;           // what its picture can fill, frame coordinates
-        software::Region visible;  // what of that is seen
-        ServerRegion region;       // the same
+        software::Region visible;  // what of that no opaque layer hides
+        bool mixes = false;        // some pixel of it is mixed with another layer's
+        Layer::Alpha alpha = Layer::Alpha::ignored;
+        ServerPicture mask;   // of its opacity; none for all
+        ServerRegion region;  // the same
         Damage damage;
         uint64_t damagedTime = 0;  // the last
 
@@ -122,6 +142,7 @@ class Compositor {
     std::unique_ptr<Part> makePart(const Layer& layer, const std::shared_ptr<RedirectedWindow>& window);
     void collectDamage();
     void draw(Canvas& canvas);
+    void drawPart(const Part& part, const Canvas& canvas);
     void clipTo(const Part& part, const Canvas& canvas, bool all);
     bool awaitDrawn(FramePool::Slot& slot);
     void takeChanges(const xcb_xfixes_fetch_region_reply_t& damage);
@@ -143,7 +164,7 @@ class Compositor {
     std::vector<Layer> layers_;
     std::vector<std::shared_ptr<RedirectedWindow>> sources_;  // of the layers
     std::vector<std::unique_ptr<Part>> parts_;                // of the layers
-    software::Region uncovered_;
+    software::Region uncovered_;                              // by what is opaque and known
     ServerRegion uncoveredRegion_, damage_, clip_;
     std::unique_ptr<FramePool> frames_;
     SharedMemory scratch_;  // for fetching
@@ -151,6 +172,8 @@ class Compositor {
     uint64_t time_ = 0;  // counts the updates
     uint64_t laidOutTime_ = 0;
     uint64_t damagedTime_ = 0;
+    uint64_t mixedTime_ = 0;  // when a part that mixes was damaged
+    bool mixes_ = false;      // some part does
     bool hasDamage_ = false;  // that the version does not count yet
 
     uint64_t version_ = 0;  // of the pixels

@@ -35,6 +35,15 @@ void copyRows(const uint8_t* from, size_t bytesPerRow, Frame& frame, const Pixel
         std::memcpy(rowOf(frame, to.x, to.y + line), from, static_cast<size_t>(to.width) * 4);
 }
 
+// Draws a pixel over another as Render does: colours multiplied by alpha, 255 in the place of the result's alpha.
+void blend(const uint8_t* from, bool hasAlpha, uint32_t opacity, uint8_t* to) {
+    const auto scaled = [](uint32_t value, uint32_t by) { return (value * by + 127) / 255; };
+    const uint32_t rest = 255 - scaled(hasAlpha ? from[3] : 255, opacity);
+    for (int i = 0; i < 3; ++i)
+        to[i] = static_cast<uint8_t>(std::min(255U, scaled(from[i], opacity) + scaled(to[i], rest)));
+    to[3] = 0xFF;
+}
+
 unsigned requestImage(Connection& x, xcb_drawable_t drawable, const PixelRect& rect) {
     return xcb_get_image(x.raw(), XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, static_cast<int16_t>(rect.x),
                          static_cast<int16_t>(rect.y), static_cast<uint16_t>(rect.width),
@@ -108,7 +117,7 @@ bool Compositor::fetchStale(FramePool::Slot& slot) {
     return true;
 }
 
-// Without Render: every layer's pixels whenever anything has changed, put together here.
+// Without Render: every layer's pixels whenever anything has changed, put together here, back to front.
 bool Compositor::fetchLayers(FramePool::Slot& slot) {
     if (std::exchange(hasDamage_, false)) {
         version_ = nextVersion();
@@ -127,7 +136,7 @@ bool Compositor::fetchLayers(FramePool::Slot& slot) {
             requestImage(x_, part->window->drawable(), software::moved(boxOf(part->visible), -part->dx, -part->dy));
     }
     std::memset(frame.data(), 0, frame.bytesPerRow() * static_cast<size_t>(frame.height()));
-    for (size_t i = 0; i < parts_.size(); ++i) {
+    for (size_t i = parts_.size(); i-- > 0;) {
         if (requests[i] == 0) continue;
         const Part& part = *parts_[i];
         const PixelRect box = boxOf(part.visible);
@@ -137,14 +146,20 @@ bool Compositor::fetchLayers(FramePool::Slot& slot) {
             known.subtract(software::moved(rect, part.dx + border, part.dy + border));
         const auto image = receiveImage(x_, requests[i], box);
         if (!image) return false;
-        const size_t rowSize = static_cast<size_t>(box.width) * 4;
-        for (const PixelRect& rect : known.rects()) {
-            copyRows(xcb_get_image_data(image.get()) + static_cast<size_t>(rect.y - box.y) * rowSize +
-                         static_cast<size_t>(rect.x - box.x) * 4,
-                     rowSize, frame, rect);
+        const bool blends = part.alpha == Layer::Alpha::blended, hasAlpha = part.window->depth() == 32;
+        for (const PixelRect& rect : known.rects())
             for (int y = rect.y; y < rect.y + rect.height; ++y)
-                for (int x = 0; x < rect.width; ++x) rowOf(frame, rect.x + x, y)[3] = 0xFF;
-        }
+                for (int x = rect.x; x < rect.x + rect.width; ++x) {
+                    const uint8_t* const from =
+                        xcb_get_image_data(image.get()) + ((y - box.y) * box.width + x - box.x) * 4;
+                    uint8_t* const to = rowOf(frame, x, y);
+                    if (blends) {
+                        blend(from, hasAlpha, layers_[i].opacity >> 8, to);
+                        continue;
+                    }
+                    std::memcpy(to, from, 4);
+                    if (!hasAlpha || part.alpha == Layer::Alpha::ignored) to[3] = 0xFF;
+                }
     }
     slot.fetchedTime = time_;
     return true;

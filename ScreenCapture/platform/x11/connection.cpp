@@ -62,12 +62,12 @@ bool serverHangs() {
 
 // Of a server that can be asked its own word counts, not the environment's: a private one may run in any session.
 NoImage whyUnreachable(const Connection* x) {
-    if (serverHangs() || (x && x->isHung())) return NoImage::xServerHangs;
+    if (serverHangs() || (x && x->silent())) return NoImage::xServerHangs;
     const bool wayland = isSet("WAYLAND_DISPLAY") || isSet("XDG_SESSION_TYPE", "wayland");
     return wayland && !isSet("DISPLAY") ? NoImage::wayland : NoImage::noXServer;
 }
 
-SignalGuard::SignalGuard() {
+PipeGuard::PipeGuard() {
     if (software::isOwnThread()) return;
     blocks_ = true;
     sigemptyset(&blocked_);
@@ -77,7 +77,7 @@ SignalGuard::SignalGuard() {
         if (sigismember(&before_, number)) sigdelset(&blocked_, number);
 }
 
-SignalGuard::~SignalGuard() {
+PipeGuard::~PipeGuard() {
     if (!blocks_) return;
     const timespec now{};
     while (sigtimedwait(&blocked_, nullptr, &now) > 0) {
@@ -152,6 +152,13 @@ std::unique_ptr<Connection> Connecting::take() {
     return connection->lost() ? nullptr : std::move(connection);
 }
 
+std::unique_ptr<Connection> Connection::open() {
+    if (serverHangs()) return nullptr;
+    const PipeGuard guard;
+    Connecting connecting;
+    return connecting.waitUntil(SteadyClock::now() + kServerLimit) ? connecting.take() : nullptr;
+}
+
 Connection::Connection(xcb_connection_t* raw, int screenNumber) : raw_(raw) {
     lost_ = xcb_connection_has_error(raw_) != 0;
     if (lost_) return;
@@ -164,7 +171,7 @@ Connection::Connection(xcb_connection_t* raw, int screenNumber) : raw_(raw) {
 }
 
 Connection::~Connection() {
-    const SignalGuard guard;
+    const PipeGuard guard;
     events_.clear();
     xcb_disconnect(raw_);
 }
@@ -186,6 +193,7 @@ bool Connection::waitReadable(SteadyClock::time_point until) {
 
 void* Connection::awaitReply(unsigned sequence) {
     if (lost_) return nullptr;
+    roundTrips_++;
     void* reply = nullptr;
     const auto hasCome = [&] {
         xcb_generic_error_t* error = nullptr;
@@ -201,7 +209,7 @@ void* Connection::awaitReply(unsigned sequence) {
     while (!hasCome()) {
         if (!waitReadable(until)) {
             lost_ = true;
-            lateAnswer_ = sequence;
+            owed_ = sequence;
             hangs = true;
             return nullptr;
         }
@@ -216,33 +224,33 @@ bool Connection::answers() {
     return heardOfLately() || sync();
 }
 
-void Connection::probe() {
+void Connection::askForSign() {
     if (lost_) return;
-    lateAnswer_ = xcb_get_input_focus(raw_).sequence;
+    owed_ = xcb_get_input_focus(raw_).sequence;
     flush();
     lost_ = true;
 }
 
-bool Connection::recovers() {
-    if (lateAnswer_ == 0) return !lost_;
+bool Connection::answersAgain() {
+    if (owed_ == 0) return !lost_;
     if (xcb_generic_event_t* event = xcb_poll_for_event(raw_)) events_.emplace_back(event);
     void* reply = nullptr;
     xcb_generic_error_t* error = nullptr;
-    if (!xcb_poll_for_reply(raw_, lateAnswer_, &reply, &error)) return false;
+    if (!xcb_poll_for_reply(raw_, owed_, &reply, &error)) return false;
     std::free(reply);
     std::free(error);
-    const unsigned late = std::exchange(lateAnswer_, 0);
+    const unsigned owed = std::exchange(owed_, 0);
     lost_ = xcb_connection_has_error(raw_) != 0;
     if (lost_) return false;
     noteAnswer();
     // Answers to what was asked afterwards would lie here for ever.
     const unsigned last = xcb_get_input_focus(raw_).sequence;
-    for (unsigned each = late + 1; each != last + 1; ++each) xcb_discard_reply(raw_, each);
+    for (unsigned each = owed + 1; each != last + 1; ++each) xcb_discard_reply(raw_, each);
     return true;
 }
 
 bool Connection::succeeded(xcb_void_cookie_t cookie) {
-    // When a later reply has arrived, so has the error of the request, if there is one.
+    // A reply that follows the request tells that its error, if any, has arrived.
     if (!sync()) return false;
     const Reply<xcb_generic_error_t> error(xcb_request_check(raw_, cookie));
     return !error;

@@ -40,12 +40,12 @@ NoImage whyUnreachable(const Connection* x = nullptr);
 
 // Keeps signals from the calling thread that would end the process: that of a server that has gone, and that of memory
 // beyond the process's limit. Does nothing on the library's own threads: they block both.
-class SignalGuard {
+class PipeGuard {
   public:
-    SignalGuard();
-    ~SignalGuard();
-    SignalGuard(const SignalGuard&) = delete;
-    SignalGuard& operator=(const SignalGuard&) = delete;
+    PipeGuard();
+    ~PipeGuard();
+    PipeGuard(const PipeGuard&) = delete;
+    PipeGuard& operator=(const PipeGuard&) = delete;
 
   private:
     bool blocks_ = false;
@@ -59,11 +59,13 @@ class SignalGuard {
 // Errors of requests that nobody awaits are dropped with their events.
 //
 // xcb's own waits have no limit, so nothing here calls them: an answer is polled for, and between two polls poll()
-// waits for the socket. An answer that has not come within kServerLimit makes the connection *hung*: of no use, as if
-// it were lost, until recovers() finds that very answer. Then everything asked before it has been done, and it goes
+// waits for the socket. An answer that has not come within kServerLimit makes the connection *silent*: of no use, as if
+// it were lost, until answersAgain() finds that very answer. Then everything asked before it has been done, and it goes
 // on with all its events; answers to what was asked after it are thrown away, for those who asked have given up.
 class Connection {
   public:
+    // Connects to the server that DISPLAY names now; null when it cannot be reached within kServerLimit.
+    static std::unique_ptr<Connection> open();
     // What xcb_connect() has made, or has failed to make; greets the server.
     Connection(xcb_connection_t* raw, int screenNumber);
     ~Connection();
@@ -85,12 +87,12 @@ class Connection {
     // The server is gone or did not answer in time: open another connection.
     bool lost() const { return lost_; }
     // It is lost because the server did not answer in time, and nothing else is known of it since.
-    bool isHung() const { return lateAnswer_ != 0; }
-    // Makes it hung without waiting: another connection's question was not answered in time.
-    void probe();
-    // Looks for the late answer of a hung server, without waiting. True when the connection can be used again:
+    bool silent() const { return owed_ != 0; }
+    // Makes it silent without waiting, as another connection's question was not answered in time.
+    void askForSign();
+    // Asks after the answer that a silent server owes, without waiting. True when the connection can be used again:
     // its events have been kept, of what was asked nothing may have been done, and no other answer comes.
-    bool recovers();
+    bool answersAgain();
 
     // The reply of a request; null on its error, or when the connection is lost.
     template <typename T>
@@ -102,6 +104,9 @@ class Connection {
     // Waits until the server has done everything asked so far; false when it is lost.
     bool sync();
     void flush();
+
+    // How often an answer was waited for.
+    uint64_t roundTrips() const { return roundTrips_; }
 
     // Selects events of a window beside those that were selected before: several users of one connection see each
     // other's.
@@ -124,12 +129,13 @@ class Connection {
     std::deque<Event> events_;  // read while waiting for a reply
     std::unordered_map<xcb_window_t, uint32_t> selected_;
     uint64_t eventCount_ = 0;
-    unsigned lateAnswer_ = 0;  // the request whose answer was not waited for any longer
+    uint64_t roundTrips_ = 0;
+    unsigned owed_ = 0;  // the request whose answer was not waited for any longer
     bool lost_ = false;
 };
 
-// Connects without waiting: xcb_connect() itself waits for the server without a limit, and stays on its own thread
-// when it does not return.
+// Connects without waiting: xcb_connect() itself waits for the server without a limit, and is left behind on its thread
+// when it does not come back.
 class Connecting {
   public:
     // To the server that DISPLAY names now.

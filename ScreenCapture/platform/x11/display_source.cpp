@@ -135,7 +135,10 @@ std::unique_ptr<software::DisplaySource> openDisplaySource(NoImage& why) {
     constexpr std::chrono::milliseconds kPatience{250};  // of a server that has just begun to answer again
     Server::Use x = desktopServer().use(kPatience);
     const auto desktop = x ? currentDesktop(x) : nullptr;
-    why = !desktop ? whyUnreachable() : desktop->monitors->areShown ? NoImage::none : NoImage::wayland;
+    why = !desktop                                ? whyUnreachable()
+          : !desktop->monitors->areShown          ? NoImage::wayland
+          : !canRead(*x, x->screen()->root_depth) ? NoImage::pixelFormat
+                                                  : NoImage::none;
     if (why != NoImage::none || !x) return nullptr;
     return std::make_unique<X11DisplaySource>(x);
 }

@@ -13,6 +13,7 @@
 #include <xcb/xfixes.h>
 #include <xcb/xinput.h>
 
+#include "ScreenCapture/platform/values.h"
 #include "ScreenCapture/platform/x11/connection.h"
 
 namespace orvo::platform::x11 {
@@ -34,29 +35,31 @@ void take(const xcb_render_pictforminfo_t& format, PictureFormats& found) {
     const auto& direct = format.direct;
     if (!isBgr(format)) return;
     if (format.depth == 32 && direct.alpha_mask == 0xFF && direct.alpha_shift == 24) found.argb32 = format.id;
-    if (format.depth == 32 && direct.alpha_mask == 0) found.opaque32 = format.id;
-    if (format.depth == 24 && direct.alpha_mask == 0) found.opaque24 = format.id;
+    if (direct.alpha_mask == 0 && (format.depth == 24 || format.depth == 32)) found.opaque[format.depth] = format.id;
 }
 
-// 0 when it has none.
-xcb_render_pictformat_t formatOfVisual(const xcb_render_query_pict_formats_reply_t& formats, xcb_visualid_t visual) {
-    for (auto screen = xcb_render_query_pict_formats_screens_iterator(&formats); screen.rem;
-         xcb_render_pictscreen_next(&screen))
-        for (auto depth = xcb_render_pictscreen_depths_iterator(screen.data); depth.rem;
+// Those of a server whose lowest byte comes first, from its answer. Of other depths than 24 and 32 the first visual's
+// is taken, but the root's for the root's depth. A palette's colours are no format.
+PictureFormats formatsIn(const xcb_render_query_pict_formats_reply_t& answer, const xcb_screen_t& screen) {
+    PictureFormats found;
+    std::vector<xcb_render_pictformat_t> palettes;
+    for (auto format = xcb_render_query_pict_formats_formats_iterator(&answer); format.rem;
+         xcb_render_pictforminfo_next(&format)) {
+        take(*format.data, found);
+        if (format.data->type != XCB_RENDER_PICT_TYPE_DIRECT) palettes.push_back(format.data->id);
+    }
+    for (auto each = xcb_render_query_pict_formats_screens_iterator(&answer); each.rem;
+         xcb_render_pictscreen_next(&each))
+        for (auto depth = xcb_render_pictscreen_depths_iterator(each.data); depth.rem;
              xcb_render_pictdepth_next(&depth))
             for (auto one = xcb_render_pictdepth_visuals_iterator(depth.data); one.rem;
-                 xcb_render_pictvisual_next(&one))
-                if (one.data->visual == visual) return one.data->format;
-    return 0;
-}
-
-// Those of a server whose lowest byte comes first, from its answer.
-PictureFormats formatsIn(const xcb_render_query_pict_formats_reply_t& answer, xcb_visualid_t rootVisual) {
-    PictureFormats found;
-    for (auto format = xcb_render_query_pict_formats_formats_iterator(&answer); format.rem;
-         xcb_render_pictforminfo_next(&format))
-        take(*format.data, found);
-    found.root = formatOfVisual(answer, rootVisual);
+                 xcb_render_pictvisual_next(&one)) {
+                const bool isRoot = one.data->visual == screen.root_visual;
+                if (depth.data->depth >= found.opaque.size() || contains(palettes, one.data->format)) continue;
+                auto& opaque = found.opaque[depth.data->depth];
+                if (isRoot) found.root = one.data->format;
+                if (opaque == 0 || isRoot) opaque = one.data->format;
+            }
     return found;
 }
 
@@ -118,12 +121,18 @@ bool greetExtensions(Connection& x, Extensions& found, PictureFormats& pictureFo
     if (found.render) {
         const auto answer = x.await<xcb_render_query_pict_formats_reply_t>(formats);
         if (answer && xcb_get_setup(raw)->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST)
-            pictureFormats = formatsIn(*answer, x.screen()->root_visual);
+            pictureFormats = formatsIn(*answer, *x.screen());
     }
     return !x.lost();
 }
 
 }  // namespace
+
+bool canRead(const Connection& x, uint8_t depth) {
+    const PictureFormats& formats = x.formats();
+    if (x.extensions().render && formats.root != 0) return depth < formats.opaque.size() && formats.opaque[depth] != 0;
+    return (depth == 24 || depth == 32) && xcb_get_setup(x.raw())->image_byte_order == XCB_IMAGE_ORDER_LSB_FIRST;
+}
 
 bool queryExtensions(Connection& x, Extensions& extensions, PictureFormats& formats) {
     return findExtensions(x, extensions) && greetExtensions(x, extensions, formats);

@@ -3,6 +3,7 @@
 
 #include <xcb/render.h>
 
+#include <array>
 #include <cstdint>
 
 namespace orvo::platform::x11 {
@@ -23,12 +24,12 @@ struct Extensions {
 struct PictureFormats {
     xcb_render_pictformat_t root = 0;    // of the root window's visual
     xcb_render_pictformat_t argb32 = 0;  // 32 bits a pixel, blue first in memory, alpha last
-    // The same with what stands in the place of alpha ignored, for drawables of these depths.
-    xcb_render_pictformat_t opaque24 = 0;
-    xcb_render_pictformat_t opaque32 = 0;
-
-    xcb_render_pictformat_t opaque(uint8_t depth) const { return depth == 32 ? opaque32 : depth == 24 ? opaque24 : 0; }
+    // Of drawables by their depth, with what stands in the place of alpha ignored. The server converts between them.
+    std::array<xcb_render_pictformat_t, 33> opaque{};
 };
+
+// Whether pixels of a drawable of that depth can be had: Render converts them, or they are what frames hold.
+bool canRead(const Connection& x, uint8_t depth);
 
 // Asks for all of it, on a new connection. False when that is lost.
 bool queryExtensions(Connection& x, Extensions& extensions, PictureFormats& formats);

@@ -99,6 +99,7 @@ class X11PictureBatch final : public PictureBatch {
         if (!fitsPicture(window->outer)) return NoImage::tooLarge;
         Server::Use x = pictureServer().use();
         if (!x) return NoImage::noServer;
+        if (!hasWindowPictures(*x)) return whyNoWindowPictures(*x);
         if (!compositor_ || epoch_ != pictureServer().epoch()) return NoImage::failed;
         if (!taken_.find(*window)) draw(x, *desktop, *window);
         Sheet::Item* const item = taken_.find(*window);
@@ -166,6 +167,7 @@ class X11PictureBatch final : public PictureBatch {
             const PixelRect origin = item.showsScreen ? item.bounds : PixelRect();
             layer.outer = software::moved(layer.outer, place.x - origin.x, place.y - origin.y);
             layer.clip = place;
+            if (!item.showsScreen) layer.alpha = Layer::Alpha::kept;
             layers.push_back(std::move(layer));
         }
         compositor_->update(x, sheet.size, layers, *desktop.windows);
@@ -254,7 +256,7 @@ xcb_void_cookie_t drawHalf(Connection& x, const ServerPicture& from, const Pixel
 // Null when the server cannot, or refuses.
 Ref<Image> halvedPicture(Connection& x, PixelRect area, int neededWidth) {
     const PictureFormats& formats = x.formats();
-    if (!x.extensions().render || !hasSharedPixmaps(x) || !formats.root || !formats.opaque32) return nullptr;
+    if (!x.extensions().render || !hasSharedPixmaps(x) || !formats.root || !formats.opaque[32]) return nullptr;
     ServerPicture from = pictureOf(x, x.root(), formats.root);
     ServerPixmap between;
     while (true) {
@@ -264,7 +266,7 @@ Ref<Image> halvedPicture(Connection& x, PixelRect area, int neededWidth) {
         xcb_create_pixmap(x.raw(), 32, pixmap.id(), x.root(), static_cast<uint16_t>(half.width),
                           static_cast<uint16_t>(half.height));
         ServerPicture picture(x);
-        xcb_render_create_picture(x.raw(), picture.id(), pixmap.id(), formats.opaque32, 0, nullptr);
+        xcb_render_create_picture(x.raw(), picture.id(), pixmap.id(), formats.opaque[32], 0, nullptr);
         // An error shows in the last step, which has nothing to draw from then.
         xcb_discard_reply(x.raw(), drawHalf(x, from, area, picture).sequence);
         from = std::move(picture);

@@ -196,18 +196,23 @@ void RedirectedWindow::expectRepaint() {
     requestUnknown();
 }
 
-void RedirectedWindow::requestRepainted() {
-    if (!damaged_) return;
-    collectDamage();  // the server reports more of it only once it is taken
-    requestUnknown();
-    repainted_ = Clock::now();
-}
-
-void RedirectedWindow::receiveRepainted() {
-    settle();
+bool RedirectedWindow::isRepainted(Server::Use& x) {
+    if (redirected_ == Clock::time_point{}) return true;
     const auto now = Clock::now();
+    if (damaged_) {  // the server reports more of it only once it is taken
+        collectDamage();
+        requestUnknown();
+        repainted_ = now;
+    }
+    if (fetching_ != 0) {
+        receiveUnknown();
+        x.readEvents();
+        settle();
+    }
     const bool mayRepaint = mayBeUnknown_ || now - repainted_ < kRepaintQuiet;
-    if (!damage_ || !mayRepaint || now - redirected_ >= repaintLimit.load()) redirected_ = {};
+    if (damage_ && mayRepaint && now - redirected_ < repaintLimit.load()) return false;
+    redirected_ = {};
+    return true;
 }
 
 void RedirectedWindow::onEvent(const xcb_generic_event_t& event) {
@@ -245,6 +250,7 @@ void RedirectedWindow::onNewPixmap(const xcb_generic_event_t& event) {
 void RedirectedWindow::requestPixmap() {
     if (isRoot() || gone_ || !hasOtherPixmap_ || asked_ || !hasWindowPictures(*x_)) return;
     picture_ = {};
+    alphaPicture_ = {};
     pixmap_ = {};
     geometry_ = windowGeometry_ = 0;
     asked_ = true;
@@ -278,9 +284,9 @@ void RedirectedWindow::receivePixmap() {
 
 void RedirectedWindow::usePixmap() {
     if (!named_ || picture_) return;
-    const xcb_render_pictformat_t opaque = x_->formats().opaque(depth_);
-    const bool isLikeRoot = depth_ == x_->screen()->root_depth;
-    picture_ = pictureOf(*x_, drawable(), opaque || !isLikeRoot ? opaque : x_->formats().root);
+    const PictureFormats& formats = x_->formats();
+    picture_ = pictureOf(*x_, drawable(), depth_ < formats.opaque.size() ? formats.opaque[depth_] : 0);
+    if (depth_ == 32) alphaPicture_ = pictureOf(*x_, drawable(), formats.argb32);
 }
 
 void RedirectedWindow::subtractDamage(const ServerRegion& into) {

@@ -33,9 +33,12 @@ inline bool fitsPicture(const PixelRect& size) {
 inline bool hasDamage(const Connection& x) {
     return x.extensions().damage && x.extensions().xfixes;
 }
-// Whether it lets windows have pictures of their own, too.
+// Whether it lets windows have pictures of their own, too; and why not.
 inline bool hasWindowPictures(const Connection& x) {
     return x.extensions().composite && hasDamage(x);
+}
+inline NoImage whyNoWindowPictures(const Connection& x) {
+    return canRead(x, x.screen()->root_depth) ? NoImage::failed : NoImage::pixelFormat;
 }
 
 // What was drawn into a window since its owner looked last, window coordinates inside the border.
@@ -105,12 +108,8 @@ class RedirectedWindow {
     void repaintIfNeeded();
     // A window that was covered paints itself once it is redirected, now.
     void expectRepaint();
-    bool awaitsRepaint() const { return redirected_ != Clock::time_point{}; }
-    // Takes what was drawn by now, and asks what is unknown if that was anything.
-    void requestRepainted();
-    // The answer, once the events before it are read. Ends the wait if the window has repainted itself, or will not
-    // within the limit.
-    void receiveRepainted();
+    // Whether it has, or will not within the limit.
+    bool isRepainted(Server::Use& x);
 
     // Names the window's pixmap when it has another one than the last time, unless that is asked already.
     void requestPixmap();
@@ -122,8 +121,12 @@ class RedirectedWindow {
     // The last pixmap of a window that has gone is none: what of it is unknown is not followed any more.
     bool hasPixmap() const { return named_ && !gone_; }
     xcb_drawable_t drawable() const { return isRoot() ? window_ : pixmap_.id(); }
-    xcb_render_picture_t picture() const { return picture_.id(); }  // 0: the server cannot draw with it
-    const PixelRect& size() const { return size_; }                 // of the pixmap, borders included
+    // 0: the server cannot draw with it. withAlpha: with the window's alpha channel, if it has one.
+    xcb_render_picture_t picture(bool withAlpha = false) const {
+        return withAlpha && alphaPicture_ ? alphaPicture_.id() : picture_.id();
+    }
+    uint8_t depth() const { return depth_; }
+    const PixelRect& size() const { return size_; }  // of the pixmap, borders included
     int border() const { return border_; }
 
   private:
@@ -147,9 +150,9 @@ class RedirectedWindow {
     std::vector<Damage*> listeners_;
     bool damaged_ = false;  // there is some on the server
     ServerPixmap pixmap_;
-    ServerPicture picture_;
+    ServerPicture picture_, alphaPicture_;
     PixelRect size_;
-    PixelRect inner_;  // the window without its border, as far as events report it
+    PixelRect inner_;                                          // the window without its border, as far as events tell
     unsigned naming_ = 0, geometry_ = 0, windowGeometry_ = 0;  // requests
     int border_ = 0;
     uint8_t depth_ = 0;
@@ -180,7 +183,7 @@ class RedirectedWindows final : private EventHandler {
     // Null when nobody has it.
     std::shared_ptr<RedirectedWindow> find(const Server::Use& x, xcb_window_t window) const;
     std::shared_ptr<RedirectedWindow> open(const Server::Use& x, xcb_window_t window, xcb_window_t frame);
-    // Receives events about the shapes of these windows from now on.
+    // Hears of the shapes of these windows from now on.
     void followShapes(const Server::Use& x, const std::vector<xcb_window_t>& windows);
 
   private:

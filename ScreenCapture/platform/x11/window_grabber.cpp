@@ -9,38 +9,35 @@
 namespace orvo::platform::x11 {
 namespace {
 
-constexpr int kMaxCoordinate = 1 << 20;  // pixels from the root's origin
+constexpr int kFarthest = 1 << 20;  // pixels from the root's origin
 
 // The whole pixels of a rectangle; sizes that no server has are cut.
 PixelRect pixelsOf(const Rect& rect) {
-    const auto cut = [](double value) { return std::clamp(truncated<int>(value), -kMaxCoordinate, kMaxCoordinate); };
+    const auto cut = [](double value) { return std::clamp(truncated<int>(value), -kFarthest, kFarthest); };
     return {cut(std::floor(rect.x)), cut(std::floor(rect.y)), cut(rect.width), cut(rect.height)};
 }
 
 // A frame that holds several clients is there once.
 //
 // A client that some capture has redirected by itself is a layer of its own: the server draws its picture into the
-// frame's, and what its owner has not drawn would count as drawn there.
-void addFrame(const Server::Use& x, std::vector<Layer>& layers, const DesktopWindow& window) {
-    if (window.frame != window.number && window.onScreen &&
-        RedirectedWindows::of(desktopServer()).find(x, window.number)) {
-        Layer client{Layer::Kind::window, window.number, window.outer, {}, window.shape, window.border, window.mapped};
-        client.clip = software::intersection(client.outer, window.frameBounds);
-        for (PixelRect& rect : client.shape)
-            rect = software::moved(rect, window.frameBounds.x - client.outer.x, window.frameBounds.y - client.outer.y);
-        layers.push_back(std::move(client));
-    }
+// frame's, and what its owner has not drawn would count as drawn there. Where frames hold what nobody painted there are
+// only the clients.
+void addWindow(const Server::Use& x, std::vector<Layer>& layers, const WindowList& windows,
+               const DesktopWindow& window) {
+    const bool isFramed = window.frame != window.number;
+    if (isFramed && window.onScreen &&
+        (!windows.paintsFrames || RedirectedWindows::of(desktopServer()).find(x, window.number)))
+        layers.push_back(layerInFrame(window));
+    if (isFramed && !windows.paintsFrames) return;
     const auto isFrame = [&](const Layer& layer) { return layer.id == window.frame; };
-    if (std::none_of(layers.begin(), layers.end(), isFrame))
-        layers.push_back({Layer::Kind::window, window.frame, window.frameBounds, window.frameBounds, window.shape,
-                          window.frame == window.number ? window.border : 0, window.mapped});
+    if (std::none_of(layers.begin(), layers.end(), isFrame)) layers.push_back(layerOfFrame(window));
 }
 
 // Everything on screen but desktop windows and the background, with frames, front to back.
 void setLayersOfArea(const Server::Use& x, std::vector<Layer>& layers, const WindowList& windows) {
     layers.clear();
     for (const DesktopWindow& window : windows.all)
-        if (window.frameOnScreen && window.type != WindowType::desktop) addFrame(x, layers, window);
+        if (window.frameOnScreen && window.type != WindowType::desktop) addWindow(x, layers, windows, window);
 }
 
 // The windows of the list, each with its frame, in the order given; numbers that are not on screen are left out.
@@ -50,7 +47,7 @@ void setLayersOfList(const Server::Use& x, std::vector<Layer>& layers, const Win
     layers.clear();
     for (const uint32_t number : numbers) {
         const DesktopWindow* window = windows.find(number);
-        if (window && window->frameOnScreen) addFrame(x, layers, *window);
+        if (window && window->frameOnScreen) addWindow(x, layers, windows, *window);
     }
     if (withBackground && windows.background != 0)
         layers.push_back({Layer::Kind::background, windows.background, windows.root, windows.root, {}});
@@ -124,7 +121,7 @@ void WindowGrabber::noteGone() {
 
 Shot WindowGrabber::window() {
     return ask([this](Server::Use& x, const Desktop& desktop) -> Shot {
-        if (!hasWindowPictures(*x)) return NoImage::failed;
+        if (!hasWindowPictures(*x)) return whyNoWindowPictures(*x);
         const DesktopWindow* window = desktop.windows->find(target_);
         if (!window || !window->onScreen) return NoImage::notOnScreen;
         layers_.assign(1, layerOfClient(*window));

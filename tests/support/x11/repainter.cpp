@@ -44,10 +44,7 @@ Repainter::Repainter(Windows& windows)
       request_(windows.atom("_NET_REQUEST_FRAME_EXTENTS")),
       extents_(windows.atom("_NET_FRAME_EXTENTS")),
       answer_(windows.atom("_ORVO_TEST_ANSWER")),
-      probe_(unmappedWindow(painter_)),
-      context_(xcb_generate_id(painter_.raw())) {
-    const uint32_t noExposures = 0;
-    xcb_create_gc(painter_.raw(), context_, painter_.root(), XCB_GC_GRAPHICS_EXPOSURES, &noExposures);
+      probe_(unmappedWindow(painter_)) {
     thread_ = std::thread([this] { run(); });
 }
 
@@ -58,9 +55,12 @@ Repainter::~Repainter() {
 
 xcb_window_t Repainter::make(const WindowWish& wish, bool hasBackground) {
     const xcb_window_t window = windows_.make(wish);
-    const xcb_pixmap_t content = xcb_generate_id(painter_.raw());
-    xcb_create_pixmap(painter_.raw(), 24, content, painter_.root(), kContentSide, kContentSide);
-    painter_.fill(content, {0, 0, kContentSide, kContentSide}, wish.background ^ 0xFFFFFF);
+    const Content content{xcb_generate_id(painter_.raw()), xcb_generate_id(painter_.raw())};
+    xcb_create_pixmap(painter_.raw(), wish.hasAlpha ? 32 : 24, content.pixmap, painter_.root(), kContentSide,
+                      kContentSide);
+    const uint32_t noExposures = 0;
+    xcb_create_gc(painter_.raw(), content.context, content.pixmap, XCB_GC_GRAPHICS_EXPOSURES, &noExposures);
+    painter_.fill(content.pixmap, {0, 0, kContentSide, kContentSide}, wish.background ^ 0xFFFFFF);
     {
         std::lock_guard lock(mutex_);
         contents_[window] = content;
@@ -68,13 +68,13 @@ xcb_window_t Repainter::make(const WindowWish& wish, bool hasBackground) {
     const uint32_t none[] = {XCB_BACK_PIXMAP_NONE, XCB_EVENT_MASK_EXPOSURE};
     xcb_change_window_attributes(painter_.raw(), window, XCB_CW_EVENT_MASK, none + 1);
     if (!hasBackground) xcb_change_window_attributes(painter_.raw(), window, XCB_CW_BACK_PIXMAP, none);
-    xcb_copy_area(painter_.raw(), content, window, context_, 0, 0, 0, 0, kContentSide, kContentSide);
+    xcb_copy_area(painter_.raw(), content.pixmap, window, content.context, 0, 0, 0, 0, kContentSide, kContentSide);
     painter_.sync();
     return window;
 }
 
 void Repainter::paint(xcb_window_t window, const Area& area, uint32_t colour) {
-    painter_.fill(contents_.at(window), area, colour);
+    painter_.fill(contents_.at(window).pixmap, area, colour);
     painter_.fill(window, area, colour);
 }
 
@@ -116,9 +116,10 @@ void Repainter::run() {
             const auto& expose = *reinterpret_cast<xcb_expose_event_t*>(event);
             std::lock_guard lock(mutex_);
             if (const auto found = contents_.find(expose.window); found != contents_.end())
-                xcb_copy_area(painter_.raw(), found->second, expose.window, context_, static_cast<int16_t>(expose.x),
-                              static_cast<int16_t>(expose.y), static_cast<int16_t>(expose.x),
-                              static_cast<int16_t>(expose.y), expose.width, expose.height);
+                xcb_copy_area(painter_.raw(), found->second.pixmap, expose.window, found->second.context,
+                              static_cast<int16_t>(expose.x), static_cast<int16_t>(expose.y),
+                              static_cast<int16_t>(expose.x), static_cast<int16_t>(expose.y), expose.width,
+                              expose.height);
             xcb_flush(painter_.raw());
         }
         const auto& message = *reinterpret_cast<xcb_client_message_event_t*>(event);

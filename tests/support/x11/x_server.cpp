@@ -133,36 +133,37 @@ Painter::~Painter() {
     xcb_disconnect(connection_);
 }
 
-xcb_window_t Painter::window(const Area& area, uint32_t colour) {
-    const xcb_window_t window = xcb_generate_id(connection_);
-    const uint32_t values[] = {colour, 1};
-    xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window, root_, static_cast<int16_t>(area.x),
-                      static_cast<int16_t>(area.y), static_cast<uint16_t>(area.width),
-                      static_cast<uint16_t>(area.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                      XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+xcb_window_t Painter::window(const Area& area, uint32_t colour, bool hasAlpha) {
+    xcb_create_window_value_list_t values{};
+    values.background_pixel = colour;
+    values.override_redirect = 1;
+    return map(
+        create(xcb_generate_id(connection_), area, 0, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values, hasAlpha));
+}
+
+xcb_window_t Painter::map(xcb_window_t window) {
     xcb_map_window(connection_, window);
     sync();
     return window;
 }
 
-xcb_window_t Painter::translucentWindow(const Area& area, uint32_t colour) {
-    xcb_visualid_t visual = 0;
+xcb_window_t Painter::create(xcb_window_t number, const Area& area, int border, uint32_t mask,
+                             xcb_create_window_value_list_t values, bool hasAlpha) {
+    xcb_visualid_t visual = XCB_COPY_FROM_PARENT;
     const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
-    for (auto depths = xcb_screen_allowed_depths_iterator(screen); depths.rem > 0; xcb_depth_next(&depths))
+    for (auto depths = xcb_screen_allowed_depths_iterator(screen); hasAlpha && depths.rem > 0; xcb_depth_next(&depths))
         if (depths.data->depth == 32 && depths.data->visuals_len > 0)
             visual = xcb_depth_visuals_iterator(depths.data).data->visual_id;
-    if (visual == 0) return window(area, colour & 0xFFFFFF);
-    const xcb_colormap_t colours = xcb_generate_id(connection_);
-    xcb_create_colormap(connection_, XCB_COLORMAP_ALLOC_NONE, colours, root_, visual);
-    const xcb_window_t window = xcb_generate_id(connection_);
-    const uint32_t values[] = {colour, 0, 1, colours};
-    xcb_create_window(connection_, 32, window, root_, static_cast<int16_t>(area.x), static_cast<int16_t>(area.y),
-                      static_cast<uint16_t>(area.width), static_cast<uint16_t>(area.height), 0,
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
-                      XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP, values);
-    xcb_map_window(connection_, window);
-    sync();
-    return window;
+    if (visual != XCB_COPY_FROM_PARENT) {
+        values.colormap = xcb_generate_id(connection_);
+        xcb_create_colormap(connection_, XCB_COLORMAP_ALLOC_NONE, values.colormap, root_, visual);
+        mask |= XCB_CW_BORDER_PIXEL | XCB_CW_COLORMAP;
+    }
+    const uint8_t depth = visual == XCB_COPY_FROM_PARENT ? XCB_COPY_FROM_PARENT : 32;
+    xcb_create_window_aux(connection_, depth, number, root_, static_cast<int16_t>(area.x), static_cast<int16_t>(area.y),
+                          static_cast<uint16_t>(area.width), static_cast<uint16_t>(area.height),
+                          static_cast<uint16_t>(border), XCB_WINDOW_CLASS_INPUT_OUTPUT, visual, mask, &values);
+    return number;
 }
 
 void Painter::clear(xcb_window_t window, const Area& area) {
@@ -197,10 +198,13 @@ void Painter::setRootBackground(uint32_t colour) {
 }
 
 void Painter::fill(xcb_drawable_t target, const Area& area, uint32_t colour) {
-    xcb_change_gc(connection_, context_, XCB_GC_FOREGROUND, &colour);
+    const xcb_gcontext_t context = xcb_generate_id(connection_);  // of the target's depth
+    const uint32_t values[] = {colour, XCB_SUBWINDOW_MODE_INCLUDE_INFERIORS};
+    xcb_create_gc(connection_, context, target, XCB_GC_FOREGROUND | XCB_GC_SUBWINDOW_MODE, values);
     const xcb_rectangle_t rectangle = {static_cast<int16_t>(area.x), static_cast<int16_t>(area.y),
                                        static_cast<uint16_t>(area.width), static_cast<uint16_t>(area.height)};
-    xcb_poly_fill_rectangle(connection_, target, context_, 1, &rectangle);
+    xcb_poly_fill_rectangle(connection_, target, context, 1, &rectangle);
+    xcb_free_gc(connection_, context);
     sync();
 }
 

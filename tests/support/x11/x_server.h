@@ -57,9 +57,12 @@ class Painter {
     xcb_window_t root() const { return root_; }
 
     // An override-redirect window, mapped, painted in a colour (0xRRGGBB) that also is its background.
-    xcb_window_t window(const Area& area, uint32_t colour);
-    // The same with 32 bits a pixel; colour: 0xAARRGGBB.
-    xcb_window_t translucentWindow(const Area& area, uint32_t colour);
+    // hasAlpha: of 32 bits a pixel, 0xAARRGGBB, where the server has such windows.
+    xcb_window_t window(const Area& area, uint32_t colour, bool hasAlpha = false);
+    // Any, not mapped.
+    xcb_window_t create(xcb_window_t number, const Area& area, int border, uint32_t mask,
+                        xcb_create_window_value_list_t values, bool hasAlpha);
+    xcb_window_t map(xcb_window_t window);
     void fill(xcb_drawable_t target, const Area& area, uint32_t colour);
     void clear(xcb_window_t window, const Area& area);   // to a new background
     void scroll(xcb_window_t window, const Area& area);  // copies the part to the window's top

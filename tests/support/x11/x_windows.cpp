@@ -29,16 +29,12 @@ bool comesAbout(const std::function<bool()>& condition) {
 }
 
 xcb_window_t Windows::make(const WindowWish& wish) {
-    xcb_connection_t* x = painter_.raw();
-    const xcb_window_t window = wish.number ? wish.number : xcb_generate_id(x);
-    const Area& area = wish.area;
-    const uint32_t values[] = {wish.background, wish.overrideRedirect ? 1U : 0U};
-    xcb_create_window(x, XCB_COPY_FROM_PARENT, window, painter_.root(), static_cast<int16_t>(area.x),
-                      static_cast<int16_t>(area.y), static_cast<uint16_t>(area.width),
-                      static_cast<uint16_t>(area.height), static_cast<uint16_t>(wish.border),
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                      wish.hasBackground ? XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT : XCB_CW_OVERRIDE_REDIRECT,
-                      wish.hasBackground ? values : values + 1);
+    xcb_create_window_value_list_t values{};
+    values.background_pixel = wish.background;
+    values.override_redirect = wish.overrideRedirect;
+    const uint32_t mask = XCB_CW_OVERRIDE_REDIRECT | (wish.hasBackground ? uint32_t{XCB_CW_BACK_PIXEL} : 0);
+    const xcb_window_t number = wish.number ? wish.number : xcb_generate_id(painter_.raw());
+    const xcb_window_t window = painter_.create(number, wish.area, wish.border, mask, values, wish.hasAlpha);
     if (!wish.title.empty()) setText(window, "_NET_WM_NAME", "UTF8_STRING", wish.title);
     if (!wish.className.empty()) {
         const std::string pair = wish.className + std::string(1, '\0') + wish.className + std::string(1, '\0');
@@ -47,8 +43,7 @@ xcb_window_t Windows::make(const WindowWish& wish) {
     if (!wish.type.empty()) setNumber(window, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, atom(wish.type.c_str()));
     if (wish.owner) setNumber(window, "WM_TRANSIENT_FOR", XCB_ATOM_WINDOW, wish.owner);
     if (wish.modal) setNumber(window, "_NET_WM_STATE", XCB_ATOM_ATOM, atom("_NET_WM_STATE_MODAL"));
-    map(window);
-    return window;
+    return painter_.map(window);
 }
 
 // In cells of 4 by 4 pixels, but for the blue of the diagonals.
@@ -73,8 +68,7 @@ void Windows::paintPattern(xcb_window_t window, int width, int height) {
 }
 
 void Windows::map(xcb_window_t window) {
-    xcb_map_window(painter_.raw(), window);
-    painter_.sync();
+    painter_.map(window);
 }
 
 void Windows::unmap(xcb_window_t window) {

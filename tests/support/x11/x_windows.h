@@ -23,6 +23,7 @@ struct WindowWish {
     xcb_window_t number = 0;    // 0: a new one
     xcb_window_t owner = 0;     // it is a dialog or a toolbox of
     bool modal = false;
+    bool hasAlpha = false;  // of 32 bits a pixel; the background is 0xAARRGGBB then
 };
 
 // Waits until it holds. False when it does not for so long that the machine's load is no reason any more.
