@@ -48,29 +48,25 @@ void onError(int code, void*) {
     ++seen.errors;
 }
 
+void onThumbnail(int, OrvoThumbnailWindowInfo* info, void*) {
+    orvo_windowthumbnail_free_windows(info, 1);
+}
+
+#define REGISTER(name, callback)               \
+    {                                          \
+#name, [] { name(callback, nullptr); } \
+    }
 const struct {
     const char* name;
     void (*call)();
 } registrations[] = {
-    {"orvo_screencapture_reg_captured_frame_available_notify",
-     [] { orvo_screencapture_reg_captured_frame_available_notify(onFrame, nullptr); }},
-    {"orvo_screencapture_reg_mutiple_captured_frame_available_notify",
-     [] { orvo_screencapture_reg_mutiple_captured_frame_available_notify(onWindowFrame, nullptr); }},
-    {"orvo_screencapture_reg_capture_error_notify",
-     [] { orvo_screencapture_reg_capture_error_notify(onError, nullptr); }},
-    {"orvo_screencapture_reg_captured_window_moved_notify",
-     [] { orvo_screencapture_reg_captured_window_moved_notify([](auto...) {}, nullptr); }},
-    {"orvo_screencapture_reg_captured_window_status_change_notify",
-     [] { orvo_screencapture_reg_captured_window_status_change_notify([](auto...) {}, nullptr); }},
-    {"orvo_screencapture_reg_capture_process_window_change_notify",
-     [] { orvo_screencapture_reg_capture_process_window_change_notify([](auto...) {}, nullptr); }},
-    {"orvo_windowthumbnail_reg_window_status_change_notify",
-     [] {
-         const auto frees = [](int, OrvoThumbnailWindowInfo* info, void*) {
-             orvo_windowthumbnail_free_windows(info, 1);
-         };
-         orvo_windowthumbnail_reg_window_status_change_notify(frees, nullptr);
-     }},
+    REGISTER(orvo_screencapture_reg_captured_frame_available_notify, onFrame),
+    REGISTER(orvo_screencapture_reg_mutiple_captured_frame_available_notify, onWindowFrame),
+    REGISTER(orvo_screencapture_reg_capture_error_notify, onError),
+    REGISTER(orvo_screencapture_reg_captured_window_moved_notify, [](auto...) {}),
+    REGISTER(orvo_screencapture_reg_captured_window_status_change_notify, [](auto...) {}),
+    REGISTER(orvo_screencapture_reg_capture_process_window_change_notify, [](auto...) {}),
+    REGISTER(orvo_windowthumbnail_reg_window_status_change_notify, onThumbnail),
 };
 
 // Calls every export that may ask the server, each with a number that is a display's and one that is a window's.

@@ -229,7 +229,8 @@ void logsAndExits(Library& library, int number) {
     inAChild([&] {
         CHECK(freopen(output.c_str(), "w", stdout) && freopen(errors.c_str(), "w", stderr));
         if (number == 2) setenv("ORVO_CONSOLE", "1", 1);
-        library.CALL(orvo_screencapture_set_log_level)(number == 1 ? 4 : 3, gFolder.c_str());
+        const char* const ends[] = {"", "/", "\\"};  // a folder may be given either way
+        library.CALL(orvo_screencapture_set_log_level)(number == 1 ? 4 : 3, (gFolder + ends[number]).c_str());
         library.CALL(orvo_screencapture_init)();
         int count = 0;
         library.CALL(orvo_windowthumbnail_find_windows)(&count);

@@ -1,11 +1,10 @@
-// Assertions, counted objects, and the small utilities.
+// Assertions and the small utilities.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
 #include "support/runtime/log_lines.h"
 #include "xplatform/common/orvoassert.h"
-#include "xplatform/common/orvorefcount.h"
 #include "xplatform/common/orvoutil.h"
 
 namespace {
@@ -17,20 +16,6 @@ void check_something(int value) {
 TEST(AssertDeathTest, ReportsFunctionFileLineAndText) {
     check_something(1);
     EXPECT_DEATH(check_something(2), support::assertion("base_test.cpp", 37, "check_something", "value == 1"));
-}
-
-TEST(RefCount, LastReleaseDestroys) {
-    struct Counted : CRefCountSafe {
-        explicit Counted(int& deaths) : deaths_(deaths) {}
-        ~Counted() override { ++deaths_; }
-        int& deaths_;
-    };
-    int deaths = 0;
-    CRefCount* object = new Counted(deaths);
-    EXPECT_TRUE(object->IsValid() && object->SafeInstance() == object);
-    object->AddRef();
-    EXPECT_EQ(object->Release() + deaths, 0);
-    EXPECT_EQ(object->Release() + deaths, 2);
 }
 
 // Numbers in range are held against another reading by the model of numbers; here is what others leave behind.

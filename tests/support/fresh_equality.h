@@ -20,6 +20,7 @@
 
 #include "ScreenCapture/capture/OrvoCaptureSettings.h"
 #include "ScreenCapture/window/OrvoWindowCaptureSession.h"
+#include "support/changes.h"
 
 // Runs single ticks of a session whose timer does not run.
 struct CaptureSessionPeer {
@@ -114,8 +115,11 @@ class Capture final : public OrvoWindowCaptureSessionDelegate {
                                const platform::Changes& changes) override {
         result_.frames.push_back({target, buffer.width(), buffer.height(), pixelsOf(buffer)});
         Frame& before = last_[target];
-        if (!isReported(changes, before, result_.frames.back())) result_.reason = "an unreported change";
-        before = result_.frames.back();
+        const Frame& now = result_.frames.back();
+        const bool isSameSize = before.width == now.width && before.height == now.height;
+        if (changes.isKnown() && !(isSameSize && isReported(changes, before.pixels, now.pixels, now.width)))
+            result_.reason = "an unreported change";
+        before = now;
         if (holds > 0) held.emplace_back(platform::Ref<platform::PixelBuffer>::retain(&buffer), pixelsOf(buffer));
         if (holds > 0) --holds;
         return true;
@@ -139,19 +143,6 @@ class Capture final : public OrvoWindowCaptureSessionDelegate {
     std::vector<std::pair<platform::Ref<platform::PixelBuffer>, std::vector<uint8_t>>> held;
 
   private:
-    // Whether two frames are equal outside of what is said to have changed.
-    static bool isReported(const platform::Changes& changes, const Frame& before, const Frame& after) {
-        if (!changes.isKnown()) return true;
-        if (before.width != after.width || before.height != after.height) return false;
-        std::vector<uint8_t> expected = before.pixels;
-        for (const platform::PixelRect& rect : changes)
-            for (int y = rect.y; y < rect.y + rect.height; y++) {
-                const auto row = (ptrdiff_t{y} * after.width + rect.x) * 4;
-                std::copy_n(after.pixels.begin() + row, rect.width * 4, expected.begin() + row);
-            }
-        return expected == after.pixels;
-    }
-
     std::function<void()> pump_;
     Result result_;
     std::map<uint32_t, Frame> last_;

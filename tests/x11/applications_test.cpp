@@ -185,20 +185,5 @@ TEST_F(Applications, ObserversHearOfMovesFocusAndNewWindows) {
     EXPECT_FALSE(accessibility().makeObserver(1, [](const ElementRef&, const char*, void*) {}));
 }
 
-TEST(Pointer, TellsCursorAndPosition) {
-    const XServer server("640x480x24");
-    Windows windows(server);
-    windows.painter().warpPointer(100, 30);
-    EXPECT_EQ(platform::platform().pointer().location(), (Point{100, 450}));
-    const auto cursor = platform::platform().pointer().currentCursor();
-    ASSERT_TRUE(cursor);
-    ASSERT_EQ(cursor->picture.representations.size(), 1U);
-    EXPECT_EQ(cursor->picture.size, cursor->picture.representations[0].size);
-    EXPECT_EQ(cursor->picture.image->width(), static_cast<int>(cursor->picture.size.width));
-    EXPECT_LE(cursor->hotSpot.x, cursor->picture.size.width);
-    const auto again = platform::platform().pointer().currentCursor();
-    EXPECT_EQ(again->picture.image.get(), cursor->picture.image.get());  // kept until it changes
-}
-
 }  // namespace
 }  // namespace orvo::testing

@@ -152,16 +152,6 @@ TEST(PointerBudget, AMoveCostsOneWaitAndIsShown) {
     }
 }
 
-TEST(ApplicationBudget, ANewWindowIsAmongTheApplications) {
-    Scene scene;
-    const size_t before = scene.frame(0, scene.target, false).applicationWindows(*scene.manager).size();
-    EXPECT_GE(before, 3U);
-    const xcb_window_t added = scene.painter.window({10, 300, 200, 150}, 0x222222);
-    const auto& now = scene.frames[0].applicationWindows(*scene.manager);
-    EXPECT_EQ(now.size(), before + 1);
-    EXPECT_EQ(std::count(now.begin(), now.end(), added), 1);
-}
-
 // A list of windows waits once or not at all; with pictures for what all of them need together.
 TEST(ListBudget, WaitsDoNotGrowWithTheWindowsNorTheirPictures) {
     Scene scene;

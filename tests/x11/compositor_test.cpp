@@ -7,6 +7,7 @@
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/platform/x11/display_source.h"
 #include "ScreenCapture/platform/x11/picker_pictures.h"
+#include "support/changes.h"
 #include "support/x11/x_server.h"
 
 namespace orvo::testing {
@@ -51,18 +52,6 @@ std::vector<uint8_t> shownBy(Painter& painter, const Area& area) {
     auto root = painter.read(area);
     for (size_t i = 3; i < root.size(); i += 4) root[i] = 0xFF;
     return root;
-}
-
-// Whether two pictures of a width are equal outside of what is said to have changed.
-bool isReported(const platform::Changes& changes, std::vector<uint8_t> before, const std::vector<uint8_t>& now,
-                int width) {
-    if (!changes.isKnown()) return true;
-    for (const PixelRect& rect : changes)
-        for (int y = rect.y; y < rect.y + rect.height; y++) {
-            const auto row = (ptrdiff_t{y} * width + rect.x) * 4;
-            std::copy_n(now.begin() + row, rect.width * 4, before.begin() + row);
-        }
-    return before == now;
 }
 
 // Draws, scrolls, shapes, moves, drags, stacks and destroys at random, sometimes while it has the server to itself.

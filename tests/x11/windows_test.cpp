@@ -123,30 +123,6 @@ TEST(Windows, ListFollowsWhatHappensToWindows) {
     }
 }
 
-TEST(Windows, AManagersFramesStayOutOfBoundsAndPictures) {
-    XServer server("800x600x24");
-    Windows windows(server);
-    server.start({"openbox"});
-    ASSERT_TRUE(windows.awaitManager());
-    const auto window = windows.make({.area = {100, 100, 300, 200}, .title = "Framed", .className = "Framed"});
-    const auto other = windows.make({.area = {120, 110, 300, 200}, .title = "Other", .className = "Other"});
-    ASSERT_TRUE(windows.awaitMapped(window) && windows.awaitMapped(other));
-    const auto grabber = windowServer().grabber(window, false);
-    windows.paintPattern(window, 300, 200);
-
-    auto list = windowServer().onScreenWindows();
-    const WindowInfo* info = find(list, window);
-    ASSERT_TRUE(info);
-    EXPECT_EQ(info->bounds.size(), (platform::Size{300, 200}));
-    EXPECT_EQ(info->bounds, windows.rootBounds(window));
-    EXPECT_EQ(info->ownerPID, getpid());
-    EXPECT_EQ(list.size(), 2U);  // nothing of the manager's own
-    EXPECT_EQ(list.front().number, other);
-
-    EXPECT_EQ(wrongPixels(grabber->window(), 300, 200), 0);
-    EXPECT_EQ(wrongPixels(windowServer().windowPicture(window), 300, 200), 0);
-}
-
 TEST(Windows, APictureIsTheWindowsOwnWhateverCoversIt) {
     const XServer server("640x480x24");
     Windows windows(server);
@@ -290,34 +266,6 @@ TEST(Windows, ACompositionLeavesOutWhatIsNotInTheList) {
     EXPECT_EQ(pixel(grabber->composed(all, {middle}), 400, 400), 0xFF808080U);
     EXPECT_EQ(pixel(windowServer().grabber(bottom, false)->composed(all, {middle}), 400, 400), 0U);
     EXPECT_NE(background, 0U);
-}
-
-TEST(Windows, WindowsThatChangeDuringAGrabCostOneAnswer) {
-    const XServer server("640x480x24");
-    Windows windows(server);
-    const auto steady = windows.make({.area = {0, 0, 64, 48}});
-    windows.paintPattern(steady, 64, 48);
-    const auto keeper = windowServer().grabber(steady, false);
-    int pictures = 0;
-    for (int round = 0; round < 150; ++round) {
-        const auto window = windows.make({.area = {20, 20, 40, 40}});
-        const auto grabber = windowServer().grabber(window, false);
-        // Sent, not awaited: the server does it somewhere between the grabber's requests.
-        std::thread([&] {
-            if (round % 3 == 0) xcb_destroy_window(windows.painter().raw(), window);
-            if (round % 3 == 1) xcb_unmap_window(windows.painter().raw(), window);
-            const uint32_t size[] = {80U + static_cast<uint32_t>(round), 30};
-            if (round % 3 == 2)
-                xcb_configure_window(windows.painter().raw(), window,
-                                     XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size);
-            xcb_flush(windows.painter().raw());
-        }).join();
-        for (int i = 0; i < 3; ++i) pictures += grabber->window().image ? 1 : 0;
-        grabber->area({0, 0, 100, 100});
-        if (round % 3 != 0) windows.painter().destroy(window);
-    }
-    EXPECT_GT(pictures, 0);
-    EXPECT_EQ(wrongPixels(keeper->window(), 64, 48), 0);
 }
 
 }  // namespace

@@ -11,12 +11,8 @@
 namespace orvo::test {
 
 struct Stepper::Lane final : platform::SerialQueue {
-    Lane(std::recursive_mutex& guard, const char* name) : mutex(guard), label(name) {}
-    void async(platform::Job job) override {
-        std::lock_guard lock(mutex);
-        jobs.push_back(std::move(job));
-    }
-    std::recursive_mutex& mutex;
+    explicit Lane(const char* name) : label(name) {}
+    void async(platform::Job job) override { jobs.push_back(std::move(job)); }
     const std::string label;
     std::deque<platform::Job> jobs;
 };
@@ -35,7 +31,6 @@ class Stepper::Handle final : public platform::Timer {
     Handle(Stepper& stepper, std::shared_ptr<Beat> beat) : stepper_(stepper), beat_(std::move(beat)) {}
     ~Handle() override { cancel(); }
     void cancel() override {
-        std::lock_guard lock(stepper_.mutex_);
         beat_->cancelled = true;
         std::erase(stepper_.beats_, beat_);
     }
@@ -45,25 +40,23 @@ class Stepper::Handle final : public platform::Timer {
     const std::shared_ptr<Beat> beat_;
 };
 
-Stepper::Stepper() : lanes_{std::make_shared<Lane>(mutex_, mainQueue)} {}
+Stepper::Stepper() : lanes_{std::make_shared<Lane>(mainQueue)} {}
 
 void Stepper::mainAsync(platform::Job job) {
     lanes_.front()->async(std::move(job));
 }
 
 std::shared_ptr<platform::SerialQueue> Stepper::makeSerialQueue(const char* label) {
-    std::lock_guard lock(mutex_);
     // Queues that nobody holds and that have nothing left to do are gone.
     std::erase_if(lanes_, [this](const auto& lane) {
         return lane != lanes_.front() && lane.use_count() == 1 && lane->jobs.empty();
     });
-    lanes_.push_back(std::make_shared<Lane>(mutex_, label));
+    lanes_.push_back(std::make_shared<Lane>(label));
     return lanes_.back();
 }
 
 std::shared_ptr<platform::Timer> Stepper::makeTimer(const std::shared_ptr<platform::SerialQueue>& queue,
                                                     uint64_t intervalNanoseconds, platform::Job tick) {
-    std::lock_guard lock(mutex_);
     const auto lane = std::static_pointer_cast<Lane>(queue);
     auto beat = std::make_shared<Beat>(Beat{lane, std::max<uint64_t>(intervalNanoseconds, 1), now_, std::move(tick)});
     auto timer = std::make_shared<Handle>(*this, beat);
@@ -73,7 +66,6 @@ std::shared_ptr<platform::Timer> Stepper::makeTimer(const std::shared_ptr<platfo
 }
 
 double Stepper::absoluteSeconds() {
-    std::lock_guard lock(mutex_);
     return absoluteStart + static_cast<double>(now_) / 1e9;
 }
 
@@ -144,20 +136,15 @@ void Stepper::queueDueTicks() {
 bool Stepper::runAll(const std::shared_ptr<Lane>& lane) {
     bool ran = false;
     for (;; ran = true) {
-        platform::Job job;
-        {
-            std::lock_guard lock(mutex_);
-            if (lane->jobs.empty()) return ran;
-            job = std::move(lane->jobs.front());
-            lane->jobs.pop_front();
-        }
+        if (lane->jobs.empty()) return ran;
+        platform::Job job = std::move(lane->jobs.front());
+        lane->jobs.pop_front();
         platform::runJob(job);
     }
 }
 
 std::vector<std::shared_ptr<Stepper::Lane>> Stepper::lanes(std::string_view label) {
     const OwnWork own;
-    std::lock_guard lock(mutex_);
     std::vector<std::shared_ptr<Lane>> found;
     std::copy_if(lanes_.begin(), lanes_.end(), std::back_inserter(found),
                  [&](const auto& lane) { return label.empty() || lane->label == label; });

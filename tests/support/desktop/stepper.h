@@ -2,7 +2,6 @@
 #pragma once
 
 #include <deque>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,7 +51,6 @@ class Stepper final : public platform::Dispatch, public platform::Clock {
     bool runAll(const std::shared_ptr<Lane>& lane);
     std::vector<std::shared_ptr<Lane>> lanes(std::string_view label);
 
-    std::recursive_mutex mutex_;
     uint64_t now_ = 0;                          // nanoseconds since the start
     std::vector<std::shared_ptr<Lane>> lanes_;  // the first is the main queue
     std::vector<std::shared_ptr<Beat>> beats_;
