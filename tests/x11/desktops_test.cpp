@@ -36,14 +36,6 @@ std::vector<uint32_t> shownLess(uint32_t excluded) {
     return shown;
 }
 
-bool comesAbout(const std::function<bool()>& condition) {
-    for (int i = 0; i < 250; ++i) {
-        if (condition()) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return false;
-}
-
 std::unique_ptr<platform::Grabber> displayGrabber() {
     return windowServer().grabber(platform::platform().displays().mainDisplay(), true);
 }
