@@ -62,7 +62,7 @@ bool serverHangs() {
 
 // Of a server that can be asked its own word counts, not the environment's: a private one may run in any session.
 NoImage whyUnreachable(const Connection* x) {
-    if (serverHangs() || (x && x->silent())) return NoImage::xServerHangs;
+    if (serverHangs() || (x && x->isHung())) return NoImage::xServerHangs;
     const bool wayland = isSet("WAYLAND_DISPLAY") || isSet("XDG_SESSION_TYPE", "wayland");
     return wayland && !isSet("DISPLAY") ? NoImage::wayland : NoImage::noXServer;
 }
@@ -209,7 +209,7 @@ void* Connection::awaitReply(unsigned sequence) {
     while (!hasCome()) {
         if (!waitReadable(until)) {
             lost_ = true;
-            owed_ = sequence;
+            lateAnswer_ = sequence;
             hangs = true;
             return nullptr;
         }
@@ -224,28 +224,28 @@ bool Connection::answers() {
     return heardOfLately() || sync();
 }
 
-void Connection::askForSign() {
+void Connection::probe() {
     if (lost_) return;
-    owed_ = xcb_get_input_focus(raw_).sequence;
+    lateAnswer_ = xcb_get_input_focus(raw_).sequence;
     flush();
     lost_ = true;
 }
 
-bool Connection::answersAgain() {
-    if (owed_ == 0) return !lost_;
+bool Connection::recovers() {
+    if (lateAnswer_ == 0) return !lost_;
     if (xcb_generic_event_t* event = xcb_poll_for_event(raw_)) events_.emplace_back(event);
     void* reply = nullptr;
     xcb_generic_error_t* error = nullptr;
-    if (!xcb_poll_for_reply(raw_, owed_, &reply, &error)) return false;
+    if (!xcb_poll_for_reply(raw_, lateAnswer_, &reply, &error)) return false;
     std::free(reply);
     std::free(error);
-    const unsigned owed = std::exchange(owed_, 0);
+    const unsigned late = std::exchange(lateAnswer_, 0);
     lost_ = xcb_connection_has_error(raw_) != 0;
     if (lost_) return false;
     noteAnswer();
     // Answers to what was asked afterwards would lie here for ever.
     const unsigned last = xcb_get_input_focus(raw_).sequence;
-    for (unsigned each = owed + 1; each != last + 1; ++each) xcb_discard_reply(raw_, each);
+    for (unsigned each = late + 1; each != last + 1; ++each) xcb_discard_reply(raw_, each);
     return true;
 }
 

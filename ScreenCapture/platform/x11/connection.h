@@ -59,8 +59,8 @@ class PipeGuard {
 // Errors of requests that nobody awaits are dropped with their events.
 //
 // xcb's own waits have no limit, so nothing here calls them: an answer is polled for, and between two polls poll()
-// waits for the socket. An answer that has not come within kServerLimit makes the connection *silent*: of no use, as if
-// it were lost, until answersAgain() finds that very answer. Then everything asked before it has been done, and it goes
+// waits for the socket. An answer that has not come within kServerLimit makes the connection *hung*: of no use, as if
+// it were lost, until recovers() finds that very answer. Then everything asked before it has been done, and it goes
 // on with all its events; answers to what was asked after it are thrown away, for those who asked have given up.
 class Connection {
   public:
@@ -87,12 +87,12 @@ class Connection {
     // The server is gone or did not answer in time: open another connection.
     bool lost() const { return lost_; }
     // It is lost because the server did not answer in time, and nothing else is known of it since.
-    bool silent() const { return owed_ != 0; }
-    // Makes it silent without waiting, as another connection's question was not answered in time.
-    void askForSign();
-    // Asks after the answer that a silent server owes, without waiting. True when the connection can be used again:
+    bool isHung() const { return lateAnswer_ != 0; }
+    // Makes it hung without waiting: another connection's question was not answered in time.
+    void probe();
+    // Looks for the late answer of a hung server, without waiting. True when the connection can be used again:
     // its events have been kept, of what was asked nothing may have been done, and no other answer comes.
-    bool answersAgain();
+    bool recovers();
 
     // The reply of a request; null on its error, or when the connection is lost.
     template <typename T>
@@ -130,7 +130,7 @@ class Connection {
     std::unordered_map<xcb_window_t, uint32_t> selected_;
     uint64_t eventCount_ = 0;
     uint64_t roundTrips_ = 0;
-    unsigned owed_ = 0;  // the request whose answer was not waited for any longer
+    unsigned lateAnswer_ = 0;  // the request whose answer was not waited for any longer
     bool lost_ = false;
 };
 

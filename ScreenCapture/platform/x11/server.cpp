@@ -28,7 +28,7 @@ Server::Use::Use(Server& server, std::chrono::milliseconds patience)
     const auto until = Clock::now() + patience;
     while (lock_ && !connection_) {
         if (server_.readEvents() || server_.connect()) connection_ = server_.connection_;
-        const bool mayAnswer = !connection_ && server_.connection_ && server_.connection_->silent();
+        const bool mayAnswer = !connection_ && server_.connection_ && server_.connection_->isHung();
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
         if (!mayAnswer || left <= 0) break;
         pollfd socket{server_.connection_->descriptor(), POLLIN, 0};
@@ -72,14 +72,14 @@ void Server::readEvents(Connection& x) {
 
 // Whether there is a connection that answers, with all its events handed out.
 bool Server::readEvents() {
-    if (!connection_ || (connection_->silent() && !connection_->answersAgain())) return false;
+    if (!connection_ || (connection_->isHung() && !connection_->recovers())) return false;
     readEvents(*connection_);
-    if (serverHangs()) connection_->askForSign();
+    if (serverHangs()) connection_->probe();
     return !connection_->lost();
 }
 
 bool Server::connect() {
-    if (connection_ && connection_->silent()) return false;
+    if (connection_ && connection_->isHung()) return false;
     connection_ = nullptr;
     epoch_ = 0;
     if (!connecting_ || !connecting_->isCurrent()) connecting_.emplace();
@@ -107,8 +107,8 @@ void Server::startReader() {
 // While captures read the events this thread only looks after the time; while nothing happens it waits for the socket.
 void Server::readWhileIdle() {
     std::unique_lock lock(mutex_);
-    const auto isDue = [this] { return connection_->silent() || Clock::now() >= lastRead_ + idleLimit_.load(); };
-    while (connection_ && (connection_->silent() || !connection_->lost())) {
+    const auto isDue = [this] { return connection_->isHung() || Clock::now() >= lastRead_ + idleLimit_.load(); };
+    while (connection_ && (connection_->isHung() || !connection_->lost())) {
         const auto connection = connection_;
         const bool waits = isDue();
         const auto due = lastRead_ + idleLimit_.load();
