@@ -67,7 +67,7 @@ NoImage whyUnreachable(const Connection* x) {
     return wayland && !isSet("DISPLAY") ? NoImage::wayland : NoImage::noXServer;
 }
 
-PipeGuard::PipeGuard() {
+SignalGuard::SignalGuard() {
     if (software::isOwnThread()) return;
     blocks_ = true;
     sigemptyset(&blocked_);
@@ -77,7 +77,7 @@ PipeGuard::PipeGuard() {
         if (sigismember(&before_, number)) sigdelset(&blocked_, number);
 }
 
-PipeGuard::~PipeGuard() {
+SignalGuard::~SignalGuard() {
     if (!blocks_) return;
     const timespec now{};
     while (sigtimedwait(&blocked_, nullptr, &now) > 0) {
@@ -154,7 +154,7 @@ std::unique_ptr<Connection> Connecting::take() {
 
 std::unique_ptr<Connection> Connection::open() {
     if (serverHangs()) return nullptr;
-    const PipeGuard guard;
+    const SignalGuard guard;
     Connecting connecting;
     return connecting.waitUntil(SteadyClock::now() + kServerLimit) ? connecting.take() : nullptr;
 }
@@ -171,7 +171,7 @@ Connection::Connection(xcb_connection_t* raw, int screenNumber) : raw_(raw) {
 }
 
 Connection::~Connection() {
-    const PipeGuard guard;
+    const SignalGuard guard;
     events_.clear();
     xcb_disconnect(raw_);
 }

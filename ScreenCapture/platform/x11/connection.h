@@ -40,12 +40,12 @@ NoImage whyUnreachable(const Connection* x = nullptr);
 
 // Keeps signals from the calling thread that would end the process: that of a server that has gone, and that of memory
 // beyond the process's limit. Does nothing on the library's own threads: they block both.
-class PipeGuard {
+class SignalGuard {
   public:
-    PipeGuard();
-    ~PipeGuard();
-    PipeGuard(const PipeGuard&) = delete;
-    PipeGuard& operator=(const PipeGuard&) = delete;
+    SignalGuard();
+    ~SignalGuard();
+    SignalGuard(const SignalGuard&) = delete;
+    SignalGuard& operator=(const SignalGuard&) = delete;
 
   private:
     bool blocks_ = false;

@@ -135,7 +135,7 @@ void Server::remove(EventHandler& handler) {
 }
 
 void Server::close() {
-    const PipeGuard guard;
+    const SignalGuard guard;
     const std::unique_lock lock(mutex_, kLockLimit);
     if (lock) connection_ = nullptr;
 }

@@ -95,7 +95,7 @@ class Server {
 
       private:
         Server& server_;
-        PipeGuard guard_;
+        SignalGuard guard_;
         std::unique_lock<TimedMutex> lock_;
         std::shared_ptr<Connection> connection_;
     };
