@@ -9,18 +9,18 @@
 
 namespace orvo::platform {
 
-// Runs work(); what it throws is told by tell(name, reason). Result: whether it ran to its end.
-template <typename Work, typename Tell>
-bool contained(Work&& work, Tell&& tell) noexcept {
+// Runs work(); what it throws is passed to report(name, reason). Result: whether it ran to its end.
+template <typename Work, typename Report>
+bool contained(Work&& work, Report&& report) noexcept {
     try {
         work();
         return true;
     } catch (const PlatformException& error) {
-        tell(error.name.c_str(), error.reason.c_str());
+        report(error.name.c_str(), error.reason.c_str());
     } catch (const std::exception& error) {
-        tell("exception", error.what());
+        report("exception", error.what());
     } catch (...) {
-        tell("exception", "of an unknown kind");
+        report("exception", "of an unknown kind");
     }
     return false;
 }
