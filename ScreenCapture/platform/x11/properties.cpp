@@ -8,8 +8,8 @@
 namespace orvo::platform::x11 {
 namespace {
 
-constexpr size_t kLargestIcons = 16;         // bitmaps of one property
-constexpr uint32_t kLargestIconSide = 1024;  // pixels
+constexpr size_t kMaxIcons = 16;         // bitmaps of one property
+constexpr uint32_t kMaxIconSide = 1024;  // pixels
 constexpr uint32_t kMaxSide = 32767;         // of a window
 
 void appendCharacter(std::string& text, uint32_t character) {
@@ -165,11 +165,11 @@ std::vector<IconBitmap> decodeIcons(const Property& property) {
     const std::vector<uint32_t> numbers = decodeNumbers(property);
     std::vector<IconBitmap> icons;
     size_t at = 0;
-    while (numbers.size() - at > 2 && icons.size() < kLargestIcons) {
+    while (numbers.size() - at > 2 && icons.size() < kMaxIcons) {
         const uint32_t width = numbers[at];
         const uint32_t height = numbers[at + 1];
         at += 2;
-        if (width == 0 || height == 0 || width > kLargestIconSide || height > kLargestIconSide) break;
+        if (width == 0 || height == 0 || width > kMaxIconSide || height > kMaxIconSide) break;
         const size_t count = size_t{width} * height;
         if (count > numbers.size() - at) break;
         const auto first = numbers.begin() + static_cast<ptrdiff_t>(at);

@@ -9,11 +9,11 @@
 namespace orvo::platform::x11 {
 namespace {
 
-constexpr int kFarthest = 1 << 20;  // pixels from the root's origin
+constexpr int kMaxCoordinate = 1 << 20;  // pixels from the root's origin
 
 // The whole pixels of a rectangle; sizes that no server has are cut.
 PixelRect pixelsOf(const Rect& rect) {
-    const auto cut = [](double value) { return std::clamp(truncated<int>(value), -kFarthest, kFarthest); };
+    const auto cut = [](double value) { return std::clamp(truncated<int>(value), -kMaxCoordinate, kMaxCoordinate); };
     return {cut(std::floor(rect.x)), cut(std::floor(rect.y)), cut(rect.width), cut(rect.height)};
 }
 
