@@ -65,7 +65,7 @@ OrvoScreenCaptureWindowItem* orvo_screencapture_enum_window_list(int isIncludeIc
         int found = 0;
         auto* const infos = facade.EnumWindowList(found, true, true, iconic);
         auto* const items = plainItems(infos, found);
-        orvo::thumbnail::freeWindowInfos(infos, found);  // no line of the log tells of it
+        orvo::thumbnail::freeWindowInfos(infos, found);  // without a log line
         if (count && items) *count = static_cast<unsigned int>(found);
         return items;
     });

@@ -70,8 +70,8 @@ class Accessibility {
                                  std::vector<ElementRef>& elements) = 0;
     virtual int32_t setAttribute(const ElementRef& element, const char* name, const AttributeValue& value) = 0;
 
-    virtual int32_t processIdentifier(const ElementRef& element) = 0;  // 0 when it cannot be told
-    virtual uint32_t windowNumber(const ElementRef& element) = 0;      // 0 when it cannot be told
+    virtual int32_t processIdentifier(const ElementRef& element) = 0;  // 0 when it is not known
+    virtual uint32_t windowNumber(const ElementRef& element) = 0;      // 0 when it is not known
     virtual std::string describe(const ElementRef& element) = 0;       // for console lines
 
     // Brings a process to the front with its front window only.

@@ -85,7 +85,7 @@ using SharedState = std::shared_ptr<SessionState>;
     });
 }
 
-// Notifications come on any thread, the delegate hears of them on the main queue.
+// Notifications come on any thread, the delegate gets them on the main queue.
 - (void)captureSessionRuntimeErrorDidOccur:(NSNotification*)notification {
     using namespace orvo::platform::macos;
     CaptureFailure failure;

@@ -99,7 +99,7 @@ uint8_t* MacImage::paint(const PixelRect& /*area*/) {
     CGImageRef bitmap = decoded();
     const Bytes bytes = ownBytes();
     if (bytes.empty()) return nullptr;
-    // The bitmap is made anew each time, so that nothing the system remembers of the old one shows.
+    // The bitmap is made again each time, so that nothing the system remembers of the old one shows.
     CFRef<CGImageRef> painted = bitmapOver(bytes_.get(), bitmap, rowBytes(bitmap));
     if (!painted) return nullptr;
     bitmap_ = std::move(painted);

@@ -250,7 +250,7 @@ bool Connection::recovers() {
 }
 
 bool Connection::succeeded(xcb_void_cookie_t cookie) {
-    // A reply that follows the request tells that its error, if any, has arrived.
+    // When a later reply has arrived, so has the error of the request, if there is one.
     if (!sync()) return false;
     const Reply<xcb_generic_error_t> error(xcb_request_check(raw_, cookie));
     return !error;

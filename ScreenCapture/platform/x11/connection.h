@@ -134,8 +134,8 @@ class Connection {
     bool lost_ = false;
 };
 
-// Connects without waiting: xcb_connect() itself waits for the server without a limit, and is left behind on its thread
-// when it does not come back.
+// Connects without waiting: xcb_connect() itself waits for the server without a limit, and stays on its own thread
+// when it does not return.
 class Connecting {
   public:
     // To the server that DISPLAY names now.

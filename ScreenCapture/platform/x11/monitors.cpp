@@ -17,7 +17,7 @@ constexpr uint32_t kWholeRoot = 1;  // the number of the only display of a serve
 
 constexpr std::string_view kXwayland = "XWAYLAND";  // an extension, and what its outputs' names begin with
 
-// An Xwayland tells by its extension, one from before it had that by the names of its outputs.
+// An Xwayland is known by its extension, one from before it had that by the names of its outputs.
 bool isXwayland(Connection& x) {
     const auto extension = xcb_query_extension(x.raw(), kXwayland.size(), kXwayland.data()).sequence;
     const unsigned resources =
@@ -43,7 +43,7 @@ class MonitorPart final : public DesktopPart {
         isXwayland_.reset();
     }
     void invalidate() override { isXwayland_.reset(); }
-    bool handle(const Connection& x, const xcb_generic_event_t& event) override { return tellsOfMonitors(x, event); }
+    bool handle(const Connection& x, const xcb_generic_event_t& event) override { return isMonitorEvent(x, event); }
     void refresh(Connection& x, Desktop& next) override {
         if (!isXwayland_) isXwayland_ = isXwayland(x);
         MonitorList list = queryMonitors(x);
@@ -105,7 +105,7 @@ void selectMonitorEvents(Connection& x) {
                                    XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
 }
 
-bool tellsOfMonitors(const Connection& x, const xcb_generic_event_t& event) {
+bool isMonitorEvent(const Connection& x, const xcb_generic_event_t& event) {
     const uint8_t type = event.response_type & 0x7f;
     if (type == XCB_CONFIGURE_NOTIFY)
         return reinterpret_cast<const xcb_configure_notify_event_t&>(event).window == x.root();

@@ -37,10 +37,10 @@ struct MonitorList {
 // Asks the server; the whole root window where it has no RandR 1.5.
 MonitorList queryMonitors(Connection& x);
 
-// Asks for the events that tell of changed monitors. Some changes are told only by a ConfigureNotify of the root
+// Selects the events of changed monitors. Some changes are reported only by a ConfigureNotify of the root
 // window: its StructureNotify has to be selected too.
 void selectMonitorEvents(Connection& x);
-bool tellsOfMonitors(const Connection& x, const xcb_generic_event_t& event);
+bool isMonitorEvent(const Connection& x, const xcb_generic_event_t& event);
 
 std::unique_ptr<DesktopPart> makeMonitorPart();
 

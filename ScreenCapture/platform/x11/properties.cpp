@@ -10,7 +10,7 @@ namespace {
 
 constexpr size_t kMaxIcons = 16;         // bitmaps of one property
 constexpr uint32_t kMaxIconSide = 1024;  // pixels
-constexpr uint32_t kMaxSide = 32767;         // of a window
+constexpr uint32_t kMaxSide = 32767;     // of a window
 
 void appendCharacter(std::string& text, uint32_t character) {
     if (character < 0x80) {

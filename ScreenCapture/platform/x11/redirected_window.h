@@ -152,7 +152,7 @@ class RedirectedWindow {
     ServerPixmap pixmap_;
     ServerPicture picture_, alphaPicture_;
     PixelRect size_;
-    PixelRect inner_;                                          // the window without its border, as far as events tell
+    PixelRect inner_;  // the window without its border, as far as events report it
     unsigned naming_ = 0, geometry_ = 0, windowGeometry_ = 0;  // requests
     int border_ = 0;
     uint8_t depth_ = 0;
@@ -183,7 +183,7 @@ class RedirectedWindows final : private EventHandler {
     // Null when nobody has it.
     std::shared_ptr<RedirectedWindow> find(const Server::Use& x, xcb_window_t window) const;
     std::shared_ptr<RedirectedWindow> open(const Server::Use& x, xcb_window_t window, xcb_window_t frame);
-    // Hears of the shapes of these windows from now on.
+    // Receives events about the shapes of these windows from now on.
     void followShapes(const Server::Use& x, const std::vector<xcb_window_t>& windows);
 
   private:

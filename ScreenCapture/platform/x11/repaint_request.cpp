@@ -45,7 +45,7 @@ std::vector<Inside> windowsInside(Connection& x, xcb_window_t window) {
     return found;
 }
 
-// Clearing a window paints its background, if it has one, and tells its owner that it is exposed. The window's pixels
+// Clearing a window paints its background, if it has one, and sends its owner an Expose event. The window's pixels
 // are kept meanwhile and put back, all of it while nobody else is served and in the redirected picture: nobody sees it.
 void expose(Connection& x, const Inside& each, xcb_damage_damage_t damage, xcb_xfixes_region_t unknown,
             xcb_xfixes_region_t scratch) {

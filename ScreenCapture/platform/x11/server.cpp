@@ -89,7 +89,7 @@ bool Server::connect() {
     connecting_.reset();
     if (!connection_) return false;
     atoms_ = Atoms::of(*connection_);
-    if (connection_->lost()) {  // names that it did not tell would be missing for good
+    if (connection_->lost()) {  // names without an answer would be missing for good
         connection_ = nullptr;
         return false;
     }

@@ -207,7 +207,7 @@ bool WindowListPart::makesStale(const Connection& x, const xcb_generic_event_t& 
     return true;
 }
 
-// The second batch, after what the root tells: the top-level windows, and all that the manager's list names.
+// The second batch, after the properties of the root: the top-level windows, and all that the manager's list names.
 void WindowListPart::requestTopLevels(Connection& x) {
     tops_.clear();
     for (const xcb_window_t window : root_.children) {

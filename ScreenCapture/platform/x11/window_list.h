@@ -58,7 +58,7 @@ struct DesktopWindow {
 // Whoever owns a window that is listed.
 struct Process {
     int32_t pid = 0;  // as in DesktopWindow
-    // Instance and class of its windows, the first window by number first. Kept while none of its windows tells them.
+    // Instance and class of its windows, the first window by number first. Kept while none of its windows has one.
     std::vector<std::pair<std::string, std::string>> classes;
     std::string name;  // what the system calls it, or its machine; empty when that is unknown
     bool operator==(const Process&) const = default;
@@ -83,7 +83,7 @@ struct WindowList {
     int32_t activeProcess() const;  // 0 without one
     bool isHidden(int32_t pid) const;
     xcb_window_t frameOf(xcb_window_t client) const;  // 0 when it has none, or is none of these
-    // Whether all of a client or frame shows on the root, as far as the bounds of others tell.
+    // Whether all of a client or frame shows on the root, as far as the bounds of others say.
     bool isSeenWhole(xcb_window_t window) const;
 };
 

@@ -50,7 +50,7 @@ class RootProperties {
     xcb_pixmap_t background = 0;         // what it shows; 0 for none
     xcb_window_t checkWindow = 0;
     bool hasManager = false;  // some window manager runs
-    bool keepsHints = false;  // and keeps the hints of the root up to date: what a dead one left behind is not believed
+    bool keepsHints = false;  // and keeps the hints of the root up to date: what a dead one left there is not believed
     bool listsClients = false;   // among them the list of its clients
     bool reportsActive = false;  // among them the active window
     bool reportsHidden = false;  // it marks the windows that are minimised
