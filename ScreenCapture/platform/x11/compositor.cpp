@@ -249,11 +249,20 @@ void Compositor::followShapes(const Server::Use& x, const WindowList& desktop) {
     windows_.followShapes(x, frames);
 }
 
-// False when the server is not of use any more.
+// False when the server is not of use any more. All questions go before the first answer.
 bool Compositor::waitForRepaint(Server::Use& x) {
-    const auto isRepainted = [&](const auto& window) { return !window || window->isRepainted(x); };
-    while (!std::all_of(sources_.begin(), sources_.end(), isRepainted))
+    const auto awaits = [](const auto& window) { return window && window->awaitsRepaint(); };
+    while (std::any_of(sources_.begin(), sources_.end(), awaits)) {
+        for (const auto& window : sources_)
+            if (awaits(window)) window->requestRepainted();
+        for (const auto& window : sources_)
+            if (awaits(window)) window->receiveUnknown();
+        x.readEvents();
+        for (const auto& window : sources_)
+            if (awaits(window)) window->receiveRepainted();
+        if (std::none_of(sources_.begin(), sources_.end(), awaits)) break;
         if (!x.waitForEvent(std::chrono::milliseconds(1))) return false;
+    }
     return static_cast<bool>(x);
 }
 

@@ -152,13 +152,6 @@ std::unique_ptr<Connection> Connecting::take() {
     return connection->lost() ? nullptr : std::move(connection);
 }
 
-std::unique_ptr<Connection> Connection::open() {
-    if (serverHangs()) return nullptr;
-    const SignalGuard guard;
-    Connecting connecting;
-    return connecting.waitUntil(SteadyClock::now() + kServerLimit) ? connecting.take() : nullptr;
-}
-
 Connection::Connection(xcb_connection_t* raw, int screenNumber) : raw_(raw) {
     lost_ = xcb_connection_has_error(raw_) != 0;
     if (lost_) return;
@@ -193,7 +186,6 @@ bool Connection::waitReadable(SteadyClock::time_point until) {
 
 void* Connection::awaitReply(unsigned sequence) {
     if (lost_) return nullptr;
-    roundTrips_++;
     void* reply = nullptr;
     const auto hasCome = [&] {
         xcb_generic_error_t* error = nullptr;

@@ -64,8 +64,6 @@ class SignalGuard {
 // on with all its events; answers to what was asked after it are thrown away, for those who asked have given up.
 class Connection {
   public:
-    // Connects to the server that DISPLAY names now; null when it cannot be reached within kServerLimit.
-    static std::unique_ptr<Connection> open();
     // What xcb_connect() has made, or has failed to make; greets the server.
     Connection(xcb_connection_t* raw, int screenNumber);
     ~Connection();
@@ -105,9 +103,6 @@ class Connection {
     bool sync();
     void flush();
 
-    // How often an answer was waited for.
-    uint64_t roundTrips() const { return roundTrips_; }
-
     // Selects events of a window beside those that were selected before: several users of one connection see each
     // other's.
     void select(xcb_window_t window, uint32_t events);
@@ -129,7 +124,6 @@ class Connection {
     std::deque<Event> events_;  // read while waiting for a reply
     std::unordered_map<xcb_window_t, uint32_t> selected_;
     uint64_t eventCount_ = 0;
-    uint64_t roundTrips_ = 0;
     unsigned lateAnswer_ = 0;  // the request whose answer was not waited for any longer
     bool lost_ = false;
 };

@@ -35,15 +35,41 @@ bool isXwayland(Connection& x) {
     return name.starts_with(kXwayland);
 }
 
+// The whole root window where the server has no RandR 1.5.
+MonitorList queryMonitors(Connection& x) {
+    MonitorList list;
+    if (!x.extensions().randr) {
+        const auto root = x.await<xcb_get_geometry_reply_t>(xcb_get_geometry(x.raw(), x.root()).sequence);
+        if (root) list.all.push_back({kWholeRoot, true, {0, 0, root->width, root->height}});
+        return list;
+    }
+    const auto reply = x.await<xcb_randr_get_monitors_reply_t>(xcb_randr_get_monitors(x.raw(), x.root(), 1).sequence);
+    if (!reply) return list;
+    for (auto i = xcb_randr_get_monitors_monitors_iterator(reply.get()); i.rem; xcb_randr_monitor_info_next(&i))
+        list.all.push_back({i.data->name, i.data->primary != 0, {i.data->x, i.data->y, i.data->width, i.data->height}});
+    return list;
+}
+
 class MonitorPart final : public DesktopPart {
   public:
     void attach(Connection& x) override {
+        // Some changes are reported only by a ConfigureNotify of the root window.
         x.select(x.root(), XCB_EVENT_MASK_STRUCTURE_NOTIFY);
-        selectMonitorEvents(x);
+        if (x.extensions().randr)
+            xcb_randr_select_input(x.raw(), x.root(),
+                                   XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
+                                       XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
         isXwayland_.reset();
     }
     void invalidate() override { isXwayland_.reset(); }
-    bool handle(const Connection& x, const xcb_generic_event_t& event) override { return isMonitorEvent(x, event); }
+    bool handle(const Connection& x, const xcb_generic_event_t& event) override {
+        const uint8_t type = event.response_type & 0x7f;
+        if (type == XCB_CONFIGURE_NOTIFY)
+            return reinterpret_cast<const xcb_configure_notify_event_t&>(event).window == x.root();
+        const int first = x.extensions().randrEvent;
+        return x.extensions().randr &&
+               (type == first + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == first + XCB_RANDR_NOTIFY);
+    }
     void refresh(Connection& x, Desktop& next) override {
         if (!isXwayland_) isXwayland_ = isXwayland(x);
         MonitorList list = queryMonitors(x);
@@ -82,35 +108,6 @@ PixelRect MonitorList::toRoot(const PixelRect& global) const {
     const Monitor* const origin = main();
     if (!origin) return global;
     return {global.x + origin->area.x, global.y + origin->area.y, global.width, global.height};
-}
-
-MonitorList queryMonitors(Connection& x) {
-    MonitorList list;
-    if (!x.extensions().randr) {
-        const auto root = x.await<xcb_get_geometry_reply_t>(xcb_get_geometry(x.raw(), x.root()).sequence);
-        if (root) list.all.push_back({kWholeRoot, true, {0, 0, root->width, root->height}});
-        return list;
-    }
-    const auto reply = x.await<xcb_randr_get_monitors_reply_t>(xcb_randr_get_monitors(x.raw(), x.root(), 1).sequence);
-    if (!reply) return list;
-    for (auto i = xcb_randr_get_monitors_monitors_iterator(reply.get()); i.rem; xcb_randr_monitor_info_next(&i))
-        list.all.push_back({i.data->name, i.data->primary != 0, {i.data->x, i.data->y, i.data->width, i.data->height}});
-    return list;
-}
-
-void selectMonitorEvents(Connection& x) {
-    if (x.extensions().randr)
-        xcb_randr_select_input(x.raw(), x.root(),
-                               XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
-                                   XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
-}
-
-bool isMonitorEvent(const Connection& x, const xcb_generic_event_t& event) {
-    const uint8_t type = event.response_type & 0x7f;
-    if (type == XCB_CONFIGURE_NOTIFY)
-        return reinterpret_cast<const xcb_configure_notify_event_t&>(event).window == x.root();
-    const uint8_t first = x.extensions().randrEvent;
-    return x.extensions().randr && (type == first + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == first + XCB_RANDR_NOTIFY);
 }
 
 std::unique_ptr<DesktopPart> makeMonitorPart() {

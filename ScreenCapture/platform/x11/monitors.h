@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "ScreenCapture/platform/values.h"
-#include "ScreenCapture/platform/x11/connection.h"
 
 namespace orvo::platform::x11 {
 
@@ -33,14 +32,6 @@ struct MonitorList {
     Rect toGlobal(const PixelRect& onRoot) const;
     PixelRect toRoot(const PixelRect& global) const;
 };
-
-// Asks the server; the whole root window where it has no RandR 1.5.
-MonitorList queryMonitors(Connection& x);
-
-// Selects the events of changed monitors. Some changes are reported only by a ConfigureNotify of the root
-// window: its StructureNotify has to be selected too.
-void selectMonitorEvents(Connection& x);
-bool isMonitorEvent(const Connection& x, const xcb_generic_event_t& event);
 
 std::unique_ptr<DesktopPart> makeMonitorPart();
 

@@ -196,23 +196,18 @@ void RedirectedWindow::expectRepaint() {
     requestUnknown();
 }
 
-bool RedirectedWindow::isRepainted(Server::Use& x) {
-    if (redirected_ == Clock::time_point{}) return true;
+void RedirectedWindow::requestRepainted() {
+    if (!damaged_) return;
+    collectDamage();  // the server reports more of it only once it is taken
+    requestUnknown();
+    repainted_ = Clock::now();
+}
+
+void RedirectedWindow::receiveRepainted() {
+    settle();
     const auto now = Clock::now();
-    if (damaged_) {  // the server reports more of it only once it is taken
-        collectDamage();
-        requestUnknown();
-        repainted_ = now;
-    }
-    if (fetching_ != 0) {
-        receiveUnknown();
-        x.readEvents();
-        settle();
-    }
     const bool mayRepaint = mayBeUnknown_ || now - repainted_ < kRepaintQuiet;
-    if (damage_ && mayRepaint && now - redirected_ < repaintLimit.load()) return false;
-    redirected_ = {};
-    return true;
+    if (!damage_ || !mayRepaint || now - redirected_ >= repaintLimit.load()) redirected_ = {};
 }
 
 void RedirectedWindow::onEvent(const xcb_generic_event_t& event) {

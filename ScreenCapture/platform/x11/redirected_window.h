@@ -108,8 +108,12 @@ class RedirectedWindow {
     void repaintIfNeeded();
     // A window that was covered paints itself once it is redirected, now.
     void expectRepaint();
-    // Whether it has, or will not within the limit.
-    bool isRepainted(Server::Use& x);
+    bool awaitsRepaint() const { return redirected_ != Clock::time_point{}; }
+    // Takes what was drawn by now, and asks what is unknown if that was anything.
+    void requestRepainted();
+    // The answer, once the events before it are read. Ends the wait if the window has repainted itself, or will not
+    // within the limit.
+    void receiveRepainted();
 
     // Names the window's pixmap when it has another one than the last time, unless that is asked already.
     void requestPixmap();

@@ -14,6 +14,7 @@ namespace {
 
 std::atomic<int> requests{0};
 std::atomic<int> roundTrips{0};
+std::atomic<int> connections{0};
 thread_local bool asked = false;  // something was sent since the last wait
 
 template <typename Function>
@@ -51,6 +52,18 @@ unsigned int xcb_send_request_with_fds(xcb_connection_t* connection, int flags, 
     return real(connection, flags, parts, request, fdCount, fds);
 }
 
+xcb_connection_t* xcb_connect(const char* display, int* screen) {
+    static auto* const real = next<decltype(xcb_connect)>("xcb_connect");
+    ++connections;
+    return real(display, screen);
+}
+
+void xcb_disconnect(xcb_connection_t* connection) {
+    static auto* const real = next<decltype(xcb_disconnect)>("xcb_disconnect");
+    --connections;
+    real(connection);
+}
+
 int xcb_poll_for_reply(xcb_connection_t* connection, unsigned int sequence, void** reply, xcb_generic_error_t** error) {
     static auto* const real = next<decltype(xcb_poll_for_reply)>("xcb_poll_for_reply");
     countAnswer();
@@ -64,6 +77,10 @@ namespace orvo::testing {
 
 Traffic trafficSoFar() {
     return {requests, roundTrips, test::allocationsOfThread()};
+}
+
+int connectionsOpen() {
+    return connections;
 }
 
 }  // namespace orvo::testing

@@ -18,6 +18,9 @@ struct Traffic {
 // Since the program's start; requests and waits of all threads together.
 Traffic trafficSoFar();
 
+// The connections to X servers that the process has open, the tests' own included.
+int connectionsOpen();
+
 // What one step costs.
 template <typename Step>
 Traffic trafficOf(Step&& step) {
