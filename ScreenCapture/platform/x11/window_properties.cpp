@@ -214,16 +214,19 @@ std::string processName(int32_t pid) {
 
 void WindowProperties::requestGeometry(Connection& x, xcb_window_t window) {
     if (place_[0] != 0) return;  // is being asked for
-    place_ = {xcb_get_window_attributes(x.raw(), window).sequence, xcb_get_geometry(x.raw(), window).sequence,
-              xcb_translate_coordinates(x.raw(), window, x.root(), 0, 0).sequence};
+    // Whether it shows comes last: a place that was read while it still showed is no place to which a manager moves it
+    // out of sight.
+    place_ = {xcb_get_geometry(x.raw(), window).sequence,
+              xcb_translate_coordinates(x.raw(), window, x.root(), 0, 0).sequence,
+              xcb_get_window_attributes(x.raw(), window).sequence};
 }
 
 // A window may be named twice, as a child of the root and in the manager's list.
 void WindowProperties::receiveGeometry(Connection& x) {
     if (place_[0] == 0) return;
-    const auto attributes = x.await<xcb_get_window_attributes_reply_t>(place_[0]);
-    const auto size = x.await<xcb_get_geometry_reply_t>(place_[1]);
-    const auto origin = x.await<xcb_translate_coordinates_reply_t>(place_[2]);
+    const auto size = x.await<xcb_get_geometry_reply_t>(place_[0]);
+    const auto origin = x.await<xcb_translate_coordinates_reply_t>(place_[1]);
+    const auto attributes = x.await<xcb_get_window_attributes_reply_t>(place_[2]);
     place_ = {};
     geometry_ = {};
     if (!attributes || !size || !origin) return;
