@@ -18,7 +18,21 @@ class DesktopPart;
 // By purpose; menu: menus, tooltips, notifications and what else floats above everything for a moment.
 enum class WindowType { none, normal, dialog, desktop, dock, menu, other };
 
-struct DesktopWindow {
+// What a client says of its window.
+struct ClientFacts {
+    std::string title;                // UTF-8, as all texts
+    std::string role;                 // WM_WINDOW_ROLE
+    std::string instance, className;  // WM_CLASS
+    std::string machine;              // WM_CLIENT_MACHINE
+    WindowType type = WindowType::none;
+    xcb_window_t transientFor = 0;  // 0: none; the root window: its whole group
+    bool modal = false;             // a dialog that keeps the focus from transientFor
+    bool fullScreen = false;
+    bool hasIcon = false;  // of its own, _NET_WM_ICON
+    bool operator==(const ClientFacts&) const = default;
+};
+
+struct DesktopWindow : ClientFacts {
     xcb_window_t number = 0;             // the client's own window
     xcb_window_t frame = 0;              // the child of the root that holds it; the same without a frame
     PixelRect bounds;                    // what the user takes for the window: without its border and its shadow
@@ -35,11 +49,6 @@ struct DesktopWindow {
     bool frameOnScreen = false;          // the frame is mapped; of a shaded window that is its title
     bool onScreen = false;               // mapped with everything that holds it, neither minimised nor shaded
     bool minimized = false;              // a window on another workspace, or shaded, or behind the shown desktop is not
-    bool modal = false;                  // a dialog that keeps the focus from transientFor
-    bool fullScreen = false;
-    bool hasIcon = false;           // of its own, _NET_WM_ICON
-    xcb_window_t transientFor = 0;  // 0: none; the root window: its whole group
-    WindowType type = WindowType::none;
     // Below 0: a client whose process is not known; all its windows have the same number.
     int32_t pid = 0;
     bool pidIsCertain = false;  // the server says so, not the client
@@ -47,11 +56,6 @@ struct DesktopWindow {
     int32_t layer = 0;          // desktop -1, normal 0, above 3, docks 20, menus 101
     double alpha = 1;           // the opacity that the client or its frame asks for
     uint64_t mapped = 0;        // counts on whenever a frame is found mapped
-    std::string title;          // UTF-8, as all texts
-    std::string role;           // WM_WINDOW_ROLE
-    std::string instance;       // WM_CLASS
-    std::string className;      // WM_CLASS
-    std::string machine;        // WM_CLIENT_MACHINE
     bool operator==(const DesktopWindow&) const = default;
 };
 

@@ -267,25 +267,25 @@ void WindowProperties::receiveProperties(Connection& x, const Atoms& atoms) {
         read[i] = atoms.property(replies[i].get());
     }
     propertiesKnown_ = true;
-    title_ = decodeText(read[0]);
-    if (title_.empty()) title_ = decodeText(read[1]);
-    std::tie(instance_, className_) = decodeClass(read[2]);
-    type_ = typeOf(atoms, decodeNumbers(read[3]));
+    client_.title = decodeText(read[0]);
+    if (client_.title.empty()) client_.title = decodeText(read[1]);
+    std::tie(client_.instance, client_.className) = decodeClass(read[2]);
+    client_.type = typeOf(atoms, decodeNumbers(read[3]));
     const std::vector<uint32_t> states = decodeNumbers(read[4]);
     const bool isHidden = contains(states, atoms.NET_WM_STATE_HIDDEN);
     if (isHidden && !hidden_) hiddenSince_ = std::chrono::steady_clock::now();
     hidden_ = isHidden;
     shaded_ = contains(states, atoms.NET_WM_STATE_SHADED);
-    modal_ = contains(states, atoms.NET_WM_STATE_MODAL);
+    client_.modal = contains(states, atoms.NET_WM_STATE_MODAL);
     above_ = contains(states, atoms.NET_WM_STATE_ABOVE);
-    fullScreen_ = contains(states, atoms.NET_WM_STATE_FULLSCREEN);
+    client_.fullScreen = contains(states, atoms.NET_WM_STATE_FULLSCREEN);
     state_ = read[5].format == 32 ? static_cast<int32_t>(decodeNumber(read[5], 0)) : -1;
     opacity_ = decodeOpacity(read[6]);
     claimedPid_ = static_cast<int32_t>(decodeNumber(read[7], 0));
-    role_ = decodeText(read[8]);
-    transientFor_ = decodeNumber(read[9], 0);
-    hasIcon_ = replies[10] && replies[10]->type != XCB_ATOM_NONE;
-    machine_ = decodeText(read[11]);
+    client_.role = decodeText(read[8]);
+    client_.transientFor = decodeNumber(read[9], 0);
+    client_.hasIcon = replies[10] && replies[10]->type != XCB_ATOM_NONE;
+    client_.machine = decodeText(read[11]);
     margins_ = decodeMargins(read[12]);
     opaque_ = decodeRects(read[13]);
 }
@@ -340,13 +340,8 @@ void WindowProperties::move(int dx, int dy) {
 }
 
 void WindowProperties::fill(DesktopWindow& window, const WindowProperties& frame, const RootProperties& root) {
-    window.title = title_;
-    window.role = role_;
-    window.instance = instance_;
-    window.className = className_;
-    window.machine = machine_;
-    window.type = type_;
-    window.layer = layerOf(type_, above_);
+    static_cast<ClientFacts&>(window) = client_;
+    window.layer = layerOf(client_.type, above_);
     window.alpha = std::min(opacity_, frame.opacity_);
     window.managed = !geometry_.overrideRedirect;
     window.minimized = isMinimized(root);
@@ -363,14 +358,10 @@ void WindowProperties::fill(DesktopWindow& window, const WindowProperties& frame
     window.mapped = frame.mapped;
     window.shape = frame.shape_;
     window.clientShape = shape_;
-    window.fullScreen = fullScreen_;
-    window.transientFor = transientFor_;
-    window.modal = modal_;
-    window.hasIcon = hasIcon_;
     window.focused = focused;
     window.pidIsCertain = serverPid > 0;
     // The number of a process says nothing on another machine.
-    const bool isLocal = machine_.empty() ? !isRemote : machine_ == hostName();
+    const bool isLocal = client_.machine.empty() ? !isRemote : client_.machine == hostName();
     if (serverPid > 0)
         window.pid = serverPid;
     else if (claimedPid_ > 0 && isLocal)

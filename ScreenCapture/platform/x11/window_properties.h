@@ -134,13 +134,11 @@ class WindowProperties {
     PixelRect shownOuter_;  // when it was on screen for the last time; empty: not yet
     Margins margins_;
     std::vector<PixelRect> opaque_;
-    std::string title_, role_, instance_, className_, machine_;
-    WindowType type_ = WindowType::none;
+    ClientFacts client_;
     int32_t state_ = -1;  // WM_STATE; -1 without
     int32_t claimedPid_ = 0;
     double opacity_ = 1;
-    xcb_window_t transientFor_ = 0;
-    bool hidden_ = false, shaded_ = false, modal_ = false, above_ = false, fullScreen_ = false, hasIcon_ = false;
+    bool hidden_ = false, shaded_ = false, above_ = false;
     std::chrono::steady_clock::time_point hiddenSince_;
 };
 
