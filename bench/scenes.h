@@ -29,8 +29,8 @@ class Scene {
     SceneFacts facts;
 };
 
-// name: static, busy, small, scroll, under, drag, tiles (count small windows), crowd (busy among count windows), crowd-static,
-// list (count windows of 640x480). Null for another name.
+// name: static, busy, small, scroll, under, drag, tiles (count small windows), crowd (busy among count windows),
+// crowd-static, list (count windows of 640x480). Null for another name.
 std::unique_ptr<Scene> makeScene(Client& client, const std::string& name, int count);
 
 }  // namespace bench

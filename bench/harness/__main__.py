@@ -1,4 +1,7 @@
-"""Measures the library beside its limits and its peers, and writes the page about it; --quick in two minutes."""
+"""Measures the library beside its limits and its peers, and writes the page about it.
+
+--quick prints most of it in two minutes; --costs renews the summary's table alone.
+"""
 from __future__ import annotations
 
 import argparse
@@ -13,10 +16,11 @@ import costs
 import page
 from machine import PROGRAMS, Server
 from measure import check_equality, run_scene
-from work import QUICK, SCENES, Scene, works_of
+from summary import COMPARED_SCENES, SUMMARY
+from work import DISPLAY, NO_PIXMAPS, QUICK, SCENES, WINDOW, Scene, works_of
 
-CHECKED = ("library, display, cursor", "library, display, no cursor", "library, rectangle 1280x720", "library, window",
-           "library, display less a window")
+CHECKED = (DISPLAY, "library, display, no cursor", "library, rectangle 1280x720", WINDOW, DISPLAY + NO_PIXMAPS,
+           WINDOW + NO_PIXMAPS, "library, display less a window")
 
 
 def processor() -> str:
@@ -75,13 +79,25 @@ def measure(quick: bool, rounds: int, clock: Clock) -> dict[str, Any]:
     return data
 
 
+def measure_costs(rounds: int, clock: Clock) -> dict[str, Any]:
+    """What the summary shows, and no more."""
+    data: dict[str, Any] = {"machine": machine(), "quick": False, "costs": True, "rounds": rounds, "runs": []}
+    with Server() as server:
+        for number in range(rounds):
+            for scene in (each for each in SCENES if each.name in COMPARED_SCENES):
+                clock.report(f"round {number + 1}: {scene.title}")
+                works = [work for work in works_of(scene) if work.name in SUMMARY]
+                data["runs"] += [run | {"round": number} for run in run_scene(server, scene, 2.5, works)]
+    return data
+
+
 def together(paths: list[str]) -> dict[str, Any]:
     """The rounds, comparisons and charts' points of several runs of one commit; all else is the last run's."""
     data, *earlier = [json.loads(Path(path).read_text(encoding="utf-8")) for path in reversed(paths)]
     for other in earlier:
         data["runs"] += [run | {"round": run["round"] + data["rounds"]} for run in other["runs"]]
         data["rounds"] += other["rounds"]
-        for mine, its in zip(data["equality"], other["equality"]):
+        for mine, its in zip(data.get("equality", []), other.get("equality", [])):
             mine["compared"] += its["compared"]
             mine["wrong"] += its["wrong"]
         for chart, points in other.get("growth", {}).items():
@@ -93,6 +109,7 @@ def together(paths: list[str]) -> dict[str, Any]:
 def main() -> int:
     parser = argparse.ArgumentParser(prog="./dev bench", description=__doc__)
     parser.add_argument("--quick", action="store_true", help="two minutes; writes no page")
+    parser.add_argument("--costs", action="store_true", help="measure the summary's table alone, and renew it")
     parser.add_argument("--rounds", type=int, default=3, help="how often each scene is measured (3)")
     parser.add_argument("--page", metavar="JSON", nargs="+",
                         help="write the page from the figures of earlier runs, all their rounds together")
@@ -101,13 +118,15 @@ def main() -> int:
     if options.page:
         data = together(options.page)
     else:
-        data = measure(options.quick, 1 if options.quick else max(1, options.rounds), Clock())
+        rounds = max(1, options.rounds)
+        data = measure_costs(rounds, Clock()) if options.costs else measure(options.quick, 1 if options.quick else rounds,
+                                                                            Clock())
         Path(options.out).write_text(json.dumps(data, indent=1), encoding="utf-8")
     tables = page.tables(data)
     print(page.as_text(tables))
     if not data["quick"]:
         page.write(data, tables)
-    wrong = sum(each["wrong"] for each in data["equality"])
+    wrong = sum(each["wrong"] for each in data.get("equality", []))
     if wrong:
         print(f"bench: {wrong} wrong pixels")
     return 1 if wrong else 0

@@ -6,8 +6,8 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Any
 
-from summary import COMPARED, COMPARED_SCENES, FULL, cost, goals, latency, ratio, runs_of
-from work import LIMIT, QUICK, SCENES, WINDOW_LIMIT, WORKS
+from summary import COMPARED_SCENES, FULL, SUMMARY, cost, goals, latency, limit_of, ratio, runs_of
+from work import QUICK, SCENES, WORKS
 
 PAGE = Path("docs/performance.md")
 FIGURES = Path("docs/performance/figures.md")
@@ -33,12 +33,11 @@ def scene_table(data: dict[str, Any], scene: str, title: str) -> Table:
         if not runs:
             continue
         costs = [run["ms"] for run in runs]
-        limit = WINDOW_LIMIT if work.window and runs_of(data, scene, WINDOW_LIMIT) else LIMIT
         rows.append([
             work.name, number(cost(data, scene, work.name)), f"{min(costs):.2f} to {max(costs):.2f}",
             number(sum(run["own_ms"] for run in runs) / len(runs)),
             number(sum(run["server_ms"] for run in runs) / len(runs)),
-            number(ratio(data, scene, work.name, limit)), number(ratio(data, scene, work.name, FULL)),
+            number(ratio(data, scene, work.name, limit_of(data, scene, work.name))), number(ratio(data, scene, work.name, FULL)),
             number(latency(runs, 0.5), 1), number(latency(runs, 0.95), 1),
             number(sum(run["rate"] for run in runs) / len(runs), 1),
         ])
@@ -86,6 +85,8 @@ def tables(data: dict[str, Any]) -> list[Table]:
     words = {True: "yes", False: "NO", None: "-"}
     found = [Table("Goals", ["", "goal", "measured", "met"],
                    [[goal.name, goal.goal, goal.measured, words[goal.met]] for goal in goals(data)], 4)]
+    if data.get("costs"):
+        return [summary_table(data), *found]
     for scene in QUICK if data["quick"] else SCENES:
         found.append(scene_table(data, scene.name, scene.title))
     equal = [[each["scene"], each["work"], str(each["compared"]), str(each["wrong"]), each["first"]]
@@ -111,13 +112,22 @@ def as_markdown(table: Table) -> list[str]:
     return ["", f"### {table.title}", ""] + ["| " + " | ".join(row) + " |" for row in rows]
 
 
+def summary_cell(data: dict[str, Any], scene: str, work: str) -> str:
+    costs = [run["ms"] for run in runs_of(data, scene, work)]
+    if not costs:
+        return "-"
+    times = number(ratio(data, scene, work, limit_of(data, scene, work)), 1)
+    return f"{number(cost(data, scene, work))} ({min(costs):.2f}-{max(costs):.2f}) {times}x"
+
+
 def summary_table(data: dict[str, Any]) -> Table:
-    rows = [[work] + [number(cost(data, scene, work)) for scene in COMPARED_SCENES] for work in COMPARED]
-    return Table("Milliseconds of processor time a frame", ["", *COMPARED_SCENES.values()], rows)
+    rows = [[work] + [summary_cell(data, scene, work) for scene in COMPARED_SCENES] for work in SUMMARY]
+    return Table("Milliseconds of processor time a frame: median (spread), to the damage grab",
+                 ["", *COMPARED_SCENES.values()], rows)
 
 
 def goal_sentence(data: dict[str, Any]) -> str:
-    judged = goals(data)
+    judged = [goal for goal in goals(data) if goal.met is not None]
     missed = [goal.name for goal in judged if not goal.met]
     met = f"{len(judged) - len(missed)} of {len(judged)} goals are met"
     return f"{met}; missed: {'; '.join(missed)}." if missed else f"{met}."
@@ -129,14 +139,16 @@ def replace_figures(text: str, lines: list[str]) -> str:
 
 
 def write(data: dict[str, Any], found: list[Table]) -> None:
-    """Renews the summary on the page, the page of all figures and the charts."""
-    import charts  # wants matplotlib, which a page alone needs
-    drawn = charts.draw(data, FIGURES.parent)
+    """Renews the summary on the page; of a full run the page of all figures and the charts, too."""
     about = data["machine"]
     measured = (f"Measured on {about['date']}, commit {about['commit']}: {about['cores']} cores of {about['processor']}, "
                 f"Linux {about['kernel']}, load before the run {about['load']}; {data['rounds']} rounds.")
     summary = ["", measured, *as_markdown(summary_table(data)), "", goal_sentence(data)]
     PAGE.write_text(replace_figures(PAGE.read_text(encoding="utf-8"), summary), encoding="utf-8")
+    if data.get("costs"):
+        return
+    import charts  # wants matplotlib, which a page alone needs
+    drawn = charts.draw(data, FIGURES.parent)
     lines = ["# Figures", "", f"Written by `./dev bench`; [performance.md](../performance.md) explains them. {measured}"]
     for title, path in drawn:
         lines += ["", f"![{title}]({path.name})"]

@@ -39,6 +39,10 @@ def program(name: str, *arguments: str) -> Command:
     return lambda server, painter: [str(PROGRAMS / name), *arguments]
 
 
+def without_shared_pixmaps(command: Command) -> Command:
+    return lambda server, painter: ["env", "ORVO_SHARED_PIXMAPS=0", *command(server, painter)]
+
+
 def on_window(name: str, *arguments: str) -> Command:
     return lambda server, painter: [str(PROGRAMS / name), *arguments, str(painter.windows[0])]
 
@@ -61,6 +65,9 @@ LIMIT = "bare, what was damaged"
 WINDOW_LIMIT = "bare window, what was damaged"
 SCALED_LIMIT = "bare window, what was damaged, libyuv to 640x360"
 DISPLAY = "library, display, cursor"
+WINDOW = "library, window"
+SCALED_DISPLAY = "library, display to 1280x720, cursor"
+NO_PIXMAPS = ", no shared pixmaps"
 WORKS = [
     Work("bare, everything", program("capture_bare", "full", "30"), "capture_bare"),
     Work(LIMIT, program("capture_bare", "damage", "30"), "capture_bare"),
@@ -71,9 +78,13 @@ WORKS = [
     Work("library, display, no cursor", program("capture_orvo"), "capture_orvo"),
     Work("library, rectangle 1280x720", program("capture_orvo", "--rect", "320", "180", "1280", "720"), "capture_orvo",
          place=(320, 180)),
-    Work("library, window", on_window("capture_orvo", "--window"), "capture_orvo", window=True),
+    Work(WINDOW, on_window("capture_orvo", "--window"), "capture_orvo", window=True),
     Work("library, window to 640x360", on_window("capture_orvo", "--size", "640", "360", "--window"), "capture_orvo",
          window=True, scale=0.5),
+    Work(SCALED_DISPLAY, program("capture_orvo", "--cursor", "--size", "1280", "720"), "capture_orvo", scale=2 / 3),
+    Work(DISPLAY + NO_PIXMAPS, without_shared_pixmaps(program("capture_orvo", "--cursor")), "capture_orvo"),
+    Work(WINDOW + NO_PIXMAPS, without_shared_pixmaps(on_window("capture_orvo", "--window")), "capture_orvo",
+         window=True),
     Work("library, display less a window", without_last, "capture_orvo"),
     Work("WebRTC, display, damage on", program("capture_webrtc", "1", "30"), "capture_webrtc"),
     Work("WebRTC, display, damage off", program("capture_webrtc", "0", "30"), "capture_webrtc"),
@@ -93,14 +104,16 @@ class Scene:
 
 
 # GStreamer with damage is dearer than without on everything that moves.
-DISPLAYS = ["bare, ", DISPLAY, "WebRTC, display, damage on", "ffmpeg", "GStreamer ximagesrc, damage off"]
-EVERYTHING = ["bare", "library, display, ", "library, rect", "library, window", "WebRTC", "ffmpeg", "GStreamer"]
+DISPLAYS = ["bare, ", DISPLAY, SCALED_DISPLAY, "WebRTC, display, damage on", "ffmpeg", "GStreamer ximagesrc, damage off"]
+WINDOWS = ["bare window, what", WINDOW, "WebRTC, window"]
+EVERYTHING = ["bare", "library, display, ", SCALED_DISPLAY, "library, rect", WINDOW, "WebRTC", "ffmpeg", "GStreamer"]
 CROWD = ["bare, ", DISPLAY, "library, display less"]
 SCENES = [
     Scene("static", "static desktop", EVERYTHING),
     Scene("busy", "1280x720 repainting", EVERYTHING),
+    Scene("small", "128x96 and a caret", DISPLAYS + WINDOWS),
     Scene("scroll", "scrolling text", DISPLAYS),
-    Scene("under", "video under a still window", DISPLAYS + ["bare window, what", "library, window", "WebRTC, window"]),
+    Scene("under", "video under a still window", DISPLAYS + WINDOWS),
     Scene("drag", "a window being dragged", DISPLAYS),
     Scene("tiles", "eight small windows", DISPLAYS, 8),
     Scene("crowd-static", "20 windows, static", CROWD, 20),
@@ -109,6 +122,7 @@ SCENES = [
 QUICK = [
     Scene("static", "static desktop", EVERYTHING),
     Scene("busy", "1280x720 repainting", EVERYTHING),
+    Scene("small", "128x96 and a caret", [LIMIT, WINDOW_LIMIT, DISPLAY, SCALED_DISPLAY, WINDOW]),
     Scene("crowd", "20 windows, 1280x720 repainting", [LIMIT, DISPLAY, "library, display less"], 20),
 ]
 
