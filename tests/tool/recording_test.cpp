@@ -105,8 +105,10 @@ TEST(Recording, TakesTheFramesOfItsTime) {
         GatedSink sink;
         FrameWriter writer(sink, 8);
         Recording recording(writer, recorded.seconds, 10);
-        for (const auto time : recorded.times) recording.take(lent(time));
+        unsigned int taken = 0;
+        for (const auto time : recorded.times) taken += recording.take(lent(time));
         const RecordingFigures figures = recording.figures();
+        EXPECT_EQ(taken, recorded.frames) << recorded.name;
         EXPECT_EQ(figures.frames, recorded.frames) << recorded.name;
         EXPECT_DOUBLE_EQ(figures.rate(), recorded.rate) << recorded.name;
         EXPECT_EQ(figures.longestGap, recorded.gap) << recorded.name;

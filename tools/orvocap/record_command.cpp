@@ -1,12 +1,14 @@
 // orvocap record: frames of a screen, a part of it or windows, into a video, PNG files or a pipe.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <exception>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
@@ -15,6 +17,7 @@
 #include "application.h"
 #include "capture.h"
 #include "options.h"
+#include "orvo/screencapture_additions.h"
 #include "process.h"
 #include "recording.h"
 #include "system.h"
@@ -54,10 +57,64 @@ struct RecordOptions {
     }
 };
 
+// Which parts of each frame have changed, as lines for the program that reads. They are printed by the main thread,
+// since a callback must not wait for that program.
+class ChangedRects {
+  public:
+    explicit ChangedRects(std::FILE* stream) : stream_(stream) {}
+
+    // Inside a frame callback.
+    void take(const FrameView& frame, bool isRecorded) {
+        Line line{frame.target, frame.time, isRecorded, 0, {}};
+        line.count = orvo_screencapture_get_changed_rects(line.rects.data(), static_cast<int>(line.rects.size()));
+        const std::lock_guard lock(mutex_);
+        lines_.push_back(line);
+    }
+
+    void print() {
+        std::vector<Line> lines;
+        {
+            const std::lock_guard lock(mutex_);
+            lines = std::exchange(lines_, {});
+        }
+        for (const Line& line : lines) std::fputs(text(line).c_str(), stream_);
+        std::fflush(stream_);
+    }
+
+  private:
+    struct Line {
+        unsigned int target = 0;
+        unsigned long long time = 0;
+        bool isRecorded = false;
+        int count = 0;  // below 0: any part may have changed
+        std::array<OrvoScreenCaptureRect, 16> rects;
+    };
+
+    static std::string text(const Line& line) {
+        Json changed;
+        if (line.count >= 0) changed = Json::array();
+        for (int i = 0; i < line.count; ++i) {
+            const OrvoScreenCaptureRect& rect = line.rects[static_cast<size_t>(i)];
+            changed.push_back({{"x", rect.left},
+                               {"y", rect.top},
+                               {"width", rect.right - rect.left},
+                               {"height", rect.bottom - rect.top}});
+        }
+        Json json = {{"milliseconds", line.time}, {"recorded", line.isRecorded}, {"changed", std::move(changed)}};
+        if (line.target) json["target"] = line.target;
+        return jsonLine(json);
+    }
+
+    std::FILE* const stream_;
+    std::mutex mutex_;
+    std::vector<Line> lines_;
+};
+
 // Frames as they come, sorted by their target.
 class Reception {
   public:
-    Reception(const TargetOptions& target, const Outputs& outputs) : target_(target), outputs_(outputs) {}
+    Reception(const TargetOptions& target, const Outputs& outputs, ChangedRects* changes)
+        : target_(target), outputs_(outputs), changes_(changes) {}
 
     // On the library's threads, one at a time.
     void take(const FrameView& frame) {
@@ -69,7 +126,9 @@ class Reception {
             return;
         }
         for (const auto& output : outputs_) {
-            if (output->target == frame.target) output->recording.take(frame);
+            if (output->target != frame.target) continue;
+            const bool isRecorded = output->recording.take(frame);
+            if (changes_) changes_->take(frame, isRecorded);
         }
     }
 
@@ -81,6 +140,7 @@ class Reception {
   private:
     const TargetOptions& target_;
     const Outputs& outputs_;
+    ChangedRects* const changes_;
     std::atomic<bool> mismatched_ = false;
     int width_ = 0;  // of a frame that is not of the target; read once mismatched is set
     int height_ = 0;
@@ -185,9 +245,10 @@ void showProgress(const Outputs& outputs, double wanted, bool isPaused, Progress
         progress.update(wanted > 0 ? elapsed / wanted : -1, (isPaused ? "paused " : "") + text + " - Ctrl-C ends");
 }
 
-// Captures until the recording is complete or it is stopped; throws when it cannot go on.
-void capture(const RecordOptions& options, const Outputs& outputs, Progress& progress) {
-    Reception reception(options.target, outputs);
+// Captures until the recording is complete or it is stopped; throws when it cannot go on. changes: null when nobody
+// wants them.
+void capture(const RecordOptions& options, const Outputs& outputs, Progress& progress, ChangedRects* changes) {
+    Reception reception(options.target, outputs, changes);
     WindowStates states(outputs, progress);
     Capture capture(options.target.onWindowPath() ? Capture::Path::windows : Capture::Path::display,
                     [&](const FrameView& frame) { reception.take(frame); });
@@ -200,6 +261,7 @@ void capture(const RecordOptions& options, const Outputs& outputs, Progress& pro
         runMainQueue(mainQueueSlice);
         const bool isPaused = isPauseToggled();
         for (const auto& output : outputs) output->recording.setPaused(isPaused);
+        if (changes) changes->print();
         states.check(capture);
         reception.check();
         for (const auto& output : outputs) output->writer.check();
@@ -238,7 +300,7 @@ void printSummaryAsJson(const Outputs& outputs, const std::string& error, std::F
     }
     Json summary = {{"targets", targets}, {"readerEnded", closed(outputs)}};
     if (!error.empty()) summary["error"] = error;
-    printJson(summary, stream);
+    std::fputs(jsonLine(summary).c_str(), stream);
 }
 
 // Writes what still waits. Throws what kept it from being written.
@@ -277,6 +339,9 @@ ExitCode record(RecordOptions& options) {
     Progress progress(stderr, options.progressLevel());
     listenForStop();
     listenForPause();
+    // Data on standard output leaves the error stream for what is said.
+    std::FILE* const stream = options.output.onStandardOutput() ? stderr : stdout;
+    ChangedRects changes(stream);
 
     // What was recorded before a failure is still written, and said.
     std::optional<Failure> failure;
@@ -284,11 +349,11 @@ ExitCode record(RecordOptions& options) {
         waitBefore(options.delay, [&](int left) {
             progress.update(-1, "recording starts in " + std::to_string(left) + " s - Ctrl-C ends");
         });
-    if (!stopRequested()) keepFailure(failure, [&] { capture(options, outputs, progress); });
+    if (!stopRequested())
+        keepFailure(failure, [&] { capture(options, outputs, progress, options.asJson ? &changes : nullptr); });
     keepFailure(failure, [&] { finish(outputs); });
     progress.finish();
-    // Data on standard output leaves the error stream for what is said.
-    std::FILE* const stream = options.output.onStandardOutput() ? stderr : stdout;
+    changes.print();
     if (options.asJson)
         printSummaryAsJson(outputs, failure ? failure->what() : "", stream);
     else if (!options.verbosity.isQuiet)
@@ -323,7 +388,8 @@ void addRecordCommand(CLI::App& app, Action& action) {
     addSeconds(*command, options->output.seconds, "how long, such as 10, 1:30 or 5m; until Ctrl-C by default");
     addDelay(*command, options->delay);
     command->add_flag("--json", options->asJson,
-                      "print the summary as JSON; on standard error when the frames are on standard output");
+                      "print a JSON object a line: for each frame its time and what of it has changed, at last the "
+                      "summary; on standard error when the frames are on standard output");
     options->verbosity.addTo(*command);
     command->footer(
         "  orvocap record                                        the main screen, until Ctrl-C\n"

@@ -42,9 +42,9 @@ std::string RecordingFigures::progressText(double wanted, uint64_t bytes) const 
 Recording::Recording(FrameWriter& writer, double seconds, int framesPerSecond)
     : writer_(writer), seconds_(seconds), tick_(1000.0 / framesPerSecond) {}
 
-void Recording::take(const FrameView& frame) {
+bool Recording::take(const FrameView& frame) {
     const std::lock_guard lock(mutex_);
-    if (complete_ || paused_) return;
+    if (complete_ || paused_) return false;
     if (!begun_) {
         begun_ = true;
         begin_ = Clock::now();
@@ -64,15 +64,16 @@ void Recording::take(const FrameView& frame) {
         complete_ = true;
         writer_.hold(figures_.firstTime +
                      static_cast<unsigned long long>(seconds_ * 1000));  // if the last were dropped
-        return;
+        return false;
     }
     if (!writer_.offer({frame.data, frame.format, time, frame.target})) {
         ++figures_.dropped;
-        return;
+        return false;
     }
     if (figures_.frames++ > 0 && time > figures_.lastTime)
         figures_.longestGap = std::max(figures_.longestGap, time - figures_.lastTime);
     figures_.lastTime = std::max(figures_.lastTime, time);
+    return true;
 }
 
 void Recording::hold() {

@@ -35,7 +35,7 @@ class Recording {
     // seconds: of frame time from the first frame on, without pauses; 0 records until it is stopped.
     Recording(FrameWriter& writer, double seconds, int framesPerSecond);
 
-    void take(const FrameView& frame);  // from the library's threads; does not wait
+    bool take(const FrameView& frame);  // from the library's threads; does not wait. Whether it is recorded
 
     // While its target gives no frames because it is minimised: what was recorded last is shown until now.
     void hold();

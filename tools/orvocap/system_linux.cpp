@@ -213,9 +213,10 @@ void examineSharedPixmaps(xcb_connection_t* x, Findings& findings) {
     if (!hasExtension(x, "MIT-SHM")) return;
     const auto version = owned(xcb_shm_query_version_reply(x, xcb_shm_query_version(x), nullptr));
     if (version && version->shared_pixmaps)
-        findings.push_back({"shared pixmaps", State::works, "there", ""});
+        findings.push_back({"shared pixmaps", State::works, "there: the server draws into the frames", ""});
     else
-        findings.push_back({"shared pixmaps", State::limited, "missing: every frame is copied once more",
+        findings.push_back({"shared pixmaps", State::limited,
+                            "missing: the server draws for itself, and what has changed is fetched from it",
                             "nothing: the server's driver has none"});
 }
 
