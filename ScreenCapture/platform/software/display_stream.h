@@ -17,6 +17,7 @@ struct DisplaySettings {
     bool cursor = true;
     bool clicks = false;
     Rect crop;  // points, origin at the display's bottom-left corner; empty: none
+    bool operator==(const DisplaySettings&) const = default;
 };
 
 struct FrameResult {

@@ -41,6 +41,26 @@ class X11DisplaySource final : public software::DisplaySource {
     FrameResult next(const software::DisplaySettings& settings) override {
         Server::Use x = desktopServer().use();
         if (!isUsable(x) || !x->answers()) return lost();
+        // What was found unchanged is so until an event comes, the settings change, or the pointer has to be asked for.
+        const uint64_t events = x->eventCount();
+        const bool wantsPointer = settings.cursor || settings.clicks;
+        if (events == unchangedAt_ && settings == settings_ && (!wantsPointer || sharedPointer(x).isKnown()))
+            return {Outcome::frame, frame_, NoImage::none, Changes::nothing()};
+        settings_ = settings;
+        FrameResult result = draw(x);
+        const bool isUnchanged = result.outcome == Outcome::frame && result.changes == Changes::nothing();
+        unchangedAt_ = isUnchanged ? events : kNever;
+        return result;
+    }
+
+  private:
+    static constexpr uint64_t kNever = UINT64_MAX;
+
+    bool isUsable(const Server::Use& x) const { return x && epoch_ == desktopServer().epoch(); }
+    static FrameResult lost() { return {Outcome::sourceLost, nullptr, whyUnreachable()}; }
+
+    FrameResult draw(Server::Use& x) {
+        const software::DisplaySettings& settings = settings_;
         const auto desktop = currentDesktop(x);
         const Monitor* const monitor = desktop ? desktop->monitors->find(settings.display) : nullptr;
         if (!desktop || !isUsable(x)) return lost();
@@ -64,7 +84,7 @@ class X11DisplaySource final : public software::DisplaySource {
         if (!draws && look == look_) return {Outcome::frame, frame_, NoImage::none, Changes::nothing()};
         if (!draws) takeFrame(x);
         if (!frame_) return x ? FrameResult{Outcome::dropped, nullptr, why_} : lost();
-        draw(look, area);
+        drawPointer(look, area);
         Changes changes = follower_.next(*frame_);
         if (std::exchange(look_, look) != look) {
             for (const PixelRect& rect : painted_) changes.add(rect);
@@ -73,10 +93,6 @@ class X11DisplaySource final : public software::DisplaySource {
         painted_ = frame_->painted();
         return {Outcome::frame, frame_, NoImage::none, changes};
     }
-
-  private:
-    bool isUsable(const Server::Use& x) const { return x && epoch_ == desktopServer().epoch(); }
-    static FrameResult lost() { return {Outcome::sourceLost, nullptr, whyUnreachable()}; }
 
     void takeFrame(Server::Use& x) {
         frame_ = nullptr;  // may be written on the spot if nobody else holds it
@@ -97,7 +113,7 @@ class X11DisplaySource final : public software::DisplaySource {
         if (!place.known || (!cursor && !ring)) return {};
         return {cursor, ring, place.x, place.y};
     }
-    void draw(const PointerLook& look, const PixelRect& area) {
+    void drawPointer(const PointerLook& look, const PixelRect& area) {
         const int x = look.x - area.x, y = look.y - area.y;
         if (look.ring && ring_) software::blend(*frame_, *ring_, x - ring_->width() / 2, y - ring_->height() / 2);
         if (!look.cursor) return;
@@ -109,6 +125,8 @@ class X11DisplaySource final : public software::DisplaySource {
     const uint64_t epoch_;
     std::unique_ptr<Compositor> compositor_;
     const std::vector<Layer> layers_;
+    software::DisplaySettings settings_;
+    uint64_t unchangedAt_ = kNever;  // after so many events the frame was found to show everything
     PixelRect area_;
     Ref<software::Frame> frame_;
     const Ref<software::MemoryBitmap> ring_ = software::makeClickRing();

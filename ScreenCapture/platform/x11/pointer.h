@@ -48,7 +48,9 @@ class PointerPosition {
         isIdle_ = false;
         moved_ = std::chrono::steady_clock::now();
     }
-    // Asks unless the pointer rests, without waiting; an answer that was not received before is dropped.
+    // Whether the pointer rests where it was.
+    bool isKnown() const { return isIdle_ && std::chrono::steady_clock::now() - asked_ < kMaxTrust; }
+    // Asks unless that is known, without waiting; an answer that was not received before is dropped.
     void request();
     // False when nothing was asked; else the events that came with the answer are there to be read.
     bool receive();
@@ -60,6 +62,8 @@ class PointerPosition {
     uint64_t clicks() const { return clicks_; }
 
   private:
+    static constexpr std::chrono::seconds kMaxTrust{1};
+
     void findCount();
     void setAlarm();
     void rearmAlarm();

@@ -17,7 +17,6 @@ constexpr std::string_view kCountName = "DEVICEIDLETIME 2";
 // resting.
 constexpr int64_t kAlarmTime = 200;
 constexpr int64_t kRestTime = 300;
-constexpr std::chrono::seconds kMaxTrust{1};
 constexpr uint32_t kMaxButton = 3;  // wheels are buttons 4 and above
 
 int64_t number(const xcb_sync_int64_t& value) {
@@ -114,9 +113,8 @@ void PointerPosition::watchButtons(bool watch) {
 void PointerPosition::request() {
     for (unsigned* const question : {&countQuestion_, &pointerQuestion_})
         if (*question != 0) xcb_discard_reply(x_.raw(), std::exchange(*question, 0));
-    const auto now = std::chrono::steady_clock::now();
-    if (isIdle_ && now - asked_ < kMaxTrust) return;
-    asked_ = now;
+    if (isKnown()) return;
+    const auto now = asked_ = std::chrono::steady_clock::now();
     isIdle_ = false;
     if (count_ != 0 && now - moved_ > std::chrono::milliseconds(kRestTime)) {
         countQuestion_ = xcb_sync_query_counter_unchecked(x_.raw(), count_).sequence;
