@@ -1,16 +1,14 @@
 // Windows as their users see them: with alpha channels, opacity and shadows, under compositing managers, on screens of
 // all depths.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <thread>
 
 #include "ScreenCapture/platform/platform.h"
-#include "support/temporary_folder.h"
+#include "support/x11/desktop_session.h"
 #include "support/x11/shots.h"
 #include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
@@ -170,30 +168,17 @@ TEST(Depths, PixelsAreConvertedOrRefusedWithAReason) {
 // A desktop as people have it: xfwm4 with its compositor, a GTK program that draws its own frame, and others.
 TEST(Composited, PicturesAreWhatTheScreenShowsLessWhatIsExcluded) {
     XServer server("800x600x24");
-    if (server.run({"sh", "-c", "command -v xfwm4 gtk3-demo-application dbus-daemon >/dev/null"}) != 0)
+    if (!areInstalled(server, "xfwm4 gtk3-demo-application"))
         GTEST_SKIP() << "xfwm4, gtk3-demo-application or dbus-daemon is not installed";
-    const TemporaryFolder folder;  // of settings: the shadows that the compositor adds are in no window
-    const std::string settings = folder.path() + "/xfce4/xfconf/xfce-perchannel-xml";
-    server.run({"mkdir", "-p", settings});
-    std::ofstream(settings + "/xfwm4.xml")
-        << R"(<channel name="xfwm4" version="1.0"><property name="general" type="empty">)"
-        << R"(<property name="show_frame_shadow" type="bool" value="false"/></property></channel>)";
-    const std::string bus = "unix:path=" + folder.path() + "/bus";
-    const auto startProgram = [&](std::vector<std::string> command) {
-        command.insert(command.begin(), {"env", "XDG_CONFIG_HOME=" + folder.path(), "NO_AT_BRIDGE=1", "GTK_CSD=1",
-                                         "DBUS_SESSION_BUS_ADDRESS=" + bus});
-        server.start(command);
-    };
-    startProgram({"dbus-daemon", "--session", "--nofork", "--address=" + bus});
-    ASSERT_TRUE(comesAbout([&] { return access((folder.path() + "/bus").c_str(), F_OK) == 0; }));
-    startProgram({"xfwm4", "--compositor=on"});
+    DesktopSession session(server);
+    session.start({"xfwm4", "--compositor=on"});
     Windows windows(server);
     ASSERT_TRUE(windows.awaitManager());
     const auto secret = windows.make({.area = {250, 150, 300, 250}, .title = "secret", .background = 0xFF00FF});
     windows.make({.area = {100, 200, 300, 200}, .title = "veil", .background = 0x40203040, .hasAlpha = true});
     const auto faint = windows.make({.area = {300, 300, 200, 200}, .title = "faint", .background = 0x506070});
     windows.setNumbers(faint, "_NET_WM_WINDOW_OPACITY", {0x80000000});
-    startProgram({"gtk3-demo-application"});
+    session.start({"gtk3-demo-application"});
     platform::WindowInfo shadowed{};
     const auto isThere = [&] {
         for (const auto& info : windowServer().onScreenWindows())

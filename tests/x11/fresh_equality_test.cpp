@@ -4,10 +4,12 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <optional>
 
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/thumbnail/OrvoAppProxy.h"
 #include "support/temporary_folder.h"
+#include "support/x11/desktop_session.h"
 #include "support/x11/repainter.h"
 
 namespace orvo::testing {
@@ -15,12 +17,16 @@ namespace {
 
 class RealScene final : public Scene {
   public:
-    explicit RealScene(const std::vector<std::string>& arguments)
+    // manager: with its arguments; none: openbox.
+    explicit RealScene(const std::vector<std::string>& arguments, const std::vector<std::string>& manager = {})
         : server_("320x240x24", arguments), windows_(server_), painter_(windows_.painter()) {
-        // Its animations would go on after it has answered.
+        // openbox's animations would go on after it has answered.
         std::ofstream(folder_.path() + "/rc.xml") << "<openbox_config xmlns=\"http://openbox.org/3.4/rc\"><theme>"
                                                      "<animateIconify>no</animateIconify></theme></openbox_config>";
-        server_.start({"openbox", "--sm-disable", "--config-file", folder_.path() + "/rc.xml"});
+        if (manager.empty())
+            server_.start({"openbox", "--sm-disable", "--config-file", folder_.path() + "/rc.xml"});
+        else
+            session_.emplace(server_).start(manager);
         if (!windows_.awaitManager()) throw std::runtime_error("no window manager");
         repainter_ = std::make_unique<Repainter>(windows_);
         numbers_ = {
@@ -112,6 +118,7 @@ class RealScene final : public Scene {
 
     TemporaryFolder folder_;
     XServer server_;
+    std::optional<DesktopSession> session_;
     Windows windows_;
     Painter& painter_;
     std::unique_ptr<Repainter> repainter_;
@@ -131,6 +138,21 @@ TEST(FreshEquality, ALongCaptureShowsWhatAFreshOneShows) {
         expectFreshEquality([&] { return std::make_unique<RealScene>(arguments); },
                             full ? seedsTo(10) : std::vector{26}, full ? 30 : 20);
         unsetenv("ORVO_SHARED_PIXMAPS");
+    }
+}
+
+TEST(FreshEquality, UnderCompositingManagersToo) {
+    if (!std::getenv("ORVO_TEST_FULL")) GTEST_SKIP() << "takes a minute";
+    for (const std::vector<std::string>& manager :
+         {std::vector<std::string>{"xfwm4", "--compositor=on"}, {"mutter", "--x11"}, {"kwin_x11"}}) {
+        SCOPED_TRACE(manager.front());
+        XServer server;
+        if (!areInstalled(server, manager.front())) {
+            std::printf("%s is not installed\n", manager.front().c_str());
+            continue;
+        }
+        expectFreshEquality([&] { return std::make_unique<RealScene>(std::vector<std::string>{}, manager); },
+                            seedsTo(5), 20);
     }
 }
 

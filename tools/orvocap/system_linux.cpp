@@ -234,18 +234,39 @@ std::string property(xcb_connection_t* x, xcb_window_t window, const char* name)
             static_cast<size_t>(xcb_get_property_value_length(reply.get()))};
 }
 
-// The property names a window of the manager, which names itself in the same way.
-void examineManager(xcb_connection_t* x, xcb_window_t root, Findings& findings) {
+// The property names a window of the manager, which names itself in the same way. None: 0.
+xcb_window_t managersWindow(xcb_connection_t* x, xcb_window_t root) {
     constexpr char checkProperty[] = "_NET_SUPPORTING_WM_CHECK";
     const std::string named = property(x, root, checkProperty);
     xcb_window_t window = XCB_WINDOW_NONE;
     if (named.size() == sizeof window) std::memcpy(&window, named.data(), sizeof window);
-    if (window != XCB_WINDOW_NONE && property(x, window, checkProperty) == named) {
-        findings.push_back({"window manager", State::works, property(x, window, "_NET_WM_NAME"), ""});
-    } else {
+    return property(x, window, checkProperty) == named ? window : xcb_window_t{XCB_WINDOW_NONE};
+}
+
+void examineManagers(xcb_connection_t* x, xcb_window_t root, Findings& findings) {
+    const xcb_window_t window = managersWindow(x, root);
+    const std::string name = property(x, window, "_NET_WM_NAME");
+    if (window != XCB_WINDOW_NONE)
+        findings.push_back({"window manager", State::works, name, ""});
+    else
         findings.push_back({"window manager", State::limited, "none: minimised and active windows are not known",
                             "start a window manager, such as openbox"});
-    }
+
+    const auto cookie = xcb_get_selection_owner(x, atom(x, "_NET_WM_CM_S0"));
+    const auto selection = owned(xcb_get_selection_owner_reply(x, cookie, nullptr));
+    const xcb_window_t owner = selection ? selection->owner : xcb_window_t{XCB_WINDOW_NONE};
+    const uint32_t client = ~xcb_get_setup(x)->resource_id_mask;
+    const bool isSame = window != XCB_WINDOW_NONE && (owner & client) == (window & client);
+    std::string compositor = isSame ? name : property(x, owner, "_NET_WM_NAME");
+    if (compositor.empty()) compositor = property(x, owner, "WM_NAME");
+    if (compositor.empty()) compositor = "one without a name";
+    if (owner == XCB_WINDOW_NONE)
+        findings.push_back({"compositing manager", State::works, "none: pictures show what the screen shows", ""});
+    else
+        findings.push_back({"compositing manager", State::works,
+                            compositor + ": pictures composed of windows lack the shadows that it adds, and wallpaper" +
+                                (isSame ? ", panels or title bars" : "") + " that it paints onto the screen itself",
+                            ""});
 }
 
 }  // namespace
@@ -265,7 +286,7 @@ void examineServer(Findings& findings) {
     findings.push_back({"X server", State::works, vendor + ", release " + std::to_string(setup->release_number), ""});
     examineExtensions(server.x.get(), findings);
     examineSharedPixmaps(server.x.get(), findings);
-    examineManager(server.x.get(), server.root, findings);
+    examineManagers(server.x.get(), server.root, findings);
 }
 
 }  // namespace orvocap
