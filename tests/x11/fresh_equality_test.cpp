@@ -39,7 +39,7 @@ class RealScene final : public Scene {
         for (size_t i = 0; i < 3; i++)
             if (!windows_.awaitMapped(numbers_[i])) throw std::runtime_error("a window is not mapped");
         setMonitor(0, 0, 200);
-        repainter_->settle();
+        settle();
     }
 
     std::vector<uint32_t> windows() override { return numbers_; }
@@ -54,7 +54,16 @@ class RealScene final : public Scene {
         const auto all = displays();
         return std::count(shown.begin(), shown.end(), target) + std::count(all.begin(), all.end(), target) > 0;
     }
-    void settle() override { repainter_->settle(); }
+    void settle() override {
+        repainter_->settle();
+        // A compositing manager draws the screen when it likes.
+        std::vector<uint8_t> before;
+        for (int i = 0; session_ && i < 50; ++i) {
+            const auto now = painter_.read({0, 0, 320, 240});
+            if (std::exchange(before, now) == now) return;
+            std::this_thread::sleep_for(std::chrono::milliseconds(60));
+        }
+    }
 
     std::vector<Move> events() override {
         const auto on = [this](auto act) { return [this, act](Dice& dice) { act(dice.oneOf(numbers_), dice); }; };

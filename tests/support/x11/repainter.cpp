@@ -1,6 +1,7 @@
 // Windows of a program that repaints them when it is asked to.
 #include "support/x11/repainter.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -82,7 +83,8 @@ void Repainter::paint(xcb_window_t window, const Area& area, uint32_t colour) {
 void Repainter::settle() {
     for (int i = 0; i < 2; i++) {
         painter_.sync();
-        if (windows_.number(painter_.root(), "_NET_SUPPORTING_WM_CHECK") != 0) awaitManager();
+        const auto supported = windows_.numbers(painter_.root(), "_NET_SUPPORTED");
+        if (std::count(supported.begin(), supported.end(), request_) > 0) awaitManager();
         awaitOwnThread();
     }
     // The server paints redirected windows into the root when it has nothing else to do: between the two.

@@ -135,11 +135,17 @@ xcb_atom_t Windows::atom(const char* name) {
     return owned(xcb_intern_atom_reply(painter_.raw(), cookie, nullptr))->atom;
 }
 
-uint32_t Windows::number(xcb_window_t window, const char* property) {
-    const auto cookie = xcb_get_property(painter_.raw(), 0, window, atom(property), XCB_ATOM_ANY, 0, 1);
+std::vector<uint32_t> Windows::numbers(xcb_window_t window, const char* property) {
+    const auto cookie = xcb_get_property(painter_.raw(), 0, window, atom(property), XCB_ATOM_ANY, 0, 1024);
     const auto reply = owned(xcb_get_property_reply(painter_.raw(), cookie, nullptr));
-    if (!reply || reply->format != 32 || reply->value_len < 1) return 0;
-    return *static_cast<const uint32_t*>(xcb_get_property_value(reply.get()));
+    if (!reply || reply->format != 32) return {};
+    const auto* const values = static_cast<const uint32_t*>(xcb_get_property_value(reply.get()));
+    return {values, values + reply->value_len};
+}
+
+uint32_t Windows::number(xcb_window_t window, const char* property) {
+    const auto all = numbers(window, property);
+    return all.empty() ? 0 : all.front();
 }
 
 platform::Rect Windows::rootBounds(xcb_window_t window) {

@@ -53,6 +53,7 @@ class Windows {
     void setText(xcb_window_t window, const char* property, const char* type, const std::string& text);
     xcb_pixmap_t setBackground(uint32_t colour);  // of the root, announced as programs do
     xcb_atom_t atom(const char* name);
+    std::vector<uint32_t> numbers(xcb_window_t window, const char* property);
     uint32_t number(xcb_window_t window, const char* property);  // 0 without
     platform::Rect rootBounds(xcb_window_t window);
 
