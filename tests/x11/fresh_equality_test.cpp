@@ -59,7 +59,7 @@ class RealScene final : public Scene {
         // A compositing manager draws the screen when it likes.
         std::vector<uint8_t> before;
         for (int i = 0; session_ && i < 50; ++i) {
-            const auto now = painter_.read({0, 0, 320, 240});
+            const auto now = painter_.read({0, 0, 300, 200});  // as small as the screen becomes
             if (std::exchange(before, now) == now) return;
             std::this_thread::sleep_for(std::chrono::milliseconds(60));
         }
