@@ -175,9 +175,11 @@ TEST(Composited, PicturesAreWhatTheScreenShowsLessWhatIsExcluded) {
     Windows windows(server);
     ASSERT_TRUE(windows.awaitManager());
     const auto secret = windows.make({.area = {250, 150, 300, 250}, .title = "secret", .background = 0xFF00FF});
-    windows.make({.area = {100, 200, 300, 200}, .title = "veil", .background = 0x40203040, .hasAlpha = true});
+    const auto veil =
+        windows.make({.area = {100, 200, 300, 200}, .title = "veil", .background = 0x40203040, .hasAlpha = true});
     const auto faint = windows.make({.area = {300, 300, 200, 200}, .title = "faint", .background = 0x506070});
     windows.setNumbers(faint, "_NET_WM_WINDOW_OPACITY", {0x80000000});
+    ASSERT_TRUE(windows.awaitMapped(secret) && windows.awaitMapped(veil) && windows.awaitMapped(faint));
     session.start({"gtk3-demo-application"});
     platform::WindowInfo shadowed{};
     const auto isThere = [&] {

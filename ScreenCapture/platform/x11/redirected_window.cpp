@@ -219,8 +219,7 @@ void RedirectedWindow::onEvent(const xcb_generic_event_t& event) {
         const auto& notify = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
         const PixelRect inner{0, 0, notify.width, notify.height};
         if (notify.window != window_ || (inner == inner_ && notify.border_width == border_)) return;
-        fit({0, 0, notify.width + 2 * notify.border_width, notify.height + 2 * notify.border_width},
-            notify.border_width, true);
+        fit(withBorder(inner, notify.border_width), notify.border_width, true);
         return onNewPixmap(event);
     }
     if (type == XCB_VISIBILITY_NOTIFY &&

@@ -54,6 +54,10 @@ inline xcb_rectangle_t rectangle(const PixelRect& area) {
     return {static_cast<int16_t>(area.x), static_cast<int16_t>(area.y), static_cast<uint16_t>(area.width),
             static_cast<uint16_t>(area.height)};
 }
+// A window's rectangle with its border, from that inside it.
+inline PixelRect withBorder(const PixelRect& inner, int border) {
+    return {inner.x - border, inner.y - border, inner.width + 2 * border, inner.height + 2 * border};
+}
 // Adds the rectangles of a region.
 void appendRects(const xcb_xfixes_fetch_region_reply_t& reply, std::vector<PixelRect>& rects);
 

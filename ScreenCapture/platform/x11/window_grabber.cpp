@@ -93,8 +93,7 @@ void WindowGrabber::watchTarget(Server::Use& x) {
     const auto size = x->await<xcb_get_geometry_reply_t>(xcb_get_geometry(x->raw(), target_).sequence);
     if (!size && x) gone_ = true;
     if (!size) return;
-    const int border = size->border_width;
-    window_->fit({0, 0, size->width + 2 * border, size->height + 2 * border}, border, false);
+    window_->fit(withBorder({0, 0, size->width, size->height}, size->border_width), size->border_width, false);
     x->sync();  // whatever is drawn from here on goes into its picture
 }
 

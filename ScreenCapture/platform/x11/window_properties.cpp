@@ -9,6 +9,7 @@
 #include <fstream>
 
 #include "ScreenCapture/platform/x11/properties.h"
+#include "ScreenCapture/platform/x11/server_objects.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -24,11 +25,6 @@ constexpr std::chrono::milliseconds kShowDesktopTime{500};
 // what the screen showed when the frame was made, whosever that was, and paint frames onto the screen alone.
 constexpr std::string_view kFramePainters[] = {"Xfwm4",  "Metacity",    "Metacity (Marco)", "Marco",
                                                "Mutter", "GNOME Shell", "Mutter (Muffin)",  "Muffin"};
-
-// A window's rectangle with its border, from that inside it.
-PixelRect withBorder(const PixelRect& inner, int border) {
-    return {inner.x - border, inner.y - border, inner.width + 2 * border, inner.height + 2 * border};
-}
 
 // Margins that would leave nothing are not believed.
 PixelRect without(const Margins& margins, const PixelRect& window) {
