@@ -155,7 +155,10 @@ void Foreign::run() {
     const auto addSecret = [&] { secrets.push_back(windows.make({.area = place(), .background = kSecret})); };
     const auto addClient = [&](bool isDrawn) {
         const Area area = place();
-        clients.push_back(windows.make({.area = area, .background = 0x00FF00, .hasBackground = number(0, 2) == 0}));
+        clients.push_back(windows.make({.area = area,
+                                        .border = isManaged ? 0 : number(0, 3),
+                                        .background = 0x00FF00,
+                                        .hasBackground = number(0, 2) == 0}));
         if (isManaged && isDrawn) windows.awaitMapped(clients.back());
         if (isDrawn) painter.fill(clients.back(), {0, 0, 400, 300}, kOwn);
     };

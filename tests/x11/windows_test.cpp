@@ -71,6 +71,9 @@ TEST(Windows, ListTellsWhatClientsSayInStackingOrder) {
     ASSERT_EQ(later.size(), 2U);
     EXPECT_EQ(later[0].number, below);
     EXPECT_EQ(later[0].bounds, (Rect{-50, 30, 300, 200}));
+    windows.painter().destroy(above);
+    windows.make({.area = {1, 2, 30, 40}, .title = "Another", .number = above});  // of the same number
+    EXPECT_EQ(windowServer().onScreenWindows().front().name, "Another");
 }
 
 // Windows that are moved, resized and restacked at random are listed where the server has them, also in frames.

@@ -113,7 +113,8 @@ void RedirectedWindow::redirect(bool isNew) {
     xcb_damage_create(x, damage_.id(), window_, XCB_DAMAGE_REPORT_LEVEL_NON_EMPTY);
     xcb_composite_redirect_window(x, window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     loseContent();
-    doubtful_ = isNew || isUnknownToOthers;
+    // Of a window with a border the server reports all as drawn, also what it only copied from the screen.
+    doubtful_ = isNew || isUnknownToOthers || border_ > 0;
     subtractDamage(drawn_);
     since_ = xcb_ungrab_server(x).sequence;
     x_->flush();
