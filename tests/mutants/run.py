@@ -178,7 +178,7 @@ X11_MUTANTS = [
     # Survives: of the managers that the ordinary run has none marks a shaded window as hidden.
     (P + "window_properties.cpp", "hidden_ && !shaded_ && !root", "hidden_ && !root"),
     (P + "window_properties.cpp", "    propertiesKnown_ = false;\n", ""),
-    (P + "window_properties.cpp", "machine_.empty() ? !isRemote : machine_ == hostName()", "true"),
+    (P + "window_properties.cpp", "client_.machine.empty() ? !isRemote : client_.machine == hostName()", "true"),
     (P + "window_properties.cpp", "    if (count == 0) shape.push_back({});", "    if (false) shape.push_back({});"),
     (P + "monitors.cpp", "    if (found == all.end()) found = std::find_if(all.begin(), all.end(), isAtCorner);\n", ""),
     (P + "monitors.cpp", "global.x + origin->area.x", "global.x - origin->area.x"),
