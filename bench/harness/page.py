@@ -6,7 +6,7 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Any
 
-from summary import COMPARED_SCENES, FULL, SUMMARY, cost, goals, latency, limit_of, ratio, runs_of
+from summary import COMPARED_SCENES, FULL, SUMMARY, cost, goals, latency, limit_of, ratio, runs_of, times
 from work import QUICK, SCENES, WORKS
 
 PAGE = Path("docs/performance.md")
@@ -116,8 +116,8 @@ def summary_cell(data: dict[str, Any], scene: str, work: str) -> str:
     costs = [run["ms"] for run in runs_of(data, scene, work)]
     if not costs:
         return "-"
-    times = number(ratio(data, scene, work, limit_of(data, scene, work)), 1)
-    return f"{number(cost(data, scene, work))} ({min(costs):.2f}-{max(costs):.2f}) {times}x"
+    median, limit = cost(data, scene, work), cost(data, scene, limit_of(data, scene, work))
+    return f"{number(median)} ({min(costs):.2f}-{max(costs):.2f}) {number(times(median, limit), 1)}x"
 
 
 def summary_table(data: dict[str, Any]) -> Table:

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Measures the library beside its limits and its peers; --quick in two minutes. A full run renews docs/performance.md.
+# Measures the library beside its limits and its peers; --quick in two minutes, --costs the table of its page alone.
 set -euo pipefail
 scripts/commands/setup.sh build demo test example bench peers
 scripts/build.sh release orvo_bench

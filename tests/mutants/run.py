@@ -168,6 +168,8 @@ X11_MUTANTS = [
     (P + "display_source.cpp", "    return software::intersection(area, display);", "    return area;"),
     (P + "display_source.cpp", "display.y + display.height - limited(crop.y) - limited(crop.height)", "display.y + limited(crop.y)"),
     (P + "display_source.cpp", "wasClicked || (place", "(place"),
+    (P + "display_source.cpp", "events == unchangedAt_ &&", "unchangedAt_ != kNever &&"),
+    (P + "display_source.cpp", "settings == settings_ && ", ""),
     (P + "window_list.cpp", "        window.bounds = platform::moved(window.bounds, dx, dy);\n", ""),
     (P + "window_list.cpp", "notify.above_sibling == below &&", "true &&"),
     (P + "window_list.cpp", "    if (isGrab || event.detail", "    if (event.detail"),
