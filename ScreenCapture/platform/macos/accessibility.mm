@@ -49,7 +49,7 @@ std::vector<ElementRef> elementsOf(CFArrayRef array) {
     const CFIndex count = array ? CFArrayGetCount(array) : 0;
     for (CFIndex i = 0; i < count; ++i) {
         CFTypeRef value = CFArrayGetValueAtIndex(array, i);
-        if (CFGetTypeID(value) != AXUIElementGetTypeID()) continue;
+        if (!value || CFGetTypeID(value) != AXUIElementGetTypeID()) continue;
         elements.push_back(elementOf(CFRef<AXUIElementRef>::retain(static_cast<AXUIElementRef>(value))));
     }
     return elements;
@@ -176,11 +176,12 @@ class MacElementObserver final : public ElementObserver {
         });
     }
     void addToCurrentRunLoop() override {
-        CFRunLoopAddSource(CFRunLoopGetCurrent(), AXObserverGetRunLoopSource(observer_.get()), kCFRunLoopDefaultMode);
+        CFRunLoopSourceRef source = AXObserverGetRunLoopSource(observer_.get());
+        if (source) CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
     }
     void removeFromCurrentRunLoop() override {
-        CFRunLoopRemoveSource(CFRunLoopGetCurrent(), AXObserverGetRunLoopSource(observer_.get()),
-                              kCFRunLoopDefaultMode);
+        CFRunLoopSourceRef source = AXObserverGetRunLoopSource(observer_.get());
+        if (source) CFRunLoopRemoveSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
     }
 
   private:

@@ -62,12 +62,12 @@ using SharedState = std::shared_ptr<SessionState>;
     static_cast<void>(output);
     static_cast<void>(connection);
     macos::guarded([&] {
-        _state->hasDelivered = true;
-        const auto delegate = _delegate.lock();
-        if (!delegate) return;
         const CMTime time = CMSampleBufferGetPresentationTimeStamp(sample);
         auto image = macos::CFRef<CVPixelBufferRef>::retain(CMSampleBufferGetImageBuffer(sample));
         if (!image) return;
+        _state->hasDelivered = true;
+        const auto delegate = _delegate.lock();
+        if (!delegate) return;
         const auto buffer = makeCounted<macos::MacPixelBuffer>(std::move(image));
         delegate->onSample(*buffer, {time.value, time.timescale}, Changes());
     });

@@ -53,10 +53,11 @@ void releaseBuffer(void* buffer, const void* /*data*/, size_t /*size*/) {
 CFRef<CGImageRef> bitmapOf(CVPixelBufferRef buffer) {
     const size_t row = CVPixelBufferGetBytesPerRow(buffer);
     const size_t height = CVPixelBufferGetHeight(buffer);
+    void* bytes = CVPixelBufferGetBaseAddress(buffer);
+    if (!bytes) return nullptr;
     const auto space = CFRef<CGColorSpaceRef>::adopt(CGColorSpaceCreateWithName(kCGColorSpaceSRGB));
-    const auto provider = CFRef<CGDataProviderRef>::adopt(
-        CGDataProviderCreateWithData(CFRef<CVPixelBufferRef>::retain(buffer).leak(),
-                                     CVPixelBufferGetBaseAddress(buffer), row * height, releaseBuffer));
+    const auto provider = CFRef<CGDataProviderRef>::adopt(CGDataProviderCreateWithData(
+        CFRef<CVPixelBufferRef>::retain(buffer).leak(), bytes, row * height, releaseBuffer));
     if (!provider || !space) return nullptr;
     constexpr auto kBGRA = static_cast<CGBitmapInfo>(kCGImageAlphaPremultipliedFirst) |
                            static_cast<CGBitmapInfo>(kCGBitmapByteOrder32Little);
@@ -120,6 +121,7 @@ NSImage* MacImage::picture() const {
     CGImageRef bitmap = decoded();
     if (!bitmap) return nil;
     NSBitmapImageRep* representation = [[NSBitmapImageRep alloc] initWithCGImage:bitmap];
+    if (!representation) return nil;
     const NSSize size = representation.size;
     NSImage* picture = [[NSImage alloc] initWithSize:size];
     [picture addRepresentation:representation];

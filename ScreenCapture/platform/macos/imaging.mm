@@ -171,9 +171,10 @@ class MacImaging final : public Imaging {
     Picture picture(PixelBuffer& buffer) override {
         return answered(Picture(), [&]() -> Picture {
             CVPixelBufferRef pixels = cvBuffer(buffer);
+            const auto* first = static_cast<const uint8_t*>(CVPixelBufferGetBaseAddress(pixels));
+            if (!first) return {};
             const auto bytes = CFRef<CFDataRef>::adopt(
-                CFDataCreate(kCFAllocatorDefault, static_cast<const uint8_t*>(CVPixelBufferGetBaseAddress(pixels)),
-                             static_cast<CFIndex>(CVPixelBufferGetDataSize(pixels))));
+                CFDataCreate(kCFAllocatorDefault, first, static_cast<CFIndex>(CVPixelBufferGetDataSize(pixels))));
             if (!bytes) return {};
             const auto provider = CFRef<CGDataProviderRef>::adopt(CGDataProviderCreateWithCFData(bytes.get()));
             const auto space = CFRef<CGColorSpaceRef>::adopt(CGColorSpaceCreateDeviceRGB());

@@ -46,41 +46,47 @@ Shot shotOf(Bitmap bitmap) {
     return Ref<Image>(makeCounted<MacImage>(std::move(bitmap.image)));
 }
 
-// A rectangle that reaches beyond one display is drawn together from the parts of each, in the pixels of the finest;
-// what no display shows is four zero bytes a pixel.
-template <typename MakeFilter>
-Bitmap composed(CGRect area, const std::vector<SCDisplay*>& displays, MakeFilter makeFilter) {
-    struct Part {
-        CGRect place;  // points, origin at the area's bottom-left corner
-        CFRef<CGImageRef> image;
-    };
-    std::vector<Part> parts;
-    double scale = 0;
-    for (SCDisplay* display : displays) {
-        SCContentFilter* filter = makeFilter(display);
-        Bitmap part = captured(filter, configurationFor(filter, display, area));
-        if (!part.image) return part;
-        CGRect place = CGRectIntersection(area, CGDisplayBounds(display.displayID));
-        if (displays.size() == 1 && place.size.width == area.size.width && place.size.height == area.size.height)
-            return part;
-        place.origin.x -= area.origin.x;
-        place.origin.y = area.origin.y + area.size.height - place.origin.y - place.size.height;
-        scale = std::max(scale, static_cast<double>(filter.pointPixelScale));
-        parts.push_back({place, std::move(part.image)});
-    }
+struct Part {
+    CGRect place;  // points, global, origin top-left
+    CFRef<CGImageRef> image;
+};
+
+bool isWhole(const Part& part, CGRect area) {
+    return part.place.size.width == area.size.width && part.place.size.height == area.size.height;
+}
+
+// What no part shows of the area is four zero bytes a pixel. scale: pixels per point of the result.
+Bitmap drawnTogether(const std::vector<Part>& parts, CGRect area, double scale) {
     const auto width = truncated<size_t>(area.size.width * scale);
     const auto height = truncated<size_t>(area.size.height * scale);
     const auto space = CFRef<CGColorSpaceRef>::adopt(CGColorSpaceCreateWithName(kCGColorSpaceSRGB));
     const auto context = CFRef<CGContextRef>::adopt(
         CGBitmapContextCreate(nullptr, width, height, 8, width * kBytesPerPixel, space.get(), kBGRA));
     if (!context) return {};
-    for (const Part& part : parts) {
-        const CGRect& place = part.place;
-        const CGRect target = CGRectMake(place.origin.x * scale, place.origin.y * scale, place.size.width * scale,
-                                         place.size.height * scale);
-        CGContextDrawImage(context.get(), target, part.image.get());
+    for (const auto& [place, image] : parts) {
+        const double bottom = area.origin.y + area.size.height - place.origin.y - place.size.height;
+        CGContextDrawImage(context.get(),
+                           CGRectMake((place.origin.x - area.origin.x) * scale, bottom * scale,
+                                      place.size.width * scale, place.size.height * scale),
+                           image.get());
     }
     return {CFRef<CGImageRef>::adopt(CGBitmapContextCreateImage(context.get()))};
+}
+
+// A rectangle that reaches beyond one display is drawn together from the parts of each, in the pixels of the finest.
+template <typename MakeFilter>
+Bitmap composed(CGRect area, const std::vector<SCDisplay*>& displays, MakeFilter makeFilter) {
+    std::vector<Part> parts;
+    double scale = 0;
+    for (SCDisplay* display : displays) {
+        SCContentFilter* filter = makeFilter(display);
+        Bitmap shown = captured(filter, configurationFor(filter, display, area));
+        if (!shown.image) return shown;
+        scale = std::max(scale, static_cast<double>(filter.pointPixelScale));
+        parts.push_back({CGRectIntersection(area, CGDisplayBounds(display.displayID)), std::move(shown.image)});
+    }
+    if (parts.size() == 1 && isWhole(parts.front(), area)) return {std::move(parts.front().image)};
+    return drawnTogether(parts, area, scale);
 }
 
 // take(content) answers the shot.
@@ -133,6 +139,12 @@ Shot pictureOfDisplay(CGDirectDisplayID number) {
         SCContentFilter* filter = filterFor(display);
         return shotOf(captured(filter, configurationFor(filter, filter.contentRect.size)));
     });
+}
+
+Shot pictureInArea(const Ref<Image>& image, CGRect place, CGRect area) {
+    const Part part{place, macImage(image).bitmap()};
+    if (!part.image || isWhole(part, area)) return image;
+    return shotOf(drawnTogether({part}, area, image->width() / place.size.width));
 }
 
 }  // namespace orvo::platform::macos::screencapturekit

@@ -67,7 +67,7 @@ class API_AVAILABLE(macos(14.0)) StreamGrabber final : public Grabber {
                     configuration.ignoreShadowsSingleWindow = YES;
                     return configuration;
                 },
-                [&] { return screencapturekit::pictureOfWindow(target_, kCGWindowImageBoundsIgnoreFraming); });
+                [&] { return screencapturekit::pictureOfWindow(target_, kCGWindowImageBoundsIgnoreFraming); }, asItIs);
         });
     }
 
@@ -92,11 +92,13 @@ class API_AVAILABLE(macos(14.0)) StreamGrabber final : public Grabber {
             return record(
                 {FilterKey::display, target_, {}}, [&]() { return filterFor(display); },
                 [&](SCContentFilter* filter) { return configurationFor(filter, filter.contentRect.size); },
-                [&] { return screencapturekit::pictureOfDisplay(target_); });
+                [&] { return screencapturekit::pictureOfDisplay(target_); }, asItIs);
         });
     }
 
   private:
+    static Shot asItIs(Ref<Image> image) { return image; }
+
     template <typename Take>
     Shot withContent(Take take) {
         return answered(Shot(NoImage::failed), [&]() -> Shot {
@@ -105,7 +107,7 @@ class API_AVAILABLE(macos(14.0)) StreamGrabber final : public Grabber {
         });
     }
 
-    // A rectangle of the screen; numbersOf(list) is the filter's key.
+    // A rectangle of the screen; numbersOf(list) is the filter's key. A stream shows what lies on its display.
     template <typename NumbersOf, typename MakeFilter, typename TakeOne>
     Shot onDisplay(const Rect& area, FilterKey::Kind kind, NumbersOf numbersOf, MakeFilter makeFilter,
                    TakeOne takeOne) {
@@ -119,13 +121,18 @@ class API_AVAILABLE(macos(14.0)) StreamGrabber final : public Grabber {
             SCDisplay* display = displays.front();
             return record(
                 {kind, display.displayID, numbersOf(list)}, [&]() { return makeFilter(display, list); },
-                [&](SCContentFilter* filter) { return configurationFor(filter, display, rectOf(area)); }, takeOne);
+                [&](SCContentFilter* filter) { return configurationFor(filter, display, rectOf(area)); }, takeOne,
+                [&](const Ref<Image>& image) {
+                    const CGRect shown = CGRectIntersection(rectOf(area), CGDisplayBounds(display.displayID));
+                    return screencapturekit::pictureInArea(image, shown, rectOf(area));
+                });
         });
     }
 
     // The newest picture of the stream that records what the key says; the stream is started or changed for it.
-    template <typename MakeFilter, typename MakeConfiguration, typename TakeOne>
-    Shot record(const FilterKey& key, MakeFilter makeFilter, MakeConfiguration makeConfiguration, TakeOne takeOne) {
+    template <typename MakeFilter, typename MakeConfiguration, typename TakeOne, typename Complete>
+    Shot record(const FilterKey& key, MakeFilter makeFilter, MakeConfiguration makeConfiguration, TakeOne takeOne,
+                Complete completed) {
         if (ended_ != NoImage::none) return ended_;
         if (!stream_ || !(key == key_)) filter_ = makeFilter();
         SCStreamConfiguration* configuration = makeConfiguration(filter_);
@@ -139,7 +146,7 @@ class API_AVAILABLE(macos(14.0)) StreamGrabber final : public Grabber {
         key_ = key;
         shape_ = shape;
         if (const auto newest = stream_->pictures().newest())
-            return Ref<Image>(makeCounted<MacImage>(newest->buffer, newest->version));
+            return completed(Ref<Image>(makeCounted<MacImage>(newest->buffer, newest->version)));
         ended_ = stream_->pictures().whyEnded();
         return ended_ == NoImage::none ? takeOne() : Shot(ended_);
     }

@@ -20,7 +20,7 @@ namespace {
 class Entry {
   public:
     explicit Entry(CFTypeRef entry) {
-        isAsExpected_ = CFGetTypeID(entry) == CFDictionaryGetTypeID();
+        isAsExpected_ = entry && CFGetTypeID(entry) == CFDictionaryGetTypeID();
         if (isAsExpected_) entry_ = (__bridge NSDictionary*)entry;
     }
 
@@ -85,7 +85,9 @@ class MacGrabber final : public Grabber {
   private:
     template <typename AskStream>
     Shot choose(MaybeShot shot, AskStream askStream) {
-        functionsWork_ = functionsWork_ || (shot && shot->image);
+        // A system may have one of the functions and not another.
+        if (!shot) return askStream();
+        functionsWork_ = functionsWork_ || shot->image;
         return functionsWork_ || isFinal(shot) ? *shot : askStream();
     }
 

@@ -1,4 +1,4 @@
-// Without the image functions: single pictures, streams for targets, a stream in place of the screen input.
+// Without the image functions for windows: single pictures, streams for targets, a stream in place of the screen input.
 #include <ScreenCaptureKit/ScreenCaptureKit.h>
 
 #include <future>
@@ -73,6 +73,7 @@ void window() {
 void exclusion() {
     const auto grabber = macos::makeWindowServer()->grabber(1, true);
     grabber->setUse({15, false});
+    EXPECT(grabber->display().image);  // by the function, which this system has
     grabber->composed({0, 0, 144, 90}, {7, 9, 3});
     standin::settle();
     EXPECT(grabber->composed({0, 0, 144, 90}, {7, 9, 3}).image);
@@ -90,6 +91,23 @@ void exclusion() {
     const long later = standin::timesCalled("shot");
     EXPECT(grabber->composed({0, 0, 144, 90}, {7, 3}).image && standin::timesCalled("shot") == later);
     desk().deliversSamples = true;
+}
+
+// An area that reaches beyond its display has its whole size, whether a stream or a single picture shows it.
+void beyond() {
+    const auto grabber = macos::makeWindowServer()->grabber(7, false);
+    const Rect area{134, 80, 20, 30};
+    for (const char* call : {"shot of display 1 without 3, 20x20 from 134,80", "stream of display 1 without 3"}) {
+        const Shot shot = grabber->area(area);
+        standin::settle();
+        EXPECT(standin::timesCalled(call) >= 1 && shot.image->width() == 40 && shot.image->height() == 60);
+        const uint8_t* bytes = shot.image->bytes();
+        EXPECT(bytes[4 * 19] == 1 && bytes[4 * 20 + 3] == 0);
+        EXPECT(bytes[19 * shot.image->bytesPerRow()] == 1 && bytes[20 * shot.image->bytesPerRow()] == 0);
+    }
+    const long shots = standin::timesCalled("shot");
+    grabber->area(area);
+    EXPECT(standin::timesCalled("shot") == shots);
 }
 
 void refused() {
@@ -153,7 +171,7 @@ void device(bool hasInput) {
 }  // namespace
 
 void checks::checkStreams() {
-    for (const auto part : {singles, window, exclusion, refused, cycles}) {
+    for (const auto part : {singles, window, exclusion, beyond, refused, cycles}) {
         setDesk();
         waitForNewList();
         std::async(std::launch::async, [&] {

@@ -41,7 +41,7 @@ struct Desk {
     CGPoint pointer{};
     size_t cursorWidth = 0;  // of the cursor's picture; 0: the system hands none out
     bool isPermitted = true;
-    bool hasImageFunctions = true;
+    bool hasImageFunctions = true;    // those for windows
     bool answersImages = true;        // what is there answers pictures, not null
     bool hasScreenInput = true;       // AVFoundation makes inputs for displays
     bool deliversSamples = true;      // SCStream answers what it is asked for
