@@ -30,6 +30,7 @@ RANKS = {
     "ScreenCapture/log/": 3,
     "ScreenCapture/platform/": 2,
     "common/utils/": 2,
+    "common/plain_yuv/": 1,
     "xplatform/common/": 1,
     "include/orvo/": 0,
 }

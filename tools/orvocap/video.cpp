@@ -1,9 +1,7 @@
 // Y4M and raw pictures as bytes, at a constant rate, whenever their frames have come.
 #include "video.h"
 
-#include <libyuv/convert.h>
-#include <libyuv/planar_functions.h>
-#include <libyuv/scale_argb.h>
+#include <libyuv.h>
 #include <algorithm>
 #include <stdexcept>
 #include <string_view>

@@ -1,8 +1,7 @@
 // Imaging on the CPU: views, scaling, wrapping.
 #include "ScreenCapture/platform/software/imaging.h"
 
-#include <libyuv/convert_from_argb.h>
-#include <libyuv/planar_functions.h>
+#include <libyuv.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,7 @@
 // Scaling of 32-bit pixels in memory: exact box steps while far above the target, then one weighted pass.
 #include "ScreenCapture/platform/software/scale.h"
 
-#include <libyuv/planar_functions.h>
-#include <libyuv/scale_argb.h>
+#include <libyuv.h>
 
 #include <algorithm>
 #include <cmath>
