@@ -1,5 +1,5 @@
-// What only the macOS library exports: its own syslog beside the C library's. Names are looked up by library there, so
-// a host's calls of syslog go on reaching the C library's.
+// What only the macOS library exports: its own syslog beside the C library's. A program binds a name to the first
+// library of its link line that has it; the package files name the C library first.
 #include <cstdarg>
 
 #include "orvo/screencapture.h"

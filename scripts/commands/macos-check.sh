@@ -1,5 +1,5 @@
 #!/bin/bash
-# Type-checks, analyses and runs the macOS side without a Mac, and proves that the check reports planted mistakes.
+# Type-checks, analyses, links and runs the macOS side without a Mac, and proves that the check reports planted mistakes.
 # Clang compiles for macOS itself, so the sizes of BOOL and what is too new or gone are the real ones; the declarations
 # of the system are our own (tools/macos-check/include), the C and C++ headers are this machine's.
 set -euo pipefail
@@ -23,10 +23,11 @@ language=(-std=c++20 -fexceptions -faligned-allocation -fblocks)
 objective=(-x objective-c++ -fobjc-arc -fobjc-exceptions)
 warnings=(-Wall -Wextra -Wshadow -Wundef -Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi -Wunguarded-availability
     -Wundeclared-selector -Werror)
-includes=(-Itools/macos-check/include -I. -Iinclude -DORVO_VERSION_TEXT='"0"')
+includes=(-Itools/macos-check/include -Icommon/plain_yuv -I. -Iinclude -DORVO_VERSION_TEXT='"0"')
 options=("${headers[@]}" "${language[@]}" "${warnings[@]}" "${includes[@]}")
 
 source tools/macos-check/standins.sh
+source tools/macos-check/link.sh
 
 # One step for one source: types TARGET FILE, portable TARGET FILE, analysis TARGET FILE, ownership - FILE,
 # object VARIANT FILE.
@@ -146,6 +147,7 @@ read_sources() {
     part "adapter, ${#targets[@]} systems" types
     part 'portable sources' portable
     part 'static analysis' analysis
+    part 'a host linked for 10.13 and 11.0' links
 }
 
 run_sources() {
