@@ -10,8 +10,9 @@ while [[ ${1-} == -D* ]]; do
 done
 # Configuring prints little that is new; it is shown only when it fails.
 mkdir -p "build/$preset"
-if ! cmake --preset "$preset" "${options[@]}" >"build/$preset/configure.log" 2>&1; then
+# Older shells, a Mac's among them, take an empty array for one that is not set.
+if ! cmake --preset "$preset" ${options[@]+"${options[@]}"} >"build/$preset/configure.log" 2>&1; then
     cat "build/$preset/configure.log" >&2
     exit 1
 fi
-cmake --build --preset "$preset" --parallel "${ORVO_JOBS:-$(nproc)}" ${1+--target "$@"}
+cmake --build --preset "$preset" --parallel "${ORVO_JOBS:-$(getconf _NPROCESSORS_ONLN)}" ${1+--target "$@"}

@@ -53,6 +53,11 @@ read -ra options <<<"$(pkg-config --cflags --libs orvo-screencapture)"
     -Wl,-rpath,"$libraries" -o "$work/consumer"
 expect_version 'pkg-config and C' "$work/consumer"
 
+"$root/scripts/exports.sh" linux | "$consumers/every_export.py" "$prefix/include" >"$work/every_export.c"
+"$cc" -std=c11 -Wall -Wextra -Wpedantic -Werror "$work/every_export.c" "${options[@]}" -Wl,-rpath,"$libraries" -o "$work/every_export"
+"$root/scripts/with-xvfb.sh" timeout 60 "$work/every_export" >"$work/calls" || fail "the call of $(tail -n 1 "$work/calls") fails"
+echo "every function called from C: $(grep -c '^orvo_' "$work/calls")"
+
 # The sample that publishes, as a host developer copies it.
 if pkg-config --exists gstreamer-app-1.0 gstreamer-video-1.0; then
     if ! { cmake -S "$root/examples/publish" -B "$work/publish" -DOrvoScreenCapture_DIR="$config" -DCMAKE_C_COMPILER="$cc" && cmake --build "$work/publish"; } >"$work/cmake.log" 2>&1; then

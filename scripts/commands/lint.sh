@@ -24,5 +24,6 @@ check faults scripts/lint/reliability.sh build/release
 check notices scripts/notices.py --check build/release
 check docs scripts/lint/docs.sh
 check ratio scripts/lint/ratio.sh
+check words scripts/lint/words.sh
 [ -n "$quick" ] || check tidy scripts/lint/tidy.sh build/release
 exit "$failed"

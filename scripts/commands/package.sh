@@ -1,11 +1,15 @@
 #!/bin/bash
-# Makes .deb, .rpm and .tar.gz and tries them; --try installs the .deb and removes it, as root; --twice compares two builds.
+# Makes .deb, .rpm and .tar.gz (on a Mac .xcframework and .tar.gz) and tries them; --try installs the .deb and removes it, as root; --twice compares two builds.
 set -euo pipefail
 mode=${1-}
 case $mode in
     --try | --twice | '') ;;
     *) echo "usage: ./dev package [--try | --twice]" >&2; exit 2 ;;
 esac
+if [ "$(uname)" = Darwin ]; then
+    scripts/commands/setup.sh build
+    exec scripts/package-darwin.sh
+fi
 scripts/commands/setup.sh build demo example package
 out=build/release/package
 work=$(mktemp -d)

@@ -4,7 +4,8 @@ set -euo pipefail
 table=scripts/packages.txt
 known=$(sed -n 's/^\([a-z]*\) .*/\1/p' "$table" | sort -u)
 purposes=("$@")
-[ $# -gt 0 ] || mapfile -t purposes < <(grep -vx peers <<<"$known")
+# shellcheck disable=SC2207 # a purpose is a word
+[ $# -gt 0 ] || purposes=($(grep -vx peers <<<"$known"))
 for purpose in "${purposes[@]}"; do
     grep -qxF -- "$purpose" <<<"$known" ||
         { echo "setup: there is no purpose '$purpose', but: $(tr '\n' ' ' <<<"$known")" >&2; exit 2; }
@@ -48,9 +49,13 @@ if [ -z "$manager" ]; then
     exit 1
 fi
 
-mapfile -t packages < <(awk -v column=$column -v purposes=" ${purposes[*]} " \
-    '/^[a-z]/ && index(purposes, " " $1 " ") && $column != "-" { print $column }' "$table" | sort -u)
-mapfile -t missing < <("${manager}_missing" "${packages[@]}")
+# Names of packages are single words.
+# shellcheck disable=SC2207
+packages=($(awk -v column=$column -v purposes=" ${purposes[*]} " \
+    '/^[a-z]/ && index(purposes, " " $1 " ") && $column != "-" { print $column }' "$table" | sort -u))
+[ ${#packages[@]} -gt 0 ] || exit 0
+# shellcheck disable=SC2207
+missing=($("${manager}_missing" "${packages[@]}"))
 [ ${#missing[@]} -gt 0 ] || exit 0
 echo "setup: installing ${missing[*]}"
 "${manager}_install" "${missing[@]}" </dev/null

@@ -9,4 +9,4 @@ for option in "$@"; do
         options+=("$option")
     fi
 done
-exec scripts/run-tests.sh release "${options[@]}"
+exec scripts/run-tests.sh release ${options[@]+"${options[@]}"}

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -167,13 +167,15 @@ TEST_F(Files, CopiesAndMeasures) {
 }
 
 TEST_F(Files, KnowsFoldersAndFileSystems) {
-    const std::filesystem::path install = orvoio_getinstalldir(), documents = orvoio_getdocdir();
-    EXPECT_TRUE(std::filesystem::exists(install / "runtime_tests")) << install;
+    const std::string install = orvoio_getinstalldir();
+    EXPECT_EQ(access((install + "/runtime_tests").c_str(), F_OK), 0) << install;
     EXPECT_STREQ(orvoio_getappdir(), orvoio_getinstalldir());
-    EXPECT_EQ(documents, install.parent_path().parent_path() / "Documents/");
+    EXPECT_EQ(orvoio_getdocdir(), install.substr(0, install.find_last_of('/', install.size() - 2)) + "/Documents/");
     uint64_t total = 0, available = 0;
-    const auto info = std::filesystem::space("/tmp");
-    EXPECT_TRUE(orvoio_fsinfo("/tmp", &total, &available) && total == info.capacity && available <= total);
+    struct statvfs info {};
+    ASSERT_EQ(statvfs("/tmp", &info), 0);
+    EXPECT_TRUE(orvoio_fsinfo("/tmp", &total, &available) && available <= total);
+    EXPECT_EQ(total, static_cast<uint64_t>(info.f_blocks) * info.f_frsize);
     EXPECT_FALSE(orvoio_fsinfo("/nowhere", &total, &available) || orvoio_fsinfo("/tmp", nullptr, &available));
     EXPECT_EQ(support::take_messages("orvofile"), Messages{"1 fsinfo illegal argument!"});
 }
