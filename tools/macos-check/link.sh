@@ -38,7 +38,7 @@ links() {
         >"$work/host.c"
     for system in x86_64:10.13 arm64:11.0; do
         arch=${system%:*} system=${system#*:}
-        "$clang" -target "$arch-apple-macosx$system" -fno-builtin -c "$work/host.c" -o "$work/host.o" || return 1
+        "$clang" -x c -target "$arch-apple-macosx$system" -fno-builtin -c "$work/host.c" -o "$work/host.o" || return 1
         # shellcheck disable=SC2086 # options are words
         bound "$arch" "$system" $options >"$work/bound" || return 1
         grep -v dyld_stub_binder "$work/bound" | diff - <(printf '%s\n' '_orvo_screencapture_init libOrvoScreenCaptureOSX' \
