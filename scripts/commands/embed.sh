@@ -21,13 +21,18 @@ configure() { # FOLDER CXX OPTIONS...
         -DCMAKE_C_COMPILER="${cc/g++/gcc}" "${absent[@]}" "${@:3}"
 }
 
-configure fetched "${compilers[0]}" -DFETCH=ON -G 'Ninja Multi-Config'
-echo 'embed: by FetchContent, for several configurations: configured'
-for cxx in "${compilers[@]}"; do
+# In turn by add_subdirectory for one configuration, and by FetchContent for several.
+ways=(add_subdirectory FetchContent)
+for i in "${!compilers[@]}"; do
     start=$SECONDS
+    cxx=${compilers[i]} way=${ways[i % 2]}
     rm -rf "$work/parent"
-    configure parent "$cxx" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORVO_WARNINGS_AS_ERRORS=ON
-    run cmake --build "$work/parent" --parallel "${ORVO_JOBS:-$(nproc)}"
-    for host in c_consumer cpp_consumer; do run scripts/with-xvfb.sh "$work/parent/$host"; done
-    echo "embed: by add_subdirectory, with $cxx: built without warnings, hosts in C and C++ run ($((SECONDS - start)) s)"
+    case $way in
+        add_subdirectory) options=(-G Ninja -DCMAKE_BUILD_TYPE=Release) config=Release folder=$work/parent ;;
+        FetchContent) options=(-G 'Ninja Multi-Config' -DFETCH=ON) config=Debug folder=$work/parent/Debug ;;
+    esac
+    configure parent "$cxx" "${options[@]}" -DORVO_WARNINGS_AS_ERRORS=ON
+    run cmake --build "$work/parent" --config "$config" --parallel "${ORVO_JOBS:-$(nproc)}"
+    for host in c_consumer cpp_consumer; do run scripts/with-xvfb.sh "$folder/$host"; done
+    echo "embed: $config by $way, with $cxx: built without warnings, hosts in C and C++ run ($((SECONDS - start)) s)"
 done
