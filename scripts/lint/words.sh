@@ -1,7 +1,7 @@
 #!/bin/bash
-# Fails when the pages together are longer than they may be; tables of calls and figures do not count.
+# Fails when the pages together are longer than they may be; tables of calls and what ./dev bench writes do not count.
 set -euo pipefail
-words=$(cat README.md CONTRIBUTING.md SECURITY.md docs/*.md | wc -w)
+words=$(cat README.md CONTRIBUTING.md SECURITY.md docs/*.md | sed '/<!-- figures: /,/<!-- end of the figures /d' | wc -w)
 words=$((words - $(wc -w <docs/macos-calls.md)))
 [ "$words" -le 8000 ] || { echo "the pages have $words words, more than 8000"; exit 1; }
 [ "$(wc -w <README.md)" -le 500 ] || { echo 'README.md has more than 500 words'; exit 1; }
