@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "ScreenCapture/platform/platform.h"
-#include "ScreenCapture/platform/x11/display_source.h"
+#include "ScreenCapture/platform/x11/services.h"
 #include "ScreenCapture/window/OrvoWindowCursor.h"
 #include "ScreenCapture/window/target_frame.h"
 #include "support/x11/traffic.h"

@@ -5,8 +5,7 @@
 #include <random>
 
 #include "ScreenCapture/platform/platform.h"
-#include "ScreenCapture/platform/x11/display_source.h"
-#include "ScreenCapture/platform/x11/picker_pictures.h"
+#include "ScreenCapture/platform/x11/services.h"
 #include "support/changes.h"
 #include "support/x11/x_server.h"
 

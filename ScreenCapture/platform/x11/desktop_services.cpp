@@ -1,10 +1,8 @@
 // Displays, pointer and windows: the desktop's facts in the port's points and coordinates.
 #include "ScreenCapture/platform/x11/applications.h"
 #include "ScreenCapture/platform/x11/desktop.h"
-#include "ScreenCapture/platform/x11/picker_pictures.h"
 #include "ScreenCapture/platform/x11/pointer.h"
 #include "ScreenCapture/platform/x11/services.h"
-#include "ScreenCapture/platform/x11/window_grabber.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -116,7 +114,7 @@ Shot X11WindowServer::displayPicture(uint32_t display, int width) {
 }
 
 std::unique_ptr<Grabber> X11WindowServer::grabber(uint32_t target, bool isScreen) {
-    return std::make_unique<WindowGrabber>(target, isScreen);
+    return makeGrabber(target, isScreen);
 }
 
 }  // namespace orvo::platform::x11

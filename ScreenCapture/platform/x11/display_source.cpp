@@ -1,6 +1,4 @@
 // The frames of the device path on x11.
-#include "ScreenCapture/platform/x11/display_source.h"
-
 #include <utility>
 #include <vector>
 
@@ -9,6 +7,7 @@
 #include "ScreenCapture/platform/x11/compositor.h"
 #include "ScreenCapture/platform/x11/desktop.h"
 #include "ScreenCapture/platform/x11/pointer.h"
+#include "ScreenCapture/platform/x11/services.h"
 
 namespace orvo::platform::x11 {
 namespace {

@@ -1,6 +1,4 @@
 // Pictures for a picker: of many windows, and of a display.
-#include "ScreenCapture/platform/x11/picker_pictures.h"
-
 #include <algorithm>
 #include <atomic>
 #include <mutex>
@@ -8,6 +6,7 @@
 
 #include "ScreenCapture/platform/x11/compositor.h"
 #include "ScreenCapture/platform/x11/desktop.h"
+#include "ScreenCapture/platform/x11/services.h"
 
 namespace orvo::platform::x11 {
 namespace {

@@ -6,7 +6,6 @@
 #include "ScreenCapture/platform/software/display_stream.h"
 #include "ScreenCapture/platform/software/imaging.h"
 #include "ScreenCapture/platform/x11/desktop.h"
-#include "ScreenCapture/platform/x11/display_source.h"
 #include "ScreenCapture/platform/x11/services.h"
 
 namespace orvo::platform {

@@ -75,6 +75,8 @@ class RedirectedWindow {
     // which shows on screen.
     void fit(const PixelRect& outer, int border, bool isNew);
     void onEvent(const xcb_generic_event_t& event);
+    // A manager may put the window into another frame.
+    void setFrame(xcb_window_t frame) { frame_ = frame; }
 
     // Whether somebody in this process does not know all of the window, of its frame or of what the frame holds. Any
     // thread.
@@ -149,7 +151,8 @@ class RedirectedWindow {
 
     RedirectedWindows& windows_;
     const std::shared_ptr<Connection> x_;  // the objects' own, also when it is lost
-    const xcb_window_t window_, frame_;
+    const xcb_window_t window_;
+    xcb_window_t frame_;
     ServerDamage damage_;  // while it is redirected; of the root always
     std::vector<Damage*> listeners_;
     bool damaged_ = false;  // there is some on the server

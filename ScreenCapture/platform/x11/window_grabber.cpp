@@ -1,10 +1,10 @@
 // Asks for the pictures of one target again and again.
-#include "ScreenCapture/platform/x11/window_grabber.h"
-
 #include <algorithm>
 #include <cmath>
 
+#include "ScreenCapture/platform/x11/compositor.h"
 #include "ScreenCapture/platform/x11/desktop.h"
+#include "ScreenCapture/platform/x11/services.h"
 
 namespace orvo::platform::x11 {
 namespace {
@@ -53,7 +53,35 @@ void setLayersOfList(const Server::Use& x, std::vector<Layer>& layers, const Win
         layers.push_back({Layer::Kind::background, windows.background, windows.root, windows.root, {}});
 }
 
-}  // namespace
+// A target window is redirected from the start: what was covered has time to be painted again before the first picture.
+// When the server has gone, so has a target window, and there is no picture of any kind; a display is found again on
+// the next server.
+class WindowGrabber final : public Grabber {
+  public:
+    WindowGrabber(uint32_t target, bool isScreen);
+    ~WindowGrabber() override;
+
+    Shot window() override;
+    Shot area(const Rect& area) override;
+    Shot composed(const Rect& bounds, const std::vector<uint32_t>& windows) override;
+    Shot display() override;
+
+  private:
+    bool open(Server::Use& x);
+    void close();
+    void watchTarget(Server::Use& x);
+    void noteGone();
+    template <typename Take>
+    Shot ask(Take&& take);
+
+    const uint32_t target_;
+    const bool isScreen_;
+    uint64_t epoch_ = 0;  // of the server that the next two belong to
+    std::unique_ptr<Compositor> compositor_;
+    std::shared_ptr<RedirectedWindow> window_;  // the target
+    std::vector<Layer> layers_;                 // of the picture that is taken
+    bool gone_ = false;
+};
 
 WindowGrabber::WindowGrabber(uint32_t target, bool isScreen) : target_(target), isScreen_(isScreen) {
     Server::Use x = desktopServer().use();
@@ -106,6 +134,7 @@ Shot WindowGrabber::ask(Take&& take) {
     if (!desktop) return whyUnreachable();
     noteGone();
     if (gone_) return NoImage::gone;
+    if (window_) window_->setFrame(desktop->windows->frameOf(target_));
     Shot shot = take(x, *desktop);
     if (!x) return whyUnreachable();
     // What was asked before the target went may have been answered from another window of the same number.
@@ -152,6 +181,12 @@ Shot WindowGrabber::display() {
         layers_.assign(1, layerOfRoot(*x));
         return compositor_->take(x, monitor->area, layers_, *desktop.windows);
     });
+}
+
+}  // namespace
+
+std::unique_ptr<Grabber> makeGrabber(uint32_t target, bool isScreen) {
+    return std::make_unique<WindowGrabber>(target, isScreen);
 }
 
 }  // namespace orvo::platform::x11
