@@ -212,7 +212,12 @@ TEST(Composited, PicturesAreWhatTheScreenShowsLessWhatIsExcluded) {
         }
         return count;
     };
+    int attempts = 0;
     EXPECT_TRUE(comesAbout([&] {
+        // At times xfwm4 leaves a part of a moved window unpainted on the screen, for good: what covers all of it
+        // helps.
+        if (++attempts % 50 == 0)
+            windows.painter().destroy(windows.make({.area = {0, 0, 800, 600}, .overrideRedirect = true}));
         const Shot shot = display->composed(all, shownLess(0));
         return secrets(shot) > 9000 && differences(shot, all) == 0;
     }));
