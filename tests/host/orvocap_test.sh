@@ -89,7 +89,9 @@ part_series() {
     wait "$recording" || fail "interrupted: $(cat "$work/log")"
     python3 - "$work" <<'END' || fail 'the summary of an interrupted recording'
 import json, os, sys
-target, = json.load(open(sys.argv[1] + "/summary"))["targets"]
+*frames, summary = map(json.loads, open(sys.argv[1] + "/summary"))  # the summary is the last line
+assert frames, "no frame has a line"
+target, = summary["targets"]
 files = [os.path.join(sys.argv[1], "pictures", name) for name in os.listdir(sys.argv[1] + "/pictures")]
 assert (target["frames"], target["bytes"]) == (len(files), sum(map(os.path.getsize, files))), target
 assert (target["width"], target["height"]) == (300, 200), target
