@@ -337,7 +337,7 @@ bool Scaling::resample(const Pixels& seen, const Pixels& target, const PixelRect
     const Pixels source = middle.part(read);
 
     const auto blend = columns.pairs == 1 ? blendColumns<1> : columns.pairs == 2 ? blendColumns<2> : blendColumns<0>;
-    std::vector<uint8_t> row(static_cast<size_t>(source.width + 2 * columns.pairs) * 4);
+    std::vector<uint8_t> row((static_cast<size_t>(source.width) + 2 * static_cast<size_t>(columns.pairs)) * 4);
     for (int y = 0; y < target.height; ++y) {
         const Taps::Span& span = rows.spans[static_cast<size_t>(part.y + y)];
         const int next = span.first + span.count - read.y;
