@@ -337,9 +337,11 @@ bool Scaling::resample(const Pixels& seen, const Pixels& target, const PixelRect
     const Pixels source = middle.part(read);
 
     const auto blend = columns.pairs == 1 ? blendColumns<1> : columns.pairs == 2 ? blendColumns<2> : blendColumns<0>;
-    std::vector<uint8_t> row((static_cast<size_t>(source.width) + 2 * static_cast<size_t>(columns.pairs)) * 4);
+    const size_t pixels = static_cast<size_t>(source.width) + static_cast<size_t>(columns.pairs) * 2;
+    std::vector<uint8_t> row(pixels * 4);
     for (int y = 0; y < target.height; ++y) {
-        const Taps::Span& span = rows.spans[static_cast<size_t>(part.y + y)];
+        const int line = part.y + y;
+        const Taps::Span& span = rows.spans[static_cast<size_t>(line)];
         const int next = span.first + span.count - read.y;
         const uint8_t* const ahead[] = {source.row(std::min(next, source.height - 1)),
                                         source.row(std::min(next + 1, source.height - 1))};
