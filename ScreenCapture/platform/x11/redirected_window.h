@@ -152,8 +152,8 @@ class RedirectedWindow {
     RedirectedWindows& windows_;
     const std::shared_ptr<Connection> x_;  // the objects' own, also when it is lost
     const xcb_window_t window_;
-    xcb_window_t frame_;
-    ServerDamage damage_;  // while it is redirected; of the root always
+    std::atomic<xcb_window_t> frame_;  // other captures of the window read it
+    ServerDamage damage_;              // while it is redirected; of the root always
     std::vector<Damage*> listeners_;
     bool damaged_ = false;  // there is some on the server
     ServerPixmap pixmap_;
