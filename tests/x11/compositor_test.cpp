@@ -117,7 +117,7 @@ class GrabberOn : public ::testing::TestWithParam<std::vector<std::string>> {
     static bool lacks(const char* extension) { return !GetParam().empty() && GetParam().back() == extension; }
 };
 
-// With the cursor a run that has just begun tells what is right.
+// With the cursor a run that has just begun shows what is right.
 TEST_P(GrabberOn, ADisplayIsShownAsTheServerHasItWhateverIsDrawnAndHeld) {
     const XServer server("317x241x24", arguments());
     Scribbler scribbler(server);

@@ -175,9 +175,9 @@ inline Bytes packed(const Lanes (&sums)[4]) {
 // read as the pairs of the last pixel reach, with weight 0. Pairs: 0 for any number.
 //
 // ahead: two rows of the source, with the same columns, that are blended next. The server has just written them, so
-// they come from another core's cache or from memory, and each begins where no earlier access tells the processor that
-// it follows. Asked for a little at a time between the pixels of this row they are there when their turn comes; asked
-// for at once they would have this row wait.
+// they come from another core's cache or from memory, and each begins where no earlier access lets the processor know
+// that it follows. Asked for a little at a time between the pixels of this row they are there when their turn comes;
+// asked for at once they would have this row wait.
 template <int Pairs>
 void blendColumns(const uint8_t* row, int left, const ColumnTaps& columns, int from, int count, uint8_t* out,
                   const uint8_t* const (&ahead)[2]) {
