@@ -288,4 +288,10 @@ Event Connection::nextEvent() {
     return nullptr;
 }
 
+std::vector<xcb_window_t> childrenIn(const xcb_query_tree_reply_t* tree) {
+    if (!tree) return {};
+    const xcb_window_t* const children = xcb_query_tree_children(tree);
+    return {children, children + xcb_query_tree_children_length(tree)};
+}
+
 }  // namespace orvo::platform::x11

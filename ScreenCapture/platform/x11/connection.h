@@ -8,9 +8,12 @@
 #include <cstdint>
 #include <cstdlib>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "ScreenCapture/platform/image.h"
 #include "ScreenCapture/platform/x11/extensions.h"
@@ -127,6 +130,27 @@ class Connection {
     unsigned lateAnswer_ = 0;  // the request whose answer was not waited for any longer
     bool lost_ = false;
 };
+
+// Requests that travel together: all are sent before the first answer is awaited.
+class RequestBatch {
+  public:
+    explicit RequestBatch(Connection& x) : x_(x) {}
+
+    Connection& connection() const { return x_; }
+    // Takes what awaits the answers of requests that have been sent.
+    void add(std::function<void()> receive) { receivers_.push_back(std::move(receive)); }
+    // In the order in which they were added.
+    void receive() {
+        for (const auto& receiver : std::exchange(receivers_, {})) receiver();
+    }
+
+  private:
+    Connection& x_;
+    std::vector<std::function<void()>> receivers_;
+};
+
+// The windows inside a window, back to front; none without a reply.
+std::vector<xcb_window_t> childrenIn(const xcb_query_tree_reply_t* tree);
 
 // Connects without waiting: xcb_connect() itself waits for the server without a limit, and stays on its own thread
 // when it does not return.

@@ -38,8 +38,8 @@ std::vector<Inside> windowsInside(Connection& x, xcb_window_t window) {
             const PixelRect size{0, 0, geometry->width, geometry->height};
             // An input-only window has no depth.
             if (geometry->depth != 0 && fitsPicture(size)) found.push_back({request.window, size, geometry->depth});
-            const xcb_window_t* children = xcb_query_tree_children(tree.get());
-            level.insert(level.end(), children, children + xcb_query_tree_children_length(tree.get()));
+            const std::vector<xcb_window_t> children = childrenIn(tree.get());
+            level.insert(level.end(), children.begin(), children.end());
         }
     }
     return found;

@@ -30,7 +30,6 @@ constexpr int kMaxFrameDepth = 8;  // windows between a client and the root that
 // A child of the root, as this refresh found it.
 struct TopLevel {
     xcb_window_t window = 0;
-    unsigned tree = 0;
     std::vector<xcb_window_t> children;
     std::vector<xcb_window_t> clients;  // that it frames, back to front; itself when it is its own client
 };
@@ -64,8 +63,7 @@ class WindowListPart final : public DesktopPart {
     void applyMoves(Desktop& next);
     void publish(std::shared_ptr<WindowList> list, Desktop& next);
     bool noteFocus(const xcb_focus_in_event_t& event);
-    void requestTopLevels(Connection& x);
-    void receiveTopLevels(Connection& x);
+    void readTopLevels(Connection& x);
     void takeListedClients(Connection& x);
     void takeOverrideWindows();
     void findClients(Connection& x);
@@ -75,8 +73,8 @@ class WindowListPart final : public DesktopPart {
         return facts.geometry().viewable || (root_.hasManager && facts.hasState());
     }
     xcb_window_t clientInside(const TopLevel& top) const;
-    void requestDetails(Connection& x, PidRequest& pids);
-    void receiveDetails(Connection& x, WindowList& list);
+    void readDetails(Connection& x);
+    void listClients(Connection& x, WindowList& list);
     DesktopWindow describe(Connection& x, const TopLevel& top, xcb_window_t client);
     bool isHelper(Connection& x, const DesktopWindow& window) const;
     void noteActive(Connection& x, WindowList& list);
@@ -208,40 +206,31 @@ bool WindowListPart::makesStale(const Connection& x, const xcb_generic_event_t& 
 }
 
 // The second batch, after the properties of the root: the top-level windows, and all that the manager's list names.
-void WindowListPart::requestTopLevels(Connection& x) {
+void WindowListPart::readTopLevels(Connection& x) {
+    RequestBatch batch(x);
     tops_.clear();
+    tops_.reserve(root_.children.size());
     for (const xcb_window_t window : root_.children) {
         // The compositor's overlay belongs to the server itself and is no window of anybody.
         if (ownerOf(x, window) == 0) continue;
         TopLevel& top = tops_.emplace_back();
         top.window = window;
-        top.tree = xcb_query_tree(x.raw(), window).sequence;
-        known_[window].requestGeometry(x, window);
-    }
-    root_.requestCheck(x, atoms_);
-    for (const xcb_window_t client : root_.clients) {
-        known_[client].requestProperties(x, atoms_, client);
-        known_[client].requestGeometry(x, client);
-    }
-}
-
-void WindowListPart::receiveTopLevels(Connection& x) {
-    for (TopLevel& top : tops_) {
-        WindowProperties& facts = known_[top.window];
+        WindowProperties& facts = known_[window];
         const bool wasShown = facts.geometry().viewable;
-        facts.receiveGeometry(x);
-        // It may be in the list before its event is read.
-        if (facts.geometry().viewable && !wasShown) facts.mapped = ++mappings_;
-        if (const auto tree = x.await<xcb_query_tree_reply_t>(top.tree)) {
-            const xcb_window_t* children = xcb_query_tree_children(tree.get());
-            top.children.assign(children, children + xcb_query_tree_children_length(tree.get()));
-        }
+        const unsigned tree = xcb_query_tree(x.raw(), window).sequence;
+        facts.askGeometry(batch, window);
+        batch.add([this, &x, &top, &facts, tree, wasShown] {
+            top.children = childrenIn(x.await<xcb_query_tree_reply_t>(tree).get());
+            // It may be in the list before its event is read.
+            if (facts.geometry().viewable && !wasShown) facts.mapped = ++mappings_;
+        });
     }
-    root_.receiveCheck(x, atoms_);
+    root_.askCheck(batch, atoms_);
     for (const xcb_window_t client : root_.clients) {
-        known_[client].receiveGeometry(x);
-        known_[client].receiveProperties(x, atoms_);
+        known_[client].askProperties(batch, atoms_, client);
+        if (!contains(root_.children, client)) known_[client].askGeometry(batch, client);
     }
+    batch.receive();
 }
 
 // Managers whose frames are deeper than one window cost a wait for each level.
@@ -285,59 +274,52 @@ xcb_window_t WindowListPart::clientInside(const TopLevel& top) const {
 }
 
 void WindowListPart::findClients(Connection& x) {
-    const auto mayFrame = [&](const TopLevel& top) {
+    RequestBatch batch(x);
+    for (TopLevel& top : tops_) {
         const Geometry& geometry = known_[top.window].geometry();
-        return geometry.exists && !geometry.inputOnly && !geometry.overrideRedirect;
-    };
-    for (TopLevel& top : tops_) {
-        if (!mayFrame(top)) continue;
-        known_[top.window].requestProperties(x, atoms_, top.window);
+        if (!geometry.exists || geometry.inputOnly || geometry.overrideRedirect) continue;
+        known_[top.window].askProperties(batch, atoms_, top.window);
         for (const xcb_window_t child : top.children) {
-            known_[child].requestProperties(x, atoms_, child);
-            known_[child].requestGeometry(x, child);
+            known_[child].askProperties(batch, atoms_, child);
+            known_[child].askGeometry(batch, child);
         }
+        batch.add([this, &top] {
+            const xcb_window_t client = clientInside(top);
+            if (isShown(known_[client])) top.clients = {client};
+        });
     }
-    for (TopLevel& top : tops_) {
-        if (!mayFrame(top)) continue;
-        known_[top.window].receiveProperties(x, atoms_);
-        for (const xcb_window_t child : top.children) {
-            known_[child].receiveGeometry(x);
-            known_[child].receiveProperties(x, atoms_);
-        }
-        const xcb_window_t client = clientInside(top);
-        if (isShown(known_[client])) top.clients = {client};
-    }
+    batch.receive();
 }
 
 // The third batch: what the manager's list does not name, shapes, and the processes of new windows.
-void WindowListPart::requestDetails(Connection& x, PidRequest& pids) {
+void WindowListPart::readDetails(Connection& x) {
+    RequestBatch batch(x);
+    std::vector<std::pair<xcb_window_t, WindowProperties*>> withoutProcess;
+    const auto ask = [&](xcb_window_t window) -> WindowProperties& {
+        WindowProperties& facts = known_[window];
+        facts.askProperties(batch, atoms_, window);
+        facts.askShape(batch, window);
+        return facts;
+    };
     for (const TopLevel& top : tops_) {
-        if (top.clients.empty()) continue;
-        known_[top.window].requestProperties(x, atoms_, top.window);  // its opacity
-        known_[top.window].requestShape(x, top.window);
+        if (!top.clients.empty()) ask(top.window);  // its opacity
         for (const xcb_window_t client : top.clients) {
-            known_[client].requestProperties(x, atoms_, client);
-            known_[client].requestShape(x, client);
-            pids.add(client, known_[client]);
+            WindowProperties& facts = ask(client);
+            if (!std::exchange(facts.pidRequested, true)) withoutProcess.emplace_back(client, &facts);
         }
     }
-    pids.request(x);
+    askProcesses(batch, std::move(withoutProcess));
+    batch.receive();
 }
 
-void WindowListPart::receiveDetails(Connection& x, WindowList& list) {
-    for (auto top = tops_.rbegin(); top != tops_.rend(); ++top) {
-        if (top->clients.empty()) continue;
-        known_[top->window].receiveProperties(x, atoms_);
-        known_[top->window].receiveShape(x);
+void WindowListPart::listClients(Connection& x, WindowList& list) {
+    for (auto top = tops_.rbegin(); top != tops_.rend(); ++top)
         for (auto client = top->clients.rbegin(); client != top->clients.rend(); ++client) {
-            WindowProperties& facts = known_[*client];
-            facts.receiveProperties(x, atoms_);
-            facts.receiveShape(x);
+            const WindowProperties& facts = known_[*client];
             const Geometry& geometry = facts.geometry();
             if (geometry.exists && !geometry.inputOnly && isShown(facts))
                 list.all.push_back(describe(x, *top, *client));
         }
-    }
 }
 
 DesktopWindow WindowListPart::describe(Connection& x, const TopLevel& top, xcb_window_t client) {
@@ -354,7 +336,7 @@ DesktopWindow WindowListPart::describe(Connection& x, const TopLevel& top, xcb_w
 bool WindowListPart::isHelper(Connection& x, const DesktopWindow& window) const {
     if (window.managed) return false;
     const bool isManagers = root_.keepsHints && ownerOf(x, window.number) == ownerOf(x, root_.checkWindow);
-    return isManagers || software::intersection(window.frameBounds, root_.area).empty();
+    return isManagers || software::intersection(window.frameBounds, root_.root).empty();
 }
 
 // What the manager says, else whoever gets the keys.
@@ -413,24 +395,15 @@ void WindowListPart::refresh(Connection& x, Desktop& next) {
     if (!mustAsk_) return applyMoves(next);
     moves_.clear();
     auto list = std::make_shared<WindowList>();
-    root_.request(x, atoms_);
-    mustAsk_ = !root_.receive(x, atoms_);
+    mustAsk_ = !root_.read(x, atoms_);
     if (mustAsk_) return;
-    requestTopLevels(x);
-    receiveTopLevels(x);
-    list->root = root_.area;
-    list->background = root_.background;
-    list->hasManager = root_.hasManager;
-    list->keepsHints = root_.keepsHints;
-    list->isComposited = root_.isComposited;
-    list->paintsFrames = root_.paintsFrames;
+    readTopLevels(x);
+    static_cast<RootFacts&>(*list) = root_;
     if (root_.listsClients) takeListedClients(x);
     takeOverrideWindows();
     if (!root_.listsClients) findClients(x);
-    PidRequest pids;
-    requestDetails(x, pids);
-    pids.receive(x);
-    receiveDetails(x, *list);
+    readDetails(x);
+    listClients(x, *list);
     noteActive(x, *list);
     noteProcesses(*list);
     list->mappings = mappings_;

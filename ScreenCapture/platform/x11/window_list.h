@@ -68,18 +68,23 @@ struct Process {
     bool operator==(const Process&) const = default;
 };
 
-struct WindowList {
+// What the root window and its manager are like.
+struct RootFacts {
+    PixelRect root;               // the root window, at the origin
+    xcb_pixmap_t background = 0;  // what the root shows; 0 when nobody says, or it is no pixmap of the root's depth
+    bool hasManager = false;      // a window manager runs
+    bool keepsHints = false;      // and keeps the common hints up to date: what a dead one left is not believed
+    bool isComposited = false;    // a compositing manager runs
+    bool paintsFrames = true;     // frames hold what a manager painted, as far as one can know
+    bool operator==(const RootFacts&) const = default;
+};
+
+struct WindowList : RootFacts {
     std::vector<DesktopWindow> all;  // front to back, those that are not on screen at their place in the stack
     std::vector<Process> processes;  // in the order in which they appeared
     std::vector<int32_t> hidden;     // processes whose application is hidden as a whole
     xcb_window_t active = 0;         // the client that has the focus; 0 without one
-    xcb_pixmap_t background = 0;     // what the root shows; 0 when nobody says, or it is no pixmap of the root's depth
-    PixelRect root;                  // the root window, at the origin
     uint64_t mappings = 0;           // the last number of a mapped frame
-    bool hasManager = false;         // a window manager runs
-    bool keepsHints = false;         // and it keeps the common hints
-    bool isComposited = false;       // a compositing manager runs
-    bool paintsFrames = true;        // frames hold what a manager painted, as far as one can know
     bool operator==(const WindowList&) const = default;
 
     const DesktopWindow* find(xcb_window_t number) const;

@@ -52,13 +52,26 @@ WindowType typeOf(const Atoms& atoms, const std::vector<uint32_t>& types) {
     return types.empty() ? WindowType::none : WindowType::other;
 }
 
-// Icons are large; that there is one is enough here.
-uint32_t longest(const Atoms& atoms, xcb_atom_t name) {
-    return name == atoms.NET_WM_ICON ? 0 : kMaxProperty;
-}
-
 bool contains(const std::vector<uint32_t>& numbers, xcb_atom_t atom) {
     return atom != XCB_ATOM_NONE && platform::contains(numbers, atom);
+}
+
+// What the root window is asked for, and each client.
+std::vector<xcb_atom_t> rootNames(const Atoms& atoms) {
+    return {atoms.NET_CLIENT_LIST_STACKING,
+            atoms.NET_CLIENT_LIST,
+            atoms.NET_ACTIVE_WINDOW,
+            atoms.NET_SUPPORTING_WM_CHECK,
+            atoms.NET_SUPPORTED,
+            atoms.NET_SHOWING_DESKTOP,
+            atoms.XROOTPMAP_ID};
+}
+std::vector<xcb_atom_t> windowNames(const Atoms& atoms) {
+    return {atoms.NET_WM_NAME,           XCB_ATOM_WM_NAME,          XCB_ATOM_WM_CLASS,
+            atoms.NET_WM_WINDOW_TYPE,    atoms.NET_WM_STATE,        atoms.WM_STATE,
+            atoms.NET_WM_WINDOW_OPACITY, atoms.NET_WM_PID,          atoms.WM_WINDOW_ROLE,
+            XCB_ATOM_WM_TRANSIENT_FOR,   atoms.NET_WM_ICON,         XCB_ATOM_WM_CLIENT_MACHINE,
+            atoms.GTK_FRAME_EXTENTS,     atoms.NET_WM_OPAQUE_REGION};
 }
 
 // The server counts from inside the border, the answer from its corner. outer: the window with its border. Of windows
@@ -89,71 +102,60 @@ xcb_window_t ownerOf(Connection& x, xcb_window_t window) {
     return window & ~xcb_get_setup(x.raw())->resource_id_mask;
 }
 
+PropertyRequest::PropertyRequest(Connection& x, const Atoms& atoms, xcb_window_t window,
+                                 const std::vector<xcb_atom_t>& names, uint32_t limit)
+    : x_(x), atoms_(atoms) {
+    for (const xcb_atom_t name : names) {
+        const uint32_t length = name == atoms.NET_WM_ICON ? 0 : limit;  // icons are large; that there is one is enough
+        sequences_[name] = xcb_get_property(x.raw(), 0, window, name, XCB_ATOM_ANY, 0, length).sequence;
+    }
+}
+
+PropertyRequest::Answer PropertyRequest::read(xcb_atom_t name) const {
+    auto reply = x_.await<xcb_get_property_reply_t>(sequences_.at(name));
+    const Property property = atoms_.property(reply.get());
+    return {property, std::move(reply)};
+}
+
 bool RootProperties::isInteresting(const Atoms& atoms, xcb_atom_t property) {
-    const xcb_atom_t all[] = {atoms.NET_CLIENT_LIST_STACKING,
-                              atoms.NET_CLIENT_LIST,
-                              atoms.NET_ACTIVE_WINDOW,
-                              atoms.NET_SUPPORTING_WM_CHECK,
-                              atoms.NET_SUPPORTED,
-                              atoms.NET_SHOWING_DESKTOP,
-                              atoms.XROOTPMAP_ID};
-    return property != XCB_ATOM_NONE && std::find(std::begin(all), std::end(all), property) != std::end(all);
+    return contains(rootNames(atoms), property);
 }
 
-void RootProperties::request(Connection& x, const Atoms& atoms) {
-    const auto property = [&](xcb_atom_t atom, uint32_t longs) {
-        return xcb_get_property(x.raw(), 0, x.root(), atom, XCB_ATOM_ANY, 0, longs).sequence;
-    };
-    sequences_ = {.tree = xcb_query_tree(x.raw(), x.root()).sequence,
-                  .attributes = xcb_get_window_attributes(x.raw(), x.root()).sequence,
-                  .geometry = xcb_get_geometry(x.raw(), x.root()).sequence,
-                  .focus = xcb_get_input_focus(x.raw()).sequence,
-                  .stacking = property(atoms.NET_CLIENT_LIST_STACKING, kMaxNumbers),
-                  .clients = property(atoms.NET_CLIENT_LIST, kMaxNumbers),
-                  .active = property(atoms.NET_ACTIVE_WINDOW, 1),
-                  .check = property(atoms.NET_SUPPORTING_WM_CHECK, 1),
-                  .background = property(atoms.XROOTPMAP_ID, 1),
-                  .supported = property(atoms.NET_SUPPORTED, kMaxNumbers),
-                  .showing = property(atoms.NET_SHOWING_DESKTOP, 1),
-                  .compositor = xcb_get_selection_owner(x.raw(), atoms.NET_WM_CM_S0).sequence};
-}
+bool RootProperties::read(Connection& x, const Atoms& atoms) {
+    const auto tree = xcb_query_tree(x.raw(), x.root());
+    const auto attributes = xcb_get_window_attributes(x.raw(), x.root());
+    const auto geometry = xcb_get_geometry(x.raw(), x.root());
+    const auto input = xcb_get_input_focus(x.raw());
+    const PropertyRequest properties(x, atoms, x.root(), rootNames(atoms), kMaxNumbers);
+    const auto selection = xcb_get_selection_owner(x.raw(), atoms.NET_WM_CM_S0);
 
-bool RootProperties::receive(Connection& x, const Atoms& atoms) {
-    const auto numbers = [&](unsigned sequence, bool& exists) {
-        const auto reply = x.await<xcb_get_property_reply_t>(sequence);
-        exists |= reply && reply->type != XCB_ATOM_NONE;
-        return decodeNumbers(atoms.property(reply.get()));
-    };
-    bool any = false;
-    const auto first = [&](unsigned sequence, bool& exists) {
-        const std::vector<uint32_t> all = numbers(sequence, exists);
-        return all.empty() ? 0 : all.front();
-    };
-    const auto tree = x.await<xcb_query_tree_reply_t>(sequences_.tree);
-    const auto attributes = x.await<xcb_get_window_attributes_reply_t>(sequences_.attributes);
-    const auto geometry = x.await<xcb_get_geometry_reply_t>(sequences_.geometry);
-    const auto holder = x.await<xcb_get_input_focus_reply_t>(sequences_.focus);
-    listsClients = reportsActive = false;
-    clients = numbers(sequences_.stacking, listsClients);
-    inOrder = numbers(sequences_.clients, listsClients);
+    const auto inside = x.await<xcb_query_tree_reply_t>(tree.sequence);
+    const auto known = x.await<xcb_get_window_attributes_reply_t>(attributes.sequence);
+    const auto size = x.await<xcb_get_geometry_reply_t>(geometry.sequence);
+    const auto holder = x.await<xcb_get_input_focus_reply_t>(input.sequence);
+    const auto stacking = properties.read(atoms.NET_CLIENT_LIST_STACKING);
+    const auto mapped = properties.read(atoms.NET_CLIENT_LIST);
+    const auto activeWindow = properties.read(atoms.NET_ACTIVE_WINDOW);
+    checkWindow = decodeNumber(properties.read(atoms.NET_SUPPORTING_WM_CHECK), 0);
+    background = decodeNumber(properties.read(atoms.XROOTPMAP_ID), 0);
+    supportsHidden_ = contains(decodeNumbers(properties.read(atoms.NET_SUPPORTED)), atoms.NET_WM_STATE_HIDDEN);
+    const bool showsDesktop = decodeNumber(properties.read(atoms.NET_SHOWING_DESKTOP), 0) != 0;
+    const auto owner = x.await<xcb_get_selection_owner_reply_t>(selection.sequence);
+    if (!inside || !known || !size || !holder || !owner) return false;
+
+    children = childrenIn(inside.get());
+    listsClients = stacking.format != 0 || mapped.format != 0;
+    inOrder = decodeNumbers(mapped);
+    clients = decodeNumbers(stacking);
     if (clients.empty()) clients = inOrder;
-    active = first(sequences_.active, reportsActive);
-    checkWindow = first(sequences_.check, any);
-    background = first(sequences_.background, any);
-    const std::vector<uint32_t> supported = numbers(sequences_.supported, any);
-    const bool showsDesktop = first(sequences_.showing, any) != 0;
-    const auto compositor = x.await<xcb_get_selection_owner_reply_t>(sequences_.compositor);
-    if (!tree || !attributes || !geometry || !holder || !compositor) return false;
-
-    const xcb_window_t* windows = xcb_query_tree_children(tree.get());
-    children.assign(windows, windows + xcb_query_tree_children_length(tree.get()));
+    reportsActive = activeWindow.format != 0;
+    active = decodeNumber(activeWindow, 0);
     // There is one redirecting client at most, and that is what makes it the manager.
-    hasManager = (attributes->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT) != 0;
-    area = {0, 0, geometry->width, geometry->height};
-    compositor_ = compositor->owner;
+    hasManager = (known->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT) != 0;
+    root = {0, 0, size->width, size->height};
+    compositor_ = owner->owner;
     isComposited = compositor_ != XCB_NONE;
     focus = holder->focus == XCB_INPUT_FOCUS_POINTER_ROOT ? XCB_NONE : holder->focus;
-    supportsHidden_ = contains(supported, atoms.NET_WM_STATE_HIDDEN);
     const auto now = readAt_ = std::chrono::steady_clock::now();
     if (showsDesktop && !showsDesktop_) showsDesktopSince_ = now;
     if (!showsDesktop && showsDesktop_) showedDesktopUntil_ = now;
@@ -161,32 +163,27 @@ bool RootProperties::receive(Connection& x, const Atoms& atoms) {
     return true;
 }
 
-void RootProperties::requestCheck(Connection& x, const Atoms& atoms) {
-    backgroundSize_ = xcb_get_geometry(x.raw(), background).sequence;
-    backgroundAttributes_ = xcb_get_window_attributes(x.raw(), background).sequence;
-    const auto property = [&](xcb_atom_t atom) {
-        return xcb_get_property(x.raw(), 0, checkWindow, atom, XCB_ATOM_ANY, 0, kMaxProperty).sequence;
-    };
-    check_ = property(atoms.NET_SUPPORTING_WM_CHECK);
-    managerName_ = property(atoms.NET_WM_NAME);
-}
-
-void RootProperties::receiveCheck(Connection& x, const Atoms& atoms) {
-    // The property outlives the pixmap, and may name anything; of a window its picture would show what is on screen.
-    const auto size = x.await<xcb_get_geometry_reply_t>(backgroundSize_);
-    const auto window = x.await<xcb_get_window_attributes_reply_t>(backgroundAttributes_);
-    if (!size || size->depth != x.screen()->root_depth || window) background = 0;
-    const auto check = x.await<xcb_get_property_reply_t>(check_);
-    keepsHints = checkWindow != 0 && decodeNumber(atoms.property(check.get()), 0) == checkWindow;
-    const auto nameReply = x.await<xcb_get_property_reply_t>(managerName_);
-    const std::string name = decodeText(atoms.property(nameReply.get()));
-    const bool isPainter =
-        std::find(std::begin(kFramePainters), std::end(kFramePainters), name) != std::end(kFramePainters);
-    const bool isSeparate = ownerOf(x, compositor_) != ownerOf(x, checkWindow);
-    paintsFrames = !isComposited || (keepsHints && (isPainter || isSeparate));
-    listsClients &= keepsHints;
-    reportsActive &= keepsHints;
-    reportsHidden = keepsHints && supportsHidden_;
+void RootProperties::askCheck(RequestBatch& batch, const Atoms& atoms) {
+    Connection& x = batch.connection();
+    const unsigned size = xcb_get_geometry(x.raw(), background).sequence;
+    const unsigned attributes = xcb_get_window_attributes(x.raw(), background).sequence;
+    const PropertyRequest manager(x, atoms, checkWindow, {atoms.NET_SUPPORTING_WM_CHECK, atoms.NET_WM_NAME},
+                                  kMaxProperty);
+    batch.add([this, &x, &atoms, size, attributes, manager] {
+        // The property outlives the pixmap, and may name anything; of a window its picture would show what is on
+        // screen.
+        const auto pixmap = x.await<xcb_get_geometry_reply_t>(size);
+        const auto window = x.await<xcb_get_window_attributes_reply_t>(attributes);
+        if (!pixmap || pixmap->depth != x.screen()->root_depth || window) background = 0;
+        keepsHints = checkWindow != 0 && decodeNumber(manager.read(atoms.NET_SUPPORTING_WM_CHECK), 0) == checkWindow;
+        const std::string name = decodeText(manager.read(atoms.NET_WM_NAME));
+        const bool isPainter = std::ranges::find(kFramePainters, name) != std::end(kFramePainters);
+        const bool isSeparate = ownerOf(x, compositor_) != ownerOf(x, checkWindow);
+        paintsFrames = !isComposited || (keepsHints && (isPainter || isSeparate));
+        listsClients &= keepsHints;
+        reportsActive &= keepsHints;
+        reportsHidden = keepsHints && supportsHidden_;
+    });
 }
 
 // metacity and icewm mark the windows as if they were minimised. Those that were marked long before are.
@@ -208,66 +205,45 @@ std::string processName(int32_t pid) {
     return name;
 }
 
-void WindowProperties::requestGeometry(Connection& x, xcb_window_t window) {
-    if (place_[0] != 0) return;  // is being asked for
+void WindowProperties::askGeometry(RequestBatch& batch, xcb_window_t window) {
+    Connection& x = batch.connection();
     // Whether it shows comes last: a place that was read while it still showed is no place to which a manager moves it
     // out of sight.
-    place_ = {xcb_get_geometry(x.raw(), window).sequence,
-              xcb_translate_coordinates(x.raw(), window, x.root(), 0, 0).sequence,
-              xcb_get_window_attributes(x.raw(), window).sequence};
+    const unsigned geometry = xcb_get_geometry(x.raw(), window).sequence;
+    const unsigned place = xcb_translate_coordinates(x.raw(), window, x.root(), 0, 0).sequence;
+    const unsigned state = xcb_get_window_attributes(x.raw(), window).sequence;
+    batch.add([this, &x, geometry, place, state] {
+        const auto size = x.await<xcb_get_geometry_reply_t>(geometry);
+        const auto origin = x.await<xcb_translate_coordinates_reply_t>(place);
+        const auto attributes = x.await<xcb_get_window_attributes_reply_t>(state);
+        geometry_ = {};
+        if (!attributes || !size || !origin) return;
+        geometry_.exists = true;
+        geometry_.inputOnly = attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY;
+        geometry_.viewable = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
+        geometry_.overrideRedirect = attributes->override_redirect != 0;
+        geometry_.hasAlpha = size->depth == 32;
+        geometry_.bounds = {origin->dst_x, origin->dst_y, size->width, size->height};
+        geometry_.outer = withBorder(geometry_.bounds, size->border_width);
+    });
 }
 
-// A window may be named twice, as a child of the root and in the manager's list.
-void WindowProperties::receiveGeometry(Connection& x) {
-    if (place_[0] == 0) return;
-    const auto size = x.await<xcb_get_geometry_reply_t>(place_[0]);
-    const auto origin = x.await<xcb_translate_coordinates_reply_t>(place_[1]);
-    const auto attributes = x.await<xcb_get_window_attributes_reply_t>(place_[2]);
-    place_ = {};
-    geometry_ = {};
-    if (!attributes || !size || !origin) return;
-    geometry_.exists = true;
-    geometry_.inputOnly = attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY;
-    geometry_.viewable = attributes->map_state == XCB_MAP_STATE_VIEWABLE;
-    geometry_.overrideRedirect = attributes->override_redirect != 0;
-    geometry_.hasAlpha = size->depth == 32;
-    geometry_.bounds = {origin->dst_x, origin->dst_y, size->width, size->height};
-    geometry_.outer = withBorder(geometry_.bounds, size->border_width);
-}
-
-// In the order in which receiveProperties() takes them.
-std::array<xcb_atom_t, WindowProperties::kProperties> WindowProperties::interesting(const Atoms& atoms) {
-    return {atoms.NET_WM_NAME,           XCB_ATOM_WM_NAME,          XCB_ATOM_WM_CLASS,
-            atoms.NET_WM_WINDOW_TYPE,    atoms.NET_WM_STATE,        atoms.WM_STATE,
-            atoms.NET_WM_WINDOW_OPACITY, atoms.NET_WM_PID,          atoms.WM_WINDOW_ROLE,
-            XCB_ATOM_WM_TRANSIENT_FOR,   atoms.NET_WM_ICON,         XCB_ATOM_WM_CLIENT_MACHINE,
-            atoms.GTK_FRAME_EXTENTS,     atoms.NET_WM_OPAQUE_REGION};
-}
-
-void WindowProperties::requestProperties(Connection& x, const Atoms& atoms, xcb_window_t window) {
-    if (propertiesKnown_ || awaitsProperties_) return;
+void WindowProperties::askProperties(RequestBatch& batch, const Atoms& atoms, xcb_window_t window) {
+    if (std::exchange(propertiesKnown_, true)) return;
+    Connection& x = batch.connection();
     x.select(window, XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_FOCUS_CHANGE);
-    const auto names = interesting(atoms);
-    for (size_t i = 0; i < kProperties; ++i)
-        properties_[i] =
-            xcb_get_property(x.raw(), 0, window, names[i], XCB_ATOM_ANY, 0, longest(atoms, names[i])).sequence;
-    awaitsProperties_ = true;
+    batch.add([this, &atoms, properties = PropertyRequest(x, atoms, window, windowNames(atoms), kMaxProperty)] {
+        take(atoms, properties);
+    });
 }
 
-void WindowProperties::receiveProperties(Connection& x, const Atoms& atoms) {
-    if (!std::exchange(awaitsProperties_, false)) return;
-    std::array<Reply<xcb_get_property_reply_t>, kProperties> replies;
-    std::array<Property, kProperties> read;
-    for (size_t i = 0; i < kProperties; ++i) {
-        replies[i] = x.await<xcb_get_property_reply_t>(properties_[i]);
-        read[i] = atoms.property(replies[i].get());
-    }
-    propertiesKnown_ = true;
-    client_.title = decodeText(read[0]);
-    if (client_.title.empty()) client_.title = decodeText(read[1]);
-    std::tie(client_.instance, client_.className) = decodeClass(read[2]);
-    client_.type = typeOf(atoms, decodeNumbers(read[3]));
-    const std::vector<uint32_t> states = decodeNumbers(read[4]);
+void WindowProperties::take(const Atoms& atoms, const PropertyRequest& properties) {
+    client_.title = decodeText(properties.read(atoms.NET_WM_NAME));
+    const std::string oldTitle = decodeText(properties.read(XCB_ATOM_WM_NAME));
+    if (client_.title.empty()) client_.title = oldTitle;
+    std::tie(client_.instance, client_.className) = decodeClass(properties.read(XCB_ATOM_WM_CLASS));
+    client_.type = typeOf(atoms, decodeNumbers(properties.read(atoms.NET_WM_WINDOW_TYPE)));
+    const std::vector<uint32_t> states = decodeNumbers(properties.read(atoms.NET_WM_STATE));
     const bool isHidden = contains(states, atoms.NET_WM_STATE_HIDDEN);
     if (isHidden && !hidden_) hiddenSince_ = std::chrono::steady_clock::now();
     hidden_ = isHidden;
@@ -275,44 +251,38 @@ void WindowProperties::receiveProperties(Connection& x, const Atoms& atoms) {
     client_.modal = contains(states, atoms.NET_WM_STATE_MODAL);
     above_ = contains(states, atoms.NET_WM_STATE_ABOVE);
     client_.fullScreen = contains(states, atoms.NET_WM_STATE_FULLSCREEN);
-    state_ = read[5].format == 32 ? static_cast<int32_t>(decodeNumber(read[5], 0)) : -1;
-    opacity_ = decodeOpacity(read[6]);
-    claimedPid_ = static_cast<int32_t>(decodeNumber(read[7], 0));
-    client_.role = decodeText(read[8]);
-    client_.transientFor = decodeNumber(read[9], 0);
-    client_.hasIcon = replies[10] && replies[10]->type != XCB_ATOM_NONE;
-    client_.machine = decodeText(read[11]);
-    margins_ = decodeMargins(read[12]);
-    opaque_ = decodeRects(read[13]);
+    const auto state = properties.read(atoms.WM_STATE);
+    state_ = state.format == 32 ? static_cast<int32_t>(decodeNumber(state, 0)) : -1;
+    opacity_ = decodeOpacity(properties.read(atoms.NET_WM_WINDOW_OPACITY));
+    claimedPid_ = static_cast<int32_t>(decodeNumber(properties.read(atoms.NET_WM_PID), 0));
+    client_.role = decodeText(properties.read(atoms.WM_WINDOW_ROLE));
+    client_.transientFor = decodeNumber(properties.read(XCB_ATOM_WM_TRANSIENT_FOR), 0);
+    client_.hasIcon = properties.read(atoms.NET_WM_ICON).format != 0;
+    client_.machine = decodeText(properties.read(XCB_ATOM_WM_CLIENT_MACHINE));
+    margins_ = decodeMargins(properties.read(atoms.GTK_FRAME_EXTENTS));
+    opaque_ = decodeRects(properties.read(atoms.NET_WM_OPAQUE_REGION));
 }
 
 bool WindowProperties::propertyChanged(const Atoms& atoms, xcb_atom_t atom) {
-    const auto names = interesting(atoms);
-    if (atom == XCB_ATOM_NONE || std::find(names.begin(), names.end(), atom) == names.end()) return false;
+    if (!contains(windowNames(atoms), atom)) return false;
     propertiesKnown_ = false;
     return true;
 }
 
-void WindowProperties::invalidate() {
-    propertiesKnown_ = shapeKnown_ = awaitsProperties_ = awaitsShape_ = pidRequested = false;
-    place_ = {};
-}
-
-void WindowProperties::requestShape(Connection& x, xcb_window_t window) {
-    if (!x.extensions().shape || awaitsShape_ ||
-        (shapeKnown_ && shapedOuter_.width == geometry_.outer.width && shapedOuter_.height == geometry_.outer.height))
+void WindowProperties::askShape(RequestBatch& batch, xcb_window_t window) {
+    const PixelRect outer = geometry_.outer;
+    Connection& x = batch.connection();
+    if (!x.extensions().shape ||
+        (shapeKnown_ && shapedOuter_.width == outer.width && shapedOuter_.height == outer.height))
         return;
     if (!shapeKnown_) xcb_shape_select_input(x.raw(), window, 1);
-    rectangles_ = xcb_shape_get_rectangles(x.raw(), window, XCB_SHAPE_SK_BOUNDING).sequence;
-    awaitsShape_ = true;
-}
-
-void WindowProperties::receiveShape(Connection& x) {
-    if (!std::exchange(awaitsShape_, false)) return;
-    const auto reply = x.await<xcb_shape_get_rectangles_reply_t>(rectangles_);
-    shape_ = shapeOf(reply.get(), geometry_.outer, geometry_.bounds.x - geometry_.outer.x);
     shapeKnown_ = true;
-    shapedOuter_ = geometry_.outer;
+    shapedOuter_ = outer;
+    const unsigned rectangles = xcb_shape_get_rectangles(x.raw(), window, XCB_SHAPE_SK_BOUNDING).sequence;
+    batch.add([this, &x, rectangles] {
+        const auto reply = x.await<xcb_shape_get_rectangles_reply_t>(rectangles);
+        shape_ = shapeOf(reply.get(), geometry_.outer, geometry_.bounds.x - geometry_.outer.x);
+    });
 }
 
 bool WindowProperties::isMinimized(const RootProperties& root) const {
@@ -364,33 +334,26 @@ void WindowProperties::fill(DesktopWindow& window, const WindowProperties& frame
         window.pid = claimedPid_;
 }
 
-void PidRequest::add(xcb_window_t window, WindowProperties& facts) {
-    if (!std::exchange(facts.pidRequested, true)) windows_.emplace_back(window, &facts);
-}
-
-void PidRequest::request(Connection& x) {
-    if (!x.extensions().res || windows_.empty()) return;
+void askProcesses(RequestBatch& batch, std::vector<std::pair<xcb_window_t, WindowProperties*>> windows) {
+    Connection& x = batch.connection();
+    if (!x.extensions().res || windows.empty()) return;
     std::vector<xcb_res_client_id_spec_t> specs;
-    for (const auto& [window, facts] : windows_) specs.push_back({window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID});
-    sequence_ = xcb_res_query_client_ids(x.raw(), static_cast<uint32_t>(specs.size()), specs.data()).sequence;
-}
-
-void PidRequest::receive(Connection& x) {
-    if (sequence_ == 0) return;
-    const auto reply = x.await<xcb_res_query_client_ids_reply_t>(sequence_);
-    if (!reply) return;
-    for (const auto& [window, facts] : windows_) facts->isRemote = true;
-    // The server answers once for each client, named by the bits that all of its ids share.
-    const uint32_t mask = ~xcb_get_setup(x.raw())->resource_id_mask;
-    for (auto i = xcb_res_query_client_ids_ids_iterator(reply.get()); i.rem; xcb_res_client_id_value_next(&i)) {
-        if (xcb_res_client_id_value_value_length(i.data) < 1) continue;
-        const auto pid = static_cast<int32_t>(*xcb_res_client_id_value_value(i.data));
-        for (const auto& [window, facts] : windows_)
-            if ((window & mask) == (i.data->spec.client & mask)) {
-                facts->serverPid = pid;
+    for (const auto& [window, facts] : windows) specs.push_back({window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID});
+    const auto clients = xcb_res_query_client_ids(x.raw(), static_cast<uint32_t>(specs.size()), specs.data()).sequence;
+    batch.add([&x, clients, windows = std::move(windows)] {
+        const auto reply = x.await<xcb_res_query_client_ids_reply_t>(clients);
+        if (!reply) return;
+        for (const auto& [window, facts] : windows) facts->isRemote = true;
+        // The server answers once for each client.
+        for (auto i = xcb_res_query_client_ids_ids_iterator(reply.get()); i.rem; xcb_res_client_id_value_next(&i)) {
+            if (xcb_res_client_id_value_value_length(i.data) < 1) continue;
+            for (const auto& [window, facts] : windows) {
+                if (ownerOf(x, window) != ownerOf(x, i.data->spec.client)) continue;
+                facts->serverPid = static_cast<int32_t>(*xcb_res_client_id_value_value(i.data));
                 facts->isRemote = false;
             }
-    }
+        }
+    });
 }
 
 }  // namespace orvo::platform::x11

@@ -1,13 +1,14 @@
-// Properties of windows and of the root window, and the requests that find them out. Requests are sent before any
-// answer is received, so that those of many windows travel together.
+// Properties of windows and of the root window, and the requests that find them out. What is named ask...() sends its
+// requests and leaves the answers to the batch, so that those of many windows travel together.
 #pragma once
 
 #include <xcb/xcb.h>
 
-#include <array>
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ScreenCapture/platform/x11/atoms.h"
@@ -29,33 +30,42 @@ struct Geometry {
     PixelRect outer;   // with its border
 };
 
+// Properties of one window, asked for together. Each is read once.
+class PropertyRequest {
+  public:
+    struct Answer : Property {
+        Reply<xcb_get_property_reply_t> reply;  // owns the bytes
+    };
+    // limit: of each property, in units of 4 bytes.
+    PropertyRequest(Connection& x, const Atoms& atoms, xcb_window_t window, const std::vector<xcb_atom_t>& names,
+                    uint32_t limit);
+    Answer read(xcb_atom_t name) const;
+
+  private:
+    Connection& x_;
+    const Atoms& atoms_;
+    std::map<xcb_atom_t, unsigned> sequences_;
+};
+
 // What the root window says about the window manager, its clients and the focus.
-class RootProperties {
+class RootProperties : public RootFacts {
   public:
     // The events of the root window that change the answers.
     static bool isInteresting(const Atoms& atoms, xcb_atom_t property);
 
-    // Each receive follows its request; the check follows the rest.
-    void request(Connection& x, const Atoms& atoms);
-    bool receive(Connection& x, const Atoms& atoms);  // false when the server could not be asked
-    void requestCheck(Connection& x, const Atoms& atoms);
-    void receiveCheck(Connection& x, const Atoms& atoms);
+    // Asks and waits; false when the server could not be asked. What is found is checked with the batch that follows.
+    bool read(Connection& x, const Atoms& atoms);
+    void askCheck(RequestBatch& batch, const Atoms& atoms);
 
-    PixelRect area;                      // of the root
     std::vector<xcb_window_t> children;  // back to front
     std::vector<xcb_window_t> clients;   // the manager's, back to front
     std::vector<xcb_window_t> inOrder;   // the same, first mapped first
     xcb_window_t active = 0;             // as the manager says
     xcb_window_t focus = 0;              // the window that gets the keys; 0 when the pointer decides
-    xcb_pixmap_t background = 0;         // what it shows; 0 for none
     xcb_window_t checkWindow = 0;
-    bool hasManager = false;  // some window manager runs
-    bool keepsHints = false;  // and keeps the hints of the root up to date: what a dead one left there is not believed
-    bool listsClients = false;   // among them the list of its clients
+    bool listsClients = false;   // among the hints is the list of clients
     bool reportsActive = false;  // among them the active window
-    bool reportsHidden = false;  // it marks the windows that are minimised
-    bool isComposited = false;   // a compositing manager runs
-    bool paintsFrames = true;    // as in WindowList
+    bool reportsHidden = false;  // the manager marks the windows that are minimised
 
     // Whether a window that is marked as hidden since then is out of the way only because the desktop is shown.
     bool isHiddenForDesktop(std::chrono::steady_clock::time_point hiddenSince) const;
@@ -64,15 +74,7 @@ class RootProperties {
     std::chrono::steady_clock::time_point changesBy() const;
 
   private:
-    struct Sequences {
-        unsigned tree, attributes, geometry, focus, stacking, clients, active, check, background, supported, showing,
-            compositor;
-    } sequences_{};
-    unsigned check_ = 0;
-    unsigned managerName_ = 0;
     xcb_window_t compositor_ = 0;  // the compositing manager's window
-    unsigned backgroundSize_ = 0;
-    unsigned backgroundAttributes_ = 0;
     bool supportsHidden_ = false;
     bool showsDesktop_ = false;
     std::chrono::steady_clock::time_point readAt_;
@@ -80,28 +82,25 @@ class RootProperties {
     std::chrono::steady_clock::time_point showedDesktopUntil_;
 };
 
+// What is known of one window, which stays where it is until the batch that it was asked with is received.
 class WindowProperties {
   public:
-    // Each receive follows its request.
-    void requestGeometry(Connection& x, xcb_window_t window);
-    void receiveGeometry(Connection& x);
+    void askGeometry(RequestBatch& batch, xcb_window_t window);
     const Geometry& geometry() const { return geometry_; }
 
     // Properties are asked for again only after they have changed. Selects the window's events, so that what changes
     // after any later question is reported.
-    void requestProperties(Connection& x, const Atoms& atoms, xcb_window_t window);
-    void receiveProperties(Connection& x, const Atoms& atoms);
+    void askProperties(RequestBatch& batch, const Atoms& atoms, xcb_window_t window);
     // False for a property that nobody here is interested in.
     bool propertyChanged(const Atoms& atoms, xcb_atom_t atom);
-    // Nothing that was asked for has an answer.
-    void invalidate();
     bool hasState() const { return state_ > 0; }  // a client that its manager has taken on
 
     // The bounding shape, kept until it or the size changes.
-    void requestShape(Connection& x, xcb_window_t window);
-    void receiveShape(Connection& x);
+    void askShape(RequestBatch& batch, xcb_window_t window);
     void shapeChanged() { shapeKnown_ = false; }
-    const std::vector<PixelRect>& shape() const { return shape_; }
+
+    // Nothing that was asked for has an answer.
+    void invalidate() { propertiesKnown_ = shapeKnown_ = pidRequested = false; }
 
     // Copies everything that is known. The frame is another window's facts, or these.
     void fill(DesktopWindow& window, const WindowProperties& frame, const RootProperties& root);
@@ -115,19 +114,12 @@ class WindowProperties {
     uint64_t focused = 0;  // likewise
 
   private:
-    static constexpr size_t kProperties = 14;
-    static std::array<xcb_atom_t, kProperties> interesting(const Atoms& atoms);
+    void take(const Atoms& atoms, const PropertyRequest& properties);
     bool isMinimized(const RootProperties& root) const;
     PixelRect outerWhenShown(bool isShown);
 
     bool propertiesKnown_ = false;
     bool shapeKnown_ = false;
-    bool awaitsProperties_ = false;
-    bool awaitsShape_ = false;
-    std::array<unsigned, kProperties> properties_{};
-    std::array<unsigned, 3> place_{};
-    unsigned rectangles_ = 0;
-
     Geometry geometry_;
     std::vector<PixelRect> shape_;
     PixelRect shapedOuter_;
@@ -146,15 +138,6 @@ class WindowProperties {
 std::string processName(int32_t pid);
 
 // One question for the processes of many windows.
-class PidRequest {
-  public:
-    void add(xcb_window_t window, WindowProperties& facts);  // the facts stay where they are until receive()
-    void request(Connection& x);
-    void receive(Connection& x);
-
-  private:
-    std::vector<std::pair<xcb_window_t, WindowProperties*>> windows_;
-    unsigned sequence_ = 0;
-};
+void askProcesses(RequestBatch& batch, std::vector<std::pair<xcb_window_t, WindowProperties*>> windows);
 
 }  // namespace orvo::platform::x11
