@@ -117,79 +117,76 @@ bool makeFullScreen(xcb_window_t number, bool fullScreen) {
         [=](const DesktopWindow& window) { return window.fullScreen == fullScreen; });
 }
 
+class X11Accessibility final : public Accessibility {
+  public:
+    ElementRef systemWide() override { return std::make_shared<X11Element>(0, 0); }
+
+    ElementRef application(int32_t pid) override { return std::make_shared<X11Element>(pid, 0); }
+
+    Attribute copyAttribute(const ElementRef& element, const char* name) override {
+        if (!element || !name) return failure(kIllegalArgument);
+        const auto desktop = currentDesktop();
+        if (!desktop) return failure(kErrorCannotComplete);
+        const X11Element& asked = *mine(element);
+        if (asked.pid == 0 && asked.window == 0) return failure(kAttributeUnsupported);
+        if (asked.window == 0) return applicationAttribute(*desktop->windows, asked.pid, name);
+        const DesktopWindow* window = windowOf(*desktop, asked);
+        return window ? windowAttribute(*desktop, *window, name) : failure(kInvalidElement);
+    }
+
+    int32_t copyElements(const ElementRef& element, const char* name, size_t from, size_t count,
+                         std::vector<ElementRef>& elements) override {
+        const Attribute all = copyAttribute(element, name);
+        if (all.error != 0) return all.error;
+        const auto* list = std::get_if<std::vector<ElementRef>>(&all.value);
+        if (!list) return kIllegalArgument;
+        const size_t first = std::min(from, list->size());
+        const size_t last = first + std::min(count, list->size() - first);
+        elements.assign(list->begin() + static_cast<ptrdiff_t>(first), list->begin() + static_cast<ptrdiff_t>(last));
+        return 0;
+    }
+
+    int32_t setAttribute(const ElementRef& element, const char* name, const AttributeValue& value) override {
+        const bool* wanted = std::get_if<bool>(&value);
+        if (!element || !name || !wanted) return kIllegalArgument;
+        const auto desktop = currentDesktop();
+        if (!desktop) return kErrorCannotComplete;
+        const X11Element& asked = *mine(element);
+        const DesktopWindow* window = asked.window != 0 ? windowOf(*desktop, asked) : nullptr;
+        if (!window) return asked.window != 0 ? kInvalidElement : kAttributeUnsupported;
+        const std::string_view attribute = name;
+        if (attribute == "AXMain")
+            return !*wanted ? kIllegalArgument : activateWindow(asked.window) ? 0 : kErrorCannotComplete;
+        if (attribute == "AXMinimized")
+            return setMinimized(*desktop->windows, asked.window, *wanted) ? 0 : kErrorCannotComplete;
+        if (attribute == "AXFullScreen") return makeFullScreen(asked.window, *wanted) ? 0 : kErrorCannotComplete;
+        return kAttributeUnsupported;
+    }
+
+    int32_t processIdentifier(const ElementRef& element) override { return element ? mine(element)->pid : 0; }
+
+    uint32_t windowNumber(const ElementRef& element) override { return element ? mine(element)->window : 0; }
+
+    std::string describe(const ElementRef& element) override {
+        if (!element) return "<none>";
+        const X11Element& known = *mine(element);
+        if (known.window != 0) return "<window " + std::to_string(known.window) + ">";
+        return known.pid != 0 ? "<application " + std::to_string(known.pid) + ">" : "<system>";
+    }
+
+    bool bringToFront(int32_t pid) override { return activateProcess(pid); }
+
+    std::unique_ptr<ElementObserver> makeObserver(int32_t pid, ElementObserverCallback callback) override {
+        const auto desktop = currentDesktop();
+        if (!desktop || windowsOfProcess(*desktop->windows, pid).empty()) return nullptr;
+        return makeElementObserver(pid, std::move(callback));
+    }
+};
+
 }  // namespace
 
-ElementRef X11Accessibility::systemWide() {
-    return std::make_shared<X11Element>(0, 0);
-}
-
-ElementRef X11Accessibility::application(int32_t pid) {
-    return std::make_shared<X11Element>(pid, 0);
-}
-
-Attribute X11Accessibility::copyAttribute(const ElementRef& element, const char* name) {
-    if (!element || !name) return failure(kIllegalArgument);
-    const auto desktop = currentDesktop();
-    if (!desktop) return failure(kErrorCannotComplete);
-    const X11Element& asked = *mine(element);
-    if (asked.pid == 0 && asked.window == 0) return failure(kAttributeUnsupported);
-    if (asked.window == 0) return applicationAttribute(*desktop->windows, asked.pid, name);
-    const DesktopWindow* window = windowOf(*desktop, asked);
-    return window ? windowAttribute(*desktop, *window, name) : failure(kInvalidElement);
-}
-
-int32_t X11Accessibility::copyElements(const ElementRef& element, const char* name, size_t from, size_t count,
-                                       std::vector<ElementRef>& elements) {
-    const Attribute all = copyAttribute(element, name);
-    if (all.error != 0) return all.error;
-    const auto* list = std::get_if<std::vector<ElementRef>>(&all.value);
-    if (!list) return kIllegalArgument;
-    const size_t first = std::min(from, list->size());
-    const size_t last = first + std::min(count, list->size() - first);
-    elements.assign(list->begin() + static_cast<ptrdiff_t>(first), list->begin() + static_cast<ptrdiff_t>(last));
-    return 0;
-}
-
-int32_t X11Accessibility::setAttribute(const ElementRef& element, const char* name, const AttributeValue& value) {
-    const bool* wanted = std::get_if<bool>(&value);
-    if (!element || !name || !wanted) return kIllegalArgument;
-    const auto desktop = currentDesktop();
-    if (!desktop) return kErrorCannotComplete;
-    const X11Element& asked = *mine(element);
-    const DesktopWindow* window = asked.window != 0 ? windowOf(*desktop, asked) : nullptr;
-    if (!window) return asked.window != 0 ? kInvalidElement : kAttributeUnsupported;
-    const std::string_view attribute = name;
-    if (attribute == "AXMain")
-        return !*wanted ? kIllegalArgument : activateWindow(asked.window) ? 0 : kErrorCannotComplete;
-    if (attribute == "AXMinimized")
-        return setMinimized(*desktop->windows, asked.window, *wanted) ? 0 : kErrorCannotComplete;
-    if (attribute == "AXFullScreen") return makeFullScreen(asked.window, *wanted) ? 0 : kErrorCannotComplete;
-    return kAttributeUnsupported;
-}
-
-int32_t X11Accessibility::processIdentifier(const ElementRef& element) {
-    return element ? mine(element)->pid : 0;
-}
-
-uint32_t X11Accessibility::windowNumber(const ElementRef& element) {
-    return element ? mine(element)->window : 0;
-}
-
-std::string X11Accessibility::describe(const ElementRef& element) {
-    if (!element) return "<none>";
-    const X11Element& known = *mine(element);
-    if (known.window != 0) return "<window " + std::to_string(known.window) + ">";
-    return known.pid != 0 ? "<application " + std::to_string(known.pid) + ">" : "<system>";
-}
-
-bool X11Accessibility::bringToFront(int32_t pid) {
-    return activateProcess(pid);
-}
-
-std::unique_ptr<ElementObserver> X11Accessibility::makeObserver(int32_t pid, ElementObserverCallback callback) {
-    const auto desktop = currentDesktop();
-    if (!desktop || windowsOfProcess(*desktop->windows, pid).empty()) return nullptr;
-    return makeElementObserver(pid, std::move(callback));
+std::unique_ptr<Accessibility> makeAccessibility() {
+    return std::make_unique<X11Accessibility>();
 }
 
 }  // namespace orvo::platform::x11

@@ -28,28 +28,28 @@ class X11Platform final : public Platform {
     Dispatch& dispatch() override { return dispatch_; }
     Clock& clock() override { return clock_; }
     System& system() override { return system_; }
-    Displays& displays() override { return displays_; }
+    Displays& displays() override { return *displays_; }
     std::shared_ptr<DisplayCapture> makeDisplayCapture() override {
         return software::makeDisplayStream(x11::openDisplaySource);
     }
-    WindowServer& windowServer() override { return windowServer_; }
+    WindowServer& windowServer() override { return *windowServer_; }
     Imaging& imaging() override { return imaging_; }
-    Pointer& pointer() override { return pointer_; }
-    Accessibility& accessibility() override { return accessibility_; }
-    Workspace& workspace() override { return workspace_; }
+    Pointer& pointer() override { return *pointer_; }
+    Accessibility& accessibility() override { return *accessibility_; }
+    Workspace& workspace() override { return *workspace_; }
     Notifications& notifications() override { return notifications_; }
 
   private:
     linux::LinuxDispatch dispatch_;
     linux::LinuxClock clock_;
     X11System system_;
-    x11::X11Displays displays_;
+    const std::unique_ptr<Displays> displays_ = x11::makeDisplays();
     linux::NoNotifications notifications_;
-    x11::X11WindowServer windowServer_;
+    const std::unique_ptr<WindowServer> windowServer_ = x11::makeWindowServer();
     software::SoftwareImaging imaging_;
-    x11::X11Pointer pointer_;
-    x11::X11Accessibility accessibility_;
-    x11::X11Workspace workspace_;
+    const std::unique_ptr<Pointer> pointer_ = x11::makePointer();
+    const std::unique_ptr<Accessibility> accessibility_ = x11::makeAccessibility();
+    const std::unique_ptr<Workspace> workspace_ = x11::makeWorkspace();
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The port's services as the X11 adapter fills them: stateless, answered from the desktop's snapshot. Callable from any
+// Where the services of this adapter are made: stateless, answered from the desktop's snapshot. Callable from any
 // thread. A point is a pixel here; global coordinates begin at the main display.
 #pragma once
 
@@ -12,53 +12,17 @@
 
 namespace orvo::platform::x11 {
 
-class X11Displays final : public Displays {
-  public:
-    std::vector<Display> screens() override;
-    uint32_t mainDisplay() override;
-    Rect bounds(uint32_t display) override;
-    uint32_t mainDisplayPixelsHigh() override;
-    double focusedScreenScale() override;
-};
-
-class X11Pointer final : public Pointer {
-  public:
-    std::shared_ptr<const Cursor> currentCursor() override;
-    Point location() override;
-};
-
-class X11WindowServer final : public WindowServer {
-  public:
-    std::vector<WindowInfo> onScreenWindows() override;
-    void onScreenNumbers(std::vector<uint32_t>& numbers) override;
-    uint64_t desktopVersion() override;
-    NoImage whyUnreachable() override;
-    Shot windowPicture(uint32_t window) override;
-    std::unique_ptr<PictureBatch> pictures(const std::vector<uint32_t>& windows) override;
-    Shot displayPicture(uint32_t display, int width) override;
-    std::unique_ptr<Grabber> grabber(uint32_t target, bool isScreen) override;
-};
+std::unique_ptr<Displays> makeDisplays();
+std::unique_ptr<Pointer> makePointer();
+std::unique_ptr<WindowServer> makeWindowServer();
+std::unique_ptr<Accessibility> makeAccessibility();
+std::unique_ptr<Workspace> makeWorkspace();
 
 // What an element of the accessibility interface stands for.
 struct X11Element final : Element {
     X11Element(int32_t process, uint32_t number) : pid(process), window(number) {}
     const int32_t pid;      // 0: the whole system
     const uint32_t window;  // 0: the application itself
-};
-
-class X11Accessibility final : public Accessibility {
-  public:
-    ElementRef systemWide() override;
-    ElementRef application(int32_t pid) override;
-    Attribute copyAttribute(const ElementRef& element, const char* name) override;
-    int32_t copyElements(const ElementRef& element, const char* name, size_t from, size_t count,
-                         std::vector<ElementRef>& elements) override;
-    int32_t setAttribute(const ElementRef& element, const char* name, const AttributeValue& value) override;
-    int32_t processIdentifier(const ElementRef& element) override;
-    uint32_t windowNumber(const ElementRef& element) override;
-    std::string describe(const ElementRef& element) override;
-    bool bringToFront(int32_t pid) override;
-    std::unique_ptr<ElementObserver> makeObserver(int32_t pid, ElementObserverCallback callback) override;
 };
 
 // Reports on the windows of a process from now on, on the thread whose run loop it is added to.
@@ -81,15 +45,5 @@ PixelRect captureArea(const PixelRect& display, const Rect& crop);
 // Null with the reason when the server cannot be reached, or does not show the displays. A frame stays as it is while
 // it is held outside; an unchanged scene gives the same frame again. The source is lost with the server's connection.
 std::unique_ptr<software::DisplaySource> openDisplaySource(NoImage& why);
-
-// Running applications are the processes that own windows.
-class X11Workspace final : public Workspace {
-  public:
-    std::vector<std::shared_ptr<RunningApplication>> runningApplications() override;
-    std::shared_ptr<RunningApplication> application(int32_t pid) override;
-    // An application's path is that of its desktop entry.
-    std::optional<std::string> fullPathForApplication(const std::string& name) override;
-    std::optional<Picture> iconForFile(const std::string& path) override;
-};
 
 }  // namespace orvo::platform::x11

@@ -141,32 +141,39 @@ class Application final : public RunningApplication {
     const int32_t pid_;
 };
 
+class X11Workspace final : public Workspace {
+  public:
+    std::vector<std::shared_ptr<RunningApplication>> runningApplications() override {
+        std::vector<std::shared_ptr<RunningApplication>> applications;
+        const auto desktop = currentDesktop();
+        if (!desktop) return applications;
+        for (const Process& process : desktop->windows->processes)
+            applications.push_back(std::make_shared<Application>(process.pid));
+        return applications;
+    }
+
+    std::shared_ptr<RunningApplication> application(int32_t pid) override {
+        const auto desktop = currentDesktop();
+        if (desktop && !desktop->windows->process(pid)) return nullptr;
+        return std::make_shared<Application>(pid);
+    }
+
+    std::optional<std::string> fullPathForApplication(const std::string& name) override {
+        const auto entry = linux::entryByName(name);
+        if (!entry) return std::nullopt;
+        return entry->path;
+    }
+
+    std::optional<Picture> iconForFile(const std::string& path) override {
+        const auto entry = linux::entryByPath(path);
+        return entry ? linux::iconByName(entry->icon) : std::nullopt;
+    }
+};
+
 }  // namespace
 
-std::vector<std::shared_ptr<RunningApplication>> X11Workspace::runningApplications() {
-    std::vector<std::shared_ptr<RunningApplication>> applications;
-    const auto desktop = currentDesktop();
-    if (!desktop) return applications;
-    for (const Process& process : desktop->windows->processes)
-        applications.push_back(std::make_shared<Application>(process.pid));
-    return applications;
-}
-
-std::shared_ptr<RunningApplication> X11Workspace::application(int32_t pid) {
-    const auto desktop = currentDesktop();
-    if (desktop && !desktop->windows->process(pid)) return nullptr;
-    return std::make_shared<Application>(pid);
-}
-
-std::optional<std::string> X11Workspace::fullPathForApplication(const std::string& name) {
-    const auto entry = linux::entryByName(name);
-    if (!entry) return std::nullopt;
-    return entry->path;
-}
-
-std::optional<Picture> X11Workspace::iconForFile(const std::string& path) {
-    const auto entry = linux::entryByPath(path);
-    return entry ? linux::iconByName(entry->icon) : std::nullopt;
+std::unique_ptr<Workspace> makeWorkspace() {
+    return std::make_unique<X11Workspace>();
 }
 
 }  // namespace orvo::platform::x11
