@@ -1,8 +1,6 @@
 // Watches the windows of one process: compares each snapshot of the desktop with the one before.
-
+#include <algorithm>
 #include <atomic>
-#include <cstring>
-#include <map>
 #include <mutex>
 
 #include "ScreenCapture/platform/linux/glib.h"
@@ -21,18 +19,13 @@ struct Registration {
     void* context;
 };
 
-struct WindowState {
-    PixelRect bounds;
-    bool minimized = false;
-};
-
 // Everything that a running delivery needs; it outlives the observer if that is released meanwhile. What makes the
 // desktop's snapshot stale makes the source ready, on whatever thread it is read; its own thread compares.
 class Watch final : public DesktopObserver {
   public:
     Watch(int32_t pid, ElementObserverCallback callback) : pid_(pid), callback_(std::move(callback)) {
         addObserver(*this);
-        compare(false);
+        compare();
     }
     ~Watch() { removeObserver(*this); }
 
@@ -49,17 +42,17 @@ class Watch final : public DesktopObserver {
     void stop() { stopped_ = true; }
     // Null: from here on none is made ready.
     void setSource(GSource* source) {
-        std::lock_guard lock(sourceMutex_);
+        std::lock_guard lock(mutex_);
         source_ = source;
     }
     void onStale() override {
-        std::lock_guard lock(sourceMutex_);
+        std::lock_guard lock(mutex_);
         if (source_) glib().g_source_set_ready_time(source_, 0);
     }
 
     // False when there will be no more notifications.
     bool deliver() {
-        if (!stopped_) compare(true);
+        if (!stopped_) compare();
         return !stopped_;
     }
 
@@ -69,37 +62,39 @@ class Watch final : public DesktopObserver {
         return a && b && mine(a).pid == mine(b).pid && mine(a).window == mine(b).window;
     }
 
-    // Without a server everything stays as it was seen last.
-    void compare(bool report) {
-        const auto desktop = latestDesktop();
-        if (!desktop) return;
-        std::map<uint32_t, WindowState> now;
-        for (const DesktopWindow* window : windowsOfProcess(*desktop->windows, pid_))
-            now[window->number] = {window->bounds, window->minimized};
-        const auto before = std::exchange(windows_, now);
-        const uint32_t active = now.count(desktop->windows->active) ? desktop->windows->active : 0;
-        const uint32_t wasActive = std::exchange(active_, active);
-        const bool hidden = desktop->windows->isHidden(pid_);
-        const bool wasHidden = std::exchange(hidden_, hidden);
-        if (!report) return;
-        for (const auto& [number, state] : now) {
-            const auto old = before.find(number);
-            if (old == before.end())
-                fire("AXWindowCreated", number, true);
-            else
-                reportChanges(number, old->second, state);
-        }
-        if (hidden != wasHidden) fire(hidden ? "AXApplicationHidden" : "AXApplicationShown", 0, false);
-        if (active != 0 && active != wasActive) fire("AXFocusedWindowChanged", active, true);
+    // Null when the process has no such window.
+    const DesktopWindow* find(const WindowList& windows, uint32_t number) const {
+        const auto own = windowsOfProcess(windows, pid_);
+        const auto found = std::ranges::find(own, number, &DesktopWindow::number);
+        return found == own.end() ? nullptr : *found;
     }
 
-    void reportChanges(uint32_t number, const WindowState& old, const WindowState& state) {
+    // Without a server everything stays as it was seen last. The first time there is nothing to compare with.
+    void compare() {
+        const auto desktop = latestDesktop();
+        const auto last = desktop ? std::exchange(last_, desktop) : nullptr;
+        if (!last) return;
+        const WindowList& now = *desktop->windows;
+        const WindowList& before = *last->windows;
+        for (const DesktopWindow* window : windowsOfProcess(now, pid_)) {
+            if (const DesktopWindow* old = find(before, window->number))
+                reportChanges(*old, *window);
+            else
+                fire("AXWindowCreated", window->number, true);
+        }
+        const bool isHidden = now.isHidden(pid_);
+        if (isHidden != before.isHidden(pid_)) fire(isHidden ? "AXApplicationHidden" : "AXApplicationShown", 0, false);
+        if (find(now, now.active) && !(now.active == before.active && find(before, now.active)))
+            fire("AXFocusedWindowChanged", now.active, true);
+    }
+
+    void reportChanges(const DesktopWindow& old, const DesktopWindow& window) {
         const PixelRect& from = old.bounds;
-        const PixelRect& to = state.bounds;
-        if (from.x != to.x || from.y != to.y) fire("AXWindowMoved", number, false);
-        if (from.width != to.width || from.height != to.height) fire("AXWindowResized", number, false);
-        if (old.minimized != state.minimized)
-            fire(state.minimized ? "AXWindowMiniaturized" : "AXWindowDeminiaturized", number, false);
+        const PixelRect& to = window.bounds;
+        if (from.x != to.x || from.y != to.y) fire("AXWindowMoved", window.number, false);
+        if (from.width != to.width || from.height != to.height) fire("AXWindowResized", window.number, false);
+        if (old.minimized != window.minimized)
+            fire(window.minimized ? "AXWindowMiniaturized" : "AXWindowDeminiaturized", window.number, false);
     }
 
     void fire(const char* notification, uint32_t window, bool toEverybody) {
@@ -121,13 +116,9 @@ class Watch final : public DesktopObserver {
     const ElementObserverCallback callback_;
     std::mutex mutex_;
     std::vector<Registration> registrations_;
-    std::mutex sourceMutex_;
     GSource* source_ = nullptr;
     std::atomic<bool> stopped_{false};
-    // The delivering thread's own.
-    std::map<uint32_t, WindowState> windows_;
-    uint32_t active_ = 0;
-    bool hidden_ = false;
+    std::shared_ptr<const Desktop> last_;  // the delivering thread's own
 };
 
 gboolean deliver(gpointer data) {

@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <condition_variable>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -85,51 +84,23 @@ SignalGuard::~SignalGuard() {
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
-struct Connecting::Attempt {
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool done = false;
-    bool abandoned = false;
-    xcb_connection_t* connection = nullptr;
-    int screen = 0;
-
-    void run(const std::string& display) {
-        int number = 0;
-        xcb_connection_t* made = nullptr;
-        {
-            // What xcb uses to find the server's password is not safe for more than one thread.
-            static std::mutex& one = *new std::mutex;
-            std::lock_guard lock(one);
-            made = xcb_connect(display.c_str(), &number);
-        }
-        std::unique_lock lock(mutex);
-        if (abandoned) {
-            lock.unlock();
-            xcb_disconnect(made);
-            return;
-        }
-        connection = made;
-        screen = number;
-        done = true;
-        changed.notify_all();
-    }
-};
-
-Connecting::Connecting() : display_(displayName()), attempt_(std::make_shared<Attempt>()) {
-    const bool runs = !display_.empty() && runJob([this] {
-        software::startThread("orvo x11 connect", [attempt = attempt_, display = display_] { attempt->run(display); });
-    });
-    if (!runs) attempt_->done = true;
+Connecting::Made Connecting::connect(const std::string& display) {
+    // What xcb uses to find the server's password is not safe for more than one thread.
+    static std::mutex& one = *new std::mutex;
+    std::lock_guard lock(one);
+    Made made;
+    made.first.reset(xcb_connect(display.c_str(), &made.second));
+    return made;
 }
 
-Connecting::~Connecting() {
-    xcb_connection_t* unused = nullptr;
-    {
-        std::lock_guard lock(attempt_->mutex);
-        attempt_->abandoned = true;
-        std::swap(unused, attempt_->connection);
-    }
-    if (unused) xcb_disconnect(unused);
+Connecting::Connecting() : display_(displayName()) {
+    const auto result = std::make_shared<std::promise<Made>>();
+    made_ = result->get_future();
+    const bool runs = !display_.empty() && runJob([&] {
+        software::startThread("orvo x11 connect",
+                              [result, display = display_] { result->set_value(connect(display)); });
+    });
+    if (!runs) result->set_value({});
 }
 
 bool Connecting::isCurrent() const {
@@ -137,18 +108,15 @@ bool Connecting::isCurrent() const {
 }
 
 bool Connecting::waitUntil(SteadyClock::time_point until) {
-    std::unique_lock lock(attempt_->mutex);
-    const bool done = attempt_->changed.wait_until(lock, until, [this] { return attempt_->done; });
-    hangs = !done;
-    return done;
+    const bool isDone = made_.wait_until(until) == std::future_status::ready;
+    hangs = !isDone;
+    return isDone;
 }
 
 std::unique_ptr<Connection> Connecting::take() {
-    std::unique_lock lock(attempt_->mutex);
-    xcb_connection_t* const made = std::exchange(attempt_->connection, nullptr);
-    lock.unlock();
+    auto [made, screen] = made_.get();
     if (!made) return nullptr;
-    auto connection = std::make_unique<Connection>(made, attempt_->screen);
+    auto connection = std::make_unique<Connection>(made.release(), screen);
     return connection->lost() ? nullptr : std::move(connection);
 }
 
@@ -184,29 +152,34 @@ bool Connection::waitReadable(SteadyClock::time_point until) {
     }
 }
 
+// True when the server has answered, with an error if the reply is null.
+bool Connection::pollForReply(unsigned sequence, void*& reply) {
+    xcb_generic_error_t* error = nullptr;
+    if (!xcb_poll_for_reply(raw_, sequence, &reply, &error)) return false;
+    std::free(error);
+    lost_ = xcb_connection_has_error(raw_) != 0;
+    if (!lost_) noteAnswer();
+    return true;
+}
+
+// Asking for an event is what reads the socket.
+void Connection::pollForEvent() {
+    if (xcb_generic_event_t* event = xcb_poll_for_event(raw_)) events_.emplace_back(event);
+}
+
 void* Connection::awaitReply(unsigned sequence) {
-    if (lost_) return nullptr;
     void* reply = nullptr;
-    const auto hasCome = [&] {
-        xcb_generic_error_t* error = nullptr;
-        if (!xcb_poll_for_reply(raw_, sequence, &reply, &error)) return false;
-        std::free(error);
-        lost_ = xcb_connection_has_error(raw_) != 0;
-        if (!lost_) noteAnswer();
-        return true;
-    };
-    if (hasCome()) return reply;  // what is asked by now may travel later, with more
+    if (lost_ || pollForReply(sequence, reply)) return reply;  // what is asked by now may travel later, with more
     flush();
     const auto until = SteadyClock::now() + kServerLimit;
-    while (!hasCome()) {
+    while (!pollForReply(sequence, reply)) {
         if (!waitReadable(until)) {
             lost_ = true;
             lateAnswer_ = sequence;
             hangs = true;
             return nullptr;
         }
-        // Asking for an event is what reads the socket.
-        if (xcb_generic_event_t* event = xcb_poll_for_event(raw_)) events_.emplace_back(event);
+        pollForEvent();
     }
     return reply;
 }
@@ -225,16 +198,12 @@ void Connection::probe() {
 
 bool Connection::recovers() {
     if (lateAnswer_ == 0) return !lost_;
-    if (xcb_generic_event_t* event = xcb_poll_for_event(raw_)) events_.emplace_back(event);
+    pollForEvent();
     void* reply = nullptr;
-    xcb_generic_error_t* error = nullptr;
-    if (!xcb_poll_for_reply(raw_, lateAnswer_, &reply, &error)) return false;
+    if (!pollForReply(lateAnswer_, reply)) return false;
     std::free(reply);
-    std::free(error);
     const unsigned late = std::exchange(lateAnswer_, 0);
-    lost_ = xcb_connection_has_error(raw_) != 0;
     if (lost_) return false;
-    noteAnswer();
     // Answers to what was asked afterwards would lie here for ever.
     const unsigned last = xcb_get_input_focus(raw_).sequence;
     for (unsigned each = late + 1; each != last + 1; ++each) xcb_discard_reply(raw_, each);

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <deque>
 #include <functional>
+#include <future>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -117,6 +118,8 @@ class Connection {
 
   private:
     void* awaitReply(unsigned sequence);
+    bool pollForReply(unsigned sequence, void*& reply);
+    void pollForEvent();
     bool waitReadable(std::chrono::steady_clock::time_point until);
 
     xcb_connection_t* raw_;
@@ -158,9 +161,6 @@ class Connecting {
   public:
     // To the server that DISPLAY names now.
     Connecting();
-    ~Connecting();
-    Connecting(const Connecting&) = delete;
-    Connecting& operator=(const Connecting&) = delete;
 
     // Whether DISPLAY still names that server.
     bool isCurrent() const;
@@ -170,9 +170,15 @@ class Connecting {
     std::unique_ptr<Connection> take();
 
   private:
-    struct Attempt;
+    struct Disconnect {
+        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+    };
+    // What xcb_connect() made, and the number of its screen. Disconnected if nobody takes it.
+    using Made = std::pair<std::unique_ptr<xcb_connection_t, Disconnect>, int>;
+    static Made connect(const std::string& display);
+
     const std::string display_;
-    std::shared_ptr<Attempt> attempt_;
+    std::future<Made> made_;
 };
 
 }  // namespace orvo::platform::x11

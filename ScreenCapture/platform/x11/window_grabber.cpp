@@ -58,21 +58,102 @@ void setLayersOfList(const Server::Use& x, std::vector<Layer>& layers, const Win
 // the next server.
 class WindowGrabber final : public Grabber {
   public:
-    WindowGrabber(uint32_t target, bool isScreen);
-    ~WindowGrabber() override;
+    WindowGrabber(uint32_t target, bool isScreen) : target_(target), isScreen_(isScreen) {
+        Server::Use x = desktopServer().use();
+        open(x);
+    }
+    ~WindowGrabber() override {
+        const Server::Use x = desktopServer().use();
+        close();
+    }
 
-    Shot window() override;
-    Shot area(const Rect& area) override;
-    Shot composed(const Rect& bounds, const std::vector<uint32_t>& windows) override;
-    Shot display() override;
+    Shot window() override {
+        return ask([this](Server::Use& x, const Desktop& desktop) -> Shot {
+            if (!hasWindowPictures(*x)) return whyNoWindowPictures(*x);
+            const DesktopWindow* window = desktop.windows->find(target_);
+            if (!window || !window->onScreen) return NoImage::notOnScreen;
+            layers_.assign(1, layerOfClient(*window));
+            Shot shot = compositor_->take(x, boundsOfClient(*window), layers_, *desktop.windows);
+            return shot.image && compositor_->missing() != NoImage::none ? Shot(compositor_->missing()) : shot;
+        });
+    }
+
+    Shot area(const Rect& area) override {
+        return ask([&](Server::Use& x, const Desktop& desktop) {
+            setLayersOfArea(x, layers_, *desktop.windows);
+            return compositor_->take(x, desktop.monitors->toRoot(pixelsOf(area)), layers_, *desktop.windows);
+        });
+    }
+
+    Shot composed(const Rect& bounds, const std::vector<uint32_t>& windows) override {
+        return ask([&](Server::Use& x, const Desktop& desktop) -> Shot {
+            if (isScreen_ && !desktop.monitors->areShown) return NoImage::wayland;
+            setLayersOfList(x, layers_, *desktop.windows, windows, isScreen_);
+            return compositor_->take(x, desktop.monitors->toRoot(pixelsOf(bounds)), layers_, *desktop.windows);
+        });
+    }
+
+    Shot display() override {
+        return ask([this](Server::Use& x, const Desktop& desktop) -> Shot {
+            const Monitor* monitor = desktop.monitors->find(target_);
+            if (!monitor) return NoImage::gone;
+            if (!desktop.monitors->areShown) return NoImage::wayland;
+            layers_.assign(1, layerOfRoot(*x));
+            return compositor_->take(x, monitor->area, layers_, *desktop.windows);
+        });
+    }
 
   private:
-    bool open(Server::Use& x);
-    void close();
-    void watchTarget(Server::Use& x);
-    void noteGone();
+    // True when there is a server that answers, and a compositor on it.
+    bool open(Server::Use& x) {
+        if (!x) return false;
+        const uint64_t before = std::exchange(epoch_, desktopServer().epoch());
+        if (before != epoch_) {
+            close();
+            // Windows do not outlive their server.
+            if (before != 0 && !isScreen_) gone_ = true;
+            compositor_ = std::make_unique<Compositor>(desktopServer(), x);
+            if (!isScreen_ && !gone_) watchTarget(x);
+        }
+        return x && x->answers();
+    }
+    void close() {
+        compositor_.reset();
+        window_.reset();
+    }
+
+    void watchTarget(Server::Use& x) {
+        const auto desktop = currentDesktop(x);
+        auto& windows = RedirectedWindows::of(desktopServer());
+        window_ = windows.find(x, target_);
+        if (window_) return;
+        window_ = windows.open(x, target_, desktop ? desktop->windows->frameOf(target_) : 0);
+        const auto size = x->await<xcb_get_geometry_reply_t>(xcb_get_geometry(x->raw(), target_).sequence);
+        if (!size && x) gone_ = true;
+        if (!size) return;
+        window_->fit(withBorder({0, 0, size->width, size->height}, size->border_width), size->border_width, false);
+        x->sync();  // whatever is drawn from here on goes into its picture
+    }
+    bool isGone() {
+        gone_ |= window_ && window_->gone();
+        return gone_;
+    }
+
+    // Takes a picture of the desktop as it is now. None without a server that answers, before or afterwards, nor of a
+    // target that is gone.
     template <typename Take>
-    Shot ask(Take&& take);
+    Shot ask(Take&& take) {
+        Server::Use x = desktopServer().use();
+        const auto desktop = open(x) ? currentDesktop(x) : nullptr;
+        if (!desktop) return whyUnreachable();
+        if (isGone()) return NoImage::gone;
+        if (window_) window_->setFrame(desktop->windows->frameOf(target_));
+        Shot shot = take(x, *desktop);
+        if (!x) return whyUnreachable();
+        // What was asked before the target went may have been answered from another window of the same number.
+        x.readEvents();
+        return isGone() ? Shot(NoImage::gone) : std::move(shot);
+    }
 
     const uint32_t target_;
     const bool isScreen_;
@@ -82,106 +163,6 @@ class WindowGrabber final : public Grabber {
     std::vector<Layer> layers_;                 // of the picture that is taken
     bool gone_ = false;
 };
-
-WindowGrabber::WindowGrabber(uint32_t target, bool isScreen) : target_(target), isScreen_(isScreen) {
-    Server::Use x = desktopServer().use();
-    open(x);
-}
-
-WindowGrabber::~WindowGrabber() {
-    const Server::Use x = desktopServer().use();
-    close();
-}
-
-void WindowGrabber::close() {
-    compositor_.reset();
-    window_.reset();
-}
-
-// True when there is a server that answers, and a compositor on it.
-bool WindowGrabber::open(Server::Use& x) {
-    if (!x) return false;
-    const uint64_t before = std::exchange(epoch_, desktopServer().epoch());
-    if (before != epoch_) {
-        close();
-        // Windows do not outlive their server.
-        if (before != 0 && !isScreen_) gone_ = true;
-        compositor_ = std::make_unique<Compositor>(desktopServer(), x);
-        if (!isScreen_ && !gone_) watchTarget(x);
-    }
-    return x && x->answers();
-}
-
-void WindowGrabber::watchTarget(Server::Use& x) {
-    const auto desktop = currentDesktop(x);
-    auto& windows = RedirectedWindows::of(desktopServer());
-    window_ = windows.find(x, target_);
-    if (window_) return;
-    window_ = windows.open(x, target_, desktop ? desktop->windows->frameOf(target_) : 0);
-    const auto size = x->await<xcb_get_geometry_reply_t>(xcb_get_geometry(x->raw(), target_).sequence);
-    if (!size && x) gone_ = true;
-    if (!size) return;
-    window_->fit(withBorder({0, 0, size->width, size->height}, size->border_width), size->border_width, false);
-    x->sync();  // whatever is drawn from here on goes into its picture
-}
-
-// Takes a picture of the desktop as it is now. None without a server that answers, before or afterwards, nor of a
-// target that is gone.
-template <typename Take>
-Shot WindowGrabber::ask(Take&& take) {
-    Server::Use x = desktopServer().use();
-    const auto desktop = open(x) ? currentDesktop(x) : nullptr;
-    if (!desktop) return whyUnreachable();
-    noteGone();
-    if (gone_) return NoImage::gone;
-    if (window_) window_->setFrame(desktop->windows->frameOf(target_));
-    Shot shot = take(x, *desktop);
-    if (!x) return whyUnreachable();
-    // What was asked before the target went may have been answered from another window of the same number.
-    x.readEvents();
-    noteGone();
-    return gone_ ? Shot(NoImage::gone) : std::move(shot);
-}
-
-void WindowGrabber::noteGone() {
-    if (window_ && window_->gone()) gone_ = true;
-}
-
-Shot WindowGrabber::window() {
-    return ask([this](Server::Use& x, const Desktop& desktop) -> Shot {
-        if (!hasWindowPictures(*x)) return whyNoWindowPictures(*x);
-        const DesktopWindow* window = desktop.windows->find(target_);
-        if (!window || !window->onScreen) return NoImage::notOnScreen;
-        layers_.assign(1, layerOfClient(*window));
-        Shot shot = compositor_->take(x, boundsOfClient(*window), layers_, *desktop.windows);
-        return shot.image && compositor_->missing() != NoImage::none ? Shot(compositor_->missing()) : shot;
-    });
-}
-
-Shot WindowGrabber::area(const Rect& area) {
-    return ask([&](Server::Use& x, const Desktop& desktop) {
-        setLayersOfArea(x, layers_, *desktop.windows);
-        return compositor_->take(x, desktop.monitors->toRoot(pixelsOf(area)), layers_, *desktop.windows);
-    });
-}
-
-Shot WindowGrabber::composed(const Rect& bounds, const std::vector<uint32_t>& windows) {
-    return ask([&](Server::Use& x, const Desktop& desktop) -> Shot {
-        if (isScreen_ && !desktop.monitors->areShown) return NoImage::wayland;
-        setLayersOfList(x, layers_, *desktop.windows, windows, isScreen_);
-        return compositor_->take(x, desktop.monitors->toRoot(pixelsOf(bounds)), layers_, *desktop.windows);
-    });
-}
-
-Shot WindowGrabber::display() {
-    return ask([this](Server::Use& x, const Desktop& desktop) -> Shot {
-        const Monitor* monitor = desktop.monitors->find(target_);
-        if (!monitor) return NoImage::gone;
-        if (!desktop.monitors->areShown) return NoImage::wayland;
-        layers_.assign(1, layerOfRoot(*x));
-        return compositor_->take(x, monitor->area, layers_, *desktop.windows);
-    });
-}
 
 }  // namespace
 
