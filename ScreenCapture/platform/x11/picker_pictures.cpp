@@ -79,7 +79,7 @@ class X11PictureBatch final : public PictureBatch {
         epoch_ = pictureServer().epoch();
         compositor_ = std::make_unique<Compositor>(pictureServer(), x);
         compositor_->setRoom(room_);
-        sheet_ = open(x, *desktop, numbers_, next_, true);
+        open(x, *desktop, true);
         x->flush();
     }
     ~X11PictureBatch() override {
@@ -96,11 +96,20 @@ class X11PictureBatch final : public PictureBatch {
         if (!window) return NoImage::gone;
         if (!window->onScreen) return NoImage::notOnScreen;
         if (!fitsPicture(window->outer)) return NoImage::tooLarge;
+        const auto listed = std::find(numbers_.begin() + static_cast<ptrdiff_t>(first_), numbers_.end(), number);
+        if (compositor_ && listed == numbers_.end() && !taken_.find(*window))  // not announced, or asked for again
+            return makePictureBatch({number})->take(number);
         Server::Use x = pictureServer().use();
         if (!x) return NoImage::noServer;
         if (!hasWindowPictures(*x)) return whyNoWindowPictures(*x);
         if (!compositor_ || epoch_ != pictureServer().epoch()) return NoImage::failed;
-        if (!taken_.find(*window)) draw(x, *desktop, *window);
+        if (!taken_.find(*window)) {
+            if (!sheet_.find(*window)) {
+                next_ = static_cast<size_t>(listed - numbers_.begin());
+                open(x, *desktop, true);
+            }
+            draw(x, *desktop);
+        }
         Sheet::Item* const item = taken_.find(*window);
         const NoImage why = !item ? NoImage::failed : taken_.shot.image ? item->missing : taken_.shot.why;
         if (item) item->number = 0;  // the next time it is drawn again
@@ -127,22 +136,21 @@ class X11PictureBatch final : public PictureBatch {
     // The next windows of the list that fit, watched from now on, and redirected but for those that show whole. Their
     // pictures on the screen cost the server no memory and their owners no repaint; under a compositing manager the
     // screen shows shadows and what lies below, and every window is redirected already.
-    Sheet open(Server::Use& x, const Desktop& desktop, const std::vector<uint32_t>& numbers, size_t& next,
-               bool mayShowScreen) {
-        Sheet sheet;
-        sheet.version = desktop.version;
-        for (; next < numbers.size(); ++next) {
-            const DesktopWindow* const window = desktop.windows->find(numbers[next]);
+    void open(Server::Use& x, const Desktop& desktop, bool mayShowScreen) {
+        sheet_ = {};
+        sheet_.version = desktop.version;
+        for (first_ = next_; next_ < numbers_.size(); ++next_) {
+            const DesktopWindow* const window = desktop.windows->find(numbers_[next_]);
             if (!window || !window->onScreen || !fitsPicture(window->outer)) continue;
             PixelRect place;
-            if (!sheet.place(boundsOfClient(*window), room_, place)) break;
-            sheet.items.emplace_back().number = window->number;
-            sheet.items.back().bounds = window->bounds;
-            sheet.items.back().place = place;
+            if (!sheet_.place(boundsOfClient(*window), room_, place)) break;
+            sheet_.items.emplace_back().number = window->number;
+            sheet_.items.back().bounds = window->bounds;
+            sheet_.items.back().place = place;
         }
         mayShowScreen &= !desktop.windows->isComposited && compositor_->drawsOnServer();
         auto& windows = RedirectedWindows::of(pictureServer());
-        for (Sheet::Item& item : sheet.items) {
+        for (Sheet::Item& item : sheet_.items) {
             const DesktopWindow& window = *desktop.windows->find(item.number);
             const bool isWhole = desktop.windows->isSeenWhole(item.number);
             item.showsScreen = mayShowScreen && isWhole && window.clientShape.empty() && window.shape.empty() &&
@@ -154,13 +162,12 @@ class X11PictureBatch final : public PictureBatch {
             if (!isWhole) item.window->expectRepaint();
             item.window->requestPixmap();
         }
-        return sheet;
     }
 
-    void begin(Server::Use& x, Sheet& sheet, const Desktop& desktop) {
-        if (std::exchange(sheet.isBegun, true)) return;
+    void begin(Server::Use& x, const Desktop& desktop) {
+        if (std::exchange(sheet_.isBegun, true)) return;
         std::vector<Layer> layers;
-        for (const Sheet::Item& item : sheet.items) {
+        for (const Sheet::Item& item : sheet_.items) {
             const PixelRect& place = item.place;
             Layer layer = item.layer;
             const PixelRect origin = item.showsScreen ? item.bounds : PixelRect();
@@ -169,60 +176,45 @@ class X11PictureBatch final : public PictureBatch {
             if (!item.showsScreen) layer.alpha = Layer::Alpha::kept;
             layers.push_back(std::move(layer));
         }
-        compositor_->update(x, sheet.size, layers, *desktop.windows);
+        compositor_->update(x, sheet_.size, layers, *desktop.windows);
         compositor_->begin();
     }
 
-    void finish(Server::Use& x, Sheet& sheet) {
-        sheet.shot = compositor_->finish(x);
-        for (size_t i = 0; i < sheet.items.size(); ++i) {
-            sheet.items[i].missing = compositor_->missing(i);
-            sheet.items[i].window = nullptr;
+    void finish(Server::Use& x) {
+        sheet_.shot = compositor_->finish(x);
+        for (size_t i = 0; i < sheet_.items.size(); ++i) {
+            sheet_.items[i].missing = compositor_->missing(i);
+            sheet_.items[i].window = nullptr;
         }
     }
 
     // Something may have come over a window that was drawn as the screen showed it. Two connections have no common
     // order: what was sent on the other by the time of the picture has arrived there once that answers.
-    static bool isValid(const Sheet& sheet) {
+    bool isValid() const {
         const auto showsScreen = [](const Sheet::Item& item) { return item.showsScreen; };
-        if (std::none_of(sheet.items.begin(), sheet.items.end(), showsScreen)) return true;
+        if (std::ranges::none_of(sheet_.items, showsScreen)) return true;
         if (Server::Use x = desktopServer().use()) x->sync();
         const auto after = latestDesktop();
-        return after && after->version == sheet.version;
+        return after && after->version == sheet_.version;
     }
 
-    Sheet drawn(Server::Use& x, const Desktop& desktop, const std::vector<uint32_t>& numbers, size_t first,
-                Sheet sheet) {
-        begin(x, sheet, desktop);
-        finish(x, sheet);
-        if (isValid(sheet)) return sheet;
-        const auto now = latestDesktop();
-        if (!now) return sheet = {};
-        sheet = open(x, *now, numbers, first, false);
-        begin(x, sheet, *now);
-        finish(x, sheet);
-        return sheet;
-    }
-
-    // Draws the sheet that has the window, and has the server begin the next one.
-    void draw(Server::Use& x, const Desktop& desktop, const DesktopWindow& window) {
+    // Draws the sheet, and has the server begin the next one.
+    void draw(Server::Use& x, const Desktop& desktop) {
         taken_ = {};
-        const auto from = std::find(numbers_.begin() + static_cast<ptrdiff_t>(first_), numbers_.end(), window.number);
-        if (!sheet_.find(window) && from == numbers_.end()) {  // not announced, or asked for again
-            size_t end = 0;
-            sheet_.isBegun = false;
-            const std::vector<uint32_t> alone{window.number};
-            taken_ = drawn(x, desktop, alone, 0, open(x, desktop, alone, end, true));
-            return;
+        begin(x, desktop);
+        finish(x);
+        if (!isValid()) {
+            sheet_ = {};
+            if (const auto now = latestDesktop()) {
+                next_ = first_;
+                open(x, *now, false);
+                begin(x, *now);
+                finish(x);
+            }
         }
-        if (!sheet_.find(window)) {
-            first_ = next_ = static_cast<size_t>(from - numbers_.begin());
-            sheet_ = open(x, desktop, numbers_, next_, true);
-        }
-        taken_ = drawn(x, desktop, numbers_, first_, std::move(sheet_));
-        first_ = next_;
-        sheet_ = open(x, desktop, numbers_, next_, true);
-        if (!sheet_.items.empty()) begin(x, sheet_, desktop);
+        taken_ = std::move(sheet_);
+        open(x, desktop, true);
+        if (!sheet_.items.empty()) begin(x, desktop);
         x->flush();
     }
 
