@@ -43,6 +43,8 @@ foreach(name orvo-screencapture orvo-runtime)
 endforeach()
 
 if(TARGET orvocap)
+    # The run path of the build leaves its length in the installed program, so it names no folder of this machine.
+    set_target_properties(orvocap PROPERTIES BUILD_RPATH_USE_ORIGIN ON)
     # In the system's own prefix the loader finds the library.
     if(NOT CMAKE_INSTALL_PREFIX STREQUAL /usr)
         file(RELATIVE_PATH bin_to_library /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})

@@ -65,6 +65,12 @@ set(CPACK_RPM_RUNTIME_PACKAGE_SUGGESTS "libgdk_pixbuf-2.0.so.0()(64bit)")
 set(CPACK_RPM_DEVELOPMENT_PACKAGE_REQUIRES "orvo-screencapture = ${version}")
 set(CPACK_RPM_PYTHON_PACKAGE_REQUIRES "python3 >= 3.9, orvo-screencapture = ${version}")
 set(CPACK_RPM_PYTHON_PACKAGE_ARCHITECTURE noarch)
+# For the same files from every build of the same sources; rpm would note when and where each was built.
+if(DEFINED ENV{SOURCE_DATE_EPOCH})
+    set(CPACK_RPM_SPEC_MORE_DEFINE "%global use_source_date_epoch_as_buildtime 1
+%global _buildhost localhost
+%global __spec_install_post find %{buildroot} -exec touch -h -d @$ENV{SOURCE_DATE_EPOCH} {} +")
+endif()
 set(CPACK_RPM_RUNTIME_POST_INSTALL_SCRIPT_FILE ${PROJECT_SOURCE_DIR}/cmake/ldconfig.sh)
 set(CPACK_RPM_RUNTIME_POST_UNINSTALL_SCRIPT_FILE ${PROJECT_SOURCE_DIR}/cmake/ldconfig.sh)
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION /usr/share/bash-completion /usr/share/bash-completion/completions
