@@ -69,6 +69,7 @@ set(CPACK_RPM_PYTHON_PACKAGE_ARCHITECTURE noarch)
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
     set(CPACK_RPM_SPEC_MORE_DEFINE "%global use_source_date_epoch_as_buildtime 1
 %global _buildhost localhost
+%global _build_id_links none
 %global __spec_install_post find $RPM_BUILD_ROOT -exec touch -h -d @$ENV{SOURCE_DATE_EPOCH} {} +")
 endif()
 set(CPACK_RPM_RUNTIME_POST_INSTALL_SCRIPT_FILE ${PROJECT_SOURCE_DIR}/cmake/ldconfig.sh)
