@@ -4,6 +4,8 @@
 #include <array>
 #include <cstring>
 
+#include "ScreenCapture/platform/x11/connection.h"
+
 namespace orvo::platform::x11 {
 namespace {
 

@@ -1,12 +1,14 @@
-// The names that window managers and clients agree on, as numbers of one server.
+// The names that window managers and clients agree on, as numbers of one server; and that of the message by which a
+// capture reports to others that it has asked a window to paint itself again.
 #pragma once
 
 #include <xcb/xcb.h>
 
-#include "ScreenCapture/platform/x11/connection.h"
 #include "ScreenCapture/platform/x11/properties.h"
 
 namespace orvo::platform::x11 {
+
+class Connection;
 
 // clang-format off
 #define ORVO_X11_ATOMS(X) \
@@ -49,7 +51,8 @@ namespace orvo::platform::x11 {
     X(NET_WM_WINDOW_TYPE_DND, "_NET_WM_WINDOW_TYPE_DND") \
     X(NET_WM_WINDOW_TYPE_NORMAL, "_NET_WM_WINDOW_TYPE_NORMAL") \
     X(NET_WM_WINDOW_TYPE_DIALOG, "_NET_WM_WINDOW_TYPE_DIALOG") \
-    X(XROOTPMAP_ID, "_XROOTPMAP_ID")
+    X(XROOTPMAP_ID, "_XROOTPMAP_ID") \
+    X(ORVO_REPAINT_REQUEST, "_ORVO_REPAINT_REQUEST")
 // clang-format on
 
 struct Atoms {

@@ -60,8 +60,8 @@ bool serverHangs() {
 }
 
 // Of a server that can be asked its own word counts, not the environment's: a private one may run in any session.
-NoImage whyUnreachable(const Connection* x) {
-    if (serverHangs() || (x && x->isHung())) return NoImage::xServerHangs;
+NoImage whyUnreachable() {
+    if (serverHangs()) return NoImage::xServerHangs;
     const bool wayland = isSet("WAYLAND_DISPLAY") || isSet("XDG_SESSION_TYPE", "wayland");
     return wayland && !isSet("DISPLAY") ? NoImage::wayland : NoImage::noXServer;
 }
@@ -125,10 +125,7 @@ Connection::Connection(xcb_connection_t* raw, int screenNumber) : raw_(raw) {
     if (lost_) return;
     screen_ = screenOf(raw_, screenNumber);
     lost_ = !screen_ || !queryExtensions(*this, extensions_, formats_);
-    if (lost_) return;
-    constexpr std::string_view kRepaintRequest = "_ORVO_REPAINT_REQUEST";
-    const auto atom = xcb_intern_atom(raw_, 0, kRepaintRequest.size(), kRepaintRequest.data());
-    if (const auto answer = await<xcb_intern_atom_reply_t>(atom.sequence)) repaintRequest_ = answer->atom;
+    if (!lost_) atoms_ = Atoms::of(*this);
 }
 
 Connection::~Connection() {

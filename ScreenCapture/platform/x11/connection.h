@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "ScreenCapture/platform/image.h"
+#include "ScreenCapture/platform/x11/atoms.h"
 #include "ScreenCapture/platform/x11/extensions.h"
 
 namespace orvo::platform::x11 {
@@ -37,10 +38,8 @@ using Event = Reply<xcb_generic_event_t>;
 // connections, so one that gets an answer ends it for all.
 bool serverHangs();
 
-class Connection;
-// Why there is no server to ask: no X server, one that hangs, or a Wayland session that has none. x: a connection that
-// is lost, if there is one.
-NoImage whyUnreachable(const Connection* x = nullptr);
+// Why there is no server to ask: no X server, one that hangs, or a Wayland session that has none.
+NoImage whyUnreachable();
 
 // Keeps signals from the calling thread that would end the process: that of a server that has gone, and that of memory
 // beyond the process's limit. Does nothing on the library's own threads: they block both.
@@ -79,8 +78,7 @@ class Connection {
     xcb_window_t root() const { return screen_->root; }
     const Extensions& extensions() const { return extensions_; }
     const PictureFormats& formats() const { return formats_; }
-    // The type of the message by which a capture reports to others that it has asked a window to paint itself again.
-    xcb_atom_t repaintRequest() const { return repaintRequest_; }
+    const Atoms& atoms() const { return atoms_; }
     int descriptor() const;
 
     // Whether the server answers. While nothing is asked, a server that hangs looks like one where nothing happens; so
@@ -126,7 +124,7 @@ class Connection {
     xcb_screen_t* screen_ = nullptr;
     Extensions extensions_;
     PictureFormats formats_;
-    xcb_atom_t repaintRequest_ = XCB_ATOM_NONE;
+    Atoms atoms_;
     std::deque<Event> events_;  // read while waiting for a reply
     std::unordered_map<xcb_window_t, uint32_t> selected_;
     uint64_t eventCount_ = 0;

@@ -65,32 +65,18 @@ PictureFormats formatsIn(const xcb_render_query_pict_formats_reply_t& answer, co
 
 // Asked for all at once, and known before any extension is used: xcb itself would ask and wait without a limit.
 bool findExtensions(Connection& x, Extensions& found) {
-    struct Wanted {
-        xcb_extension_t* id;
-        uint8_t* opcode;
-        uint8_t* firstEvent;
-    };
     xcb_connection_t* const raw = x.raw();
-    uint8_t unused = 0;
-    const Wanted wanted[] = {{&xcb_shm_id, &found.shm, &unused},
-                             {&xcb_xfixes_id, &found.xfixes, &found.xfixesEvent},
-                             {&xcb_damage_id, &found.damage, &found.damageEvent},
-                             {&xcb_render_id, &found.render, &unused},
-                             {&xcb_composite_id, &found.composite, &unused},
-                             {&xcb_randr_id, &found.randr, &found.randrEvent},
-                             {&xcb_shape_id, &found.shape, &found.shapeEvent},
-                             {&xcb_input_id, &found.input, &unused},
-                             {&xcb_res_id, &found.res, &unused},
-                             {&xcb_sync_id, &found.sync, &found.syncEvent}};
-    for (const auto& extension : wanted) xcb_prefetch_extension_data(raw, extension.id);
+    const std::pair<xcb_extension_t*, Extension*> wanted[] = {
+        {&xcb_shm_id, &found.shm},       {&xcb_xfixes_id, &found.xfixes},       {&xcb_damage_id, &found.damage},
+        {&xcb_render_id, &found.render}, {&xcb_composite_id, &found.composite}, {&xcb_randr_id, &found.randr},
+        {&xcb_shape_id, &found.shape},   {&xcb_input_id, &found.input},         {&xcb_res_id, &found.res},
+        {&xcb_sync_id, &found.sync}};
+    for (const auto& [id, extension] : wanted) xcb_prefetch_extension_data(raw, id);
     xcb_prefetch_extension_data(raw, &xcb_big_requests_id);
     if (!x.sync()) return false;
-    for (const auto& extension : wanted) {
-        const auto* data = xcb_get_extension_data(raw, extension.id);
-        if (!data || !data->present) continue;
-        *extension.opcode = data->major_opcode;
-        *extension.firstEvent = data->first_event;
-    }
+    for (const auto& [id, extension] : wanted)
+        if (const auto* data = xcb_get_extension_data(raw, id); data && data->present)
+            *extension = {data->major_opcode, data->first_event};
     return true;
 }
 
@@ -110,7 +96,7 @@ bool greetExtensions(Connection& x, Extensions& found, PictureFormats& pictureFo
     if (!x.sync()) return false;
     if (found.randr) {
         const auto version = x.await<xcb_randr_query_version_reply_t>(randr);
-        if (!version || (version->major_version == 1 && version->minor_version < 5)) found.randr = 0;
+        if (!version || (version->major_version == 1 && version->minor_version < 5)) found.randr = {};
     }
     if (found.shm) {
         const auto version = x.await<xcb_shm_query_version_reply_t>(shm);

@@ -10,11 +10,19 @@ namespace orvo::platform::x11 {
 
 class Connection;
 
-// Opcodes of what the server offers beside the core protocol, each 0 when it does not.
+struct Extension {
+    uint8_t opcode = 0;  // 0: the server does not have it
+    uint8_t firstEvent = 0;
+    explicit operator bool() const { return opcode != 0; }
+    // Whether the event is its own, by the server itself; number: XCB_..._NOTIFY.
+    bool sent(const xcb_generic_event_t& event, uint8_t number) const {
+        return opcode != 0 && event.response_type == firstEvent + number;
+    }
+};
+
+// What the server offers beside the core protocol.
 struct Extensions {
-    uint8_t shm = 0, xfixes = 0, damage = 0, render = 0, composite = 0, randr = 0, shape = 0, input = 0, res = 0,
-            sync = 0;
-    uint8_t xfixesEvent = 0, damageEvent = 0, randrEvent = 0, shapeEvent = 0, syncEvent = 0;  // first event of each
+    Extension shm, xfixes, damage, render, composite, randr, shape, input, res, sync;
     bool sharedPixmaps = false;  // memory given by descriptor can back pixmaps
     bool sharedMemory = false;   // memory can be given by descriptor
 };

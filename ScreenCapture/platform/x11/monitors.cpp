@@ -63,12 +63,10 @@ class MonitorPart final : public DesktopPart {
     }
     void invalidate() override { isXwayland_.reset(); }
     bool handle(const Connection& x, const xcb_generic_event_t& event) override {
-        const uint8_t type = event.response_type & 0x7f;
-        if (type == XCB_CONFIGURE_NOTIFY)
+        if ((event.response_type & 0x7F) == XCB_CONFIGURE_NOTIFY)
             return reinterpret_cast<const xcb_configure_notify_event_t&>(event).window == x.root();
-        const int first = x.extensions().randrEvent;
-        return x.extensions().randr &&
-               (type == first + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == first + XCB_RANDR_NOTIFY);
+        const Extension& randr = x.extensions().randr;
+        return randr.sent(event, XCB_RANDR_SCREEN_CHANGE_NOTIFY) || randr.sent(event, XCB_RANDR_NOTIFY);
     }
     void refresh(Connection& x, Desktop& next) override {
         if (!isXwayland_) isXwayland_ = isXwayland(x);
@@ -84,15 +82,14 @@ class MonitorPart final : public DesktopPart {
 }  // namespace
 
 const Monitor* MonitorList::find(uint32_t number) const {
-    const auto found = std::find_if(all.begin(), all.end(), [=](auto& monitor) { return monitor.number == number; });
+    const auto found = std::ranges::find(all, number, &Monitor::number);
     return found == all.end() ? nullptr : &*found;
 }
 
 const Monitor* MonitorList::main() const {
-    const auto isPrimary = [](const Monitor& monitor) { return monitor.primary; };
     const auto isAtCorner = [](const Monitor& monitor) { return monitor.area.x == 0 && monitor.area.y == 0; };
-    auto found = std::find_if(all.begin(), all.end(), isPrimary);
-    if (found == all.end()) found = std::find_if(all.begin(), all.end(), isAtCorner);
+    auto found = std::ranges::find_if(all, &Monitor::primary);
+    if (found == all.end()) found = std::ranges::find_if(all, isAtCorner);
     if (found == all.end()) found = all.begin();
     return all.empty() ? nullptr : &*found;
 }

@@ -29,8 +29,7 @@ class CursorPart final : public DesktopPart {
             xcb_xfixes_select_cursor_input(x.raw(), x.root(), XCB_XFIXES_CURSOR_NOTIFY_MASK_DISPLAY_CURSOR);
     }
     bool handle(const Connection& x, const xcb_generic_event_t& event) override {
-        return x.extensions().xfixes &&
-               (event.response_type & 0x7F) == x.extensions().xfixesEvent + XCB_XFIXES_CURSOR_NOTIFY;
+        return x.extensions().xfixes.sent(event, XCB_XFIXES_CURSOR_NOTIFY);
     }
     void refresh(Connection& x, Desktop& next) override {
         next.cursor = nullptr;

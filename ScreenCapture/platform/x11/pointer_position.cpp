@@ -88,13 +88,12 @@ void PointerPosition::rearmAlarm() {
 
 void PointerPosition::handle(const xcb_generic_event_t& event) {
     const Extensions& extensions = x_.extensions();
-    const uint8_t type = event.response_type & 0x7f;
-    if (alarm_ != 0 && type == extensions.syncEvent + XCB_SYNC_ALARM_NOTIFY &&
+    if (extensions.sync.sent(event, XCB_SYNC_ALARM_NOTIFY) &&
         reinterpret_cast<const xcb_sync_alarm_notify_event_t&>(event).alarm == alarm_)
         mayHaveMoved();
-    if (type != XCB_GE_GENERIC) return;
+    if ((event.response_type & 0x7F) != XCB_GE_GENERIC) return;
     const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
-    if (generic.extension == extensions.input && generic.event_type == XCB_INPUT_RAW_BUTTON_PRESS &&
+    if (generic.extension == extensions.input.opcode && generic.event_type == XCB_INPUT_RAW_BUTTON_PRESS &&
         reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event).detail <= kMaxButton)
         clicks_++;
 }

@@ -213,7 +213,7 @@ void RedirectedWindow::receiveRepainted() {
 
 void RedirectedWindow::onEvent(const xcb_generic_event_t& event) {
     const uint8_t type = event.response_type;
-    if (damage_ && type == x_->extensions().damageEvent + XCB_DAMAGE_NOTIFY)
+    if (damage_ && x_->extensions().damage.sent(event, XCB_DAMAGE_NOTIFY))
         damaged_ |= reinterpret_cast<const xcb_damage_notify_event_t&>(event).damage == damage_.id();
     if (isRoot()) return;
     if (type == XCB_CONFIGURE_NOTIFY) {
@@ -335,7 +335,7 @@ std::shared_ptr<RedirectedWindow> RedirectedWindows::open(const Server::Use& x, 
 void RedirectedWindows::onEvent(const Connection& x, const xcb_generic_event_t& event) {
     const uint8_t type = event.response_type;
     const xcb_window_t exposed = repaintRequestedByOther(x, event);
-    const bool isShape = x.extensions().shape && type == x.extensions().shapeEvent + XCB_SHAPE_NOTIFY;
+    const bool isShape = x.extensions().shape.sent(event, XCB_SHAPE_NOTIFY);
     const bool isRestacking =
         isShape || (type >= XCB_DESTROY_NOTIFY && type <= XCB_CIRCULATE_NOTIFY && type != XCB_MAP_REQUEST);
     const bool isServers = (type & 0x80) == 0;  // not sent by some client

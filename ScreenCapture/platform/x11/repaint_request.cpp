@@ -71,7 +71,7 @@ void notifyOthers(Connection& x, xcb_window_t window) {
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
     message.window = window;
-    message.type = x.repaintRequest();
+    message.type = x.atoms().ORVO_REPAINT_REQUEST;
     message.data.data32[0] = xcb_get_setup(x.raw())->resource_id_base;
     xcb_send_event(x.raw(), 0, x.root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY, reinterpret_cast<const char*>(&message));
 }
@@ -80,7 +80,8 @@ void notifyOthers(Connection& x, xcb_window_t window) {
 
 xcb_window_t repaintRequestedByOther(const Connection& x, const xcb_generic_event_t& event) {
     const auto& message = reinterpret_cast<const xcb_client_message_event_t&>(event);
-    const bool isRequest = (event.response_type & 0x7F) == XCB_CLIENT_MESSAGE && message.type == x.repaintRequest() &&
+    const bool isRequest = (event.response_type & 0x7F) == XCB_CLIENT_MESSAGE &&
+                           message.type == x.atoms().ORVO_REPAINT_REQUEST &&
                            message.data.data32[0] != xcb_get_setup(x.raw())->resource_id_base;
     return isRequest ? message.window : 0;
 }

@@ -88,11 +88,6 @@ bool Server::connect() {
     connection_ = connecting_->take();
     connecting_.reset();
     if (!connection_) return false;
-    atoms_ = Atoms::of(*connection_);
-    if (connection_->lost()) {  // names without an answer would be missing for good
-        connection_ = nullptr;
-        return false;
-    }
     epoch_ = nextVersion();
     lastRead_ = Clock::now();
     startReader();

@@ -13,7 +13,6 @@
 #include <optional>
 #include <vector>
 
-#include "ScreenCapture/platform/x11/atoms.h"
 #include "ScreenCapture/platform/x11/connection.h"
 
 namespace orvo::platform::x11 {
@@ -85,7 +84,6 @@ class Server {
         Connection& operator*() const { return *connection_; }
         // For objects on the server, which must not outlive their connection.
         const std::shared_ptr<Connection>& connection() const { return connection_; }
-        const Atoms& atoms() const { return server_.atoms_; }
 
         // Hands out the events that have arrived, also those that came with answers.
         void readEvents();
@@ -127,7 +125,6 @@ class Server {
     TimedMutex mutex_;
     std::shared_ptr<Connection> connection_;
     std::optional<Connecting> connecting_;
-    Atoms atoms_;
     std::chrono::steady_clock::time_point lastRead_;
     bool hasReader_ = false;
     std::atomic<std::chrono::milliseconds> idleLimit_{std::chrono::milliseconds(500)};

@@ -126,7 +126,7 @@ bool activateWindow(xcb_window_t window) {
         if (!x || !desktop) return false;
         noteActivation(window);
         if (!desktop->windows->keepsHints) return raiseAndFocus(x, window);
-        if (!sendToManager(x, window, x.atoms().NET_ACTIVE_WINDOW,
+        if (!sendToManager(x, window, x->atoms().NET_ACTIVE_WINDOW,
                            {kFromPager, XCB_CURRENT_TIME, desktop->windows->active}))
             return false;
     }
@@ -149,7 +149,7 @@ bool raiseWindow(const Server::Use& x, xcb_window_t window) {
 
 bool minimizeWindow(const Server::Use& x, xcb_window_t window) {
     constexpr uint32_t kIconicState = 3;
-    return sendToManager(x, window, x.atoms().WM_CHANGE_STATE, {kIconicState});
+    return sendToManager(x, window, x->atoms().WM_CHANGE_STATE, {kIconicState});
 }
 
 bool restoreWindow(const Server::Use& x, xcb_window_t window) {
@@ -158,12 +158,12 @@ bool restoreWindow(const Server::Use& x, xcb_window_t window) {
 }
 
 bool setFullScreen(const Server::Use& x, xcb_window_t window, bool fullScreen) {
-    return sendToManager(x, window, x.atoms().NET_WM_STATE,
-                         {fullScreen ? 1U : 0U, x.atoms().NET_WM_STATE_FULLSCREEN, 0, kFromPager});
+    return sendToManager(x, window, x->atoms().NET_WM_STATE,
+                         {fullScreen ? 1U : 0U, x->atoms().NET_WM_STATE_FULLSCREEN, 0, kFromPager});
 }
 
 bool requestClose(const Server::Use& x, xcb_window_t window) {
-    return send(x, window, window, XCB_EVENT_MASK_NO_EVENT, x.atoms().WM_PROTOCOLS, {x.atoms().WM_DELETE_WINDOW});
+    return send(x, window, window, XCB_EVENT_MASK_NO_EVENT, x->atoms().WM_PROTOCOLS, {x->atoms().WM_DELETE_WINDOW});
 }
 
 }  // namespace orvo::platform::x11

@@ -96,9 +96,6 @@ struct WindowList : RootFacts {
     bool isSeenWhole(xcb_window_t window) const;
 };
 
-// How far in front a window is kept.
-int32_t layerOf(WindowType type, bool keptAbove);
-
 std::unique_ptr<DesktopPart> makeWindowListPart();
 
 }  // namespace orvo::platform::x11

@@ -6,7 +6,6 @@
 #include <xcb/shape.h>
 
 #include <algorithm>
-#include <fstream>
 
 #include "ScreenCapture/platform/x11/properties.h"
 #include "ScreenCapture/platform/x11/server_objects.h"
@@ -56,6 +55,20 @@ bool contains(const std::vector<uint32_t>& numbers, xcb_atom_t atom) {
     return atom != XCB_ATOM_NONE && platform::contains(numbers, atom);
 }
 
+// How far in front a window is kept.
+int32_t layerOf(WindowType type, bool keptAbove) {
+    switch (type) {
+        case WindowType::desktop:
+            return -1;
+        case WindowType::dock:
+            return 20;
+        case WindowType::menu:
+            return 101;
+        default:
+            return keptAbove ? 3 : 0;
+    }
+}
+
 // What the root window is asked for, and each client.
 std::vector<xcb_atom_t> rootNames(const Atoms& atoms) {
     return {atoms.NET_CLIENT_LIST_STACKING,
@@ -102,18 +115,19 @@ xcb_window_t ownerOf(Connection& x, xcb_window_t window) {
     return window & ~xcb_get_setup(x.raw())->resource_id_mask;
 }
 
-PropertyRequest::PropertyRequest(Connection& x, const Atoms& atoms, xcb_window_t window,
-                                 const std::vector<xcb_atom_t>& names, uint32_t limit)
-    : x_(x), atoms_(atoms) {
+PropertyRequest::PropertyRequest(Connection& x, xcb_window_t window, const std::vector<xcb_atom_t>& names,
+                                 uint32_t limit)
+    : x_(x) {
     for (const xcb_atom_t name : names) {
-        const uint32_t length = name == atoms.NET_WM_ICON ? 0 : limit;  // icons are large; that there is one is enough
+        const uint32_t length =
+            name == x.atoms().NET_WM_ICON ? 0 : limit;  // icons are large; that there is one is enough
         sequences_[name] = xcb_get_property(x.raw(), 0, window, name, XCB_ATOM_ANY, 0, length).sequence;
     }
 }
 
 PropertyRequest::Answer PropertyRequest::read(xcb_atom_t name) const {
     auto reply = x_.await<xcb_get_property_reply_t>(sequences_.at(name));
-    const Property property = atoms_.property(reply.get());
+    const Property property = x_.atoms().property(reply.get());
     return {property, std::move(reply)};
 }
 
@@ -121,12 +135,13 @@ bool RootProperties::isInteresting(const Atoms& atoms, xcb_atom_t property) {
     return contains(rootNames(atoms), property);
 }
 
-bool RootProperties::read(Connection& x, const Atoms& atoms) {
+bool RootProperties::read(Connection& x) {
+    const Atoms& atoms = x.atoms();
     const auto tree = xcb_query_tree(x.raw(), x.root());
     const auto attributes = xcb_get_window_attributes(x.raw(), x.root());
     const auto geometry = xcb_get_geometry(x.raw(), x.root());
     const auto input = xcb_get_input_focus(x.raw());
-    const PropertyRequest properties(x, atoms, x.root(), rootNames(atoms), kMaxNumbers);
+    const PropertyRequest properties(x, x.root(), rootNames(atoms), kMaxNumbers);
     const auto selection = xcb_get_selection_owner(x.raw(), atoms.NET_WM_CM_S0);
 
     const auto inside = x.await<xcb_query_tree_reply_t>(tree.sequence);
@@ -163,12 +178,12 @@ bool RootProperties::read(Connection& x, const Atoms& atoms) {
     return true;
 }
 
-void RootProperties::askCheck(RequestBatch& batch, const Atoms& atoms) {
+void RootProperties::askCheck(RequestBatch& batch) {
     Connection& x = batch.connection();
+    const Atoms& atoms = x.atoms();
     const unsigned size = xcb_get_geometry(x.raw(), background).sequence;
     const unsigned attributes = xcb_get_window_attributes(x.raw(), background).sequence;
-    const PropertyRequest manager(x, atoms, checkWindow, {atoms.NET_SUPPORTING_WM_CHECK, atoms.NET_WM_NAME},
-                                  kMaxProperty);
+    const PropertyRequest manager(x, checkWindow, {atoms.NET_SUPPORTING_WM_CHECK, atoms.NET_WM_NAME}, kMaxProperty);
     batch.add([this, &x, &atoms, size, attributes, manager] {
         // The property outlives the pixmap, and may name anything; of a window its picture would show what is on
         // screen.
@@ -197,14 +212,6 @@ std::chrono::steady_clock::time_point RootProperties::changesBy() const {
     return readAt_ < end ? end : std::chrono::steady_clock::time_point::max();
 }
 
-std::string processName(int32_t pid) {
-    if (pid <= 0) return {};
-    std::ifstream file("/proc/" + std::to_string(pid) + "/comm");
-    std::string name;
-    std::getline(file, name);
-    return name;
-}
-
 void WindowProperties::askGeometry(RequestBatch& batch, xcb_window_t window) {
     Connection& x = batch.connection();
     // Whether it shows comes last: a place that was read while it still showed is no place to which a manager moves it
@@ -228,11 +235,12 @@ void WindowProperties::askGeometry(RequestBatch& batch, xcb_window_t window) {
     });
 }
 
-void WindowProperties::askProperties(RequestBatch& batch, const Atoms& atoms, xcb_window_t window) {
+void WindowProperties::askProperties(RequestBatch& batch, xcb_window_t window) {
     if (std::exchange(propertiesKnown_, true)) return;
     Connection& x = batch.connection();
+    const Atoms& atoms = x.atoms();
     x.select(window, XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_FOCUS_CHANGE);
-    batch.add([this, &atoms, properties = PropertyRequest(x, atoms, window, windowNames(atoms), kMaxProperty)] {
+    batch.add([this, &atoms, properties = PropertyRequest(x, window, windowNames(atoms), kMaxProperty)] {
         take(atoms, properties);
     });
 }

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "ScreenCapture/platform/x11/atoms.h"
+#include "ScreenCapture/platform/x11/connection.h"
 #include "ScreenCapture/platform/x11/window_list.h"
 
 namespace orvo::platform::x11 {
@@ -37,13 +37,11 @@ class PropertyRequest {
         Reply<xcb_get_property_reply_t> reply;  // owns the bytes
     };
     // limit: of each property, in units of 4 bytes.
-    PropertyRequest(Connection& x, const Atoms& atoms, xcb_window_t window, const std::vector<xcb_atom_t>& names,
-                    uint32_t limit);
+    PropertyRequest(Connection& x, xcb_window_t window, const std::vector<xcb_atom_t>& names, uint32_t limit);
     Answer read(xcb_atom_t name) const;
 
   private:
     Connection& x_;
-    const Atoms& atoms_;
     std::map<xcb_atom_t, unsigned> sequences_;
 };
 
@@ -54,8 +52,8 @@ class RootProperties : public RootFacts {
     static bool isInteresting(const Atoms& atoms, xcb_atom_t property);
 
     // Asks and waits; false when the server could not be asked. What is found is checked with the batch that follows.
-    bool read(Connection& x, const Atoms& atoms);
-    void askCheck(RequestBatch& batch, const Atoms& atoms);
+    bool read(Connection& x);
+    void askCheck(RequestBatch& batch);
 
     std::vector<xcb_window_t> children;  // back to front
     std::vector<xcb_window_t> clients;   // the manager's, back to front
@@ -90,7 +88,7 @@ class WindowProperties {
 
     // Properties are asked for again only after they have changed. Selects the window's events, so that what changes
     // after any later question is reported.
-    void askProperties(RequestBatch& batch, const Atoms& atoms, xcb_window_t window);
+    void askProperties(RequestBatch& batch, xcb_window_t window);
     // False for a property that nobody here is interested in.
     bool propertyChanged(const Atoms& atoms, xcb_atom_t atom);
     bool hasState() const { return state_ > 0; }  // a client that its manager has taken on
@@ -133,9 +131,6 @@ class WindowProperties {
     bool hidden_ = false, shaded_ = false, above_ = false;
     std::chrono::steady_clock::time_point hiddenSince_;
 };
-
-// What the system calls a process; empty when it is unknown.
-std::string processName(int32_t pid);
 
 // One question for the processes of many windows.
 void askProcesses(RequestBatch& batch, std::vector<std::pair<xcb_window_t, WindowProperties*>> windows);

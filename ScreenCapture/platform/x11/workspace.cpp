@@ -39,9 +39,9 @@ std::optional<Picture> iconOfWindow(xcb_window_t window) {
     std::vector<IconBitmap> icons;
     if (const Server::Use x = desktopServer().use(); x) {
         const auto cookie =
-            xcb_get_property(x->raw(), 0, window, x.atoms().NET_WM_ICON, XCB_ATOM_CARDINAL, 0, kMaxIconProperty);
+            xcb_get_property(x->raw(), 0, window, x->atoms().NET_WM_ICON, XCB_ATOM_CARDINAL, 0, kMaxIconProperty);
         const auto reply = x->await<xcb_get_property_reply_t>(cookie.sequence);
-        icons = decodeIcons(x.atoms().property(reply.get()));
+        icons = decodeIcons(x->atoms().property(reply.get()));
     }
     std::vector<Ref<Image>> bitmaps;
     for (const IconBitmap& icon : icons)
