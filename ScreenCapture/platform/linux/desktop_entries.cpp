@@ -3,8 +3,9 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <chrono>
+#include <functional>
+#include <initializer_list>
 #include <mutex>
 #include <unordered_map>
 #include <vector>
@@ -27,6 +28,16 @@ std::string lower(std::string from) {
 }
 
 using EntryRef = std::shared_ptr<const DesktopEntry>;
+using Test = std::function<bool(const DesktopEntry&)>;
+
+Test hasClass(const std::string& name) {
+    return [&](const DesktopEntry& entry) { return !name.empty() && entry.windowClass == name; };
+}
+Test hasFile(const std::string& name) {
+    return [&, id = lower(name) + ".desktop"](const DesktopEntry& entry) {
+        return !name.empty() && lower(entry.id) == id;
+    };
+}
 
 class Entries {
   public:
@@ -41,37 +52,21 @@ class Entries {
         const std::string key = instance + '\0' + className;
         const auto known = byClass_.find(key);
         if (known != byClass_.end()) return known->second;
-        return byClass_.emplace(key, searchClass(instance, className)).first->second;
+        const EntryRef entry = first({hasClass(className), hasClass(instance), hasFile(className), hasFile(instance)});
+        return byClass_.emplace(key, entry).first->second;
     }
-    EntryRef byName(const std::string& name) {
+    // The first entry that passes the first test that any of them passes.
+    EntryRef find(std::initializer_list<Test> tests) {
         std::lock_guard lock(mutex_);
         refresh();
-        if (EntryRef entry = find([&](const DesktopEntry& each) { return each.name == name; })) return entry;
-        return find([&](const DesktopEntry& each) { return each.id == name || each.id == name + ".desktop"; });
-    }
-    EntryRef byPath(const std::string& path) {
-        std::lock_guard lock(mutex_);
-        refresh();
-        return find([&](const DesktopEntry& each) { return each.path == path; });
+        return first(tests);
     }
 
   private:
-    template <typename Test>
-    EntryRef find(Test test) const {
-        const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const EntryRef& e) { return test(*e); });
-        return found == entries_.end() ? nullptr : *found;
-    }
-
-    EntryRef searchClass(const std::string& instance, const std::string& className) const {
-        for (const std::string& name : {className, instance}) {
-            if (name.empty()) continue;
-            if (EntryRef entry = find([&](const DesktopEntry& each) { return each.windowClass == name; })) return entry;
-        }
-        for (const std::string& name : {className, instance}) {
-            if (name.empty()) continue;
-            const std::string id = lower(name) + ".desktop";
-            if (EntryRef entry = find([&](const DesktopEntry& each) { return lower(each.id) == id; })) return entry;
-        }
+    EntryRef first(std::initializer_list<Test> tests) const {
+        for (const Test& test : tests)
+            for (const EntryRef& entry : entries_)
+                if (test(*entry)) return entry;
         return nullptr;
     }
 
@@ -135,11 +130,14 @@ EntryRef entryOfClass(const std::string& instance, const std::string& className)
 }
 
 EntryRef entryByName(const std::string& name) {
-    return name.empty() ? nullptr : Entries::instance().byName(name);
+    if (name.empty()) return nullptr;
+    return Entries::instance().find(
+        {[&](const DesktopEntry& entry) { return entry.name == name; },
+         [&](const DesktopEntry& entry) { return entry.id == name || entry.id == name + ".desktop"; }});
 }
 
 EntryRef entryByPath(const std::string& path) {
-    return Entries::instance().byPath(path);
+    return Entries::instance().find({[&](const DesktopEntry& entry) { return entry.path == path; }});
 }
 
 }  // namespace orvo::platform::linux

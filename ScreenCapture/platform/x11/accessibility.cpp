@@ -94,27 +94,24 @@ Attribute applicationAttribute(const WindowList& windows, int32_t pid, std::stri
     return failure(kAttributeUnsupported);
 }
 
-// Sends an order, then waits until the window is as it was wanted.
-template <typename Send, typename Test>
-bool order(xcb_window_t number, Send send, Test isDone) {
-    if (const Server::Use x = desktopServer().use(); !x || !send(x)) return false;
+// Sends an order, then waits until the window's state is as it was wanted.
+template <typename Send>
+bool order(xcb_window_t number, bool DesktopWindow::*state, bool wanted, Send send) {
+    if (const Server::Use x = desktopServer().use(); !x || !send(x, number)) return false;
     return awaitWindows([=](const WindowList& windows) {
         const DesktopWindow* window = windows.find(number);
-        return window && isDone(*window);
+        return window && window->*state == wanted;
     });
 }
 
 bool setMinimized(const WindowList& windows, xcb_window_t number, bool minimized) {
     if (minimized && !windows.hasManager) return false;
-    return order(
-        number, [=](const Server::Use& x) { return minimized ? minimizeWindow(x, number) : restoreWindow(x, number); },
-        [=](const DesktopWindow& window) { return window.minimized == minimized; });
+    return order(number, &DesktopWindow::minimized, minimized, minimized ? minimizeWindow : restoreWindow);
 }
 
 bool makeFullScreen(xcb_window_t number, bool fullScreen) {
-    return order(
-        number, [=](const Server::Use& x) { return setFullScreen(x, number, fullScreen); },
-        [=](const DesktopWindow& window) { return window.fullScreen == fullScreen; });
+    return order(number, &DesktopWindow::fullScreen, fullScreen,
+                 [=](const Server::Use& x, xcb_window_t window) { return setFullScreen(x, window, fullScreen); });
 }
 
 class X11Accessibility final : public Accessibility {

@@ -35,18 +35,12 @@ Orders& orders() {
     return one;
 }
 
-template <typename Test>
-bool anyOf(const WindowList& windows, const Numbers& numbers, Test test) {
-    return std::any_of(numbers.begin(), numbers.end(), [&](xcb_window_t number) {
+// state: onScreen or minimized.
+bool any(const WindowList& windows, const Numbers& numbers, bool DesktopWindow::*state) {
+    return std::ranges::any_of(numbers, [&](xcb_window_t number) {
         const DesktopWindow* window = windows.find(number);
-        return window && test(*window);
+        return window && window->*state;
     });
-}
-bool anyOnScreen(const WindowList& windows, const Numbers& numbers) {
-    return anyOf(windows, numbers, [](const DesktopWindow& window) { return window.onScreen; });
-}
-bool anyMinimized(const WindowList& windows, const Numbers& numbers) {
-    return anyOf(windows, numbers, [](const DesktopWindow& window) { return window.minimized; });
 }
 
 bool showsAnother(const WindowList& windows, int32_t pid, const Numbers& numbers) {
@@ -64,9 +58,9 @@ bool isInForce(const WindowList& windows, int32_t pid, Order& order) {
     });
     if (order.windows.empty()) return false;
     const bool isLate = Clock::now() >= order.until;
-    if (order.state == Order::State::showing) return !isLate && anyMinimized(windows, order.windows);
+    if (order.state == Order::State::showing) return !isLate && any(windows, order.windows, &DesktopWindow::minimized);
     if (showsAnother(windows, pid, order.windows)) return false;
-    if (anyOnScreen(windows, order.windows)) return order.state == Order::State::hiding && !isLate;
+    if (any(windows, order.windows, &DesktopWindow::onScreen)) return order.state == Order::State::hiding && !isLate;
     order.state = Order::State::hidden;
     return true;
 }
@@ -125,7 +119,7 @@ bool hideApplication(int32_t pid) {
         remember(pid, Order::State::hiding, all);
         for (const xcb_window_t number : numbers) minimizeWindow(x, number);
     }
-    return awaitWindows([&](const WindowList& windows) { return !anyOnScreen(windows, numbers); });
+    return awaitWindows([&](const WindowList& windows) { return !any(windows, numbers, &DesktopWindow::onScreen); });
 }
 
 bool showApplication(int32_t pid) {
@@ -138,7 +132,7 @@ bool showApplication(int32_t pid) {
         // Back to front, as they lay.
         for (auto number = numbers.rbegin(); number != numbers.rend(); ++number) restoreWindow(x, *number);
     }
-    return awaitWindows([&](const WindowList& windows) { return !anyMinimized(windows, numbers); });
+    return awaitWindows([&](const WindowList& windows) { return !any(windows, numbers, &DesktopWindow::minimized); });
 }
 
 std::vector<int32_t> hiddenApplications(const WindowList& windows, Clock::time_point& until) {

@@ -114,10 +114,8 @@ std::vector<uint32_t> decodeNumbers(const Property& property) {
 }
 
 uint32_t decodeNumber(const Property& property, uint32_t otherwise) {
-    if (property.format != 32 || !property.bytes || property.size < 4) return otherwise;
-    uint32_t number = 0;
-    std::memcpy(&number, property.bytes, 4);
-    return number;
+    const std::vector<uint32_t> numbers = decodeNumbers(property);
+    return numbers.empty() ? otherwise : numbers.front();
 }
 
 std::string decodeText(const Property& property) {

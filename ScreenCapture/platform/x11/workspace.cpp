@@ -50,6 +50,12 @@ std::optional<Picture> iconOfWindow(xcb_window_t window) {
     return software::pictureOf(bitmaps);
 }
 
+// None without a desktop.
+std::shared_ptr<const WindowList> currentWindows() {
+    const auto desktop = currentDesktop();
+    return desktop ? desktop->windows : std::make_shared<const WindowList>();
+}
+
 // Asks again each time; remembers its process only.
 class Application final : public RunningApplication {
   public:
@@ -59,37 +65,27 @@ class Application final : public RunningApplication {
 
     bool canBeAsked() override { return currentDesktop() != nullptr; }
 
-    std::string localizedName() override {
-        const auto desktop = currentDesktop();
-        return desktop ? applicationName(*desktop->windows, pid_) : "";
-    }
+    std::string localizedName() override { return applicationName(*currentWindows(), pid_); }
     std::string bundleIdentifier() override {
-        const auto desktop = currentDesktop();
-        const Process* const process = desktop ? desktop->windows->process(pid_) : nullptr;
+        const auto windows = currentWindows();
+        const Process* const process = windows->process(pid_);
         const auto entry = process ? entryOfProcess(*process) : nullptr;
         return entry ? entry->id : "";
     }
     // That of its oldest window that has one.
     std::optional<Picture> icon() override {
-        const auto desktop = currentDesktop();
+        const auto windows = currentWindows();
         std::vector<xcb_window_t> numbers;
-        if (desktop)
-            for (const DesktopWindow& window : desktop->windows->all)
-                if (window.pid == pid_ && window.hasIcon) numbers.push_back(window.number);
-        std::sort(numbers.begin(), numbers.end());
+        for (const DesktopWindow& window : windows->all)
+            if (window.pid == pid_ && window.hasIcon) numbers.push_back(window.number);
+        std::ranges::sort(numbers);
         for (const xcb_window_t number : numbers)
             if (auto icon = iconOfWindow(number)) return icon;
         return std::nullopt;
     }
 
-    bool isActive() override {
-        const auto desktop = currentDesktop();
-        return desktop && desktop->windows->activeProcess() == pid_;
-    }
-    bool isHidden() override {
-        const auto desktop = currentDesktop();
-        return desktop && desktop->windows->isHidden(pid_);
-    }
+    bool isActive() override { return pid_ != 0 && currentWindows()->activeProcess() == pid_; }
+    bool isHidden() override { return currentWindows()->isHidden(pid_); }
     bool isTerminated() override {
         if (pid_ > 0) return kill(pid_, 0) != 0 && errno == ESRCH;
         const auto desktop = currentDesktop();
@@ -123,9 +119,7 @@ class Application final : public RunningApplication {
   private:
     // The windows of the process now.
     struct Windows {
-        explicit Windows(int32_t pid) : desktop(currentDesktop()) {
-            if (desktop) list = windowsOfProcess(*desktop->windows, pid);
-        }
+        explicit Windows(int32_t pid) : all(currentWindows()), list(windowsOfProcess(*all, pid)) {}
         // Back to front. False when there is none, or one of them could not be sent its order.
         template <typename Order>
         bool order(Order send) const {
@@ -134,8 +128,8 @@ class Application final : public RunningApplication {
             for (auto window = list.rbegin(); window != list.rend(); ++window) isSent &= send(x, **window);
             return isSent;
         }
-        std::shared_ptr<const Desktop> desktop;
-        std::vector<const DesktopWindow*> list;
+        const std::shared_ptr<const WindowList> all;
+        const std::vector<const DesktopWindow*> list;
     };
 
     const int32_t pid_;
@@ -145,9 +139,8 @@ class X11Workspace final : public Workspace {
   public:
     std::vector<std::shared_ptr<RunningApplication>> runningApplications() override {
         std::vector<std::shared_ptr<RunningApplication>> applications;
-        const auto desktop = currentDesktop();
-        if (!desktop) return applications;
-        for (const Process& process : desktop->windows->processes)
+        const auto windows = currentWindows();
+        for (const Process& process : windows->processes)
             applications.push_back(std::make_shared<Application>(process.pid));
         return applications;
     }
