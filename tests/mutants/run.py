@@ -182,7 +182,7 @@ X11_MUTANTS = [
     (P + "window_properties.cpp", "    propertiesKnown_ = false;\n", ""),
     (P + "window_properties.cpp", "client_.machine.empty() ? !isRemote : client_.machine == hostName()", "true"),
     (P + "window_properties.cpp", "    if (count == 0) shape.push_back({});", "    if (false) shape.push_back({});"),
-    (P + "monitors.cpp", "    if (found == all.end()) found = std::find_if(all.begin(), all.end(), isAtCorner);\n", ""),
+    (P + "monitors.cpp", "    if (found == all.end()) found = std::ranges::find_if(all, isAtCorner);\n", ""),
     (P + "monitors.cpp", "global.x + origin->area.x", "global.x - origin->area.x"),
     (P + "connection.cpp", "    lost_ = true;\n}", "}"),
     (P + "connection.cpp", "++each) xcb_discard_reply", "++each) if (false) xcb_discard_reply"),
