@@ -150,7 +150,7 @@ TEST(Imaging, ReductionStaysCloseToAnAreaAverage) {
     const auto image = painted(1920, 1080, [&](int x, int y) {
         const double ground = 120 + 80 * std::sin(x / 37.0) * std::cos(y / 23.0);
         const double ink = (x / 3 + y / 5) % 7 == 0 ? 60 : 0;
-        const auto value = static_cast<uint8_t>(ground - ink + random() % 8);
+        const auto value = static_cast<uint8_t>(std::max(0., ground - ink + random() % 8));
         return Pixel{value, value, value, 255};
     });
     const Ref<Image> result = imaging.draw(image, 384, 216, {0, 0, 384, 216});
