@@ -68,14 +68,23 @@ class Desktop(unittest.TestCase):
     def open(self, name, colour, geometry):
         """A window of one colour, and its process."""
         process = subprocess.Popen(["xlogo", "-name", name, "-title", name, "-fg", colour, "-bg", colour, "-geometry", geometry])
-        self.addCleanup(process.wait)
-        self.addCleanup(process.kill)
+        self.addCleanup(self.close, name, process)
         for _ in range(100):
             found = [window for window in orvo.windows(pictures=True) if window.title == name and window.picture]
             if found:
                 return found[0], process
             time.sleep(0.1)
         self.fail(f"no window {name}")
+
+    def close(self, name, process):
+        """Ends when the screen is free of it: the next test may look there."""
+        process.kill()
+        process.wait()
+        for _ in range(100):
+            if all(window.title != name for window in orvo.windows()):
+                return
+            time.sleep(0.1)
+        self.fail(f"window {name} stays")
 
     def test_frames_of_a_screen(self):
         kept = []
