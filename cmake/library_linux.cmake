@@ -35,4 +35,7 @@ set_target_properties(OrvoScreenCaptureOSX PROPERTIES VERSION ${PROJECT_VERSION}
 set(ORVO_VERSION_SCRIPT ${PROJECT_BINARY_DIR}/generated/exports.map)
 orvo_exported_names(${PROJECT_SOURCE_DIR}/scripts/version-script.sh ${ORVO_VERSION_SCRIPT})
 target_link_options(OrvoScreenCaptureOSX PRIVATE -Wl,--version-script=${ORVO_VERSION_SCRIPT}
-    -Wl,-Bsymbolic-functions -Wl,-z,defs -Wl,-z,nodelete)
+    -Wl,-Bsymbolic-functions -Wl,-z,nodelete)
+if(NOT ORVO_SANITIZE)  # clang's sanitizers are in the program, not in a library
+    target_link_options(OrvoScreenCaptureOSX PRIVATE -Wl,-z,defs)
+endif()

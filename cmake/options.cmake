@@ -21,6 +21,7 @@ target_compile_options(orvo_flags INTERFACE
 # Lines are enough for a stack; types and variables take a third of the time to compile.
 target_compile_options(orvo_flags INTERFACE $<$<AND:$<BOOL:${ORVO_TOP_LEVEL}>,$<CONFIG:RelWithDebInfo>>:-g1>)
 if(ORVO_SANITIZE)
+    target_compile_definitions(orvo_flags INTERFACE ORVO_SANITIZED)
     target_compile_options(orvo_flags INTERFACE -g1 -fsanitize=${ORVO_SANITIZE} -fno-sanitize-recover=all)
     target_link_options(orvo_flags INTERFACE -fsanitize=${ORVO_SANITIZE})
 endif()

@@ -1,8 +1,8 @@
 #!/bin/bash
-# Builds the fuzzers and runs them, 15 seconds each, two at a time: ./dev fuzz [NAME] [SECONDS].
+# Builds the fuzzers and runs them, 10 seconds each, two at a time: ./dev fuzz [NAME] [SECONDS].
 set -euo pipefail
 name=
-seconds=15
+seconds=10
 for argument in "$@"; do
     case $argument in
         '' | *[!0-9]*) name=$argument ;;

@@ -4,7 +4,7 @@ set -uo pipefail
 quick=
 [ "${1-}" != --quick ] || quick=yes
 scripts/commands/setup.sh || exit 1
-scripts/build.sh release -DORVO_TOOL_UNITY=OFF || exit 1
+scripts/build.sh release || exit 1
 
 failed=0
 check() {

@@ -1,5 +1,6 @@
 #!/bin/bash
-# Runs clang-tidy over the sources of the product that the given build knows, as many at a time as there are cores.
+# Runs clang-tidy over the sources of the product that the given build knows, as many at a time as there are cores; what
+# is compiled as one is checked as one.
 # A source that passed is not checked again until it, a header or the settings change.
 set -euo pipefail
 build=$1
@@ -10,7 +11,11 @@ export build stamps base
 
 one() {
     local stamp
-    stamp=$stamps/$(cat "$1" <(echo "$1 $base") | sha1sum | cut -c1-40)
+    stamp=$stamps/$({
+        cat "$1"
+        [[ $1 != */Unity/* ]] || sed -n 's/^#include "\(.*\)"$/\1/p' "$1" | xargs cat
+        echo "$1 $base"
+    } | sha1sum | cut -c1-40)
     [ ! -e "$stamp" ] || return 0
     # Only the summary of suppressed warnings goes to the error stream.
     clang-tidy --quiet --extra-arg=-Wno-unknown-warning-option -p "$build" "$1" 2>"$stamp.log" && mv "$stamp.log" "$stamp" && return 0
@@ -20,8 +25,6 @@ one() {
 }
 export -f one
 # shellcheck disable=SC2016 # the inner shell reads its own argument
-git ls-files -z --cached --others --exclude-standard '*.cpp' ':!tests' |
-    while IFS= read -r -d '' file; do
-        ! grep -qF "\"file\": \"$PWD/$file\"" "$build/compile_commands.json" || printf '%s\0' "$file"
-    done |
-    xargs -0 -r -n 1 -P "$(nproc)" bash -c 'one "$1"' one
+sed -n 's/^ *"file": "\(.*\)",*$/\1/p' "$build/compile_commands.json" | sort -u |
+    grep -e '/Unity/unity' -e "^$PWD/\(ScreenCapture\|common\|xplatform\|tools\|bench\|examples\)/.*\.cpp$" |
+    xargs -r -n 1 -P "$(nproc)" bash -c 'one "$1"' one
