@@ -150,18 +150,13 @@ void Foreign::run() {
         xcb_composite_redirect_subwindows(painter.raw(), painter.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     if (isManaged) server.start(GetParam());
     ASSERT_TRUE(!isManaged || windows.awaitManager());
-    // Bordered windows still show a secret at times, in the first pictures of a capture: only the long run asks for
-    // them.
-    const bool hasBorders = !isManaged && std::getenv("ORVO_TEST_FULL");
     std::vector<xcb_window_t> secrets, clients;
     const auto place = [&] { return Area{number(-30, 250), number(-30, 200), number(40, 150), number(40, 120)}; };
     const auto addSecret = [&] { secrets.push_back(windows.make({.area = place(), .background = kSecret})); };
     const auto addClient = [&](bool isDrawn) {
         const Area area = place();
-        clients.push_back(windows.make({.area = area,
-                                        .border = hasBorders ? number(0, 3) : 0,
-                                        .background = 0x00FF00,
-                                        .hasBackground = number(0, 2) == 0}));
+        clients.push_back(windows.make(
+            {.area = area, .border = number(0, 3), .background = 0x00FF00, .hasBackground = number(0, 2) == 0}));
         if (isManaged && isDrawn) windows.awaitMapped(clients.back());
         if (isDrawn) painter.fill(clients.back(), {0, 0, 400, 300}, kOwn);
     };

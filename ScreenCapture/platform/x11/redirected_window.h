@@ -33,9 +33,10 @@ inline bool fitsPicture(const PixelRect& size) {
 inline bool hasDamage(const Connection& x) {
     return x.extensions().damage && x.extensions().xfixes;
 }
-// Whether it lets windows have pictures of their own, too; and why not.
+// Whether it lets windows have pictures of their own, too, in which what their owners drew can be told from the rest;
+// and why not.
 inline bool hasWindowPictures(const Connection& x) {
-    return x.extensions().composite && hasDamage(x);
+    return x.extensions().composite && hasDamage(x) && x.extensions().sync;
 }
 inline NoImage whyNoWindowPictures(const Connection& x) {
     return canRead(x, x.screen()->root_depth) ? NoImage::failed : NoImage::pixelFormat;

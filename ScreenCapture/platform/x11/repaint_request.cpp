@@ -1,6 +1,8 @@
 // Has a window paint itself again, and finds out what of it the server itself paints.
 #include "ScreenCapture/platform/x11/repaint_request.h"
 
+#include <xcb/sync.h>
+
 #include <vector>
 
 #include "ScreenCapture/platform/x11/redirected_window.h"
@@ -65,6 +67,19 @@ void expose(Connection& x, const Inside& each, xcb_damage_damage_t damage, xcb_x
     xcb_free_gc(x.raw(), context);
 }
 
+// The server paints the border of a window that has been redirected when it goes to wait for requests, and reports all
+// of the window as drawn. It need not go there between the requests of one client, but does when that client waits for
+// a counter, also for one that has its value already.
+void letServerPaintBorders(Connection& x) {
+    const xcb_sync_counter_t counter = xcb_generate_id(x.raw());
+    xcb_sync_waitcondition_t condition{};
+    condition.trigger = {counter, XCB_SYNC_VALUETYPE_ABSOLUTE, {0, 0}, XCB_SYNC_TESTTYPE_POSITIVE_COMPARISON};
+    condition.event_threshold = {0, 1};  // no event
+    xcb_sync_create_counter(x.raw(), counter, {0, 0});
+    xcb_sync_await(x.raw(), 1, &condition);
+    xcb_sync_destroy_counter(x.raw(), counter);
+}
+
 // To whom watches the top-level windows, while nobody else is served: in order with the damage that it explains.
 void notifyOthers(Connection& x, xcb_window_t window) {
     xcb_client_message_event_t message{};
@@ -89,6 +104,7 @@ xcb_window_t repaintRequestedByOther(const Connection& x, const xcb_generic_even
 unsigned requestRepaint(Connection& x, xcb_window_t window, xcb_window_t frame, xcb_damage_damage_t damage,
                         xcb_xfixes_region_t unknown, xcb_xfixes_region_t scratch) {
     const std::vector<Inside> windows = windowsInside(x, window);
+    letServerPaintBorders(x);
     x.flush();
     xcb_grab_server(x.raw());
     for (const Inside& each : windows) expose(x, each, damage, unknown, scratch);
