@@ -157,7 +157,7 @@ class Trial : public DisplayCaptureDelegate {
                 return {Outcome::displayGone, nullptr, NoImage::gone};
         }
         static uint8_t pixel[4];
-        auto frame = makeCounted<Frame>(FrameMemory(pixel, 4, [](uint8_t*, size_t) {}), 1, 1, 4);
+        auto frame = makeCounted<Frame>(FrameMemory(pixel, [](uint8_t*) {}), 1, 1, 4);
         if (counts) {
             frame->setVersion(++frames_);
             runFrames_++;

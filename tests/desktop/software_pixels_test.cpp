@@ -209,9 +209,8 @@ Ref<Frame> makeFrame(int width = 16, int height = 8) {
     const size_t row = static_cast<size_t>(width) + 4;
     auto* pixels = new uint32_t[row * static_cast<size_t>(height)];
     std::fill_n(pixels, row * static_cast<size_t>(height), kGround);
-    const auto release = [](uint8_t* memory, size_t) { delete[] reinterpret_cast<uint32_t*>(memory); };
-    return makeCounted<Frame>(FrameMemory(reinterpret_cast<uint8_t*>(pixels), row * 4, release), width, height,
-                              row * 4);
+    const auto release = [](uint8_t* memory) { delete[] reinterpret_cast<uint32_t*>(memory); };
+    return makeCounted<Frame>(FrameMemory(reinterpret_cast<uint8_t*>(pixels), release), width, height, row * 4);
 }
 uint32_t& at(Frame& frame, int x, int y) {
     return reinterpret_cast<uint32_t*>(frame.data() + static_cast<size_t>(y) * frame.bytesPerRow())[x];

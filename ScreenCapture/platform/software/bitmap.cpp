@@ -1,10 +1,7 @@
 // Bitmaps in memory of this process.
 #include "ScreenCapture/platform/software/bitmap.h"
 
-#include <cstring>
 #include <new>
-
-#include "ScreenCapture/platform/software/region.h"
 
 namespace orvo::platform::software {
 
@@ -42,14 +39,6 @@ Ref<MemoryBitmap> MemoryBitmap::make(int width, int height, size_t bytesPerRow, 
 
 MemoryBitmap::~MemoryBitmap() {
     givePixelMemory(memory_, memorySize_, rows_);
-}
-
-void MemoryBitmap::clear(const PixelRect& area) {
-    const PixelRect inside = intersection(area, {0, 0, width(), height()});
-    if (inside.empty()) return;
-    uint8_t* row = data() + static_cast<size_t>(inside.y) * bytesPerRow() + static_cast<size_t>(inside.x) * 4;
-    for (int y = 0; y < inside.height; ++y, row += bytesPerRow())
-        std::memset(row, 0, static_cast<size_t>(inside.width) * 4);
 }
 
 BitmapView::BitmapView(const Ref<Image>& image, const PixelRect& area)

@@ -52,7 +52,6 @@ class MemoryBitmap final : public Bitmap {
     int bitsPerPixel() const override { return bitsPerPixel_; }
     uint8_t* paint(const PixelRect&) override { return pixels(); }
     uint8_t* data() { return pixels(); }
-    void clear(const PixelRect& area);  // to zero bytes; what lies outside is cut
 
   private:
     MemoryBitmap(int width, int height, size_t bytesPerRow, uint8_t* pixels, int bitsPerPixel)

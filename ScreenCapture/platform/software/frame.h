@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -10,33 +12,8 @@
 
 namespace orvo::platform::software {
 
-// Memory that frees itself; aligned to 64 bytes or more.
-class FrameMemory {
-  public:
-    using Free = void (*)(uint8_t* bytes, size_t size);
-
-    FrameMemory() = default;
-    FrameMemory(uint8_t* bytes, size_t size, Free free) : bytes_(bytes), size_(size), free_(free) {}
-    FrameMemory(FrameMemory&& other) noexcept
-        : bytes_(std::exchange(other.bytes_, nullptr)), size_(other.size_), free_(other.free_) {}
-    FrameMemory& operator=(FrameMemory other) noexcept {
-        std::swap(bytes_, other.bytes_);
-        std::swap(size_, other.size_);
-        std::swap(free_, other.free_);
-        return *this;
-    }
-    ~FrameMemory() {
-        if (bytes_) free_(bytes_, size_);
-    }
-
-    uint8_t* bytes() const { return bytes_; }
-    size_t size() const { return size_; }
-
-  private:
-    uint8_t* bytes_ = nullptr;
-    size_t size_ = 0;
-    Free free_ = nullptr;
-};
+// Memory that is freed with its owner; aligned to 64 bytes or more.
+using FrameMemory = std::unique_ptr<uint8_t, std::function<void(uint8_t* bytes)>>;
 
 // A picture that is taken again and again into the same memory. Its maker writes it only while nobody else holds it.
 class Frame final : public Bitmap {
@@ -45,7 +22,7 @@ class Frame final : public Bitmap {
     static constexpr size_t kMaxChanged = 32;
 
     Frame(FrameMemory memory, int width, int height, size_t bytesPerRow)
-        : Bitmap(width, height, bytesPerRow, memory.bytes()), memory_(std::move(memory)) {
+        : Bitmap(width, height, bytesPerRow, memory.get()), memory_(std::move(memory)) {
         changed_.reserve(kMaxChanged);
     }
 

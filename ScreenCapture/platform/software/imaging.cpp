@@ -131,9 +131,7 @@ Ref<PixelBuffer> SoftwareImaging::wrap(const Ref<Image>& image) {
 }
 
 Picture SoftwareImaging::picture(const Ref<Image>& image) {
-    if (!image) return {};
-    const Size size{static_cast<double>(image->width()), static_cast<double>(image->height())};
-    return {size, image, {{size, image}}};
+    return image ? pictureOf({image}) : Picture();
 }
 
 std::optional<Picture> SoftwareImaging::scaled(const Picture& picture, const Size& size) {

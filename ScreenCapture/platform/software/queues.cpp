@@ -34,35 +34,16 @@ struct GridTimer {
 class QueueState {
   public:
     void post(Job job) {
-        {
-            std::lock_guard lock(mutex_);
-            waiting_.push_back(std::move(job));
-        }
-        wake_.notify_one();
+        change([&] { waiting_.push_back(std::move(job)); });
     }
-
     void add(std::shared_ptr<GridTimer> timer) {
-        {
-            std::lock_guard lock(mutex_);
-            timers_.push_back(std::move(timer));
-        }
-        wake_.notify_one();
+        change([&] { timers_.push_back(std::move(timer)); });
     }
-
     void cancel(GridTimer& timer) {
-        {
-            std::lock_guard lock(mutex_);
-            timer.cancelled = true;
-        }
-        wake_.notify_one();
+        change([&] { timer.cancelled = true; });
     }
-
     void close() {
-        {
-            std::lock_guard lock(mutex_);
-            closed_ = true;
-        }
-        wake_.notify_one();
+        change([&] { closed_ = true; });
     }
 
     // The thread's loop. In each round it does the first of these that there is: forget a cancelled timer, run the jobs
@@ -94,6 +75,15 @@ class QueueState {
     }
 
   private:
+    template <typename Act>
+    void change(Act act) {
+        {
+            std::lock_guard lock(mutex_);
+            act();
+        }
+        wake_.notify_one();
+    }
+
     std::shared_ptr<GridTimer> takeCancelled() {
         const auto found =
             std::find_if(timers_.begin(), timers_.end(), [](auto& timer) { return timer->cancelled.load(); });

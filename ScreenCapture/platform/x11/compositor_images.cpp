@@ -74,7 +74,7 @@ bool Compositor::fetchStale(FramePool::Slot& slot) {
     const std::vector<PixelRect>& rects = slot.stale.rects();
     if (slot.segment && !scratch_.segment && std::any_of(rects.begin(), rects.end(), isNarrow)) {
         scratch_ = shareMemory(x_, bytesPerRow * static_cast<size_t>(frame.height()));
-        if (!scratch_.memory.bytes() || !x_.succeeded(scratch_.attached)) return false;
+        if (!scratch_.memory || !x_.succeeded(scratch_.attached)) return false;
     }
     const xcb_pixmap_t pixmap = frames_->canvasOf(slot).pixmap.id();
     unsigned requests[kMaxFetches] = {};
@@ -108,7 +108,7 @@ bool Compositor::fetchStale(FramePool::Slot& slot) {
         }
         isComplete &= x_.await<xcb_shm_get_image_reply_t>(requests[i]) != nullptr;
         if (!isComplete || !isNarrow(rect)) continue;
-        copyRows(scratch_.memory.bytes() + offset, rowSize, frame, rect);
+        copyRows(scratch_.memory.get() + offset, rowSize, frame, rect);
         offset += rowSize * static_cast<size_t>(rect.height);
     }
     if (!isComplete) return false;

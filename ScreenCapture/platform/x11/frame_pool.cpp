@@ -51,7 +51,7 @@ bool FramePool::addSlot() {
     const size_t size = software::imageMemory(size_.height, bytesPerRow);
     SharedMemory shared;
     if (sharesMemory_) shared = shareMemory(x_, size);
-    if (shared.memory.bytes() && sharesPixmaps_) {
+    if (shared.memory && sharesPixmaps_) {
         slot->canvas.pixmap = ServerPixmap(x_);
         const auto created =
             xcb_shm_create_pixmap_checked(x_.raw(), slot->canvas.pixmap.id(), x_.root(), rowPixels(size_),
@@ -62,7 +62,7 @@ bool FramePool::addSlot() {
     // What was refused once would be asked for in vain for each frame.
     sharesPixmaps_ = static_cast<bool>(slot->canvas.picture);
     // Without the segment there is no pixmap either.
-    if (!shared.memory.bytes())
+    if (!shared.memory)
         sharesMemory_ = false;
     else if (sharesPixmaps_)
         xcb_discard_reply(x_.raw(), shared.attached.sequence);
@@ -80,7 +80,7 @@ bool FramePool::addSlot() {
         if (!x_.succeeded(created)) own_ = {};
     }
     const bool isDrawn = !draws_ || sharesPixmaps_ || own_.picture;
-    if (x_.lost() || !shared.memory.bytes() || !isDrawn) return false;
+    if (x_.lost() || !shared.memory || !isDrawn) return false;
     slot->frame = makeCounted<software::Frame>(std::move(shared.memory), size_.width, size_.height, bytesPerRow);
     slots_.insert(slots_.begin(), std::move(slot));
     return true;

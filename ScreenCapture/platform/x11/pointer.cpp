@@ -17,9 +17,8 @@ std::shared_ptr<const Cursor> readCursor(const xcb_xfixes_get_cursor_image_reply
     if (!bitmap || static_cast<size_t>(xcb_xfixes_get_cursor_image_cursor_image_length(&reply)) < pixels)
         return nullptr;
     std::memcpy(bitmap->data(), xcb_xfixes_get_cursor_image_cursor_image(&reply), pixels * 4);
-    const Size size{static_cast<double>(reply.width), static_cast<double>(reply.height)};
     const Point hotSpot{static_cast<double>(reply.xhot), static_cast<double>(reply.yhot)};
-    return std::make_shared<const Cursor>(Cursor{{size, bitmap, {{size, bitmap}}}, hotSpot});
+    return std::make_shared<const Cursor>(Cursor{software::pictureOf({bitmap}), hotSpot});
 }
 
 class CursorPart final : public DesktopPart {

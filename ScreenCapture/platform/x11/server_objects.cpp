@@ -7,14 +7,10 @@
 namespace orvo::platform::x11 {
 namespace {
 
-void unmap(uint8_t* bytes, size_t size) {
-    munmap(bytes, size);
-}
-
 software::FrameMemory map(size_t size, int flags, int descriptor) {
     void* bytes = mmap(nullptr, size, PROT_READ | PROT_WRITE, flags, descriptor, 0);
     if (bytes == MAP_FAILED) return {};
-    return {static_cast<uint8_t*>(bytes), size, unmap};
+    return {static_cast<uint8_t*>(bytes), [size](uint8_t* mapped) { munmap(mapped, size); }};
 }
 
 }  // namespace
@@ -38,7 +34,7 @@ SharedMemory shareMemory(Connection& x, size_t size) {
     if (descriptor < 0) return {};
     SharedMemory shared;
     if (ftruncate(descriptor, static_cast<off_t>(size)) == 0) shared.memory = map(size, MAP_SHARED, descriptor);
-    if (!shared.memory.bytes()) {
+    if (!shared.memory) {
         close(descriptor);
         return {};
     }
