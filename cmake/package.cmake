@@ -1,5 +1,6 @@
 # Packages, made by CPack of what is installed (./dev package): .deb and .rpm by component, and one .tar.gz of all.
-# Whom the packages name. Before they are published this has to become an address that somebody reads.
+# The maintainer in the packages' metadata. There is no address yet, and .invalid is reserved for that: set one before
+# packages are published.
 set(ORVO_CONTACT "Orvo Screen Capture maintainers <maintainers@orvo.invalid>")
 set(CPACK_PACKAGE_NAME orvo-screencapture)
 set(CPACK_PACKAGE_VENDOR "Orvo")

@@ -35,14 +35,14 @@ done
 [ -s "$prefix/share/zsh/site-functions/_orvocap" ] || [ -s "$prefix/share/zsh/vendor-completions/_orvocap" ] ||
     fail 'there is no completion for zsh'
 
-# Distributions have it in folders that CMake does not search on another.
+# The package's folder is its distribution's; CMake on another one does not search there.
 config=$(dirname "$(find "$prefix" -path '*/cmake/OrvoScreenCapture/*Config.cmake' | head -n 1)")
 if ! { cmake -S "$consumers/cmake" -B "$work/cmake" -DOrvoScreenCapture_DIR="$config" -DCMAKE_CXX_COMPILER="$cxx" && cmake --build "$work/cmake"; } >"$work/cmake.log" 2>&1; then
     cat "$work/cmake.log" >&2
     fail 'the CMake host does not build'
 fi
 if cmake -S "$consumers/cmake" -B "$work/unknown" -DOrvoScreenCapture_DIR="$config" -DCOMPONENT=Unknown >"$work/cmake.log" 2>&1; then
-    fail 'the CMake package has a component that there is not'
+    fail 'the CMake package accepts an unknown component'
 fi
 expect_version 'CMake and C++' "$work/cmake/consumer"
 

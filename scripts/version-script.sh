@@ -1,6 +1,6 @@
 #!/bin/sh
-# Prints the linker's version script for Linux: a node for each release that added exports, so that a host which needs a
-# newer library is told by the loader. The library's own syslog has no version, so that libc's keeps the name.
+# Prints the linker's version script for Linux: a node for each release that added exports, so that the loader refuses a host
+# that needs a newer library. The library's own syslog has no version, so that libc's keeps the name.
 set -eu
 awk '
     { sub(/#.*/, ""); sub(/[ \t]+$/, ""); sub(/^linux: */, "") }

@@ -26,7 +26,7 @@ if ! read -r -t 20 number <"$work/display"; then
 fi
 export DISPLAY=":$number"
 
-# openbox loses windows that appear between its first sign of life and its readiness, of which it tells by a command.
+# openbox loses windows that appear between its first sign of life and its readiness, which it reports by running a command.
 is_ready() {
     if [ "$1" = openbox ]; then
         [ -e "$work/ready" ]

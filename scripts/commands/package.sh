@@ -26,7 +26,7 @@ version=${version%-*}
 if [ "$mode" = --twice ]; then
     [ -z "$(git status --porcelain)" ] || fail 'only committed sources can be built a second time'
     git clone -q . "$work/again"
-    # From a compiler's cache the second build would be the first.
+    # A compiler's cache would answer with the objects of the first build.
     (cd "$work/again" && CCACHE_DISABLE=1 scripts/make-packages.sh)
     diff $out/SHA256SUMS "$work/again/$out/SHA256SUMS" || fail 'the second build is another one'
     echo 'package: two builds in two folders made the same files'
@@ -35,13 +35,13 @@ fi
 
 lintian --fail-on error "${debs[@]}"
 dpkg-deb --ctrl-tarfile "$(ls $out/liborvo*osx2_*.deb)" | tar -xO ./triggers | grep -q '^activate-noawait ldconfig$' ||
-    fail 'ldconfig is not told of the library'
+    fail 'the library triggers no ldconfig'
 if [ "$mode" = --try ]; then
     dpkg -i "${debs[@]}"
     status=0
     { scripts/try-package.sh /usr "$version" cc c++ && ldconfig -p | grep -q 'libOrvoScreenCaptureOSX\.so\.2 '; } || status=1
     for deb in "${debs[@]}"; do dpkg-deb -f "$deb" Package; done | xargs dpkg -P
-    # Nothing of them is left: no file, no folder of their own, no word of the loader's.
+    # Their files, folders and entries in the loader's cache are gone.
     left=$(
         for deb in "${debs[@]}"; do dpkg-deb --fsys-tarfile "$deb" | tar -t; done | while read -r file; do
             case $file in *[oO]rvo*) [ ! -e "/$file" ] || echo "$file" ;; esac
