@@ -10,7 +10,6 @@
 #include "ScreenCapture/window/OrvoWindowCursor.h"
 #include "ScreenCapture/window/target_frame.h"
 #include "support/x11/traffic.h"
-#include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
 
 namespace orvo::testing {
@@ -25,10 +24,10 @@ using platform::Shot;
 // to back.
 struct Scene {
     const XServer server{"640x480x24"};
-    Painter painter{server};
-    const xcb_window_t target = painter.window({40, 30, 320, 240}, 0x204060);
-    const xcb_window_t cover = painter.window({300, 200, 200, 150}, 0x806040);
-    const xcb_window_t side = painter.window({560, 20, 60, 60}, 0x111111);
+    Windows windows{server};
+    const xcb_window_t target = windows.window({40, 30, 320, 240}, 0x204060);
+    const xcb_window_t cover = windows.window({300, 200, 200, 150}, 0x806040);
+    const xcb_window_t side = windows.window({560, 20, 60, 60}, 0x111111);
     const uint32_t display = platform::platform().displays().mainDisplay();
     const Rect all{0, 0, 640, 480};
     std::vector<uint32_t> list;
@@ -39,7 +38,7 @@ struct Scene {
 
     Scene() {
         half.resolutionSize = {160, 120};
-        painter.warpPointer(100, 100);
+        windows.warpPointer(100, 100);
     }
 
     // A tick of the device path.
@@ -106,8 +105,8 @@ TEST_P(Budget, IsKept) {
     EXPECT_TRUE(still.within({1, 1, 0})) << still.requests << " requests, " << still.roundTrips << " waits, "
                                          << still.allocations << " allocations";
     for (uint32_t i = 0; i < 5; ++i) {
-        scene.painter.fill(scene.target, {10, 10, 50, 50}, 0x10 * i);
-        scene.painter.sync();  // its news are written before this answer
+        scene.windows.fill(scene.target, {10, 10, 50, 50}, 0x10 * i);
+        scene.windows.sync();  // its news are written before this answer
         const Traffic changed = trafficOf([&] { c.tick(scene); });
         EXPECT_TRUE(changed.within(c.changed)) << changed.requests << " requests, " << changed.roundTrips << " waits, "
                                                << changed.allocations << " allocations";
@@ -141,11 +140,11 @@ TEST(PointerBudget, AMoveCostsOneWaitAndIsShown) {
         const auto before = pixels();
         platform::platform().pointer().location();
         const int x = 50 + 60 * round;
-        scene.painter.warpPointer(x, 100);
+        scene.windows.warpPointer(x, 100);
         const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(800);
         bool isShown = false;
         while (!isShown && std::chrono::steady_clock::now() < until) {
-            scene.painter.sync();
+            scene.windows.sync();
             EXPECT_LE(trafficOf([&] { isShown = pixels() != before; }).roundTrips, 2);
         }
         EXPECT_TRUE(isShown) << round;
@@ -161,11 +160,11 @@ TEST(ListBudget, WaitsAndConnectionsDoNotGrowWithTheWindowsNorTheirPictures) {
     std::vector<uint32_t> numbers;
     server.onScreenNumbers(numbers);
     ASSERT_EQ(numbers.size(), 3U);
-    for (int i = 0; i < 47; ++i) scene.painter.window({20 + 8 * i, 300, 60, 50}, 0x222222);
+    for (int i = 0; i < 47; ++i) scene.windows.window({20 + 8 * i, 300, 60, 50}, 0x222222);
     EXPECT_LE(trafficOf([&] { EXPECT_EQ(server.onScreenWindows().size(), 50U); }).roundTrips, 3);  // new ones
     EXPECT_EQ(trafficOf([&] { server.onScreenWindows(); }).roundTrips, 0);
     ASSERT_TRUE(scene.runDisplay(true) && scene.threeWindows());
-    // The painter's and one more; that of an earlier test's server may end a moment later.
+    // The client's and one more; that of an earlier test's server may end a moment later.
     EXPECT_TRUE(comesAbout([] { return connectionsOpen() == 2; }));
     server.onScreenNumbers(numbers);
     auto pictures = server.pictures(numbers);

@@ -7,7 +7,7 @@
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/platform/x11/services.h"
 #include "support/changes.h"
-#include "support/x11/x_server.h"
+#include "support/x11/x_windows.h"
 
 namespace orvo::testing {
 namespace {
@@ -47,8 +47,8 @@ std::vector<uint8_t> copyOf(const Image& frame) {
 }
 
 // What the server shows, as a frame has it.
-std::vector<uint8_t> shownBy(Painter& painter, const Area& area) {
-    auto root = painter.read(area);
+std::vector<uint8_t> shownBy(Windows& client, const Area& area) {
+    auto root = client.read(area);
     for (size_t i = 3; i < root.size(); i += 4) root[i] = 0xFF;
     return root;
 }
@@ -57,50 +57,50 @@ std::vector<uint8_t> shownBy(Painter& painter, const Area& area) {
 class Scribbler {
   public:
     // paintsRoot: also beside the windows.
-    explicit Scribbler(const XServer& server, bool paintsRoot = true) : painter_(server), paintsRoot_(paintsRoot) {}
+    explicit Scribbler(const XServer& server, bool paintsRoot = true) : client_(server), paintsRoot_(paintsRoot) {}
 
     void step() {
         const bool alone = number(0, 9) == 0;
-        if (alone) xcb_grab_server(painter_.raw());
+        if (alone) xcb_grab_server(client_.raw());
         draw({number(-40, 300), number(-40, 220), number(1, 120), number(1, 120)},
              static_cast<uint32_t>(random_()) & 0xFFFFFF);
-        if (alone) xcb_ungrab_server(painter_.raw());
-        painter_.sync();
+        if (alone) xcb_ungrab_server(client_.raw());
+        client_.sync();
     }
     void draw(const Area& place, uint32_t colour) {
         const int kind = number(0, 9);
         if (kind == 0 && windows_.size() < 8) {
-            windows_.push_back(painter_.window(place, colour | 0x80000000U, paintsRoot_ && number(0, 3) == 0));
-            if (number(0, 1) == 0 && canRedirect) painter_.redirect(windows_.back());
+            windows_.push_back(client_.window(place, colour | 0x80000000U, paintsRoot_ && number(0, 3) == 0));
+            if (number(0, 1) == 0 && canRedirect) client_.redirect(windows_.back());
             return;
         }
         if (kind <= 1 || windows_.empty()) {
             if (!paintsRoot_) return;
-            if (number(0, 5) == 0) return painter_.setRootBackground(colour);
-            return painter_.fill(painter_.root(), place, colour);
+            if (number(0, 5) == 0) return client_.setRootBackground(colour);
+            return client_.fill(client_.root(), place, colour);
         }
         const size_t which = random_() % windows_.size();
         const xcb_window_t window = windows_[which];
         const int size = place.width / 2 + 1;
-        if (kind == 2) return painter_.move(window, place.x, place.y);
-        if (kind == 3) return painter_.raise(window);
-        if (kind == 4) return painter_.clear(window, {0, 0, size, place.height});
-        if (kind == 5) return painter_.scroll(window, {0, number(1, 9), size, place.height});
-        if (kind == 6) return painter_.shape(window, {number(0, 9), 0, size, place.height});
+        if (kind == 2) return client_.move(window, place.x, place.y);
+        if (kind == 3) return client_.raise(window);
+        if (kind == 4) return client_.clear(window, {0, 0, size, place.height});
+        if (kind == 5) return client_.copy(window, {0, number(1, 9), size, place.height}, window, 0, 0);
+        if (kind == 6) return client_.shape(window, {number(0, 9), 0, size, place.height});
         if (kind == 7) {
-            for (int i = 0; i < 9; i++) painter_.move(window, place.x + 3 * i, place.y + i);
+            for (int i = 0; i < 9; i++) client_.move(window, place.x + 3 * i, place.y + i);
             return;
         }
-        if (kind == 8) return painter_.clear(windows_.front(), {0, 0, 90, 90});  // under the others, again and again
-        painter_.destroy(window);
+        if (kind == 8) return client_.clear(windows_.front(), {0, 0, 90, 90});  // under the others, again and again
+        client_.destroy(window);
         windows_.erase(windows_.begin() + static_cast<ptrdiff_t>(which));
     }
     bool canRedirect = true;
     int number(int from, int to) { return from + static_cast<int>(random_() % static_cast<unsigned>(to - from + 1)); }
-    Painter& painter() { return painter_; }
+    Windows& client() { return client_; }
 
   private:
-    Painter painter_;
+    Windows client_;
     const bool paintsRoot_;
     std::mt19937 random_{20240517};
     std::vector<xcb_window_t> windows_;
@@ -122,7 +122,7 @@ TEST_P(GrabberOn, ADisplayIsShownAsTheServerHasItWhateverIsDrawnAndHeld) {
     const XServer server("317x241x24", arguments());
     Scribbler scribbler(server);
     scribbler.canRedirect = !lacks("Composite");
-    Painter& painter = scribbler.painter();
+    Windows& client = scribbler.client();
     const Area areas[] = {{0, 0, 317, 241}, {33, 21, 150, 99}, {0, 200, 57, 41}};
     // Counted from the bottom; the last reaches beyond the display.
     DisplayRun runs[] = {DisplayRun(), DisplayRun({33, 241 - 21 - 99, 150, 99}), DisplayRun({-100, -30, 157, 71})};
@@ -131,10 +131,10 @@ TEST_P(GrabberOn, ADisplayIsShownAsTheServerHasItWhateverIsDrawnAndHeld) {
     int reports = 0;
     for (int round = 0; round < 100; round++) {
         for (int steps = scribbler.number(0, 3); steps > 0; steps--) scribbler.step();
-        painter.warpPointer(scribbler.number(0, 316), scribbler.number(0, 240));
+        client.warpPointer(scribbler.number(0, 316), scribbler.number(0, 240));
         // The server paints redirected windows into the root when it has nothing else to do: between the two.
-        painter.sync();
-        painter.sync();
+        client.sync();
+        client.sync();
         // Xvfb without XFixes does not survive clients that leave.
         const bool cursor = !lacks("XFIXES") && scribbler.number(0, 2) == 0;
         for (size_t i = 0; i < 3; i++) {
@@ -147,7 +147,7 @@ TEST_P(GrabberOn, ADisplayIsShownAsTheServerHasItWhateverIsDrawnAndHeld) {
                 fresh.settings.cursor = true;
                 return pixels == copyOf(*fresh.next().frame);
             };
-            ASSERT_TRUE(cursor ? isFresh() : pixels == shownBy(painter, areas[i])) << "round " << round;
+            ASSERT_TRUE(cursor ? isFresh() : pixels == shownBy(client, areas[i])) << "round " << round;
             ASSERT_TRUE(last[i].empty() || isReported(changes, last[i], pixels, frame->width())) << "round " << round;
             reports += changes.isKnown() && changes.size() > 0;
             last[i] = pixels;
@@ -173,20 +173,20 @@ TEST_P(GrabberOn, AllWindowsTogetherAreTheScreen) {
     const XServer server("317x241x24", arguments());
     Scribbler scribbler(server, false);
     constexpr uint32_t kGround = 0x010203;
-    scribbler.painter().fill(scribbler.painter().root(), {0, 0, 317, 241}, kGround);
-    scribbler.painter().setRootBackground(kGround);
+    scribbler.client().fill(scribbler.client().root(), {0, 0, 317, 241}, kGround);
+    scribbler.client().setRootBackground(kGround);
     auto& windowServer = platform::platform().windowServer();
     const auto grabber = windowServer.grabber(platform::platform().displays().mainDisplay(), true);
     std::vector<uint32_t> numbers;
     int pictures = 0;
     for (int round = 0; round < 60; round++) {
         for (int steps = scribbler.number(0, 3); steps > 0; steps--) scribbler.step();
-        scribbler.painter().sync();
+        scribbler.client().sync();
         windowServer.onScreenNumbers(numbers);
         const auto shot = grabber->composed({0, 0, 317, 241}, numbers);
         ASSERT_TRUE(shot.image);
-        scribbler.painter().sync();
-        const auto root = shownBy(scribbler.painter(), {0, 0, 317, 241}), shown = copyOf(*shot.image);
+        scribbler.client().sync();
+        const auto root = shownBy(scribbler.client(), {0, 0, 317, 241}), shown = copyOf(*shot.image);
         int wrong = 0;
         for (int i = 0; i < 317 * 241; i++) {
             uint32_t composed = 0, seen = 0;
@@ -215,11 +215,11 @@ TEST_P(GrabberOn, AllWindowsTogetherAreTheScreen) {
 
 TEST(DisplaySource, ThePointerHasARingWhileAButtonIsDownAndOnceForAShortClick) {
     XServer server("200x200x24");
-    Painter painter(server);
-    painter.fill(painter.root(), {0, 0, 200, 200}, 0x0000FF);
+    Windows client(server);
+    client.fill(client.root(), {0, 0, 200, 200}, 0x0000FF);
     DisplayRun run;
     const auto coloured = [&](const Area& area) {
-        painter.sync();
+        client.sync();
         const auto frame = run.next().frame;
         int count = 0;
         for (int y = area.y; y < area.y + area.height; y++)
@@ -229,17 +229,17 @@ TEST(DisplaySource, ThePointerHasARingWhileAButtonIsDownAndOnceForAShortClick) {
         return count;
     };
     const Area all{0, 0, 200, 200}, ring{85, 85, 30, 30}, edge{114, 99, 2, 2};
-    painter.warpPointer(100, 100);
+    client.warpPointer(100, 100);
     EXPECT_EQ(coloured(all), 0);
     run.settings.cursor = true;
     const int cursor = coloured(ring);
     EXPECT_GT(cursor, 20);
     EXPECT_EQ(coloured(all), cursor);
-    painter.warpPointer(199, 199);  // cut at the edges
+    client.warpPointer(199, 199);  // cut at the edges
     EXPECT_EQ(coloured(ring), 0);
     EXPECT_GT(coloured({190, 190, 10, 10}), 0);
     run.settings.cursor = false;
-    painter.warpPointer(100, 100);
+    client.warpPointer(100, 100);
     for (const bool wanted : {false, true}) {
         run.settings.clicks = wanted;
         EXPECT_EQ(coloured(all), 0);
@@ -256,11 +256,11 @@ TEST(DisplaySource, ThePointerHasARingWhileAButtonIsDownAndOnceForAShortClick) {
 
 TEST(DisplaySource, WithoutAFreeFrameTicksAreDroppedAndMemoryOutlivesTheRun) {
     const XServer server("64x64x24");
-    Painter painter(server);
+    Windows client(server);
     auto run = std::make_unique<DisplayRun>();
     std::vector<std::pair<Ref<Frame>, std::vector<uint8_t>>> held;
     const auto take = [&] {
-        painter.fill(painter.root(), {0, 0, 64, 64}, 0x010101 * static_cast<uint32_t>(held.size() + 1));
+        client.fill(client.root(), {0, 0, 64, 64}, 0x010101 * static_cast<uint32_t>(held.size() + 1));
         const FrameResult result = run->next();
         if (result.frame) held.emplace_back(result.frame, copyOf(*result.frame));
         return result.why;
@@ -307,7 +307,7 @@ TEST(DisplayPicture, IsHalvedAsOftenAsItsWidthAllows) {
             const int side = lacking.empty() ? wanted : 1;
             const int width = area.width / side, height = area.height / side;
             ASSERT_TRUE(shot.image->width() == width && shot.image->height() == height);
-            const auto pixels = shownBy(scribbler.painter(), {area.x, area.y, area.width, area.height});
+            const auto pixels = shownBy(scribbler.client(), {area.x, area.y, area.width, area.height});
             const auto means = meansOf(pixels, area.width, area.height, side);
             const auto shown = copyOf(*shot.image);
             int worst = 0;

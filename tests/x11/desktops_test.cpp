@@ -10,7 +10,6 @@
 #include "ScreenCapture/platform/platform.h"
 #include "support/x11/desktop_session.h"
 #include "support/x11/shots.h"
-#include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
 
 namespace orvo::testing {
@@ -46,10 +45,9 @@ TEST(Alpha, LayersBlendAndWhatIsExcludedNeverShinesThrough) {
         const XServer server("200x150x24",
                              draws ? std::vector<std::string>() : std::vector<std::string>{"-extension", lacking});
         Windows windows(server);
-        Painter& painter = windows.painter();
-        const auto ground = painter.window({0, 0, 100, 100}, 0x204060);
-        const auto secret = painter.window({0, 0, 100, 100}, 0xFF00FF);
-        const auto veil = painter.window({20, 20, 150, 60}, 0x80400000, true);
+        const auto ground = windows.window({0, 0, 100, 100}, 0x204060);
+        const auto secret = windows.window({0, 0, 100, 100}, 0xFF00FF);
+        const auto veil = windows.window({20, 20, 150, 60}, 0x80400000, true);
         const auto display = displayGrabber();
         const struct {
             const char* what;
@@ -59,12 +57,12 @@ TEST(Alpha, LayersBlendAndWhatIsExcludedNeverShinesThrough) {
             {"as they are", [] {}, 0xFF204060, 0xFF502030, 0xFF400000},
             {"painted below",
              [&] {
-                 painter.fill(ground, {0, 0, 100, 100}, 0x808080);
+                 windows.fill(ground, {0, 0, 100, 100}, 0x808080);
              },
              0xFF808080, 0xFF804040, 0xFF400000},
             {"painted above",
              [&] {
-                 painter.fill(veil, {0, 0, 150, 60}, 0x40000020);
+                 windows.fill(veil, {0, 0, 150, 60}, 0x40000020);
              },
              0xFF808080, 0xFF606080, 0xFF000020},
             {"an opacity above", [&] { windows.setNumbers(veil, "_NET_WM_WINDOW_OPACITY", {0x80000000}); }, 0xFF808080,
@@ -84,7 +82,7 @@ TEST(Alpha, LayersBlendAndWhatIsExcludedNeverShinesThrough) {
              0xFF808080, 0xFF000020, 0xFF000020},
             {"painted where that hides it",
              [&] {
-                 painter.fill(ground, {0, 0, 100, 100}, 0x108080);
+                 windows.fill(ground, {0, 0, 100, 100}, 0x108080);
              },
              0xFF108080, 0xFF000020, 0xFF000020},
             {"alone", [&] { windows.unmap(ground); }, 0, 0xFF000020, 0xFF000020},
@@ -98,7 +96,7 @@ TEST(Alpha, LayersBlendAndWhatIsExcludedNeverShinesThrough) {
                 EXPECT_TRUE(areNear(seen[i], expected[i])) << lacking << row.what << i << std::hex << " " << seen[i];
         }
         EXPECT_EQ(pixel(windowServer().grabber(veil, false)->window(), 50, 50), 0xFF000020U);  // over black
-        painter.raise(secret);
+        windows.raise(secret);
         EXPECT_EQ(pixel(windowServer().windowPicture(veil), 50, 50), 0x40000020U);  // a record has room for alpha
     }
     unsetenv("ORVO_SHARED_PIXMAPS");
@@ -108,14 +106,13 @@ TEST(Alpha, LayersBlendAndWhatIsExcludedNeverShinesThrough) {
 TEST(Frames, ShowOnlyUnderManagersThatPaintThem) {
     const XServer server("200x150x24");
     Windows windows(server), manager(server), other(server);
-    Painter& painter = manager.painter();
     const auto client = windows.make({.area = {0, 0, 60, 40}, .background = 0x0000FF});
-    const auto frame = painter.window({20, 20, 60, 60}, 0x00FF00);
+    const auto frame = manager.window({20, 20, 60, 60}, 0x00FF00);
     const auto check = manager.make({.area = {300, 300, 1, 1}, .overrideRedirect = true});
-    xcb_reparent_window(painter.raw(), client, frame, 0, 20);
-    for (const auto each : {painter.root(), check})
+    xcb_reparent_window(manager.raw(), client, frame, 0, 20);
+    for (const auto each : {manager.root(), check})
         manager.setNumber(each, "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW, check);
-    manager.setNumber(painter.root(), "_NET_CLIENT_LIST", XCB_ATOM_WINDOW, client);
+    manager.setNumber(manager.root(), "_NET_CLIENT_LIST", XCB_ATOM_WINDOW, client);
     const auto elsewhere = other.make({.area = {300, 300, 1, 1}, .overrideRedirect = true});
     const auto display = displayGrabber();
     const struct {
@@ -127,8 +124,8 @@ TEST(Frames, ShowOnlyUnderManagersThatPaintThem) {
                 {"Mutter (Muffin)", check, true}, {"KWin", check, false},       {"KWin", XCB_NONE, true}};
     for (const auto& row : rows) {
         manager.setText(check, "_NET_WM_NAME", "UTF8_STRING", row.manager);
-        manager.setNumber(painter.root(), "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW, check);
-        Painter& owner = row.compositor == elsewhere ? other.painter() : painter;
+        manager.setNumber(manager.root(), "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW, check);
+        Windows& owner = row.compositor == elsewhere ? other : manager;
         xcb_set_selection_owner(owner.raw(), row.compositor, manager.atom("_NET_WM_CM_S0"), XCB_CURRENT_TIME);
         owner.sync();
         for (const Shot& shot : {display->composed({0, 0, 200, 150}, {client}), display->area({0, 0, 200, 150})}) {
@@ -188,7 +185,7 @@ TEST(Composited, PicturesAreWhatTheScreenShowsLessWhatIsExcluded) {
         return windows.number(shadowed.number, "_GTK_FRAME_EXTENTS") > 0;
     };
     ASSERT_TRUE(comesAbout(isThere));
-    windows.painter().move(shadowed.number, 150, 100);
+    windows.move(shadowed.number, 150, 100);
 
     const platform::Rect all{0, 0, 800, 600};
     const auto display = displayGrabber();
@@ -203,7 +200,7 @@ TEST(Composited, PicturesAreWhatTheScreenShowsLessWhatIsExcluded) {
     };
     const auto differences = [&](const Shot& shot, const platform::Rect& area) {
         const int width = static_cast<int>(area.width), height = static_cast<int>(area.height);
-        const auto screen = windows.painter().read({static_cast<int>(area.x), static_cast<int>(area.y), width, height});
+        const auto screen = windows.read({static_cast<int>(area.x), static_cast<int>(area.y), width, height});
         int count = 0;
         for (int i = 0; i < width * height; ++i) {
             uint32_t wanted = 0;
@@ -216,8 +213,7 @@ TEST(Composited, PicturesAreWhatTheScreenShowsLessWhatIsExcluded) {
     EXPECT_TRUE(comesAbout([&] {
         // At times xfwm4 leaves a part of a moved window unpainted on the screen, for good: what covers all of it
         // helps.
-        if (++attempts % 50 == 0)
-            windows.painter().destroy(windows.make({.area = {0, 0, 800, 600}, .overrideRedirect = true}));
+        if (++attempts % 50 == 0) windows.destroy(windows.make({.area = {0, 0, 800, 600}, .overrideRedirect = true}));
         const Shot shot = display->composed(all, shownLess(0));
         return secrets(shot) > 9000 && differences(shot, all) == 0;
     }));

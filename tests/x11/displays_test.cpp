@@ -1,7 +1,5 @@
-// The displays of a real server: monitors, their changes, servers that die, hang and come back.
+// The displays of a real server, and what counts from their corners.
 #include <gtest/gtest.h>
-
-#include <chrono>
 
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/thumbnail/OrvoAppProxy.h"
@@ -14,9 +12,7 @@ namespace {
 
 using platform::Display;
 using platform::Displays;
-using platform::NoImage;
 using platform::Rect;
-using Clock = std::chrono::steady_clock;
 
 Displays& displays() {
     return platform::platform().displays();
@@ -62,11 +58,10 @@ TEST(Displays, EverythingCountsFromTheMainDisplaysCorner) {
                       0);
         }
         Windows windows(server);
-        Painter& painter = windows.painter();
-        const auto back = painter.window({0, 0, 800, 600}, 0);
+        const auto back = windows.window({0, 0, 800, 600}, 0);
         windows.paintPattern(back, 800, 600);
-        const auto window = painter.window({350, 150, 120, 90}, 0x806040);
-        painter.warpPointer(420, 130);
+        const auto window = windows.window({350, 150, 120, 90}, 0x806040);
+        windows.warpPointer(420, 130);
 
         const auto screens = displays().screens();
         ASSERT_EQ(screens.size(), 2U);
@@ -84,7 +79,7 @@ TEST(Displays, EverythingCountsFromTheMainDisplaysCorner) {
             record.windowID = screen.number;
             record.windowBounds = screen.frame;
             const auto grabber = platform::platform().windowServer().grabber(screen.number, true);
-            EXPECT_EQ(pixelsOf(grabber->composed(record.deskBounds(), {window, back})), painter.read(place));
+            EXPECT_EQ(pixelsOf(grabber->composed(record.deskBounds(), {window, back})), windows.read(place));
         }
         const auto infos = platform::platform().windowServer().onScreenWindows();
         ASSERT_EQ(infos.size(), 2U);
@@ -92,53 +87,13 @@ TEST(Displays, EverythingCountsFromTheMainDisplaysCorner) {
         EXPECT_EQ(infos[0].bounds, global);
         EXPECT_EQ(OrvoAppProxy::initWithPID(infos[0].ownerPID)->windowWithWindowId(window)->frame(), global);
         const auto grabber = platform::platform().windowServer().grabber(window, false);
-        EXPECT_EQ(pixelsOf(grabber->area(global)), painter.read({350, 150, 120, 90}));
+        EXPECT_EQ(pixelsOf(grabber->area(global)), windows.read({350, 150, 120, 90}));
         EXPECT_EQ(platform::platform().pointer().location(),
                   (platform::Point{420.0 - main.x, main.height - (130.0 - main.y)}));
 
         ASSERT_EQ(server.run({"xrandr", "--delmonitor", "b"}), 0);
         EXPECT_EQ(displays().screens().size(), 1U);
     }
-}
-
-TEST(Displays, AServerThatIsMissingDeadOrHangsIsAnsweredForAndTheNextOneFound) {
-    auto& windows = platform::platform().windowServer();
-    std::unique_ptr<platform::Grabber> grabber;
-    const auto expectNothing = [&](NoImage why) {
-        const auto start = Clock::now();
-        EXPECT_TRUE(displays().screens().empty());
-        EXPECT_EQ(displays().mainDisplay() + displays().mainDisplayPixelsHigh(), 0U);
-        EXPECT_EQ(displays().focusedScreenScale(), 0.0);
-        EXPECT_EQ(displays().bounds(1), Rect{});
-        std::vector<uint32_t> numbers{1};
-        windows.onScreenNumbers(numbers);
-        EXPECT_TRUE(numbers.empty() && windows.onScreenWindows().empty());
-        EXPECT_EQ(windows.windowPicture(1).why, NoImage::noServer);
-        EXPECT_EQ(grabber ? grabber->window().why : why, why);
-        EXPECT_LT(Clock::now() - start, std::chrono::seconds(8));
-    };
-    for (const char* display : {":65000", ""}) {
-        setenv("DISPLAY", display, 1);
-        expectNothing(NoImage::noXServer);
-    }
-    XServer server("640x480x24");
-    const auto window = Windows(server).make({.area = {0, 0, 64, 48}});
-    grabber = windows.grabber(window, false);
-    ASSERT_EQ(displays().screens().size(), 1U);
-    server.kill();
-    expectNothing(NoImage::noXServer);
-    XServer next("320x200x24");
-    next.suspend();
-    for (int i = 0; i < 2; i++) expectNothing(NoImage::xServerHangs);
-    next.resume();
-    ASSERT_TRUE(comesAbout([] { return displays().screens().size() == 1; }));
-    const auto screen = displays().screens().front();
-    EXPECT_EQ(screen.frame, (Rect{0, 0, 320, 200}));
-    EXPECT_EQ(screen.backingScale, 1.0);
-    EXPECT_EQ(displays().mainDisplay(), screen.number);
-    EXPECT_EQ(displays().mainDisplayPixelsHigh(), 200U);
-    EXPECT_EQ(displays().focusedScreenScale(), 1.0);
-    EXPECT_EQ(displays().bounds(0xfffffff0U), Rect{});
 }
 
 }  // namespace

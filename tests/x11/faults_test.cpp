@@ -14,7 +14,6 @@
 
 #include "ScreenCapture/platform/platform.h"
 #include "support/x11/host_process.h"
-#include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
 
 namespace orvo::testing {
@@ -236,7 +235,7 @@ TEST(Faults, WindowCapturesGoOnWhenTheServerAnswersAgain) {
     for (auto& each : captures.all) each.scene->server.resume();
     for (auto& each : captures.all) {
         SCOPED_TRACE(each.way.name);
-        each.scene->windows.painter().sync();  // it answers
+        each.scene->windows.sync();  // it answers
         if (each.way.onDisplay) each.host->tellAll("start");
         EXPECT_TRUE(each.host->framesCome());
         // What is resized now is shown: the pictures are new ones.
@@ -275,6 +274,7 @@ TEST(Faults, WhyNoServerIsReachedIsSaid) {
         setenv("DISPLAY", row.display, 1);
         setenv("WAYLAND_DISPLAY", row.wayland, 1);
         Host host;
+        EXPECT_EQ(host.tell("lists"), "0 0 0 0");
         expect(host, "window 77", 3, row.reason);
         expect(host, "display 1", 4, row.reason);
         EXPECT_EQ(permission() == platform::PermissionState::denied, row.reason == kWayland);

@@ -19,7 +19,7 @@ class RealScene final : public Scene {
   public:
     // manager: with its arguments; none: openbox.
     explicit RealScene(const std::vector<std::string>& arguments, const std::vector<std::string>& manager = {})
-        : server_("320x240x24", arguments), windows_(server_), painter_(windows_.painter()) {
+        : server_("320x240x24", arguments), windows_(server_) {
         // openbox's animations would go on after it has answered.
         std::ofstream(folder_.path() + "/rc.xml") << "<openbox_config xmlns=\"http://openbox.org/3.4/rc\"><theme>"
                                                      "<animateIconify>no</animateIconify></theme></openbox_config>";
@@ -59,7 +59,7 @@ class RealScene final : public Scene {
         // A compositing manager draws the screen when it likes.
         std::vector<uint8_t> before;
         for (int i = 0; session_ && i < 50; ++i) {
-            const auto now = painter_.read({0, 0, 300, 200});  // as small as the screen becomes
+            const auto now = windows_.read({0, 0, 300, 200});  // as small as the screen becomes
             if (std::exchange(before, now) == now) return;
             std::this_thread::sleep_for(std::chrono::milliseconds(60));
         }
@@ -89,12 +89,12 @@ class RealScene final : public Scene {
                  windows_.setNumbers(window, "_GTK_FRAME_EXTENTS", {3, static_cast<uint32_t>(dice.number(0, 9)), 1, 2});
              })},
             {"move", 2, on([this](auto window, Dice& dice) {
-                 painter_.move(window, dice.number(-40, 280), dice.number(-40, 200));
+                 windows_.move(window, dice.number(-40, 280), dice.number(-40, 200));
              })},
             {"resize", 2, on([this](auto window, Dice& dice) {
                  windows_.resize(window, dice.number(20, 200), dice.number(20, 160));
              })},
-            {"raise", 2, on([this](auto window, Dice&) { painter_.raise(window); })},
+            {"raise", 2, on([this](auto window, Dice&) { windows_.raise(window); })},
             {"lower", 1, on([this](auto window, Dice&) { windows_.lower(window); })},
             {"iconify", 1, on([this](auto window, Dice&) { windows_.iconify(window); })},
             // mutter lists a window that it hides a while later.
@@ -105,10 +105,10 @@ class RealScene final : public Scene {
              }},
             {"map", 4, on([this](auto window, Dice&) { windows_.map(window); })},
             {"unmap", 1, [this](Dice&) { windows_.unmap(numbers_[3]); }},
-            {"shape", 2, [=, this](Dice& dice) { painter_.shape(numbers_[2], part(dice)); }},
-            {"pointer", 2, [this](Dice& dice) { painter_.warpPointer(dice.number(0, 319), dice.number(0, 239)); }},
+            {"shape", 2, [=, this](Dice& dice) { windows_.shape(numbers_[2], part(dice)); }},
+            {"pointer", 2, [this](Dice& dice) { windows_.warpPointer(dice.number(0, 319), dice.number(0, 239)); }},
             {"background", 2, [this](Dice& dice) { windows_.setBackground(dice.colour()); }},
-            {"root", 1, [this](Dice& dice) { painter_.setRootBackground(dice.colour()); }},
+            {"root", 1, [this](Dice& dice) { windows_.setRootBackground(dice.colour()); }},
             {"monitor", 2,
              [this](Dice& dice) { setMonitor(dice.number(0, 60), dice.number(0, 40), dice.number(100, 200)); }, true},
             {"screen", 1,
@@ -130,7 +130,6 @@ class RealScene final : public Scene {
     XServer server_;
     std::optional<DesktopSession> session_;
     Windows windows_;
-    Painter& painter_;
     std::unique_ptr<Repainter> repainter_;
     std::vector<uint32_t> numbers_;
 };

@@ -14,7 +14,6 @@
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/platform/snapshot_scope.h"
 #include "support/x11/elements.h"
-#include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
 
 namespace orvo::testing {
@@ -78,7 +77,7 @@ class EachManager : public Managers {};
 TEST_P(EachManager, TellsMinimisedWindowsFromOthersThatAreNotOnScreen) {
     const auto window = show({.area = {100, 100, 300, 200}, .title = "One"});
     const auto other = show({.area = {450, 300, 100, 80}, .title = "Other"});
-    const xcb_window_t root = windows_.painter().root();
+    const xcb_window_t root = windows_.root();
     const uint32_t shaded = windows_.atom("_NET_WM_STATE_SHADED");
     ASSERT_TRUE(comesAbout([&] { return stateOf(window) == "shown"; }));
     windows_.awaitRepaint();
@@ -113,7 +112,7 @@ TEST_P(EachManager, TellsMinimisedWindowsFromOthersThatAreNotOnScreen) {
         const NoImage why = state == "shown" ? NoImage::none : state == "gone" ? NoImage::gone : NoImage::notOnScreen;
         if (!action.data.empty()) tell(action.about, action.message, action.data);
         if (message == "map") windows_.map(window);
-        if (message == "destroy") windows_.painter().destroy(window);
+        if (message == "destroy") windows_.destroy(window);
         if (message == "wait") std::this_thread::sleep_for(milliseconds(600));
         if (std::string(action.what).starts_with("then")) {
             EXPECT_TRUE(comesAbout([&] { return infoOf(other).has_value() == (action.what[5] == 'i'); }));
@@ -179,7 +178,7 @@ TEST_P(EachManager, HidesApplicationsAndNeverCallsThatMinimised) {
 }
 
 TEST_P(EachManager, ThePickedWindowGetsTheFocusWhateverElseItsApplicationShows) {
-    const xcb_window_t root = windows_.painter().root();
+    const xcb_window_t root = windows_.root();
     const auto window = show({.area = {50, 60, 300, 200}});
     const auto active = [&] { return windows_.number(root, "_NET_ACTIVE_WINDOW"); };
     // As the window manager of the library does it.
@@ -217,7 +216,7 @@ TEST_P(EachManager, ThePickedWindowGetsTheFocusWhateverElseItsApplicationShows) 
     ASSERT_TRUE(activate(logo->ownerPID, Activation::ignoringOthers));
     EXPECT_TRUE(comesAbout([&] { return bringToFront(window); }));
     EXPECT_TRUE(active() == modal || active() == window);
-    windows_.painter().destroy(modal);
+    windows_.destroy(modal);
 
     // A manager that does not answer is not awaited for every order, and does the last one when it can.
     ASSERT_TRUE(comesAbout([&] { return !elementOf(modal); }));
@@ -257,10 +256,10 @@ TEST_P(NoManager, TheFocusTellsWhoIsActiveNotWhatADeadManagerSaid) {
     const auto first = show({.area = {50, 60, 200, 100}});
     const auto second = show({.area = {350, 60, 200, 100}});
     const auto gone = windows_.make({.area = {0, 0, 1, 1}});
-    const xcb_window_t root = windows_.painter().root();
+    const xcb_window_t root = windows_.root();
     windows_.setNumber(root, "_NET_ACTIVE_WINDOW", XCB_ATOM_WINDOW, first);
     windows_.setNumber(root, "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW, gone);
-    windows_.painter().destroy(gone);
+    windows_.destroy(gone);
     for (const xcb_window_t each : {second, first, second}) {
         EXPECT_EQ(accessibility().setAttribute(elementOf(each), "AXMain", true), 0);
         for (const xcb_window_t other : {first, second})
@@ -275,7 +274,7 @@ TEST_P(NoManager, WindowsAreListedWithoutAManagersListAndItsHelpersAreNot) {
     Windows manager(server_);
     const auto helper = manager.make({.area = {300, 300, 40, 40}, .overrideRedirect = true});
     manager.setNumber(helper, "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW, helper);
-    manager.setNumber(windows_.painter().root(), "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW, helper);
+    manager.setNumber(windows_.root(), "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW, helper);
     const auto menu = manager.make({.area = {100, 100, 50, 50}, .overrideRedirect = true});
     const auto window = show({.area = {50, 60, 200, 100}});
     const auto outside = windows_.make({.area = {-100, -100, 1, 1}, .overrideRedirect = true});
@@ -295,7 +294,7 @@ TEST_P(NoManager, AnApplicationHasOneNameAndOneIconWhateverIsOnTop) {
     windows_.setNumbers(document, "_NET_WM_ICON", {1, 1, 0xFF00FF00});
     const auto show = windows_.make({.area = {0, 0, 800, 600}, .title = "Plan", .overrideRedirect = true});
     for (const xcb_window_t top : {show, second, document, show}) {
-        windows_.painter().raise(top);
+        windows_.raise(top);
         EXPECT_EQ(windowServer().onScreenWindows().front().number, top);
         for (const auto& info : windowServer().onScreenWindows()) EXPECT_EQ(info.ownerName, "WPS");
         EXPECT_EQ(application()->localizedName(), "WPS");
@@ -329,7 +328,7 @@ TEST_P(NoManager, ARemoteClientIsAProcessOfItsOwn) {
     ASSERT_TRUE(application(pid));
     EXPECT_FALSE(application(pid)->isTerminated());
     EXPECT_FALSE(application(pid)->forceTerminate());
-    mine.painter().move(window, 70, 80);
+    mine.move(window, 70, 80);
     EXPECT_EQ(value<Point>(elementOf(window, pid), "AXPosition"), mine.rootBounds(window).origin());
     // The number of a process counts on its own machine only.
     char host[256] = {};

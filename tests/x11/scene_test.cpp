@@ -10,7 +10,6 @@
 
 #include "ScreenCapture/platform/x11/redirected_window.h"
 #include "support/x11/shots.h"
-#include "support/x11/x_server.h"
 
 namespace orvo::testing {
 namespace {
@@ -43,7 +42,7 @@ TEST(Scene, ATargetThatIsGoneHasNoPictureInAnyMode) {
             window = windows.make({.area = {10, 10, 50, 50}});
             grabber = windowServer().grabber(window, false);
             for (const Shot& shot : allShots(*grabber)) EXPECT_TRUE(shot.image);
-            if (!withServer) windows.painter().destroy(window);
+            if (!withServer) windows.destroy(window);
         }
         if (withServer) server.restart();
         Windows windows(server);
@@ -87,14 +86,14 @@ TEST(Scene, ABackgroundThatIsNotThereShowsNothing) {
         const auto grabber = windowServer().grabber(platform::platform().displays().mainDisplay(), true);
         const auto freed = windows.setBackground(0x808080);
         EXPECT_EQ(pixel(grabber->composed(kAll, {window}), 50, 50), 0xFFFF0000U);
-        xcb_free_pixmap(windows.painter().raw(), freed);
-        windows.painter().sync();
+        xcb_free_pixmap(windows.raw(), freed);
+        windows.sync();
         EXPECT_EQ(pixel(grabber->composed(kAll, {}), 50, 50), 0U);
-        const xcb_pixmap_t shallow = xcb_generate_id(windows.painter().raw());
-        xcb_create_pixmap(windows.painter().raw(), 1, shallow, windows.painter().root(), 64, 64);
-        for (const xcb_pixmap_t bad : {freed, shallow, windows.painter().root()}) {
+        const xcb_pixmap_t shallow = xcb_generate_id(windows.raw());
+        xcb_create_pixmap(windows.raw(), 1, shallow, windows.root(), 64, 64);
+        for (const xcb_pixmap_t bad : {freed, shallow, windows.root()}) {
             EXPECT_EQ(pixel(grabber->composed(kAll, {window}), 50, 50), 0xFFFF0000U);
-            windows.setNumber(windows.painter().root(), "_XROOTPMAP_ID", XCB_ATOM_PIXMAP, bad);
+            windows.setNumber(windows.root(), "_XROOTPMAP_ID", XCB_ATOM_PIXMAP, bad);
             EXPECT_EQ(pixel(grabber->composed(kAll, {}), 50, 50), 0U) << bad;
         }
     }
@@ -145,9 +144,8 @@ void Foreign::run() {
     const bool isManaged = !isRedirected && !GetParam().empty() && GetParam().front() != "-extension";
     XServer server("400x300x24", isManaged || isRedirected ? std::vector<std::string>() : GetParam());
     Windows windows(server);
-    Painter& painter = windows.painter();
     if (isRedirected)
-        xcb_composite_redirect_subwindows(painter.raw(), painter.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+        xcb_composite_redirect_subwindows(windows.raw(), windows.root(), XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     if (isManaged) server.start(GetParam());
     ASSERT_TRUE(!isManaged || windows.awaitManager());
     std::vector<xcb_window_t> secrets, clients;
@@ -158,7 +156,7 @@ void Foreign::run() {
         clients.push_back(windows.make(
             {.area = area, .border = number(0, 3), .background = 0x00FF00, .hasBackground = number(0, 2) == 0}));
         if (isManaged && isDrawn) windows.awaitMapped(clients.back());
-        if (isDrawn) painter.fill(clients.back(), {0, 0, 400, 300}, kOwn);
+        if (isDrawn) windows.fill(clients.back(), {0, 0, 400, 300}, kOwn);
     };
     for (int i = 0; i < 3; ++i) addClient(true);
     for (int i = 0; i < 2; ++i) addSecret();
@@ -173,20 +171,20 @@ void Foreign::run() {
         const size_t which = static_cast<size_t>(number(0, static_cast<int>(some.size()) - 1));
         const Area area = place();
         const int kind = number(0, 9);
-        if (kind <= 1) painter.move(some[which], area.x, area.y);
-        if (kind == 2) painter.raise(some[which]);
+        if (kind <= 1) windows.move(some[which], area.x, area.y);
+        if (kind == 2) windows.raise(some[which]);
         if (kind == 3) windows.lower(some[which]);
         if (kind == 4) windows.resize(some[which], area.width, area.height);
         if (kind == 5) windows.unmap(some[which]);
         if (kind <= 6) windows.map(some[which]);
-        if (kind == 7) painter.shape(secrets.front(), {number(0, 60), 0, area.width, area.height});
+        if (kind == 7) windows.shape(secrets.front(), {number(0, 60), 0, area.width, area.height});
         if (kind == 8 && clients.size() < 8) addClient(false);
         if (kind == 9) {
-            painter.destroy(secrets.back());
+            windows.destroy(secrets.back());
             secrets.pop_back();
             addSecret();
         }
-        if (number(0, 3) == 0) painter.fill(clients.back(), {number(0, 60), number(0, 60), 30, 30}, kOwn);
+        if (number(0, 3) == 0) windows.fill(clients.back(), {number(0, 60), number(0, 60), 30, 30}, kOwn);
         auto shown = shownWindows();
         std::erase_if(shown, [&](uint32_t each) { return std::count(secrets.begin(), secrets.end(), each) > 0; });
         ASSERT_EQ(this->secrets(display->composed({0, 0, 400, 300}, shown)), 0) << "step " << step << " kind " << kind;
@@ -199,7 +197,7 @@ void Foreign::run() {
         ASSERT_EQ(this->secrets(windowServer().windowPicture(other)), 0) << "step " << step;
     }
     // What is painted at last shows.
-    painter.raise(clients.front());
+    windows.raise(clients.front());
     windows.map(clients.front());
     ASSERT_TRUE(!isManaged || windows.awaitMapped(clients.front()));
     Shot last = target->window();
@@ -207,7 +205,7 @@ void Foreign::run() {
         return last.image && count(last, 0xFF000000U | kOwn) == last.image->width() * last.image->height();
     };
     for (int i = 0; i < (isManaged ? 9 : 1); ++i) {  // a manager may restack meanwhile
-        painter.fill(clients.front(), {0, 0, 400, 300}, kOwn);
+        windows.fill(clients.front(), {0, 0, 400, 300}, kOwn);
         last = target->window();
         if (isWhole()) break;
     }

@@ -11,7 +11,6 @@
 #include "support/open_files.h"
 #include "support/x11/shots.h"
 #include "support/x11/traffic.h"
-#include "support/x11/x_server.h"
 #include "support/x11/x_windows.h"
 
 namespace orvo::testing {
@@ -63,15 +62,15 @@ TEST(Windows, ListTellsWhatClientsSayInStackingOrder) {
     windowServer().onScreenNumbers(numbers);
     EXPECT_EQ(numbers, (std::vector<uint32_t>{menu, dock, above, below, desk}));
 
-    windows.painter().move(below, -50, 30);
-    windows.painter().raise(below);
-    windows.painter().destroy(menu);
+    windows.move(below, -50, 30);
+    windows.raise(below);
+    windows.destroy(menu);
     windows.unmap(dock);
     const auto later = windowServer().onScreenWindows();
     ASSERT_EQ(later.size(), 2U);
     EXPECT_EQ(later[0].number, below);
     EXPECT_EQ(later[0].bounds, (Rect{-50, 30, 300, 200}));
-    windows.painter().destroy(above);
+    windows.destroy(above);
     windows.make({.area = {1, 2, 30, 40}, .title = "Another", .number = above});  // of the same number
     EXPECT_EQ(windowServer().onScreenWindows().front().name, "Another");
 }
@@ -110,10 +109,10 @@ TEST(Windows, ListFollowsWhatHappensToWindows) {
                     windows.resize(window, 100 + static_cast<int>(random() % 200), 90);
                     break;
                 case 1:
-                    windows.painter().raise(window);
+                    windows.raise(window);
                     break;
                 default:
-                    windows.painter().move(window, place(), place());
+                    windows.move(window, place(), place());
             }
             const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(isManaged ? 5 : 0);
             bool isListed = isTrue();
@@ -121,7 +120,7 @@ TEST(Windows, ListFollowsWhatHappensToWindows) {
             ASSERT_TRUE(isListed) << "step " << step << (isManaged ? " in frames" : "");
         }
         if (isManaged) continue;
-        windows.painter().move(all[2], 5, 6);
+        windows.move(all[2], 5, 6);
         EXPECT_EQ(trafficOf([&] { EXPECT_TRUE(find(windowServer().onScreenWindows(), all[2])); }).requests, 0);
     }
 }
@@ -138,23 +137,19 @@ TEST(Windows, APictureIsTheWindowsOwnWhateverCoversIt) {
     EXPECT_EQ(grabber->window().image->version(), version);
 
     const auto cover = windows.make({.area = {150, 120, 400, 300}});
-    windows.painter().fill(cover, {0, 0, 400, 300}, 0x123456);
+    windows.fill(cover, {0, 0, 400, 300}, 0x123456);
     EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0);
     EXPECT_EQ(grabber->window().image->version(), version);  // nothing of it changed
-    windows.painter().move(window, -120, 400);               // half off the screen, on two sides
+    windows.move(window, -120, 400);                         // half off the screen, on two sides
     windows.paintPattern(window, 200, 150);
     EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0);
     EXPECT_NE(grabber->window().image->version(), version);
 
-    windows.resize(window, 333, 77);
-    windows.paintPattern(window, 333, 77);
-    EXPECT_EQ(wrongPixels(grabber->window(), 333, 77), 0);
-
     // A frame that is held is not written; what is painted into one stays in it.
     Shot held = grabber->window();
     std::memset(held.image->paint({0, 0, 10, 1}), 0x77, 40);
-    EXPECT_EQ(wrongPixels(grabber->window(), 333, 77), 0);
-    windows.painter().fill(window, {0, 0, 333, 77}, 0xABCDEF);
+    EXPECT_EQ(wrongPixels(grabber->window(), 200, 150), 0);
+    windows.fill(window, {0, 0, 200, 150}, 0xABCDEF);
     EXPECT_EQ(pixel(grabber->window(), 0, 0), 0xFFABCDEFU);
     EXPECT_EQ(pixel(held, 0, 0), 0x77777777U);
     EXPECT_EQ(pixel(held, 20, 20), 0xFF000000U | patternAt(20, 20));
@@ -179,10 +174,10 @@ TEST(Windows, PicturesOfAListAreAsGoodAsOthers) {
     EXPECT_EQ(wrongPixels(pictures->take(covered), 90, 70), 0);  // again
     windows.make({.area = {90, 290, 200, 150}});
     EXPECT_EQ(pixel(pictures->take(shown), 40, 40), 0xFF654321U);  // not what came over it
-    windows.painter().destroy(right);
+    windows.destroy(right);
     EXPECT_EQ(pictures->take(right).why, NoImage::gone);
     const auto others = windowServer().pictures({left, covered});
-    windows.painter().destroy(covered);  // before anything is drawn
+    windows.destroy(covered);  // before anything is drawn
     EXPECT_EQ(wrongPixels(others->take(left), 200, 150), 0);
     EXPECT_EQ(others->take(covered).why, NoImage::gone);
     EXPECT_EQ(pictures->take(0x7FFFFFF).why, NoImage::gone);
@@ -194,16 +189,16 @@ TEST(Windows, APictureIsTakenAgainWhenAWindowCameBeforeItWasWatched) {
     const auto window = windows.make({.area = {100, 300, 90, 70}, .background = 0x654321});
     const auto other = windows.make({.area = {10, 10, 200, 150}});
     ASSERT_EQ(windowServer().onScreenWindows().size(), 2U);
-    xcb_grab_server(windows.painter().raw());
-    windows.painter().sync();
+    xcb_grab_server(windows.raw());
+    windows.sync();
     std::unique_ptr<platform::PictureBatch> pictures;
     const int before = openFiles();
     std::thread picker([&] { pictures = windowServer().pictures({other, window}); });
     // It has seen the desktop, and waits for the server to let it in.
     for (int i = 0; i < 5000 && openFiles() == before; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     windows.make({.area = {90, 290, 200, 150}});
-    xcb_ungrab_server(windows.painter().raw());
-    windows.painter().sync();
+    xcb_ungrab_server(windows.raw());
+    windows.sync();
     picker.join();
     EXPECT_EQ(pixel(pictures->take(window), 40, 40), 0xFF654321U);  // not what came over it
 }
@@ -216,7 +211,7 @@ TEST(Windows, ATargetsShapeMayChangeWhileAnotherWindowIsAwaited) {
     windows.make({.area = {300, 190, 200, 150}});
     const auto grabber = windowServer().grabber(target, false);
     EXPECT_EQ(pixel(grabber->window(), 80, 80), 0xFF303030U);
-    Painter client(server);
+    Windows client(server);
     const uint32_t exposure = XCB_EVENT_MASK_EXPOSURE;
     xcb_change_window_attributes(client.raw(), covered, XCB_CW_EVENT_MASK, &exposure);
     client.sync();
@@ -241,34 +236,11 @@ TEST(Windows, AnAreaHoldsEveryWindowButTheDesktop) {
     EXPECT_EQ(pixel(shot, 5, 5), 0U);
     EXPECT_EQ(pixel(shot, 15, 5), 0xFF00FF00U);
     EXPECT_EQ(pixel(shot, 109, 99), 0xFF0000FFU);
-}
-
-TEST(Windows, ACompositionLeavesOutWhatIsNotInTheList) {
-    const XServer server("640x480x24");
-    Windows windows(server);
-    const auto bottom = windows.make({.area = {0, 0, 300, 300}, .background = 0x00FF00});
-    const auto middle = windows.make({.area = {50, 50, 100, 100}, .background = 0xFF0000});
-    const auto shaped = windows.make({.area = {100, 100, 100, 100}, .background = 0x0000FF});
-    windows.painter().shape(shaped, {0, 0, 50, 100});
-    const uint32_t display = platform::platform().displays().mainDisplay();
-    const auto grabber = windowServer().grabber(display, true);
-    const Rect all{0, 0, 640, 480};
-
-    Shot shot = grabber->composed(all, {shaped, middle, bottom});
-    EXPECT_EQ(pixel(shot, 60, 60), 0xFFFF0000U);
-    EXPECT_EQ(pixel(shot, 120, 120), 0xFF0000FFU);
-    EXPECT_EQ(pixel(shot, 160, 160), 0xFF00FF00U);  // shaped away: what lies behind
-    EXPECT_EQ(pixel(shot, 400, 400), 0U);
-    const uint64_t version = shot.image->version();
-    EXPECT_EQ(grabber->composed(all, {shaped, middle, bottom}).image->version(), version);
-    shot = NoImage::none;
-
-    EXPECT_EQ(pixel(grabber->composed(all, {shaped, bottom}), 60, 60), 0xFF00FF00U);
-    EXPECT_EQ(pixel(grabber->composed(all, {shaped}), 160, 160), 0U);
-    const auto background = windows.setBackground(0x808080);
-    EXPECT_EQ(pixel(grabber->composed(all, {middle}), 400, 400), 0xFF808080U);
-    EXPECT_EQ(pixel(windowServer().grabber(bottom, false)->composed(all, {middle}), 400, 400), 0U);
-    EXPECT_NE(background, 0U);
+    // A composition shows the root's background, on a display only.
+    windows.setBackground(0x808080);
+    const auto display = windowServer().grabber(platform::platform().displays().mainDisplay(), true);
+    EXPECT_EQ(pixel(display->composed({0, 0, 640, 480}, {low}), 400, 400), 0xFF808080U);
+    EXPECT_EQ(pixel(grabber->composed({0, 0, 640, 480}, {low}), 400, 400), 0U);
 }
 
 }  // namespace

@@ -28,19 +28,11 @@ class Repainter {
 
   private:
     void run();
-    void awaitManager();
-    void awaitOwnThread();
 
     Windows& windows_;
-    Painter& painter_;
-    const xcb_atom_t request_, extents_, answer_;
     const xcb_window_t probe_;  // never mapped
     std::mutex mutex_;
-    struct Content {
-        xcb_pixmap_t pixmap;
-        xcb_gcontext_t context;
-    };
-    std::map<xcb_window_t, Content> contents_;
+    std::map<xcb_window_t, xcb_pixmap_t> contents_;
     std::atomic<uint32_t> asked_ = 0, answered_ = 0;
     std::thread thread_;
 };
