@@ -9,17 +9,18 @@ case $minutes in
         ;;
 esac
 scripts/commands/setup.sh build demo test
-scripts/build.sh release orvo_soak
+scripts/build.sh release x11_tests
 out=build/soak
 rm -rf "$out"
-mkdir -p "$out/log"
+mkdir -p "$out"
 status=0
-build/release/soak "$minutes" "$out/soak.csv" "$out/log" | tee "$out/soak.txt" || status=1
+ORVO_TEST_SOAK_MINUTES=$minutes ORVO_TEST_SOAK_CSV=$out/soak.csv build/release/x11_tests --gtest_filter='Soak.*' \
+    2>&1 >/dev/null | tee "$out/soak.txt" || status=1
 [ "$status" -eq 0 ] || echo "soak: FAILED" >&2
 
 # The picture wants a package that nothing else does.
 if /usr/bin/python3 -c 'import matplotlib' 2>/dev/null; then
-    /usr/bin/python3 tests/soak/plot.py "$out/soak.csv" "$out/soak.png"
+    /usr/bin/python3 scripts/soak-plot.py "$out/soak.csv" "$out/soak.png"
     echo "soak: $out/soak.csv, $out/soak.png"
 else
     echo "soak: $out/soak.csv; install python3-matplotlib for a picture"

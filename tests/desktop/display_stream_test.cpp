@@ -146,16 +146,9 @@ class Trial : public DisplayCaptureDelegate {
         }
         if (counts && next_ == Outcome::sourceLost) expectedNotices_[describe(NoImage::xServerHangs)]++;
         if (counts && next_ == Outcome::displayGone) expectedNotices_["interrupted: the display is gone"]++;
-        switch (std::exchange(next_, Outcome::frame)) {
-            case Outcome::frame:
-                break;
-            case Outcome::dropped:
-                return {Outcome::dropped, nullptr, NoImage::noBuffer};
-            case Outcome::sourceLost:
-                return {Outcome::sourceLost, nullptr, NoImage::xServerHangs};
-            case Outcome::displayGone:
-                return {Outcome::displayGone, nullptr, NoImage::gone};
-        }
+        const Outcome outcome = std::exchange(next_, Outcome::frame);
+        const NoImage why[] = {NoImage::none, NoImage::noBuffer, NoImage::xServerHangs, NoImage::gone};
+        if (outcome != Outcome::frame) return {outcome, nullptr, why[static_cast<size_t>(outcome)]};
         static uint8_t pixel[4];
         auto frame = makeCounted<Frame>(FrameMemory(pixel, [](uint8_t*) {}), 1, 1, 4);
         if (counts) {

@@ -61,6 +61,7 @@ class ExportLog : public DesktopTest {
 // lines at the beginning that are the same are counted. Without the facade a call logs its own line and does nothing.
 TEST_F(ExportLog, IsAsRecorded) {
     perform("plug 2 1920 0 8 6, open 7 100 0 0 40 30 Letter");
+    desk.permission = platform::PermissionState::restartNeeded;
     const std::pair<const char*, const char*> states[] = {
         {"before init", ""}, {"after init", "init"}, {"a window is excluded", "init, exclude 7, steps"}};
     struct Texts {

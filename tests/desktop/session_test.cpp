@@ -208,13 +208,5 @@ TEST_F(Session, StatisticsCountWhatBecameOfTheTicks) {
     EXPECT_STREQ(figures.lastErrorReason, "unplugged");
 }
 
-TEST_F(Session, PermissionsAreThoseOfTheSystem) {
-    desk.permission = platform::PermissionState::restartNeeded;
-    EXPECT_EQ(orvo_screencapture_get_permission(ORVO_PERMISSION_SCREEN_RECORDING), ORVO_PERMISSION_RESTART_NEEDED);
-    desk.permission = platform::PermissionState::neverAsked;
-    EXPECT_EQ(orvo_screencapture_request_permission(ORVO_PERMISSION_ACCESSIBILITY), ORVO_PERMISSION_NEVER_ASKED);
-    EXPECT_EQ(orvo_screencapture_get_permission(7), ORVO_PERMISSION_DENIED);
-}
-
 }  // namespace
 }  // namespace orvo::test

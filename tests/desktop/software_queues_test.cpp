@@ -1,7 +1,6 @@
 // Serial queues and grid timers on real threads.
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <future>
 #include <thread>

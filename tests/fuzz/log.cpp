@@ -1,4 +1,5 @@
-// Scrambling undoes itself; decoded logs do not depend on how they were cut, and lines come back as they were logged.
+// Scrambling undoes itself; decoded logs do not depend on how they were read, and lines come back as they were logged,
+// also from a file that was cut anywhere.
 #include <string>
 
 #include "ScreenCapture/log/sym_encrypt.h"
@@ -41,8 +42,9 @@ void undoesItself(const std::string& text) {
             std::string(inPlace.data(), text.size()));
 }
 
-// Small letters and blanks look like no time stamp wherever reading begins.
-void linesComeBack(const std::string& text, size_t piece) {
+// Small letters and blanks look like no time stamp wherever reading begins. A cut line may read wrong, unless enough of
+// its stamp or of what a log has is left; other lines may not.
+void linesComeBack(const std::string& text, size_t piece, size_t cut) {
     std::string plain;
     std::string file;
     for (size_t at = 0; at < text.size(); at += 16) {
@@ -52,17 +54,31 @@ void linesComeBack(const std::string& text, size_t piece) {
         file += scrambled(line) + '\n';
     }
     REQUIRE(decoded(file, piece) == plain);
+    if (plain.empty()) return;
+    cut %= plain.size();
+    const size_t begin = cut == 0 ? 0 : plain.rfind('\n', cut - 1) + 1, end = plain.find('\n', cut) + 1;
+    if (cut == begin || cut - begin >= 5)
+        REQUIRE(decoded(file.substr(0, cut), piece) == plain.substr(0, cut) + (cut == begin ? "" : "\n"));
+    REQUIRE(decoded(file.substr(cut), piece).ends_with(plain.substr(cut == begin ? cut : end)));
+    const std::string line = "[2021-03-04 05:06:07][1][notice][unnamed thread:4711][SC:12]: first \xFF\xE4\xB8\xAD\n";
+    const size_t missing = cut % (line.size() - 13);
+    REQUIRE(decoded(scrambled(line).substr(missing), piece) == line.substr(missing));
+    // A line behind a piece of another, as after a full disk.
+    if (cut - begin >= 22) {
+        const std::string joint = decoded(file.substr(begin, cut - begin) + file.substr(begin), piece);
+        REQUIRE(joint.ends_with(plain.substr(begin)) && joint.starts_with(plain.substr(begin, cut - begin)));
+    }
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     Input input(bytes, size);
-    const size_t piece = input.ConsumeIntegralInRange<size_t>(1, 40);
+    const size_t piece = input.ConsumeIntegralInRange<size_t>(1, 40), cut = input.ConsumeIntegral<uint16_t>();
     const std::string text = input.ConsumeRemainingBytesAsString();
     undoesItself(text);
     const std::string whole = decoded(text, text.size() + 1);
     REQUIRE(whole.size() >= text.size() && decoded(text, piece) == whole);
-    linesComeBack(text, piece);
+    linesComeBack(text, piece, cut);
     return 0;
 }

@@ -1,5 +1,4 @@
-// A host that gets into trouble, or makes it, and has to end by itself. usage: trouble_host LIBRARY TROUBLE NUMBER
-// FOLDER
+// A host that gets into trouble, or makes it, and has to end by itself. usage: trouble_host TROUBLE NUMBER FOLDER
 #include <dlfcn.h>
 #include <pthread.h>
 #include <sys/resource.h>
@@ -47,101 +46,81 @@ extern "C" void* dlopen(const char* name, int mode) {
 
 namespace {
 
-// One loaded library.
-class Library {
-  public:
-    explicit Library(const std::string& path) : handle(dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL)) {
-        if (handle) return;
-        fprintf(stderr, "%s\n", dlerror());
-        _exit(EXIT_FAILURE);
-    }
-    template <typename Function>
-    Function* find(const char* name) const {
-        return reinterpret_cast<Function*>(dlsym(handle, name));
-    }
-#define CALL(name) find<decltype(name)>(#name)
+std::atomic<int> frames{0};
+bool exitsInCallback = false;
 
-    // Captures the first display; as a window target its frames come on the capture queue.
-    void start(bool onQueue = false) {
-        CALL(orvo_screencapture_init)();
-        const auto counts = [](const char*, unsigned int, const OrvoScreenCaptureFrameFormat*, unsigned long long,
-                               unsigned int, void* user) {
-            auto& self = *static_cast<Library*>(user);
-            ++self.frames;
-            if (self.during) self.during();
-        };
-        CALL(orvo_screencapture_reg_captured_frame_available_notify)(counts, this);
-        const auto set =
-            onQueue ? CALL(orvo_screencapture_set_target_window) : CALL(orvo_screencapture_set_target_screen);
-        set(firstScreen());
-        CALL(orvo_screencapture_start_capture)();
-    }
-    unsigned int firstScreen() const {
-        unsigned int count = 0;
-        auto* const list = CALL(orvo_screencapture_enum_screen_list)(&count);
-        const unsigned int first = count ? list[0].screenID : 0;
-        CALL(orvo_screencapture_free_screen_list)(list);
-        return first;
-    }
-    void run() const {
-        CALL(orvo_screencapture_run_main_queue)(10);
-    }
-    bool framesCome() const {
-        const int before = frames;
-        for (int i = 0; i < 500 && frames < before + 2; ++i) run();
-        return frames >= before + 2;
-    }
-    void end() const {
-        CALL(orvo_screencapture_stop_capture)();
-        CALL(orvo_screencapture_uninit)();
-    }
+unsigned int firstScreen() {
+    unsigned int count = 0;
+    auto* const list = orvo_screencapture_enum_screen_list(&count);
+    const unsigned int first = count ? list[0].screenID : 0;
+    orvo_screencapture_free_screen_list(list);
+    return first;
+}
 
-    void* const handle;
-    std::atomic<int> frames{0};
-    void (*during)() = nullptr;  // called in the frame callback
-};
+// Captures the first display; as a window target its frames come on the capture queue.
+void start(bool onQueue = false) {
+    orvo_screencapture_init();
+    const auto onFrame = [](auto...) {
+        ++frames;
+        if (exitsInCallback) exit(EXIT_SUCCESS);
+    };
+    orvo_screencapture_reg_captured_frame_available_notify(onFrame, nullptr);
+    (onQueue ? orvo_screencapture_set_target_window : orvo_screencapture_set_target_screen)(firstScreen());
+    orvo_screencapture_start_capture();
+}
+
+bool framesCome() {
+    const int before = frames;
+    for (int i = 0; i < 500 && frames < before + 2; ++i) orvo_screencapture_run_main_queue(10);
+    return frames >= before + 2;
+}
+
+void end() {
+    orvo_screencapture_stop_capture();
+    orvo_screencapture_uninit();
+}
 
 // Starts, gets frames, and ends.
-void live(Library& library) {
-    library.start();
-    CHECK(library.framesCome());
-    library.end();
+void live() {
+    start();
+    CHECK(framesCome());
+    end();
 }
 
 // A capture whose n-th thread, from 0, is refused does without, and the next one works.
-void refusedThread(Library& library, int number) {
+void refusedThread(int number) {
     threadToFail = number + 1;
-    library.start();
-    for (int i = 0; i < 500 && library.frames == 0 && !threadFailed; ++i) library.run();
+    start();
+    for (int i = 0; i < 500 && frames == 0 && !threadFailed; ++i) orvo_screencapture_run_main_queue(10);
     const bool untouched = !threadFailed;
     threadToFail = 0;
-    library.end();
+    end();
     sigset_t blocked;
     pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
     CHECK(sigismember(&blocked, SIGTERM) == 0);
-    live(library);
+    live();
     if (untouched && failures == 0) _exit(kUntouched);
 }
 
 // Without GLib there is no main queue; nothing hangs, and the host can find out why no callback comes.
-void missingGlib(Library& library, int) {
+void missingGlib(int) {
     glibIsMissing = true;
-    library.start();
+    start();
     OrvoScreenCaptureStatistics figures = ORVO_SCREENCAPTURE_STATISTICS_INIT;
-    library.find<decltype(orvo_screencapture_get_statistics)>("orvo_screencapture_get_statistics")(&figures);
+    orvo_screencapture_get_statistics(&figures);
     CHECK(strcmp(figures.lastErrorReason, "GLib cannot be loaded: no callbacks can be delivered") == 0);
-    for (int i = 0; i < 5; ++i) library.run();
-    CHECK(library.frames == 0);
-    library.end();
+    for (int i = 0; i < 5; ++i) orvo_screencapture_run_main_queue(10);
+    CHECK(frames == 0);
+    end();
 }
 
 // What a child does, and that it ends well; a signal ends it when it hangs.
 template <typename Life>
-void inAChild(Life live) {
+void inAChild(Life life) {
     const pid_t child = fork();
     if (child == 0) {
         alarm(10);
-        live();
+        life();
         _exit(failures ? EXIT_FAILURE : EXIT_SUCCESS);
     }
     int status = -1;
@@ -149,71 +128,69 @@ void inAChild(Life live) {
 }
 
 // The child's exports answer nothing; it may exit, and run another program. The parent goes on.
-void forkedChild(Library& library, int) {
-    library.start();
+void forkedChild(int) {
+    start();
     for (int round = 0; round < 12; ++round) {
-        CHECK(library.framesCome());
+        CHECK(framesCome());
         inAChild([&] {
-            CHECK(library.firstScreen() == 0);
-            CHECK(!library.CALL(orvo_screencapture_is_capturing)());
-            CHECK(library.CALL(orvo_screencapture_run_main_queue)(-1) == 0);
-            library.CALL(orvo_screencapture_set_log_level)(4, "/dev/null");
-            library.start();
-            library.end();
+            CHECK(firstScreen() == 0);
+            CHECK(!orvo_screencapture_is_capturing());
+            CHECK(orvo_screencapture_run_main_queue(-1) == 0);
+            orvo_screencapture_set_log_level(4, "/dev/null");
+            start();
+            end();
             if (failures) return;
             if (round % 2) execl("/bin/true", "true", nullptr);
             exit(EXIT_SUCCESS);
         });
     }
-    CHECK(library.framesCome());
-    library.end();
+    CHECK(framesCome());
+    end();
 }
 
 // A host that becomes a daemon before it calls anything keeps the library.
-void daemonised(Library& library, int) {
-    inAChild([&] { live(library); });
+void daemonised(int) {
+    inAChild(live);
 }
 
-std::string gFolder;   // for files
-std::string gLibrary;  // path
+std::string gFolder;  // for files
 
-// Two copies work side by side, though their symbols have the same names.
-void twoCopies(Library& library, int) {
+// A copy works beside the library, though its symbols have the same names, and goes on when it is closed.
+void twoCopies(int) {
+#define OTHER(name) reinterpret_cast<decltype(&(name))>(dlsym(other, #name))
+    static std::atomic<int> others{0};
+    const auto othersCome = [] {
+        const int before = others;
+        for (int i = 0; i < 500 && others < before + 2; ++i) orvo_screencapture_run_main_queue(10);
+        return others >= before + 2;
+    };
+    Dl_info library{};
+    dladdr(reinterpret_cast<void*>(&orvo_screencapture_init), &library);
     const std::string copy = gFolder + "/libOther.so";
-    std::ofstream(copy, std::ios::binary) << std::ifstream(gLibrary, std::ios::binary).rdbuf();
-    Library other(copy);
-    CHECK(other.handle != library.handle);
-    CHECK(*library.find<void*>("g_pScreenCaptureImpl") != *other.find<void*>("g_pScreenCaptureImpl"));
-    library.start();
-    CHECK(!other.CALL(orvo_screencapture_is_capturing)());
-    CHECK(library.framesCome());  // connected: how xcb reads the server's password is not safe for two at once
-    other.start();
-    CHECK(library.framesCome() && other.framesCome());
-    library.end();
-    CHECK(other.framesCome() && !library.CALL(orvo_screencapture_is_capturing)());
-    other.end();
-}
-
-// The library stays mapped: closed while idle or in the middle of a capture it goes on.
-void closed(Library& library, int) {
-    dlclose(library.handle);
-    library.start();
-    dlclose(library.handle);
-    CHECK(library.framesCome());
-    CHECK(dlopen(gLibrary.c_str(), RTLD_NOW | RTLD_NOLOAD) != nullptr);
-    library.end();
+    std::ofstream(copy, std::ios::binary) << std::ifstream(library.dli_fname, std::ios::binary).rdbuf();
+    void* const other = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
+    start();
+    CHECK(!OTHER(orvo_screencapture_is_capturing)());
+    CHECK(framesCome());  // connected: how xcb reads the server's password is not safe for two at once
+    OTHER(orvo_screencapture_init)();
+    OTHER(orvo_screencapture_reg_captured_frame_available_notify)([](auto...) { ++others; }, nullptr);
+    OTHER(orvo_screencapture_set_target_screen)(firstScreen());
+    OTHER(orvo_screencapture_start_capture)();
+    dlclose(other);
+    CHECK(framesCome() && othersCome());
+    end();
+    CHECK(!orvo_screencapture_is_capturing() && othersCome());
+    OTHER(orvo_screencapture_uninit)();
 }
 
 // exit() while frames come: in main, in a callback on the main queue, in one on the capture queue; and a host whose
 // own last words are calls.
-void exits(Library& library, int number) {
-    static Library* last = nullptr;
-    last = &library;
-    if (number == 3) atexit([] { last->end(); });
-    if (number == 1 || number == 2) library.during = [] { exit(EXIT_SUCCESS); };
-    library.start(number == 2);
-    for (int i = 0; i < 500 && library.frames < 2; ++i) library.run();
-    exit(library.frames < 2 || number == 1 || number == 2);
+void exits(int number) {
+    if (number == 3) atexit(end);
+    exitsInCallback = number == 1 || number == 2;
+    start(number == 2);
+    for (int i = 0; i < 500 && frames < 2; ++i) orvo_screencapture_run_main_queue(10);
+    exit(frames < 2 || exitsInCallback);
 }
 
 bool fileHas(const std::string& path, const char* text) {
@@ -223,18 +200,18 @@ bool fileHas(const std::string& path, const char* text) {
 
 // Whatever is logged before a normal exit is in the file. Lines for the developer's console are in the log at debug
 // level (number 1), on standard error where the environment asks for it (2), and otherwise nowhere.
-void logsAndExits(Library& library, int number) {
+void logsAndExits(int number) {
     const std::string file = gFolder + "/orvoscreencaplog1.txt", output = gFolder + "/output",
                       errors = gFolder + "/errors";
     inAChild([&] {
         CHECK(freopen(output.c_str(), "w", stdout) && freopen(errors.c_str(), "w", stderr));
         if (number == 2) setenv("ORVO_CONSOLE", "1", 1);
         const char* const ends[] = {"", "/", "\\"};  // a folder may be given either way
-        library.CALL(orvo_screencapture_set_log_level)(number == 1 ? 4 : 3, (gFolder + ends[number]).c_str());
-        library.CALL(orvo_screencapture_init)();
+        orvo_screencapture_set_log_level(number == 1 ? 4 : 3, (gFolder + ends[number]).c_str());
+        orvo_screencapture_init();
         int count = 0;
-        library.CALL(orvo_windowthumbnail_find_windows)(&count);
-        for (int i = 0; i < 300; ++i) library.CALL(orvo_screencapture_is_capturing)();
+        orvo_windowthumbnail_find_windows(&count);
+        for (int i = 0; i < 300; ++i) orvo_screencapture_is_capturing();
         exit(EXIT_SUCCESS);
     });
     std::ifstream in(file);
@@ -243,33 +220,33 @@ void logsAndExits(Library& library, int number) {
     CHECK(fileHas(errors, "[***] screenID: ") == (number == 2));
 }
 
-void logLines(Library& library, int count) {
-    for (int i = 0; i < count; ++i) library.CALL(orvo_screencapture_is_capturing)();
-    live(library);  // the log thread has to run
+void logLines(int count) {
+    for (int i = 0; i < count; ++i) orvo_screencapture_is_capturing();
+    live();  // the log thread has to run
 }
 
 // A limit on the size of files stands for a full disk; its signal would end the process on a thread that takes it.
-void fullDisk(Library& library, int) {
+void fullDisk(int) {
     CHECK(freopen("/dev/null", "w", stdout) != nullptr);  // where the lines go too
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
     limit.rlim_cur = 2000;
     setrlimit(RLIMIT_FSIZE, &limit);
-    library.CALL(orvo_screencapture_set_log_level)(4, gFolder.c_str());
-    logLines(library, 100);
-    for (int i = 0; i < 3000; ++i) library.CALL(orvo_screencapture_is_capturing)();  // are being written at exit
+    orvo_screencapture_set_log_level(4, gFolder.c_str());
+    logLines(100);
+    for (int i = 0; i < 3000; ++i) orvo_screencapture_is_capturing();  // are being written at exit
 }
 
 // A folder that may not be written, that is a file, that was removed: no files, and everything else works.
-void noLogFolder(Library& library, int) {
+void noLogFolder(int) {
     const std::string file = gFolder + "/file";
     const std::string locked = gFolder + "/locked";
     std::ofstream{file} << "mine";
     mkdir(locked.c_str(), 0555);
     if (geteuid() == 0) CHECK(setresuid(65534, 65534, 65534) == 0);  // root may write everywhere
     for (const std::string& folder : {file, locked, locked + "/deep/er", gFolder + "/\xff", std::string(600, 'x')})
-        library.CALL(orvo_screencapture_set_log_level)(4, folder.c_str());
-    logLines(library, 20);
+        orvo_screencapture_set_log_level(4, folder.c_str());
+    logLines(20);
     CHECK(rmdir((locked + "/deep").c_str()) != 0 && errno == ENOENT);
     std::string left;
     std::ifstream{file} >> left;
@@ -278,31 +255,22 @@ void noLogFolder(Library& library, int) {
 
 const struct {
     const char* name;
-    void (*make)(Library& library, int number);
+    void (*make)(int number);
 } troubles[] = {
-    {"refused_thread", refusedThread},
-    {"missing_glib", missingGlib},
-    {"forked_child", forkedChild},
-    {"daemonised", daemonised},
-    {"two_copies", twoCopies},
-    {"closed", closed},
-    {"exit", exits},
-    {"logs_and_exits", logsAndExits},
-    {"full_disk", fullDisk},
-    {"no_log_folder", noLogFolder},
+    {"refused_thread", refusedThread}, {"missing_glib", missingGlib}, {"forked_child", forkedChild},
+    {"daemonised", daemonised},        {"two_copies", twoCopies},     {"exit", exits},
+    {"logs_and_exits", logsAndExits},  {"full_disk", fullDisk},       {"no_log_folder", noLogFolder},
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 5) return 2;
+    if (argc != 4) return 2;
     alarm(30);  // ends it when it hangs
-    gLibrary = argv[1];
-    gFolder = argv[4];
-    Library& library = *new Library(gLibrary);  // for callbacks and last words of any time
+    gFolder = argv[3];
     for (const auto& each : troubles) {
-        if (strcmp(each.name, argv[2]) != 0) continue;
-        each.make(library, atoi(argv[3]));
+        if (strcmp(each.name, argv[1]) != 0) continue;
+        each.make(atoi(argv[2]));
         return failures ? EXIT_FAILURE : EXIT_SUCCESS;
     }
     return 2;

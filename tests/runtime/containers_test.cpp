@@ -1,11 +1,10 @@
-// The ordered map and set, the list and the bounded sorted array against the standard library's containers.
+// The ordered map, the list and the bounded sorted array against the standard library's containers.
 #include <gtest/gtest.h>
 
 #include <list>
 #include <map>
 #include <memory>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "xplatform/common/orvobarray.h"
@@ -120,14 +119,6 @@ TEST(Map, ErasureSinksTheNodeAndKeepsColours) {
     EXPECT_TRUE(map.getRoot()->key == 3 && map.getRoot()->red && map.getRoot()->left->key == 1);
     map.insert(0, 0);  // under a red node below a red root
     expect_same(map, {{0, 0}, {1, 0}, {3, 0}});
-}
-
-TEST(Set, HoldsKeysInOrder) {
-    orvostl::set<std::string> set;
-    EXPECT_TRUE(set.insert("b") && set.insert("a") && !set.insert("b"));
-    const orvostl::set<std::string> copy = set;
-    EXPECT_TRUE(set.erase("a") && !set.erase("a") && set.find("a").atEnd());
-    EXPECT_EQ(std::vector<std::string>(copy.begin(), copy.end()), (std::vector<std::string>{"a", "b"}));
 }
 
 TEST(List, FollowsStdListThroughRandomChanges) {

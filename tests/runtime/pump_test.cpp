@@ -12,7 +12,6 @@
 #include <map>
 #include <memory>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "support/runtime/log_lines.h"

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <clocale>
 #include <cstdlib>
-#include <cstring>
 #include <regex>
 #include <string>
 #include <thread>

@@ -177,23 +177,4 @@ TEST(Event, KeepsOrClearsItsFlag) {
     }
 }
 
-TEST(Event, WakesOneWaiterAtATime) {
-    orvoevent* event = orvoevent_create(0, 0);
-    std::atomic<int> woken{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 3; ++i) {
-        threads.emplace_back([&] {
-            EXPECT_EQ(orvoevent_wait(event), 0);
-            ++woken;
-        });
-    }
-    for (int i = 1; i <= 3; ++i) {
-        orvoevent_signal(event);
-        while (woken < i) std::this_thread::yield();
-        EXPECT_EQ(woken, i);
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(orvoevent_destory(event), 0);
-}
-
 }  // namespace

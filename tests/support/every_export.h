@@ -89,15 +89,6 @@ inline const ExportCall everyExport[] = {
              with, [](auto* count) { return orvo_screencapture_enum_window_list(1, count); },
              [](auto* list, auto) { orvo_screencapture_free_window_list(list); });
      }},
-    {"orvo_screencapture_enum_window_list orvo_screencapture_free_window_list",  // with the picker's records
-     [](const With& with) {
-         return takeList<OrvoThumbnailWindowInfo, int>(
-             with, [](int* count) { return orvo_screencapture_enum_window_list(1, count); },
-             [](auto* list, int count) {
-                 count <= 1 ? orvo_screencapture_free_window_list(list)
-                            : orvo_windowthumbnail_free_windows(list, count);
-             });
-     }},
     {"orvo_windowthumbnail_find_windows orvo_windowthumbnail_free_windows",
      [](const With& with) {
          return takeList(with, orvo_windowthumbnail_find_windows, orvo_windowthumbnail_free_windows);

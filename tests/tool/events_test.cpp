@@ -1,9 +1,11 @@
-// What orvocap watch prints: names, lines, JSON, and which repetitions it leaves out.
+// What orvocap watch and log print: names, lines, JSON, and which repetitions are left out.
 #include "tools/orvocap/events.h"
 
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+
+#include "tools/orvocap/log.h"
 
 namespace orvocap {
 namespace {
@@ -17,9 +19,6 @@ TEST(Events, AreOneLineEach) {
         const char* json;
     };
     const Case cases[] = {
-        {{.kind = Kind::moved, .window = 12, .rect = {10, 20, 110, 70}, .seconds = 1.5},
-         "    1.500 moved     12         100x50 at 10,20",
-         R"({"seconds":1.5,"kind":"moved","window":12,"bounds":{"x":10,"y":20,"width":100,"height":50}})"},
         {{.kind = Kind::status, .window = 4194318, .code = 3},
          "    0.000 status    4194318    3 minimized  0x0 at 0,0",
          R"({"seconds":0.0,"kind":"status","window":4194318,"code":3,"name":"minimized",
@@ -30,9 +29,6 @@ TEST(Events, AreOneLineEach) {
         {{.kind = Kind::process, .window = 7, .code = 4, .title = "a\n\"b\"\xff"},
          "    0.000 process   7          4 new-window  \"a\\n\\\"b\\\"\xEF\xBF\xBD\"",
          R"({"seconds":0.0,"kind":"process","window":7,"code":4,"name":"new-window","title":"a\n\"b\"\ufffd"})"},
-        {{.kind = Kind::thumbnail, .window = 7, .code = 99},
-         "    0.000 thumbnail 7          99 unknown  \"\"",
-         R"({"seconds":0.0,"kind":"thumbnail","window":7,"code":99,"name":"unknown"})"},
     };
     for (const auto& [event, line, json] : cases) {
         EXPECT_EQ(eventLine(event), line);
@@ -60,6 +56,15 @@ TEST(EventFilter, LeavesOutWhatAWindowHasSaidLast) {
     };
     EventFilter filter;
     for (const Case& each : cases) EXPECT_EQ(filter.isNew(each.event), each.isNew) << each.name;
+}
+
+TEST(LogLines, BecomeJson) {
+    EXPECT_EQ(logJson("[2021-03-04 05:06:07][1][notice ][unnamed thread:4711][SC:12]: first [x]: y\n"),
+              R"({"time":"2021-03-04 05:06:07","level":"notice","thread":"unnamed thread:4711","source":"SC:12",)"
+              R"("text":"first [x]: y"})"
+              "\n");
+    EXPECT_EQ(logJson("[2021-03-04 05:06:07][1][notice\n*** \"\xFF\n"),
+              "{\"text\":\"[2021-03-04 05:06:07][1][notice\"}\n{\"text\":\"*** \\\"\xEF\xBF\xBD\"}\n");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The options of a recording: what is accepted, where the frames come from and where they go.
+// The options of a recording: what is accepted, and which windows they name.
 #include <gtest/gtest.h>
 
 #include <CLI/CLI.hpp>
@@ -98,25 +98,6 @@ TEST(Windows, AreNamedByWhatAPersonKnows) {
     }
 }
 
-TEST(TargetOptions, KnowWhereTheirFramesComeFrom) {
-    const std::pair<const char*, bool> cases[] = {
-        {"", false},
-        {"--screen main", false},
-        {"--screen main --rect 0,0,9,9 --cursor", false},
-        {"--screen main --exclude 5", true},
-        {"--size 64x48", true},
-        {"--screen main --crop 0,0,9,9", true},
-        {"--window pick", true},
-        {"--class a", true},
-        {"--pid 7 --mode application --exclude 2,3", true},
-    };
-    for (const auto& [line, onWindowPath] : cases) {
-        TargetOptions options;
-        ASSERT_NO_THROW(parse(options, line)) << line;
-        EXPECT_EQ(options.onWindowPath(), onWindowPath) << line;
-    }
-}
-
 TEST(TargetOptions, KnowTheFramesOfTheirRectangle) {
     TargetOptions options;
     parse(options, "--rect 10,20,64,40");
@@ -125,21 +106,6 @@ TEST(TargetOptions, KnowTheFramesOfTheirRectangle) {
     EXPECT_FALSE(options.matches(1280, 801));
     EXPECT_FALSE(options.matches(128, 40));
     EXPECT_FALSE(options.matches(32, 20));
-}
-
-TEST(Output, GivesEachWindowAFileOfItsOwn) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"video.y4m", "video-window-12.y4m"},
-        {"a.b/video.y4m", "a.b/video-window-12.y4m"},
-        {"a.b/video", "a.b/video-window-12"},
-        {"a/.video", "a/.video-window-12"},
-    };
-    for (const auto& [file, expected] : cases) EXPECT_EQ(withWindow(file, 12), expected);
-    for (const char* file : {"-", "a.jpg", "a", "a.mkv/b", ".mkv.txt"}) {
-        OutputOptions options;
-        options.file = file;
-        EXPECT_THROW((options.resolve(), static_cast<void>(options.makeSink(12))), Failure) << file;
-    }
 }
 
 }  // namespace

@@ -4,11 +4,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 
 #include "ScreenCapture/platform/platform.h"
-#include "support/x11/elements.h"
-#include "support/x11/x_windows.h"
+#include "support/x11/managed_desktop.h"
 
 namespace orvo::testing {
 namespace {
@@ -21,29 +19,10 @@ platform::Workspace& workspace() {
     return platform::platform().workspace();
 }
 
-uint32_t firstPixel(const platform::Picture& picture) {
-    uint32_t pixel = 0;
-    if (picture.image) std::memcpy(&pixel, picture.image->bytes(), 4);
-    return pixel;
-}
-
-class Applications : public ::testing::Test {
+class Applications : public ManagedDesktop, public ::testing::Test {
   protected:
-    Applications() : server_("800x600x24"), windows_(server_) {
-        server_.start({"openbox"});
-        managed_ = windows_.awaitManager();
-    }
-
-    xcb_window_t show(const WindowWish& wish) {
-        const xcb_window_t window = windows_.make(wish);
-        EXPECT_TRUE(managed_ && windows_.awaitMapped(window));
-        return window;
-    }
+    Applications() : ManagedDesktop("openbox") {}
     ElementRef self() { return accessibility().application(getpid()); }
-
-    XServer server_;
-    Windows windows_;
-    bool managed_ = false;
 };
 
 TEST_F(Applications, ElementsTellOfWindowsAndTakeOrders) {
@@ -123,14 +102,13 @@ TEST_F(Applications, IconsComeFromTheWindowWithAllSizes) {
     icon.resize(icon.size() + 16, 0xFF00FF00);
     icon.insert(icon.end(), {1000000, 1000000, 7});  // not whole
     windows_.setNumbers(window, "_NET_WM_ICON", icon);
-    const auto application = workspace().application(getpid());
-    ASSERT_TRUE(application);
-    const auto picture = application->icon();
+    ASSERT_TRUE(application());
+    const auto picture = application()->icon();
     ASSERT_TRUE(picture);
     EXPECT_EQ(picture->size, (Size{4, 4}));
-    EXPECT_EQ(firstPixel(*picture), 0xFF00FF00U);
+    EXPECT_EQ(pixel(platform::Shot(picture->image), 0, 0), 0xFF00FF00U);
     ASSERT_EQ(picture->representations.size(), 2U);
-    EXPECT_EQ(firstPixel({{}, picture->representations[0].image, {}}), 0x80800000U);  // multiplied by alpha
+    EXPECT_EQ(pixel(platform::Shot(picture->representations[0].image), 0, 0), 0x80800000U);  // multiplied by alpha
 }
 
 TEST_F(Applications, ObserversHearOfMovesFocusAndNewWindows) {

@@ -7,7 +7,7 @@
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/platform/x11/services.h"
 #include "support/changes.h"
-#include "support/x11/x_windows.h"
+#include "support/x11/shots.h"
 
 namespace orvo::testing {
 namespace {
@@ -35,23 +35,6 @@ struct DisplayRun {
     NoImage why{};
     std::unique_ptr<platform::software::DisplaySource> source = openDisplaySource(why);
 };
-
-// A frame's pixels, rows packed.
-std::vector<uint8_t> copyOf(const Image& frame) {
-    std::vector<uint8_t> pixels;
-    for (int y = 0; y < frame.height(); y++) {
-        const uint8_t* const row = frame.bytes() + static_cast<size_t>(y) * frame.bytesPerRow();
-        pixels.insert(pixels.end(), row, row + static_cast<size_t>(frame.width()) * 4);
-    }
-    return pixels;
-}
-
-// What the server shows, as a frame has it.
-std::vector<uint8_t> shownBy(Windows& client, const Area& area) {
-    auto root = client.read(area);
-    for (size_t i = 3; i < root.size(); i += 4) root[i] = 0xFF;
-    return root;
-}
 
 // Draws, scrolls, shapes, moves, drags, stacks and destroys at random, sometimes while it has the server to itself.
 class Scribbler {
@@ -175,14 +158,13 @@ TEST_P(GrabberOn, AllWindowsTogetherAreTheScreen) {
     constexpr uint32_t kGround = 0x010203;
     scribbler.client().fill(scribbler.client().root(), {0, 0, 317, 241}, kGround);
     scribbler.client().setRootBackground(kGround);
-    auto& windowServer = platform::platform().windowServer();
-    const auto grabber = windowServer.grabber(platform::platform().displays().mainDisplay(), true);
+    const auto grabber = windowServer().grabber(platform::platform().displays().mainDisplay(), true);
     std::vector<uint32_t> numbers;
     int pictures = 0;
     for (int round = 0; round < 60; round++) {
         for (int steps = scribbler.number(0, 3); steps > 0; steps--) scribbler.step();
         scribbler.client().sync();
-        windowServer.onScreenNumbers(numbers);
+        windowServer().onScreenNumbers(numbers);
         const auto shot = grabber->composed({0, 0, 317, 241}, numbers);
         ASSERT_TRUE(shot.image);
         scribbler.client().sync();
@@ -196,9 +178,9 @@ TEST_P(GrabberOn, AllWindowsTogetherAreTheScreen) {
         }
         ASSERT_EQ(wrong, 0) << "round " << round;
         // The topmost one's own picture is what shows of it.
-        const auto list = windowServer.onScreenWindows();
+        const auto list = windowServer().onScreenWindows();
         if (list.empty()) continue;
-        const auto top = windowServer.grabber(list.front().number, false)->window();
+        const auto top = windowServer().grabber(list.front().number, false)->window();
         const int left = static_cast<int>(list.front().bounds.x), above = static_cast<int>(list.front().bounds.y);
         const auto own = top.image ? copyOf(*top.image) : std::vector<uint8_t>();
         for (int i = 0; i < static_cast<int>(own.size()) / 4; i++) {
@@ -252,26 +234,6 @@ TEST(DisplaySource, ThePointerHasARingWhileAButtonIsDownAndOnceForAShortClick) {
         ASSERT_EQ(server.run({"xdotool", "click", "4"}), 0);
         EXPECT_EQ(coloured(all), 0) << "a wheel";
     }
-}
-
-TEST(DisplaySource, WithoutAFreeFrameTicksAreDroppedAndMemoryOutlivesTheRun) {
-    const XServer server("64x64x24");
-    Windows client(server);
-    auto run = std::make_unique<DisplayRun>();
-    std::vector<std::pair<Ref<Frame>, std::vector<uint8_t>>> held;
-    const auto take = [&] {
-        client.fill(client.root(), {0, 0, 64, 64}, 0x010101 * static_cast<uint32_t>(held.size() + 1));
-        const FrameResult result = run->next();
-        if (result.frame) held.emplace_back(result.frame, copyOf(*result.frame));
-        return result.why;
-    };
-    while (held.size() < 20 && take() == NoImage::none) continue;
-    EXPECT_TRUE(held.size() >= 3 && held.size() < 20);
-    EXPECT_EQ(take(), NoImage::noBuffer);
-    held.resize(1);
-    EXPECT_EQ(take(), NoImage::none);
-    run = nullptr;
-    for (const auto& [frame, copy] : held) EXPECT_EQ(copyOf(*frame), copy);
 }
 
 // The mean of each block of side * side pixels, per byte.

@@ -5,7 +5,7 @@
 #include "ScreenCapture/thumbnail/OrvoAppProxy.h"
 #include "ScreenCapture/thumbnail/OrvoWindowProxy.h"
 #include "ScreenCapture/window/OrvoWindow.h"
-#include "support/x11/x_windows.h"
+#include "support/x11/shots.h"
 
 namespace orvo::testing {
 namespace {
@@ -32,17 +32,6 @@ const Layout layouts[] = {
     {"a", "b", 1, {{500, 0, 300, 200}, {0, 0, 500, 400}}},
     {"a", "b", 0, {{300, 100, 500, 400}, {0, 40, 300, 300}}},
 };
-
-std::vector<uint8_t> pixelsOf(const platform::Shot& shot) {
-    std::vector<uint8_t> pixels;
-    if (!shot.image) return pixels;
-    for (int y = 0; y < shot.image->height(); ++y) {
-        const uint8_t* row = shot.image->bytes() + static_cast<size_t>(y) * shot.image->bytesPerRow();
-        pixels.insert(pixels.end(), row, row + static_cast<size_t>(shot.image->width()) * 4);
-    }
-    for (size_t i = 3; i < pixels.size(); i += 4) pixels[i] = 0;  // as the root has it
-    return pixels;
-}
 
 TEST(Displays, EverythingCountsFromTheMainDisplaysCorner) {
     for (const Layout& layout : layouts) {
@@ -78,16 +67,16 @@ TEST(Displays, EverythingCountsFromTheMainDisplaysCorner) {
             record.isScreen = true;
             record.windowID = screen.number;
             record.windowBounds = screen.frame;
-            const auto grabber = platform::platform().windowServer().grabber(screen.number, true);
-            EXPECT_EQ(pixelsOf(grabber->composed(record.deskBounds(), {window, back})), windows.read(place));
+            const auto grabber = windowServer().grabber(screen.number, true);
+            EXPECT_EQ(copyOf(*grabber->composed(record.deskBounds(), {window, back}).image), shownBy(windows, place));
         }
-        const auto infos = platform::platform().windowServer().onScreenWindows();
+        const auto infos = windowServer().onScreenWindows();
         ASSERT_EQ(infos.size(), 2U);
         const Rect global{350.0 - main.x, 150.0 - main.y, 120, 90};
         EXPECT_EQ(infos[0].bounds, global);
         EXPECT_EQ(OrvoAppProxy::initWithPID(infos[0].ownerPID)->windowWithWindowId(window)->frame(), global);
-        const auto grabber = platform::platform().windowServer().grabber(window, false);
-        EXPECT_EQ(pixelsOf(grabber->area(global)), windows.read({350, 150, 120, 90}));
+        const auto grabber = windowServer().grabber(window, false);
+        EXPECT_EQ(copyOf(*grabber->area(global).image), shownBy(windows, {350, 150, 120, 90}));
         EXPECT_EQ(platform::platform().pointer().location(),
                   (platform::Point{420.0 - main.x, main.height - (130.0 - main.y)}));
 

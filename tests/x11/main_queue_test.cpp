@@ -2,7 +2,6 @@
 #include <glib.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <thread>
 #include <vector>
 

@@ -7,14 +7,12 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <functional>
 #include <sstream>
 #include <thread>
 
 #include "ScreenCapture/platform/platform.h"
 #include "ScreenCapture/platform/snapshot_scope.h"
-#include "support/x11/elements.h"
-#include "support/x11/x_windows.h"
+#include "support/x11/managed_desktop.h"
 
 namespace orvo::testing {
 namespace {
@@ -25,13 +23,6 @@ using platform::NoImage;
 using platform::Point;
 using std::chrono::milliseconds;
 using Steady = std::chrono::steady_clock;
-
-platform::WindowServer& windowServer() {
-    return platform::platform().windowServer();
-}
-std::shared_ptr<platform::RunningApplication> application(int32_t pid = getpid()) {
-    return platform::platform().workspace().application(pid);
-}
 
 std::optional<platform::WindowInfo> infoOf(xcb_window_t window) {
     for (const auto& info : windowServer().onScreenWindows())
@@ -49,27 +40,12 @@ std::string stateOf(xcb_window_t window) {
     return isShown ? "shown" : "off screen";
 }
 
-class Managers : public ::testing::TestWithParam<std::string> {
+class Managers : public ManagedDesktop, public ::testing::TestWithParam<std::string> {
   protected:
-    Managers() : server_("800x600x24"), windows_(server_) {}
-    void SetUp() override {
-        if (GetParam() == "none") return;
-        manager_ = server_.start({GetParam()});
-        ASSERT_TRUE(windows_.awaitManager());
-    }
-
-    xcb_window_t show(const WindowWish& wish) {
-        const xcb_window_t window = windows_.make(wish);
-        EXPECT_TRUE(GetParam() == "none" || windows_.awaitMapped(window));
-        return window;
-    }
+    Managers() : ManagedDesktop(GetParam()) {}
     void tell(xcb_window_t window, const char* type, const std::vector<uint32_t>& data) {
         windows_.tellManager(window, type, data);
     }
-
-    XServer server_;
-    Windows windows_;
-    int manager_ = -1;
 };
 
 class EachManager : public Managers {};
@@ -210,16 +186,7 @@ TEST_P(EachManager, ThePickedWindowGetsTheFocusWhateverElseItsApplicationShows) 
     EXPECT_TRUE(activate(getpid(), Activation::allWindows));
     EXPECT_EQ(active(), window);
 
-    const auto modal = windows_.make(
-        {.area = {200, 200, 120, 80}, .type = "_NET_WM_WINDOW_TYPE_DIALOG", .owner = window, .modal = true});
-    ASSERT_TRUE(windows_.awaitMapped(modal));
-    ASSERT_TRUE(activate(logo->ownerPID, Activation::ignoringOthers));
-    EXPECT_TRUE(comesAbout([&] { return bringToFront(window); }));
-    EXPECT_TRUE(active() == modal || active() == window);
-    windows_.destroy(modal);
-
     // A manager that does not answer is not awaited for every order, and does the last one when it can.
-    ASSERT_TRUE(comesAbout([&] { return !elementOf(modal); }));
     ASSERT_TRUE(activate(logo->ownerPID, Activation::ignoringOthers));
     kill(manager_, SIGSTOP);
     const auto start = Steady::now();

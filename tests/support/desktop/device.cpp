@@ -108,16 +108,10 @@ void Device::produce(platform::Ref<FrameBuffer> frame, const platform::MediaTime
 }
 
 void Device::deliver() {
-    platform::Ref<FrameBuffer> frame;
-    platform::MediaTime time;
-    std::shared_ptr<platform::DisplayCaptureDelegate> delegate;
-    {
-        posted_ = false;
-        std::swap(frame, waiting_);
-        time = waitingTime_;
-        delegate = output.lock();
-    }
-    if (frame && delegate) delegate->onSample(*frame, time, platform::Changes());
+    posted_ = false;
+    const auto frame = std::exchange(waiting_, nullptr);
+    if (const auto delegate = output.lock(); frame && delegate)
+        delegate->onSample(*frame, waitingTime_, platform::Changes());
 }
 
 void Device::stop() {

@@ -1,5 +1,4 @@
 // Window lists and pictures of the scripted desktop.
-#include <algorithm>
 #include <cstring>
 #include <sstream>
 

@@ -3,7 +3,6 @@
 
 #include <unistd.h>
 
-#include <string>
 #include <vector>
 
 #include "ScreenCapture/platform/platform.h"

@@ -1,37 +1,25 @@
-// A host in a process of its own that is told what to do, so that its crash or hang is seen.
+// A host in a process of its own that is given commands, so that its crash or hang is seen.
 #include "support/x11/host_process.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <stdexcept>
 
+#include "support/x11/x_server.h"
+
 namespace orvo::testing {
 
 using Clock = std::chrono::steady_clock;
 
-HostProcess::HostProcess(const std::string& path, const std::string& output) {
+HostProcess::HostProcess(const std::string& path) {
     int commands[2];
     int answers[2];
     if (pipe2(commands, O_CLOEXEC) != 0 || pipe2(answers, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-    pid_ = fork();
-    if (pid_ < 0) throw std::runtime_error("cannot fork");
-    if (pid_ == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        sigset_t none;
-        sigemptyset(&none);
-        pthread_sigmask(SIG_SETMASK, &none, nullptr);
-        signal(SIGPIPE, SIG_DFL);
-        dup2(commands[0], STDIN_FILENO);
-        dup2(answers[1], STDOUT_FILENO);
-        dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), STDERR_FILENO);
-        execl(path.c_str(), path.c_str(), nullptr);
-        _exit(127);
-    }
+    pid_ = spawn({path}, -1, commands[0], answers[1]);
     close(commands[0]);
     close(answers[1]);
     commands_ = commands[1];
@@ -47,14 +35,14 @@ HostProcess::~HostProcess() {
     waitpid(pid_, nullptr, 0);
 }
 
-std::string HostProcess::tell(const std::string& command, Milliseconds limit) {
+std::string HostProcess::ask(const std::string& command, Milliseconds limit) {
     order(command);
     return answer(limit);
 }
 
 void HostProcess::order(const std::string& command) {
     const std::string line = command + "\n";
-    // The answer tells of a host that has gone.
+    // The answer says when a host has gone.
     [[maybe_unused]] const ssize_t written = write(commands_, line.data(), line.size());
 }
 

@@ -12,6 +12,23 @@ inline platform::WindowServer& windowServer() {
     return platform::platform().windowServer();
 }
 
+// A picture's pixels, rows packed.
+inline std::vector<uint8_t> copyOf(const platform::Image& image) {
+    std::vector<uint8_t> pixels;
+    for (int y = 0; y < image.height(); y++) {
+        const uint8_t* const row = image.bytes() + static_cast<size_t>(y) * image.bytesPerRow();
+        pixels.insert(pixels.end(), row, row + static_cast<size_t>(image.width()) * 4);
+    }
+    return pixels;
+}
+
+// What the server shows, as a picture has it.
+inline std::vector<uint8_t> shownBy(Windows& client, const Area& area) {
+    auto root = client.read(area);
+    for (size_t i = 3; i < root.size(); i += 4) root[i] = 0xFF;
+    return root;
+}
+
 inline uint32_t pixel(const platform::Shot& shot, int x, int y) {
     if (!shot.image || x >= shot.image->width() || y >= shot.image->height()) return 0xDEAD;
     uint32_t value = 0;

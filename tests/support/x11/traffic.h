@@ -1,8 +1,6 @@
 // Counts what the process asks its X servers, and what the calling thread allocates.
 #pragma once
 
-#include <cstdint>
-
 namespace orvo::testing {
 
 struct Traffic {

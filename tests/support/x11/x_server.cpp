@@ -4,16 +4,20 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 
 namespace orvo::testing {
-namespace {
 
-int spawn(const std::vector<std::string>& command, int keepDescriptor = -1) {
+int spawn(const std::vector<std::string>& command, int keep, int input, int output) {
     std::vector<char*> words;
     words.reserve(command.size() + 1);
     for (const auto& word : command) words.push_back(const_cast<char*>(word.c_str()));
@@ -25,14 +29,18 @@ int spawn(const std::vector<std::string>& command, int keepDescriptor = -1) {
         sigset_t none;
         sigemptyset(&none);
         pthread_sigmask(SIG_SETMASK, &none, nullptr);
-        if (keepDescriptor >= 0) fcntl(keepDescriptor, F_SETFD, 0);
-        const int null = open("/dev/null", O_RDWR);
-        dup2(null, STDERR_FILENO);
+        signal(SIGPIPE, SIG_DFL);
+        if (keep >= 0) fcntl(keep, F_SETFD, 0);
+        if (input >= 0) dup2(input, STDIN_FILENO);
+        if (output >= 0) dup2(output, STDOUT_FILENO);
+        dup2(open("/dev/null", O_RDWR), STDERR_FILENO);
         execvp(words[0], words.data());
         _exit(127);
     }
     return pid;
 }
+
+namespace {
 
 // Never to a number that stands for no process of ours: -1 would reach every process there is.
 void send(int pid, int number) {
@@ -40,10 +48,20 @@ void send(int pid, int number) {
     ::kill(pid, number);
 }
 
-// A number that no test beside this one takes, also when its server has died: hosts would find the other one.
-std::string ownNumber() {
-    static int servers = 0;
-    return ":" + std::to_string(1000 + (getpid() * 16 + servers++) % 50000);
+// Holds a display's number that no test beside this one takes, also while its server is dead: hosts would find the
+// other one. What holds it is the name of a socket, which ends with the process at the latest.
+int holdNumber(std::string& display) {
+    static unsigned next = static_cast<unsigned>(getpid());
+    while (true) {
+        display = ":" + std::to_string(1000 + next++ % 50000);
+        sockaddr_un name{AF_UNIX, {}};  // with a first byte of zero it is in no folder
+        const auto length = static_cast<socklen_t>(snprintf(name.sun_path + 1, 50, "orvo-test%s", display.c_str()));
+        const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        if (bind(socket, reinterpret_cast<sockaddr*>(&name), offsetof(sockaddr_un, sun_path) + 1 + length) == 0)
+            return socket;
+        close(socket);
+        if (errno != EADDRINUSE) throw std::runtime_error("no display's number can be held");
+    }
 }
 
 int waitFor(int pid) {
@@ -57,7 +75,7 @@ int waitFor(int pid) {
 XServer::XServer(const std::string& screen, const std::vector<std::string>& arguments)
     : arguments_{"-screen", "0", screen, "-nolisten", "tcp", "-noreset"} {
     arguments_.insert(arguments_.end(), arguments.begin(), arguments.end());
-    display_ = ownNumber();
+    number_ = holdNumber(display_);
     launch();
 }
 
@@ -87,6 +105,7 @@ void XServer::restart() {
 XServer::~XServer() {
     kill();
     while (!clients_.empty()) end(clients_.back());
+    close(number_);
 }
 
 void XServer::kill() {

