@@ -74,14 +74,6 @@ TEST_F(Reasons, AreLoggedOnceInARunAndStandInTheStatistics) {
     }
 }
 
-TEST_F(Reasons, NumbersThatNoWindowHasAreDebugLines) {
-    perform("init, extra 7, extra 99, exclude 7, exclude 99, steps");
-    takeLog();
-    perform("settle");
-    const std::string line = "4 unnamed no window on screen has the number 99";
-    EXPECT_EQ(takeLog(), (Lines{line, line}));
-}
-
 TEST_F(Reasons, AnInitThatFailedLeavesItsReasonAndTheNextOneIsReal) {
     perform("fail DisplayCapture");
     orvo_screencapture_init();

@@ -30,14 +30,10 @@ TEST_F(Session, StartsStopsAndEndsInTheOrderAsked) {
     )");
 }
 
-TEST_F(Session, TheDeviceIsSetUpByInitAndItsSteps) {
-    orvo_screencapture_init();
-    EXPECT_EQ(take(), (Lines{"input 1", "add 1", "output", "observe"}));
-    runSteps();
-    EXPECT_EQ(take(), (Lines{"duration 1/15", "cursor 1", "clicks 0"}));
-}
-
 TEST_F(Session, ANewDisplayGetsANewInputWithTheFrameRateOnly) {
+    orvo_screencapture_init();
+    runSteps();
+    EXPECT_EQ(take(), (Lines{"input 1", "add 1", "output", "observe", "duration 1/15", "cursor 1", "clicks 0"}));
     follow(R"(
         init, fps 20, cursor 0, steps -> duration 1/20, cursor 0
         rect 1 0 0 100 100, steps -> begin, commit, begin, crop 0,980 100x100, commit

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -164,18 +163,6 @@ TEST_F(Pump, WaitsForTheEarliestDeadlineOrAMillisecond) {
     }
     EXPECT_GE(steady_clock::now() - begin, milliseconds(15));
     EXPECT_EQ(watches_.size(), 1u);
-}
-
-TEST_F(Pump, EndsAPassThatPollRefuses) {
-    rlimit before;
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    add(pairs_[0][0], 4, 4);
-    const rlimit none{0, before.rlim_max};  // poll answers EINVAL for more descriptors than the limit
-    setrlimit(RLIMIT_NOFILE, &none);
-    const int handled = orvofe_loop(pump_.get());
-    setrlimit(RLIMIT_NOFILE, &before);
-    EXPECT_EQ(handled, 0);
-    pass();
 }
 
 struct Handler : CRefCountSafe {

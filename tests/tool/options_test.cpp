@@ -104,8 +104,7 @@ TEST(TargetOptions, KnowTheFramesOfTheirRectangle) {
     EXPECT_TRUE(options.matches(64, 40));
     EXPECT_TRUE(options.matches(128, 80));  // two pixels to the point
     EXPECT_FALSE(options.matches(1280, 801));
-    EXPECT_FALSE(options.matches(128, 40));
-    EXPECT_FALSE(options.matches(32, 20));
+    EXPECT_FALSE(options.matches(128, 40) || options.matches(32, 20));
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include <fstream>
 #include <iterator>
 
-#include "support/full_disk.h"
 #include "support/tool/frames.h"
 #include "tools/orvocap/application.h"
 #include "tools/orvocap/video.h"
@@ -105,14 +104,6 @@ TEST_F(EncoderTest, SaysWhatTheProgramSays) {
     }
     setenv("PATH", "/nonexistent", 1);
     EXPECT_THROW(Encoder{video_}, Failure);
-}
-
-TEST_F(Y4mTest, FailsWithAReason) {
-    EXPECT_THROW(VideoSink(folder_.path() + "/not/there.y4m", y4mFormat, 25), std::runtime_error);
-    VideoSink sink(file_, y4mFormat, 25);
-    const orvo::testing::FullDisk full(10);
-    sink.write(solidFrame(2, 2, {}, 0));
-    EXPECT_THROW(sink.finish(), std::runtime_error);
 }
 
 }  // namespace

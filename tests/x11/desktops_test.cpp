@@ -79,11 +79,6 @@ TEST(Alpha, LayersBlendAndWhatIsExcludedNeverShinesThrough) {
                  windows.setNumbers(veil, "_NET_WM_OPAQUE_REGION", {0, 0, 150, 60});
              },
              0xFF808080, 0xFF000020, 0xFF000020},
-            {"painted where that hides it",
-             [&] {
-                 windows.fill(ground, {0, 0, 100, 100}, 0x108080);
-             },
-             0xFF108080, 0xFF000020, 0xFF000020},
             {"alone", [&] { windows.unmap(ground); }, 0, 0xFF000020, 0xFF000020},
         };
         for (const auto& row : rows) {
