@@ -79,7 +79,7 @@ def resolve(path, name, files):
 
 def check_system_header(path, name):
     """What is wrong with including a system's header here, or nothing."""
-    in_x11 = path.startswith(("ScreenCapture/platform/x11/", "tests/x11/", "tests/support/x11/", "tests/soak/", "tests/fuzz/", "tests/host/", "examples/", "tools/orvocap/system_linux.", "bench/"))
+    in_x11 = path.startswith(("ScreenCapture/platform/x11/", "tests/x11/", "tests/support/x11/", "tests/fuzz/", "tests/host/", "examples/", "tools/orvocap/system_linux.", "bench/"))
     in_macos = path.startswith(("ScreenCapture/platform/macos/", "tools/macos-check/", "examples/")) or "_darwin." in path
     in_linux = in_x11 or path.startswith("ScreenCapture/platform/linux/")
     if X11_HEADER.match(name) and not in_x11:

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Fails when the tests are a larger share of the code than they were; the limit only ever goes down.
 set -euo pipefail
-limit=0.36
+limit=0.34
 ratio=$(scripts/commands/stats.sh | awk '$1 == "ratio" { print $2 }')
 awk -v ratio="$ratio" -v limit="$limit" 'BEGIN {
     if (ratio <= limit) exit 0

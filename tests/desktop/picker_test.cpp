@@ -166,19 +166,6 @@ TEST_F(Picker, ExportsListDisplaysBeforeWindowsWithPicturesUnlessLeftOut) {
     }
 }
 
-TEST_F(Picker, ExportsTellThePrimaryDisplay) {
-    orvo_screencapture_init();
-    unsigned int count = 0;
-    perform("plug 2 1920 0 800 600");
-    desk.mainDisplay = 2;
-    auto* const screens = orvo_screencapture_enum_screen_list(&count);
-    ASSERT_EQ(count, 2u);
-    EXPECT_EQ(screens[0].screenID, 1u);
-    EXPECT_FALSE(screens[0].isPrimary);
-    EXPECT_TRUE(screens[1].isPrimary);
-    orvo_screencapture_free_screen_list(screens);
-}
-
 // Who frees a list may free less than all of it; the rest is the host's.
 TEST_F(Picker, ListsAreFreedAsFarAsTheCallSays) {
     orvo_screencapture_init();
@@ -208,16 +195,22 @@ TEST_F(Picker, ListsAreFreedAsFarAsTheCallSays) {
     orvo_screencapture_free_window_list(list);
 }
 
-TEST_F(Picker, AnswersAboutOneWindow) {
+TEST_F(Picker, AnswersAboutOneWindowAndTheDisplays) {
     OrvoScreenCaptureRect rect{9, 9, 9, 9};
     EXPECT_TRUE(orvo_screencapture_get_window_rect(7, &rect));
     EXPECT_EQ(rect.right, 0) << "before init";
+    perform("plug 2 1920 100 800 600, move 7 10.6 20.6 300.6 200.6");
+    desk.mainDisplay = 2;
     unsigned int count = 0;
-    orvo_screencapture_free_screen_list(orvo_screencapture_enum_screen_list(&count));
-    EXPECT_EQ(count, 1u) << "displays are listed all the same";
+    auto* const screens = orvo_screencapture_enum_screen_list(&count);
+    ASSERT_EQ(count, 2u) << "displays are listed all the same";
+    EXPECT_TRUE(screens[0].screenID == 1 && !screens[0].isPrimary && screens[1].isPrimary);
+    orvo_screencapture_free_screen_list(screens);
     orvo_screencapture_init();
     EXPECT_TRUE(orvo_screencapture_get_window_rect(7, &rect));
-    EXPECT_EQ(rect.right, 90);
+    EXPECT_EQ(rect.right, 311);
+    EXPECT_TRUE(orvo_screencapture_get_window_rect(1, &rect));
+    EXPECT_EQ(rect.right, 1920);
     OrvoScreenCaptureWindowOwner owner{sizeof(owner), 9, "x"};
     EXPECT_TRUE(orvo_screencapture_get_window_owner(7, &owner));
     EXPECT_EQ(owner.processID, 50);

@@ -133,15 +133,6 @@ TEST_F(TargetTracking, ShowsAndHidesTheSource) {
     follow("bring 7 1 -> activate 50, refused");  // the application comes forward all the same
 }
 
-TEST_F(TargetTracking, AnswersRectangles) {
-    follow(R"(
-        plug 2 1920 100 800 600, move 7 10.6 20.6 300.6 200.6, edges 7 -> 10,20,311,221
-        edges 2 -> 1920,380,800,600
-        edges 99 -> 0,0,0,0
-        unknown 7, edges 7 -> 0,0,0,0
-    )");
-}
-
 TEST_F(TargetTracking, ReplacesTheWindowOfADocumentByItsSlideShow) {
     const platform::Rect screen{0, 0, 1920, 1080};
     const struct {

@@ -29,12 +29,6 @@ class WindowManagerTest : public DesktopTest {
             const auto number = a.number<uint32_t>();
             say(manager->showTargetWindow(number, a.number()) ? "done" : "refused");
         };
-        vocabulary["edges"] = [this, say](Arguments& a) {
-            const OrvoScreenCaptureRect r = manager->getRectWithTargetWindow(a.number<uint32_t>());
-            std::ostringstream text;
-            text << r.left << "," << r.top << "," << r.right << "," << r.bottom;
-            say(text.str());
-        };
     }
     void SetUp() override {
         DesktopTest::SetUp();
