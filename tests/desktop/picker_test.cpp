@@ -121,9 +121,6 @@ TEST_F(Picker, FindsRecordsByNumber) {
     EXPECT_NE(manager->getItemWithTargetWindow(7), nullptr);
     perform("forget 7");
     EXPECT_EQ(manager->getItemWithTargetWindow(7), nullptr);
-    perform("fail onScreenWindows");
-    EXPECT_EQ(numbers(manager->allWindow()), std::vector<uint32_t>{1});
-    EXPECT_TRUE(manager->allWindowWithIncludeIconic(true).empty());
 }
 
 TEST_F(Picker, ListsTheWindowsOfAProcess) {

@@ -48,18 +48,6 @@ TEST(Thread, RunsAndReportsItsFlag) {
     orvoevent_destory(seen.looked);
 }
 
-TEST(Thread, NamesItself) {
-    std::thread([] {
-        static const char name[] = "screencap_logger";  // one byte more than Linux takes
-        char system_name[64] = {};
-        EXPECT_TRUE(orvothread_getname() == nullptr && orvothread_setname(name) == 0 && orvothread_getname() == name);
-        pthread_getname_np(pthread_self(), system_name, sizeof(system_name));
-        EXPECT_STREQ(system_name, "screencap_logge");
-        EXPECT_EQ(orvothread_setname(nullptr), 0);
-        EXPECT_EQ(orvothread_getname(), nullptr);
-    }).join();
-}
-
 // A thread sees what it has set itself, up to a number of slots that all threads share.
 TEST(ThreadSlots, AreEachThreadsOwnAndEndAtTheirLimit) {
     errno = 0;

@@ -98,14 +98,5 @@ TEST(Windows, AreNamedByWhatAPersonKnows) {
     }
 }
 
-TEST(TargetOptions, KnowTheFramesOfTheirRectangle) {
-    TargetOptions options;
-    parse(options, "--rect 10,20,64,40");
-    EXPECT_TRUE(options.matches(64, 40));
-    EXPECT_TRUE(options.matches(128, 80));  // two pixels to the point
-    EXPECT_FALSE(options.matches(1280, 801));
-    EXPECT_FALSE(options.matches(128, 40) || options.matches(32, 20));
-}
-
 }  // namespace
 }  // namespace orvocap
