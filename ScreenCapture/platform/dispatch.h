@@ -39,6 +39,8 @@ class Dispatch {
     // runs merge into one. The timer keeps its queue alive. A tick that throws ends in the log.
     virtual std::shared_ptr<Timer> makeTimer(const std::shared_ptr<SerialQueue>& queue, uint64_t intervalNanoseconds,
                                              Job tick) = 0;
+    // The same on the main queue, with its first tick after one interval. Null where there is no such timer.
+    virtual std::shared_ptr<Timer> makeMainTimer(uint64_t /*intervalNanoseconds*/, Job /*tick*/) { return nullptr; }
 };
 
 }  // namespace orvo::platform

@@ -30,6 +30,22 @@ TEST(MainQueue, RunsWhatIsReadyInOrderAndNothingFromWithin) {
     }
 }
 
+TEST(MainQueue, ATimerTicksOnItUntilItIsReleased) {
+    constexpr auto kInterval = std::chrono::milliseconds(5);
+    const auto start = std::chrono::steady_clock::now();
+    int ticks = 0;
+    std::shared_ptr<platform::Timer> timer;
+    timer = platform::platform().dispatch().makeMainTimer(std::chrono::nanoseconds(kInterval).count(), [&] {
+        EXPECT_GE(std::chrono::steady_clock::now() - start, ++ticks * kInterval);
+        EXPECT_EQ(runMainQueue(12), 0);
+        if (ticks == 3) timer = nullptr;
+    });
+    int ran = 0;
+    while (ticks < 3) ran += runMainQueue(20);
+    EXPECT_EQ(ran, 3);
+    EXPECT_EQ(runMainQueue(20), 0);
+}
+
 TEST(MainQueue, ALoopOfTheHostRunsItAndKeepsOthersOut) {
     GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
     int elsewhere = -1;

@@ -21,9 +21,12 @@ constexpr int kMaxRounds = 100;          // of the context, in search of our sou
 constexpr int kMaxSleep = 100;           // milliseconds of a host that runs the queue while GLib cannot be used
 constexpr size_t kMaxUnattached = 1000;  // jobs kept while there is no main context to run them
 
-int64_t now() {
+int64_t nowNanoseconds() {
     using namespace std::chrono;
-    return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
+    return nanoseconds(steady_clock::now().time_since_epoch()).count();
+}
+int64_t now() {
+    return nowNanoseconds() / 1000;
 }
 
 // Jobs wait in a list of our own. One source, which stays attached to the default main context, is ready while the list
@@ -48,6 +51,23 @@ class MainQueue {
             waiting_.push_back(std::move(job));
         }
         if (attached) glib().g_main_context_wakeup(nullptr);
+    }
+
+    // False while GLib cannot be used; tried again each time.
+    bool attach() {
+        if (attached_) return true;
+        std::lock_guard lock(attaching_);
+        if (!attached_ && glib().found) {
+            attachSources();
+            attached_ = true;
+        }
+        return attached_;
+    }
+
+    // For the context's owner.
+    void runNow(const Job& job) {
+        runJob(job);
+        ran_++;
     }
 
     int run(int milliseconds) {
@@ -76,17 +96,6 @@ class MainQueue {
     }
 
   private:
-    // False while GLib cannot be used; tried again each time.
-    bool attach() {
-        if (attached_) return true;
-        std::lock_guard lock(attaching_);
-        if (!attached_ && glib().found) {
-            attachSources();
-            attached_ = true;
-        }
-        return attached_;
-    }
-
     void attachSources() {
         static GSourceFuncs jobFuncs = {prepare, check, dispatch, nullptr, nullptr, nullptr};
         attachSource(jobFuncs, "orvo main queue");
@@ -128,10 +137,7 @@ class MainQueue {
             std::lock_guard lock(mutex_);
             std::swap(waiting_, running_);
         }
-        for (Job& job : running_) {
-            runJob(std::exchange(job, nullptr));
-            ran_++;
-        }
+        for (Job& job : running_) runNow(std::exchange(job, nullptr));
         running_.clear();
     }
 
@@ -143,6 +149,57 @@ class MainQueue {
     std::vector<Job> running_;
     uint64_t ran_ = 0;
     gint maxWait_ = -1;  // milliseconds; below 0 without end
+};
+
+// A source that is ready at the points of its grid. A descriptor of a timer would be more punctual, but GLib would take
+// it out of the context and put it back for each tick, and wake itself up for both.
+class MainTimer final : public Timer {
+  public:
+    MainTimer(uint64_t interval, Job tick) {
+        auto* const grid =
+            new Grid{std::max<int64_t>(static_cast<int64_t>(interval), 1), nowNanoseconds(), std::move(tick)};
+        static GSourceFuncs functions = {nullptr, nullptr, dispatch, nullptr, nullptr, nullptr};
+        GSource* const source = glib().g_source_new(&functions, sizeof(GSource));
+        glib().g_source_set_name(source, "orvo main timer");
+        glib().g_source_set_callback(source, nullptr, grid, [](gpointer data) { delete static_cast<Grid*>(data); });
+        glib().g_source_set_ready_time(source, grid->advance());
+        glib().g_source_attach(source, nullptr);
+        source_ = source;
+    }
+    ~MainTimer() override { destroy(); }
+    MainTimer(const MainTimer&) = delete;
+    MainTimer& operator=(const MainTimer&) = delete;
+
+    void cancel() override { destroy(); }
+
+  private:
+    // Freed after the last tick, on whichever thread lets go of it.
+    struct Grid {
+        const int64_t interval;  // nanoseconds
+        int64_t point;
+        const Job tick;
+
+        // The next point after now, microseconds of GLib's clock.
+        int64_t advance() {
+            point += interval * ((nowNanoseconds() - point) / interval + 1);
+            return (point + 999) / 1000;
+        }
+    };
+
+    static gboolean dispatch(GSource* source, GSourceFunc /*callback*/, gpointer data) {
+        auto& grid = *static_cast<Grid*>(data);
+        MainQueue::instance().runNow(grid.tick);
+        glib().g_source_set_ready_time(source, grid.advance());
+        return G_SOURCE_CONTINUE;
+    }
+    void destroy() {
+        GSource* const source = source_.exchange(nullptr);
+        if (!source) return;
+        glib().g_source_destroy(source);
+        glib().g_source_unref(source);
+    }
+
+    std::atomic<GSource*> source_;
 };
 
 }  // namespace
@@ -162,6 +219,11 @@ std::shared_ptr<SerialQueue> LinuxDispatch::makeSerialQueue(const char* label) {
 std::shared_ptr<Timer> LinuxDispatch::makeTimer(const std::shared_ptr<SerialQueue>& queue, uint64_t intervalNanoseconds,
                                                 Job tick) {
     return software::makeTimer(queue, intervalNanoseconds, std::move(tick));
+}
+
+std::shared_ptr<Timer> LinuxDispatch::makeMainTimer(uint64_t intervalNanoseconds, Job tick) {
+    if (!MainQueue::instance().attach()) return nullptr;
+    return std::make_shared<MainTimer>(intervalNanoseconds, std::move(tick));
 }
 
 int runMainQueue(int milliseconds) {

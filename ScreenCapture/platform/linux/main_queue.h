@@ -13,10 +13,12 @@ class LinuxDispatch final : public Dispatch {
     std::shared_ptr<SerialQueue> makeSerialQueue(const char* label) override;
     std::shared_ptr<Timer> makeTimer(const std::shared_ptr<SerialQueue>& queue, uint64_t intervalNanoseconds,
                                      Job tick) override;
+    // Ticks come up to a millisecond late, as all of GLib's timeouts.
+    std::shared_ptr<Timer> makeMainTimer(uint64_t intervalNanoseconds, Job tick) override;
 };
 
 // For hosts without a GLib loop: runs the main queue on the calling thread for so many milliseconds: 0 runs what is
-// ready, below 0 never returns. Result: how many jobs ran; 0 at once while another thread runs GLib's default main
+// ready, below 0 never returns. Result: how many jobs and ticks ran; 0 at once while another thread runs GLib's default main
 // context. Inside a job of the main queue no other job of it runs.
 int runMainQueue(int milliseconds);
 

@@ -15,6 +15,8 @@ namespace {
 
 using Outcome = FrameResult::Outcome;
 
+constexpr int kStillTicks = 3;  // without a change, until the main queue ticks
+
 MediaTime monotonicNow() {
     using namespace std::chrono;
     return {duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count(), 1'000'000};
@@ -26,6 +28,10 @@ MediaTime monotonicNow() {
 // run_ counts the starts, and everything that happens on the queue carries the number of the run that it belongs to.
 // A stop does not wait for the queue: a tick that is running at that time finds that its run is not the current one,
 // and its frame or failure is forgotten. Nothing of an earlier run can reach the delegate in a later one.
+//
+// After some ticks without a change the timer on the queue makes way for one on the main queue, which only looks
+// whether the last frame still is what the source would give, and delivers that. When it cannot be sure it has the
+// queue tick in its place; the queue has its timer back when that finds a change, or when the settings are others.
 class Engine : public std::enable_shared_from_this<Engine> {
   public:
     explicit Engine(OpenDisplaySource open) : open_(std::move(open)) {}
@@ -62,10 +68,11 @@ class Engine : public std::enable_shared_from_this<Engine> {
         undelivered_ = {};
     }
     void stop() {
-        Ref<Frame> undelivered;
+        Ref<Frame> undelivered, still;
         std::lock_guard lock(mutex_);
         if (!std::exchange(running_, false)) return;
         undelivered = std::move(waiting_);
+        still = std::move(still_);
         queue_->async([self = shared_from_this()] { self->end(); });
     }
     bool isRunning() {
@@ -78,6 +85,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
     bool isCurrent(uint64_t run) const { return running_ && run == run_; }
     void commit() {
         settings_ = collected_;
+        still_ = nullptr;
         if (running_) queue_->async([self = shared_from_this(), run = run_] { self->rearmTimer(run); });
     }
 
@@ -102,6 +110,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
 
     void end() {
         timer_ = nullptr;
+        isOnMain_ = false;
         interval_ = 0;
         source_ = nullptr;
     }
@@ -110,9 +119,10 @@ class Engine : public std::enable_shared_from_this<Engine> {
     void rearmTimer(uint64_t run) {
         const auto settings = settingsOf(run);
         const uint64_t interval = source_ && settings ? settings->interval : 0;
-        if (interval == interval_) return;
+        if (interval == interval_ && !isOnMain_) return;
         interval_ = interval;
         timer_ = nullptr;
+        isOnMain_ = skipsTick_ = false;
         if (interval == 0) return;
         timer_ = platform().dispatch().makeTimer(queue_, interval_, [weak = weak_from_this(), run] {
             if (const auto self = weak.lock()) self->tick(run);
@@ -120,6 +130,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
     }
 
     void tick(uint64_t run) {
+        if (std::exchange(skipsTick_, false)) return;
         const MediaTime time = monotonicNow();  // before anything is read: no frame is older than its time
         const auto settings = settingsOf(run);
         if (!source_ || !settings) return;
@@ -127,19 +138,71 @@ class Engine : public std::enable_shared_from_this<Engine> {
         if (result.outcome == Outcome::sourceLost || result.outcome == Outcome::displayGone)
             return fail(run, result.outcome, result.why);
         if (result.outcome == Outcome::dropped) return reportDrop(result.why);
+        stillTicks_ = result.changes == Changes::nothing() ? stillTicks_ + 1 : 0;
+        if (stillTicks_ >= kStillTicks) tickOnMain(run, result.frame);
         if (replacesWaiting(run, std::move(result), time)) reportDrop(NoImage::hostBusy);
+    }
+
+    // Gives the ticks to the main queue while the frame stays what it is.
+    void tickOnMain(uint64_t run, const Ref<Frame>& frame) {
+        auto stillness = source_->stillness();
+        if (!stillness) return;
+        if (!isOnMain_) {
+            auto timer = platform().dispatch().makeMainTimer(interval_, [weak = weak_from_this(), run] {
+                if (const auto self = weak.lock()) self->tickStill(run);
+            });
+            if (!timer) return;
+            timer_ = std::move(timer);
+            isOnMain_ = true;
+        }
+        std::lock_guard lock(mutex_);
+        if (!isCurrent(run)) return;
+        still_ = frame;
+        isStill_ = std::move(stillness);
+    }
+
+    // A tick of the main queue's timer that has to look closer.
+    void tickInPlace(uint64_t run) {
+        if (!isOnMain_) return;
+        tick(run);
+        {
+            std::lock_guard lock(mutex_);
+            if (!isCurrent(run) || still_) return;
+        }
+        rearmTimer(run);
+        skipsTick_ = true;
+    }
+
+    // On the main queue.
+    void tickStill(uint64_t run) {
+        const MediaTime time = monotonicNow();
+        Ref<Frame> frame;
+        {
+            std::lock_guard lock(mutex_);
+            if (!isCurrent(run) || !still_ || waiting_) return;  // a frame that is on its way serves for this tick
+            frame = still_;
+            if (!isStill_()) {
+                frame = still_ = nullptr;  // its memory may be what the next one is written to
+                queue_->async([self = shared_from_this(), run] { self->tickInPlace(run); });
+                return;
+            }
+            waiting_ = std::move(frame);
+            time_ = time;
+        }
+        deliver();
     }
 
     // Ends the run and reports why, unless it was stopped meanwhile.
     void fail(uint64_t run, Outcome outcome, NoImage why) {
         end();
-        Ref<Frame> undelivered;
+        Ref<Frame> undelivered, still;
         std::weak_ptr<DisplayCaptureDelegate> observer;
         {
             std::lock_guard lock(mutex_);
             if (!isCurrent(run)) return;
             running_ = false;
             undelivered = std::move(waiting_);
+            still = std::move(still_);
             observer = observer_;
         }
         platform().dispatch().mainAsync([observer, outcome, why] {
@@ -222,11 +285,16 @@ class Engine : public std::enable_shared_from_this<Engine> {
     MediaTime time_;                  // of the waiting frame
     Changes undelivered_;             // up to that, since the last one of this run that was delivered
     std::shared_ptr<Engine> posted_;  // this engine, while a job on the main queue is on its way
+    Ref<Frame> still_;                // what the ticks on the main queue deliver; null: they do nothing
+    std::function<bool()> isStill_;   // set with it
 
     // The queue's own.
     std::unique_ptr<DisplaySource> source_;
     std::shared_ptr<Timer> timer_;
-    uint64_t interval_ = 0;  // the timer's, nanoseconds
+    uint64_t interval_ = 0;   // the timer's, nanoseconds
+    bool isOnMain_ = false;   // the timer is
+    bool skipsTick_ = false;  // the timer's first tick has been there before it
+    int stillTicks_ = 0;      // in a row
 };
 
 // One display with its settings. For the queue that the capture is called from.

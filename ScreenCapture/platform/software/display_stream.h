@@ -39,13 +39,17 @@ class DisplaySource {
   public:
     virtual ~DisplaySource() = default;
     virtual FrameResult next(const DisplaySettings& settings) = 0;
+    // What answers, on any thread and without waiting, whether next() would give the last frame again. It may outlive
+    // the source. Null where only next() can tell.
+    virtual std::function<bool()> stillness() { return nullptr; }
 };
 
 // Makes the source of a run; null with the reason when there cannot be one. May wait for the system.
 using OpenDisplaySource = std::function<std::unique_ptr<DisplaySource>(NoImage& why)>;
 
 // A capture with a queue of its own that asks its source at every tick. Frames go through the main queue, the newest
-// only; one that replaces another there is reported as a drop. The loss of the source is a runtime error, the loss of
+// only; one that replaces another there is reported as a drop. While nothing changes the ticks are the main queue's, so
+// that one thread wakes for a frame, not two. The loss of the source is a runtime error, the loss of
 // the display an interruption; each ends the run. Displays are known by Displays::screens().
 std::shared_ptr<DisplayCapture> makeDisplayStream(OpenDisplaySource open);
 

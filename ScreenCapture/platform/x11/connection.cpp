@@ -33,10 +33,6 @@ void noteAnswer() {
     hangs = false;
 }
 
-bool heardOfLately() {
-    return SteadyClock::now().time_since_epoch().count() - lastAnswer < SteadyClock::duration(kQuietLimit).count();
-}
-
 bool isSet(const char* variable, std::string_view value = {}) {
     const char* const text = getenv(variable);
     return text && *text && (value.empty() || value == text);
@@ -183,7 +179,12 @@ void* Connection::awaitReply(unsigned sequence) {
 
 bool Connection::answers() {
     if (lost_ || serverHangs()) return false;
-    return heardOfLately() || sync();
+    return hasAnsweredLately() || sync();
+}
+
+bool Connection::hasAnsweredLately() const {
+    const auto quiet = SteadyClock::now().time_since_epoch().count() - lastAnswer;
+    return !lost_ && quiet < SteadyClock::duration(kQuietLimit).count();
 }
 
 void Connection::probe() {

@@ -84,6 +84,8 @@ class Connection {
     // Whether the server answers. While nothing is asked, a server that hangs looks like one where nothing happens; so
     // when nobody in this process has had an answer for about a second, this asks for one and waits for it.
     bool answers();
+    // It need not be asked now.
+    bool hasAnsweredLately() const;
     // The server is gone or did not answer in time: open another connection.
     bool lost() const { return lost_; }
     // It is lost because the server did not answer in time, and nothing else is known of it since.

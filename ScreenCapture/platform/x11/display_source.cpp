@@ -1,4 +1,6 @@
 // The frames of the device path on x11.
+#include <functional>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -50,6 +52,15 @@ class X11DisplaySource final : public software::DisplaySource {
         const bool isUnchanged = result.outcome == Outcome::frame && result.changes == Changes::nothing();
         unchangedAt_ = isUnchanged ? events : kNever;
         return result;
+    }
+
+    std::function<bool()> stillness() override {
+        if (unchangedAt_ == kNever) return nullptr;
+        return [epoch = epoch_, events = unchangedAt_, wantsPointer = settings_.cursor || settings_.clicks] {
+            const Server::Use x(desktopServer(), std::try_to_lock);
+            return x && epoch == desktopServer().epoch() && x->hasAnsweredLately() && events == x->eventCount() &&
+                   (!wantsPointer || sharedPointer(x).isKnown());
+        };
     }
 
   private:

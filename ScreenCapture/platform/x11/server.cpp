@@ -24,7 +24,7 @@ constexpr std::chrono::milliseconds kReadInterval{4};
 }  // namespace
 
 Server::Use::Use(Server& server, std::chrono::milliseconds patience)
-    : server_(server), lock_(server.mutex_, kLockLimit) {
+    : server_(server), guard_(std::in_place), lock_(server.mutex_, kLockLimit) {
     const auto until = Clock::now() + patience;
     while (lock_ && !connection_) {
         if (server_.readEvents() || server_.connect()) connection_ = server_.connection_;
@@ -34,6 +34,12 @@ Server::Use::Use(Server& server, std::chrono::milliseconds patience)
         pollfd socket{server_.connection_->descriptor(), POLLIN, 0};
         poll(&socket, 1, static_cast<int>(left));
     }
+}
+
+Server::Use::Use(Server& server, std::try_to_lock_t now) : server_(server), lock_(server.mutex_, now) {
+    if (!lock_ || !server_.connection_ || server_.connection_->isHung() || serverHangs()) return;
+    connection_ = server_.connection_;
+    readEvents();
 }
 
 Server::State Server::Use::state() const {

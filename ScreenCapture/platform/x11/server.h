@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "ScreenCapture/platform/x11/connection.h"
@@ -41,6 +42,10 @@ class TimedMutex {
         const bool isMine = released_.wait_for(lock, limit, [this] { return !isHeld_; });
         if (isMine) isHeld_ = true;
         return isMine;
+    }
+    bool try_lock() {
+        std::lock_guard lock(mutex_);
+        return !std::exchange(isHeld_, true);
     }
     void unlock() {
         std::lock_guard lock(mutex_);
@@ -73,6 +78,9 @@ class Server {
     class Use {
       public:
         explicit Use(Server& server, std::chrono::milliseconds patience);
+        // Does not wait: there is nobody to ask also while another thread uses the server. For looking at what has
+        // come; nothing may be asked.
+        Use(Server& server, std::try_to_lock_t now);
         Use(const Use&) = delete;
         Use& operator=(const Use&) = delete;
 
@@ -93,7 +101,7 @@ class Server {
 
       private:
         Server& server_;
-        SignalGuard guard_;
+        std::optional<SignalGuard> guard_;  // reading needs none
         std::unique_lock<TimedMutex> lock_;
         std::shared_ptr<Connection> connection_;
     };

@@ -57,10 +57,17 @@ std::shared_ptr<platform::SerialQueue> Stepper::makeSerialQueue(const char* labe
 
 std::shared_ptr<platform::Timer> Stepper::makeTimer(const std::shared_ptr<platform::SerialQueue>& queue,
                                                     uint64_t intervalNanoseconds, platform::Job tick) {
-    const auto lane = std::static_pointer_cast<Lane>(queue);
-    auto beat = std::make_shared<Beat>(Beat{lane, std::max<uint64_t>(intervalNanoseconds, 1), now_, std::move(tick)});
-    auto timer = std::make_shared<Handle>(*this, beat);
-    beats_.push_back(std::move(beat));
+    return addBeat(
+        {std::static_pointer_cast<Lane>(queue), std::max<uint64_t>(intervalNanoseconds, 1), now_, std::move(tick)});
+}
+
+std::shared_ptr<platform::Timer> Stepper::makeMainTimer(uint64_t intervalNanoseconds, platform::Job tick) {
+    return addBeat({lanes_.front(), intervalNanoseconds, now_ + intervalNanoseconds, std::move(tick)});
+}
+
+std::shared_ptr<platform::Timer> Stepper::addBeat(Beat beat) {
+    beats_.push_back(std::make_shared<Beat>(std::move(beat)));
+    auto timer = std::make_shared<Handle>(*this, beats_.back());
     queueDueTicks();
     return timer;
 }

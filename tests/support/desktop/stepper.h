@@ -25,6 +25,7 @@ class Stepper final : public platform::Dispatch, public platform::Clock {
     std::shared_ptr<platform::SerialQueue> makeSerialQueue(const char* label) override;
     std::shared_ptr<platform::Timer> makeTimer(const std::shared_ptr<platform::SerialQueue>& queue,
                                                uint64_t intervalNanoseconds, platform::Job tick) override;
+    std::shared_ptr<platform::Timer> makeMainTimer(uint64_t intervalNanoseconds, platform::Job tick) override;
     double absoluteSeconds() override;
     double secondsSince1970() override { return absoluteSeconds() + from1970To2001; }
 
@@ -47,6 +48,7 @@ class Stepper final : public platform::Dispatch, public platform::Clock {
     struct Beat;
     class Handle;
 
+    std::shared_ptr<platform::Timer> addBeat(Beat beat);
     void queueDueTicks();
     bool runAll(const std::shared_ptr<Lane>& lane);
     std::vector<std::shared_ptr<Lane>> lanes(std::string_view label);
