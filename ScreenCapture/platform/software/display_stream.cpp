@@ -120,13 +120,14 @@ class Engine : public std::enable_shared_from_this<Engine> {
         const auto settings = settingsOf(run);
         const uint64_t interval = source_ && settings ? settings->interval : 0;
         if (interval == interval_ && !isOnMain_) return;
+        std::shared_ptr<Timer> timer;
+        if (interval > 0)
+            timer = platform().dispatch().makeTimer(queue_, interval, [weak = weak_from_this(), run] {
+                if (const auto self = weak.lock()) self->tick(run);
+            });
+        timer_ = std::move(timer);
         interval_ = interval;
-        timer_ = nullptr;
         isOnMain_ = skipsTick_ = false;
-        if (interval == 0) return;
-        timer_ = platform().dispatch().makeTimer(queue_, interval_, [weak = weak_from_this(), run] {
-            if (const auto self = weak.lock()) self->tick(run);
-        });
     }
 
     void tick(uint64_t run) {
@@ -164,7 +165,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
     // A tick of the main queue's timer that has to look closer.
     void tickInPlace(uint64_t run) {
         if (!isOnMain_) return;
-        tick(run);
+        runJob([&] { tick(run); });
         {
             std::lock_guard lock(mutex_);
             if (!isCurrent(run) || still_) return;
@@ -176,17 +177,15 @@ class Engine : public std::enable_shared_from_this<Engine> {
     // On the main queue.
     void tickStill(uint64_t run) {
         const MediaTime time = monotonicNow();
-        Ref<Frame> frame;
         {
             std::lock_guard lock(mutex_);
-            if (!isCurrent(run) || !still_ || waiting_) return;  // a frame that is on its way serves for this tick
-            frame = still_;
-            if (!isStill_()) {
-                frame = still_ = nullptr;  // its memory may be what the next one is written to
+            if (!isCurrent(run) || waiting_) return;  // a frame that is on its way serves for this tick
+            if (!still_ || !isStill_()) {
                 queue_->async([self = shared_from_this(), run] { self->tickInPlace(run); });
+                still_ = nullptr;  // its memory may be what the next one is written to
                 return;
             }
-            waiting_ = std::move(frame);
+            waiting_ = still_;
             time_ = time;
         }
         deliver();
@@ -285,7 +284,7 @@ class Engine : public std::enable_shared_from_this<Engine> {
     MediaTime time_;                  // of the waiting frame
     Changes undelivered_;             // up to that, since the last one of this run that was delivered
     std::shared_ptr<Engine> posted_;  // this engine, while a job on the main queue is on its way
-    Ref<Frame> still_;                // what the ticks on the main queue deliver; null: they do nothing
+    Ref<Frame> still_;                // what the ticks on the main queue deliver; null: they look closer
     std::function<bool()> isStill_;   // set with it
 
     // The queue's own.

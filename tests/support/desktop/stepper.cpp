@@ -66,8 +66,9 @@ std::shared_ptr<platform::Timer> Stepper::makeMainTimer(uint64_t intervalNanosec
 }
 
 std::shared_ptr<platform::Timer> Stepper::addBeat(Beat beat) {
-    beats_.push_back(std::make_shared<Beat>(std::move(beat)));
-    auto timer = std::make_shared<Handle>(*this, beats_.back());
+    auto made = std::make_shared<Beat>(std::move(beat));
+    auto timer = std::make_shared<Handle>(*this, made);
+    beats_.push_back(std::move(made));
     queueDueTicks();
     return timer;
 }
