@@ -18,8 +18,8 @@ class LinuxDispatch final : public Dispatch {
 };
 
 // For hosts without a GLib loop: runs the main queue on the calling thread for so many milliseconds: 0 runs what is
-// ready, below 0 never returns. Result: how many jobs and ticks ran; 0 at once while another thread runs GLib's default main
-// context. Inside a job of the main queue no other job of it runs.
+// ready, below 0 never returns. Result: how many jobs and ticks ran; 0 at once while another thread runs GLib's default
+// main context. Inside a job of the main queue no other job of it runs.
 int runMainQueue(int milliseconds);
 
 }  // namespace orvo::platform::linux
