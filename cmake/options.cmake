@@ -34,10 +34,11 @@ target_include_directories(orvo_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJEC
 target_link_libraries(orvo_options INTERFACE orvo_flags Threads::Threads ${CMAKE_DL_LIBS})
 target_compile_definitions(orvo_options INTERFACE ORVO_VERSION_TEXT="${PROJECT_VERSION}")
 
-# orvo_precompile(TARGET headers...): in the builds with sanitizers the standard headers that most files include, and the
-# given ones, are read once for the target. The plain build goes without, so every file has to include what it uses.
+# orvo_precompile(TARGET headers...): the standard headers that most files include, and the given ones, are read once for
+# the target, in the builds with sanitizers and wherever headers are given. The library's plain build goes without, so
+# every file of it has to include what it uses.
 function(orvo_precompile target)
-    if(ORVO_SANITIZE)
+    if(ORVO_SANITIZE OR ARGN)
         target_precompile_headers(${target} PRIVATE <algorithm> <atomic> <chrono> <functional> <map> <memory> <mutex>
             <string> <thread> <vector> ${ARGN})
     endif()
