@@ -105,7 +105,7 @@ TEST_P(Budget, IsKept) {
                                          << still.allocations << " allocations";
     for (uint32_t i = 0; i < 5; ++i) {
         scene.windows.fill(scene.target, {10, 10, 50, 50}, 0x10 * i);
-        scene.windows.sync();  // its news are written before this answer
+        scene.windows.sync();  // its events are written before this answer
         const Traffic changed = trafficOf([&] { c.tick(scene); });
         EXPECT_TRUE(changed.within(c.changed)) << changed.requests << " requests, " << changed.roundTrips << " waits, "
                                                << changed.allocations << " allocations";

@@ -49,8 +49,8 @@ using OpenDisplaySource = std::function<std::unique_ptr<DisplaySource>(NoImage& 
 
 // A capture with a queue of its own that asks its source at every tick. Frames go through the main queue, the newest
 // only; one that replaces another there is reported as a drop. While nothing changes the ticks are the main queue's, so
-// that one thread wakes for a frame, not two. The loss of the source is a runtime error, the loss of
-// the display an interruption; each ends the run. Displays are known by Displays::screens().
+// that one thread wakes for a frame, not two. The loss of the source is a runtime error, the loss of the display an
+// interruption; each ends the run. Displays are known by Displays::screens().
 std::shared_ptr<DisplayCapture> makeDisplayStream(OpenDisplaySource open);
 
 }  // namespace orvo::platform::software

@@ -33,8 +33,8 @@ inline bool fitsPicture(const PixelRect& size) {
 inline bool hasDamage(const Connection& x) {
     return x.extensions().damage && x.extensions().xfixes;
 }
-// Whether it lets windows have pictures of their own, too, in which what their owners drew can be told from the rest;
-// and why not.
+// Whether it also lets windows have pictures of their own, and what is needed to know what their owners drew; and why
+// not.
 inline bool hasWindowPictures(const Connection& x) {
     return x.extensions().composite && hasDamage(x) && x.extensions().sync;
 }
